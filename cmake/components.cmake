@@ -1,0 +1,34 @@
+# One target per component and per test, so that the link lines show who may use whom.
+
+# Flags that every target of the project is built with.
+add_library(tarvel_build_options INTERFACE)
+target_include_directories(tarvel_build_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_features(tarvel_build_options INTERFACE cxx_std_20)
+target_compile_options(tarvel_build_options INTERFACE
+  # A fused multiply-add rounds once instead of twice: the digits of a report would depend on the machine.
+  -ffp-contract=off
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wdouble-promotion
+  $<$<BOOL:${TARVEL_WARNINGS_ARE_ERRORS}>:-Werror>)
+
+# tarvel_component(NAME SOURCES file... [USES target...])
+function(tarvel_component name)
+  cmake_parse_arguments(PARSE_ARGV 1 component "" "" "SOURCES;USES")
+  add_library(${name} STATIC ${component_SOURCES})
+  target_link_libraries(${name} PUBLIC ${component_USES} PRIVATE tarvel_build_options)
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+endfunction()
+
+# tarvel_test(FOLDER/NAME USES target...): builds tests/FOLDER/NAME.cpp and registers it. A test links its component
+# alone, so that a call that points the wrong way fails to link.
+function(tarvel_test path)
+  cmake_parse_arguments(PARSE_ARGV 1 test "" "" "USES")
+  get_filename_component(name ${path} NAME)
+  add_executable(${name} tests/${path}.cpp)
+  target_link_libraries(${name} PRIVATE ${test_USES} tarvel_test_support GTest::gtest_main tarvel_build_options)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  add_test(NAME ${path} COMMAND ${name})
+  set_tests_properties(${path} PROPERTIES
+    ENVIRONMENT "TZ=UTC;LC_ALL=C;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
+    TIMEOUT 300)
+endfunction()

@@ -1,0 +1,36 @@
+// Files: an owner for the handle, inputs that are remembered, and outputs that never destroy an input.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+
+#include "driver/error_slot.h"
+
+namespace tarvel {
+
+struct file_closer {
+  void operator()(std::FILE *stream) const noexcept { std::fclose(stream); }
+};
+using file_handle = std::unique_ptr<std::FILE, file_closer>;
+
+// Remembers the file as an input of this run, by device and inode, before anything is written. Called for each
+// track on the command line, since one mode writes before the next has read. A file that is not there is not an
+// input. Fails with "strdup() failed".
+void protect_input(const char *path, error_slot *error);
+
+// Opens a track or course file for reading and protects it. Null with "failed to open file: %s"; a FIFO is refused
+// in the same words, since a track is opened once by every reader that tries it, which no pipe survives.
+[[nodiscard]] file_handle open_input(const char *path, error_slot *error);
+
+// Opens a file for writing, emptied. When it is one of this run's inputs, that input is first renamed: ".orig" is
+// appended to its name, ".orig.2", ".orig.3" and so on when that is taken. Null with "failed to open file: %s".
+[[nodiscard]] file_handle open_output(const char *path, error_slot *error);
+
+// Writes out what is buffered and closes. Any write that failed since the opening fails with
+// "failed to write file: %s"; a message that is already in the slot stays.
+void close_output(file_handle file, const char *path, error_slot *error);
+
+// True when both names lead to one existing file.
+[[nodiscard]] bool is_same_file(const char *path, const char *other_path);
+
+}  // namespace tarvel

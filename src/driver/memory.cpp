@@ -1,0 +1,36 @@
+#include "driver/memory.h"
+
+#include <cstring>
+
+namespace tarvel {
+
+std::size_t allocations_left = SIZE_MAX;
+
+bool grant_allocation() {
+  if (allocations_left == SIZE_MAX) return true;
+  if (allocations_left == 0) return false;
+  --allocations_left;
+  return true;
+}
+
+void *resize_block(void *block, std::size_t count, std::size_t size) {
+  if (!grant_allocation()) return nullptr;
+  std::size_t bytes = 0;
+  if (__builtin_mul_overflow(count, size, &bytes)) return nullptr;
+  // A block of no bytes may come back null without being refused.
+  return std::realloc(block, bytes == 0 ? 1 : bytes);
+}
+
+void *zeroed_block(std::size_t count, std::size_t size) {
+  if (!grant_allocation()) return nullptr;
+  return std::calloc(count == 0 ? 1 : count, size);
+}
+
+owned_text try_duplicate(const char *text) {
+  const std::size_t size = std::strlen(text) + 1;
+  owned_text copy;
+  if (try_resize(copy, size)) std::memcpy(copy.get(), text, size);
+  return copy;
+}
+
+}  // namespace tarvel

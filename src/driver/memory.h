@@ -1,0 +1,65 @@
+// The only place that meets the allocator: owners that free themselves, and requests that may say no.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <type_traits>
+
+namespace tarvel {
+
+struct block_deleter {
+  void operator()(void *block) const noexcept { std::free(block); }
+};
+
+// Elements of a realloc'ed block; the count lives beside it in the record that owns it.
+template <typename T>
+using owned_array = std::unique_ptr<T[], block_deleter>;
+using owned_text = owned_array<char>;
+
+template <typename T>
+using owned_record = std::unique_ptr<T>;
+
+// How many more requests are granted. Tests lower it to see what every stage does when memory is short.
+extern std::size_t allocations_left;
+
+// realloc and calloc of count elements of size bytes; null when refused or when the bytes overflow.
+[[nodiscard]] void *resize_block(void *block, std::size_t count, std::size_t size);
+[[nodiscard]] void *zeroed_block(std::size_t count, std::size_t size);
+[[nodiscard]] bool grant_allocation();
+
+// Keeps the first elements and leaves new ones unset. False when memory is short: the array is as it was.
+// A realloc moves the pages of a large track instead of copying its bytes.
+template <typename T>
+[[nodiscard]] bool try_resize(owned_array<T> &array, std::size_t count) {
+  static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
+  void *const block = resize_block(array.get(), count, sizeof(T));
+  if (block == nullptr) return false;
+  static_cast<void>(array.release());
+  array.reset(static_cast<T *>(block));
+  return true;
+}
+
+// A new array of all-zero elements. False when memory is short: the array is as it was.
+template <typename T>
+[[nodiscard]] bool try_zeroed(owned_array<T> &array, std::size_t count) {
+  static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
+  void *const block = zeroed_block(count, sizeof(T));
+  if (block == nullptr) return false;
+  array.reset(static_cast<T *>(block));
+  return true;
+}
+
+// A default-initialised record, null when memory is short.
+template <typename T>
+[[nodiscard]] owned_record<T> try_make() {
+  if (!grant_allocation()) return nullptr;
+  return owned_record<T>(new (std::nothrow) T());
+}
+
+// A copy of the text, null when memory is short.
+[[nodiscard]] owned_text try_duplicate(const char *text);
+
+}  // namespace tarvel

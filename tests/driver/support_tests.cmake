@@ -1,0 +1,6 @@
+tarvel_test(driver/error_slot_test USES tarvel_support)
+tarvel_test(driver/integer_test USES tarvel_support)
+tarvel_test(driver/memory_test USES tarvel_support)
+tarvel_test(driver/text_buffer_test USES tarvel_support)
+tarvel_test(driver/file_handle_test USES tarvel_support)
+tarvel_test(driver/protected_input_test USES tarvel_support)

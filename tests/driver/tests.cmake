@@ -1,0 +1,1 @@
+include(tests/driver/support_tests.cmake)

@@ -1,0 +1,51 @@
+// Files for tests: folders of their own, whole texts, streams over bytes in memory.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "driver/file_handle.h"
+
+namespace tarvel {
+
+// A new empty folder that is the working directory until the end of the scope, which removes it.
+class temp_dir {
+ public:
+  temp_dir();
+  ~temp_dir();
+  temp_dir(const temp_dir &) = delete;
+  temp_dir &operator=(const temp_dir &) = delete;
+
+  [[nodiscard]] const std::string &path() const { return path_; }
+
+ private:
+  std::string path_;
+  std::string previous_;
+};
+
+// The whole file; a test failure and an empty text when it is not there.
+[[nodiscard]] std::string read_text(const std::string &path);
+void write_text(const std::string &path, std::string_view text);
+[[nodiscard]] bool file_exists(const std::string &path);
+
+// A read-only, seekable stream over the bytes, which must outlive it. Works for no bytes as well.
+[[nodiscard]] file_handle open_bytes(std::string_view bytes);
+
+// What the action prints to standard output.
+template <typename action>
+[[nodiscard]] std::string printed_by(action act);
+
+void begin_capture();
+[[nodiscard]] std::string end_capture();
+
+template <typename action>
+std::string printed_by(action act) {
+  begin_capture();
+  act();
+  return end_capture();
+}
+
+// The project's folder, for examples and golden files.
+[[nodiscard]] std::string source_dir();
+
+}  // namespace tarvel

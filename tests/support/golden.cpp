@@ -1,0 +1,22 @@
+#include "support/golden.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "support/files.h"
+
+namespace tarvel {
+
+void expect_golden(const std::string &name, std::string_view text) {
+  const std::string path = source_dir() + "/tests/golden/" + name;
+  if (std::getenv("TARVEL_UPDATE_GOLDEN") != nullptr) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    write_text(path, text);
+    return;
+  }
+  EXPECT_EQ(read_text(path), text) << "differs from " << name;
+}
+
+}  // namespace tarvel
