@@ -1,0 +1,247 @@
+#include "formats/course_file.h"
+
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "driver/file_handle.h"
+
+namespace tarvel {
+
+namespace {
+
+// Lines of up to 99 characters; a longer one is read as two.
+constexpr int line_size = 100;
+
+// How many files an index may lead through; one that leads back to itself must end somewhere.
+constexpr int max_further_files = 64;
+
+bool begins_with(const char *text, const char *prefix) { return std::strncmp(text, prefix, std::strlen(prefix)) == 0; }
+
+bool is_list_end(const vec3 &point) { return point.x == 0.0 && point.y == 0.0 && point.z == 0.0; }
+
+void write_matrix(std::FILE *file, const mat4 &matrix) {
+  std::fputs(
+      "// This transformation matrix converts from ECEF coordinates to local\n"
+      "// coordinates.  The local reference frame places the origin at the center\n"
+      "// of the entry gate with the z-axis pointing up and the x-axis pointing\n"
+      "// along the swoop course.\n"
+      "\n",
+      file);
+  for (const auto &row : matrix.m) {
+    std::fprintf(file, "[%12.9f, %12.9f, %12.9f, %12.3f]\n", row[0], row[1], row[2], row[3]);
+  }
+}
+
+void write_theta(std::FILE *file, double theta) {
+  std::fputs(
+      "\n"
+      "// This value specifies the clockwise rotation (in degrees) needed for\n"
+      "// the entry gate when processing a speed carve run.\n"
+      "\n",
+      file);
+  std::fprintf(file, "theta = %12.8f\n", theta);
+}
+
+void write_pond(std::FILE *file, const vec3 *pond) {
+  std::fputs(
+      "\n"
+      "// These (x, y) coordinates define the perimeter of the swoop pond.\n"
+      "// They are expressed in meters in the local reference frame.\n"
+      "\n",
+      file);
+  std::size_t j = 0;
+  for (; !is_list_end(pond[j]); ++j) {
+    std::fprintf(file, "%s(%6.1f, %6.1f),%s", j % 4 != 0 ? "  " : "", pond[j].x, pond[j].y, j % 4 == 3 ? "\n" : "");
+  }
+  if (j % 4 != 0) std::fputc('\n', file);
+}
+
+// One file of a chain, as far as it has been read.
+struct course_reader {
+  const char *path = nullptr;
+  owned_record<mat4> matrix;
+  int rows = 0;
+  owned_array<vec3> pond;
+  std::size_t pond_count = 0;
+  std::size_t pond_capacity = 0;
+  double theta = 0.0;
+};
+
+enum class index_match { none, no_gate, other_file };
+
+void fail_parsing(const course_reader &reader, error_slot *error) {
+  *error = format_error("failed to parse %s", reader.path);
+}
+
+void read_matrix_row(course_reader &reader, const char *line, error_slot *error) {
+  double row[4];
+  const bool is_row = std::sscanf(line, "[%lf, %lf, %lf, %lf]", &row[0], &row[1], &row[2], &row[3]) == 4;
+  if (!is_row || reader.rows == 4) return fail_parsing(reader, error);
+  std::memcpy(reader.matrix->m[reader.rows], row, sizeof row);
+  ++reader.rows;
+}
+
+// The terminator must fit behind the new point as well.
+bool append_pond_point(course_reader &reader, const vec3 &point) {
+  if (reader.pond_count + 2 > reader.pond_capacity) {
+    const std::size_t capacity = reader.pond_capacity == 0 ? 512 : 2 * reader.pond_capacity;
+    if (!try_resize(reader.pond, capacity)) return false;
+    reader.pond_capacity = capacity;
+  }
+  reader.pond[reader.pond_count] = point;
+  reader.pond[reader.pond_count + 1] = vec3();
+  ++reader.pond_count;
+  return true;
+}
+
+// Up to four points a line, in single precision: one decimal of a metre needs no more.
+void read_pond_points(course_reader &reader, const char *line, error_slot *error) {
+  float n[8];
+  const int count = std::sscanf(line, "(%f, %f), (%f, %f), (%f, %f), (%f, %f)", &n[0], &n[1], &n[2], &n[3], &n[4],
+                                &n[5], &n[6], &n[7]);
+  if (count <= 0 || count % 2 != 0) return fail_parsing(reader, error);
+  for (int i = 0; i < count; i += 2) {
+    const vec3 point = {static_cast<double>(n[i]), static_cast<double>(n[i + 1]), 0.0};
+    if (!append_pond_point(reader, point)) {
+      *error = "failed to realloc pond array";
+      return;
+    }
+  }
+}
+
+void read_theta(course_reader &reader, const char *line, error_slot *error) {
+  if (std::sscanf(line, "theta = %lf", &reader.theta) != 1) fail_parsing(reader, error);
+}
+
+// Takes the quotes off in place.
+void unquote(char *text) {
+  const std::size_t length = std::strlen(text);
+  if (length != 0 && text[length - 1] == '"') text[length - 1] = '\0';
+  if (text[0] == '"') std::memmove(text, text + 1, std::strlen(text));
+}
+
+index_match read_index_entry(const course_reader &reader, const char *line, const char *swoop_file, char *target,
+                             error_slot *error) {
+  char name[line_size];
+  if (std::sscanf(line, "%99s - %99[^\r\n]", name, target) != 2) {
+    fail_parsing(reader, error);
+    return index_match::none;
+  }
+  if (std::strcmp(name, "*") != 0 && !begins_with(swoop_file, name)) return index_match::none;
+  if (std::strcmp(target, "nogate") == 0) return index_match::no_gate;
+  unquote(target);
+  return index_match::other_file;
+}
+
+bool is_index_entry(const char *line) { return line[0] == '*' || (line[0] >= '0' && line[0] <= '9'); }
+
+// Reads up to the first matching index entry or the end of the file.
+index_match read_lines(std::FILE *file, course_reader &reader, const char *swoop_file, char *target,
+                       error_slot *error) {
+  char line[line_size];
+  while (std::fgets(line, sizeof line, file) != nullptr) {
+    if (std::strcmp(line, "\n") == 0 || begins_with(line, "//")) continue;
+    if (line[0] == '[') {
+      read_matrix_row(reader, line, error);
+    } else if (line[0] == '(') {
+      read_pond_points(reader, line, error);
+    } else if (begins_with(line, "theta = ")) {
+      read_theta(reader, line, error);
+    } else if (is_index_entry(line)) {
+      const index_match match = read_index_entry(reader, line, swoop_file, target, error);
+      if (match != index_match::none) return match;
+    } else {
+      *error = format_error("invalid line in %s", reader.path);
+    }
+    if (*error) return index_match::none;
+  }
+  if (reader.rows != 4) {
+    fail_parsing(reader, error);
+  } else if (std::ferror(file) != 0) {
+    *error = format_error("failed to read file: %s", reader.path);
+  }
+  return index_match::none;
+}
+
+// Reads one file of a chain. With other_file the target names the next.
+index_match read_one_file(const char *path, const char *swoop_file, course &result, char *target, error_slot *error) {
+  course_reader reader;
+  reader.path = path;
+  reader.matrix = try_make<mat4>();
+  if (!reader.matrix) {
+    *error = "failed to malloc matrix";
+    return index_match::none;
+  }
+  const file_handle file = open_input(path, error);
+  if (!file) return index_match::none;
+
+  const index_match match = read_lines(file.get(), reader, swoop_file, target, error);
+  if (match == index_match::none && *error == nullptr) {
+    result.matrix = std::move(reader.matrix);
+    result.pond = std::move(reader.pond);
+    result.theta = reader.theta;
+  }
+  return match;
+}
+
+void copy_bytes(std::FILE *from, std::FILE *to, const char *destination, const char *source, error_slot *error) {
+  for (int byte = std::getc(from); byte != EOF; byte = std::getc(from)) {
+    if (std::putc(byte, to) == EOF) {
+      *error = format_error("failure during write to %s", destination);
+      return;
+    }
+  }
+  if (std::ferror(from) != 0) *error = format_error("failed to read file: %s", source);
+}
+
+}  // namespace
+
+void write_course_file(const char *path, const mat4 &matrix, const vec3 *pond, double theta, error_slot *error) {
+  *error = nullptr;
+  file_handle file = open_output(path, error);
+  if (!file) return;
+
+  write_matrix(file.get(), matrix);
+  if (theta != 0.0) write_theta(file.get(), theta);
+  if (pond != nullptr) write_pond(file.get(), pond);
+  close_output(std::move(file), path, error);
+  if (*error) return;
+
+  // Copying a file onto itself would empty it.
+  if (!is_same_file(path, course_file_name)) copy_file(course_file_name, path, error);
+}
+
+void copy_file(const char *destination, const char *source, error_slot *error) {
+  *error = nullptr;
+  const file_handle from(std::fopen(source, "rb"));
+  if (!from) {
+    *error = format_error("could not open %s for reading", source);
+    return;
+  }
+  file_handle to = open_output(destination, error);
+  if (!to) {
+    *error = format_error("could not open %s for writing", destination);
+    return;
+  }
+  copy_bytes(from.get(), to.get(), destination, source, error);
+  close_output(std::move(to), destination, error);
+}
+
+void read_course_file(const char *path, const char *swoop_file, course &result, error_slot *error) {
+  *error = nullptr;
+  result = course();
+  char current[line_size];
+  char target[line_size];
+  index_match match = read_one_file(path, swoop_file, result, target, error);
+  for (int further = 1; match == index_match::other_file && *error == nullptr; ++further) {
+    std::memcpy(current, target, sizeof current);
+    if (further > max_further_files) {
+      *error = format_error("failed to open file: %s", current);
+      return;
+    }
+    match = read_one_file(current, swoop_file, result, target, error);
+  }
+}
+
+}  // namespace tarvel

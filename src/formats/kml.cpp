@@ -1,0 +1,118 @@
+#include "formats/kml.h"
+
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <limits>
+
+#include "driver/file_handle.h"
+
+namespace tarvel {
+
+namespace {
+
+// "Jun01 12:30", local time.
+struct document_name {
+  char text[32] = {};
+};
+
+document_name document_name_at(std::int64_t time) {
+  document_name name;
+  const std::time_t seconds = time / 1000;
+  std::tm local = {};
+  if (localtime_r(&seconds, &local) != nullptr) {
+    if (std::strftime(name.text, sizeof name.text, "%b%d %H:%M", &local) == 0) name.text[0] = '\0';
+  }
+  return name;
+}
+
+// What "%.*f" prints, NUL not included. std::to_chars gives the same digits and words, ties, infinities and NaN
+// included, in a third of the time.
+char *print_fixed(char *first, char *last, double value, int decimals) {
+  return std::to_chars(first, last, value, std::chars_format::fixed, decimals).ptr;
+}
+
+// "          %.7f,%.7f,%.3f\n" with longitude, latitude, height: KML puts the longitude first.
+void write_coordinates(std::FILE *file, const vec3 &wgs84) {
+  constexpr std::size_t longest_number = std::numeric_limits<double>::max_exponent10 + 10;  // sign, digits, decimals
+  char line[10 + 3 * (longest_number + 1)];
+  char *const last = line + sizeof line;
+  std::memset(line, ' ', 10);
+  char *position = print_fixed(line + 10, last, wgs84.y, 7);
+  *position++ = ',';
+  position = print_fixed(position, last, wgs84.x, 7);
+  *position++ = ',';
+  position = print_fixed(position, last, wgs84.z, 3);
+  *position++ = '\n';
+  fwrite_unlocked(line, 1, static_cast<std::size_t>(position - line), file);
+}
+
+void open_line_string(std::FILE *file) {
+  std::fputs(
+      "      <LineString>\n"
+      "        <altitudeMode>absolute</altitudeMode>\n"
+      "        <extrude>1</extrude>\n"
+      "        <coordinates>\n",
+      file);
+}
+
+void close_line_string(std::FILE *file) {
+  std::fputs(
+      "        </coordinates>\n"
+      "      </LineString>\n"
+      "    </Placemark>\n",
+      file);
+}
+
+// Colours are aabbggrr: a half-transparent red line over a half-transparent green wall.
+void write_track(std::FILE *file, std::int64_t start_time, std::span<const gps_point> samples) {
+  const document_name name = document_name_at(start_time);
+  std::fprintf(file,
+               "    <Placemark>\n"
+               "      <name>%s</name>\n"
+               "      <Style>\n"
+               "        <LineStyle> <color>7f0000ff</color> <width>1</width> </LineStyle>\n"
+               "        <PolyStyle> <color>7f00ff00</color> </PolyStyle>\n"
+               "      </Style>\n",
+               name.text);
+  open_line_string(file);
+  for (const gps_point &sample : samples) write_coordinates(file, sample.pos_wgs84);
+  close_line_string(file);
+}
+
+void write_entry_gate(std::FILE *file, const gate_ends &ends) {
+  std::fputs(
+      "    <Placemark>\n"
+      "      <name>entry gate</name>\n",
+      file);
+  open_line_string(file);
+  write_coordinates(file, ends[0]);
+  write_coordinates(file, ends[1]);
+  write_coordinates(file, ends[1]);  // twice, as the maps of this sport have always shown it
+  close_line_string(file);
+}
+
+}  // namespace
+
+void write_kml(const char *path, std::int64_t start_time, std::span<const gps_point> samples, const gate_ends *ends,
+               error_slot *error) {
+  *error = nullptr;
+  file_handle file = open_output(path, error);
+  if (!file) return;
+
+  std::fputs(
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<kml xmlns=\"http://www.opengis.net/kml/2.2\">\n"
+      "  <Document>\n",
+      file.get());
+  write_track(file.get(), start_time, samples);
+  if (ends != nullptr) write_entry_gate(file.get(), *ends);
+  std::fputs(
+      "  </Document>\n"
+      "</kml>\n",
+      file.get());
+  close_output(std::move(file), path, error);
+}
+
+}  // namespace tarvel

@@ -1,0 +1,37 @@
+// Course frames and the gates that stand in them.
+#pragma once
+
+#include <array>
+
+#include "geo/mat4.h"
+#include "geo/vec3.h"
+
+namespace tarvel {
+
+// The course frame of three ECEF points: x from c towards a, z up, b on the +y side unless clockwise is set, which says
+// that a, b, c turn clockwise seen from above.
+void frame_from_course_points(const vec3 &a, const vec3 &b, const vec3 &c, frame_axes &axes, bool &clockwise);
+
+// A frame with a true vertical: z from origin to above, x the horizontal direction from origin towards ahead. All ECEF.
+void frame_from_vertical(const vec3 &above, const vec3 &origin, const vec3 &ahead, frame_axes &axes);
+
+// The ends of the entry gate as a map shows it: 5 m to either side of the course axis and 1.5 m above it, the +y end
+// first. WGS84, degrees and metres.
+[[nodiscard]] std::array<vec3, 2> entry_gate_ends(const mat4 &frame);
+
+// The speed carve course of the sport's rules: an arc whose 75 degrees are 70 m long, between gates 10 m wide.
+constexpr double carve_angle_degrees = 75.0;
+constexpr double carve_radius = 53.47606087887684;  // m, 70 / (75 pi / 180); a literal, one bit above what doubles give
+constexpr double carve_gate_width = 10.0;           // m
+
+// Three points of a gate on the arc, in local metres.
+struct carve_gate {
+  vec3 inner;
+  vec3 centre;
+  vec3 outer;
+};
+
+// The gate at an angle (degrees) along a circle of this radius (m) about (0, radius), which curves towards +y.
+[[nodiscard]] carve_gate carve_gate_points(double angle, double radius, double width);
+
+}  // namespace tarvel

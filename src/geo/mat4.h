@@ -1,0 +1,38 @@
+// Frame matrices: how ECEF positions become positions on the course.
+#pragma once
+
+#include "geo/vec3.h"
+
+namespace tarvel {
+
+// Row-major. A frame matrix holds the local axes, expressed in ECEF, as rows 0 to 2, the translation in column 3 and
+// (0, 0, 0, 1) as row 3; points are column vectors.
+struct mat4 {
+  double m[4][4] = {};
+
+  bool operator==(const mat4 &) const = default;
+};
+
+// Three unit axes in ECEF.
+struct frame_axes {
+  vec3 x;
+  vec3 y;
+  vec3 z;
+};
+
+// With translation.
+[[nodiscard]] vec3 mat4_transform_point(const mat4 &frame, const vec3 &point);
+// Rotation only, for velocities and directions.
+[[nodiscard]] vec3 mat4_transform_vector(const mat4 &frame, const vec3 &vector);
+// The general inverse. A singular matrix gives infinities or NaN.
+[[nodiscard]] mat4 mat4_inverse(const mat4 &matrix);
+// Turns local coordinates counter-clockwise about z by an angle in radians; exactly 0 leaves every bit as it is.
+void mat4_rotate_z(mat4 &frame, double angle);
+// The frame with these axes whose origin is an ECEF point.
+[[nodiscard]] mat4 mat4_from_axes(const frame_axes &axes, const vec3 &origin);
+
+// Turns the plan positions of a list about z by an angle in radians; z stays. The list ends at the first element whose
+// x and y are both 0. Null or an angle of exactly 0 does nothing.
+void rotate_point_list(vec3 *points, double angle);
+
+}  // namespace tarvel

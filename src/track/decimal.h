@@ -1,0 +1,15 @@
+// Numbers as loggers write them.
+#pragma once
+
+#include <string_view>
+
+namespace tarvel {
+
+// What strtod gives for a text that a NUL follows, to the bit: 0 for what is not a number, trailing text ignored.
+[[nodiscard]] double read_decimal(std::string_view text);
+
+// Reads a text that is nothing but an optional minus sign and at most 15 digits with or without a point. False for any
+// other spelling, and value stays.
+[[nodiscard]] bool read_plain_decimal(std::string_view text, double &value);
+
+}  // namespace tarvel

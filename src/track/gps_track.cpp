@@ -1,0 +1,18 @@
+#include "track/gps_track.h"
+
+namespace tarvel {
+
+bool grow_track(gps_track &track, error_slot *error) {
+  constexpr std::uint32_t first_capacity = 4096;
+  if (track.count < track.capacity) return true;
+
+  const std::uint64_t capacity = track.capacity == 0 ? first_capacity : std::uint64_t{track.capacity} * 2;
+  if (capacity > UINT32_MAX || !try_resize(track.points, capacity)) {
+    *error = "failed to realloc gps_points";
+    return false;
+  }
+  track.capacity = static_cast<std::uint32_t>(capacity);
+  return true;
+}
+
+}  // namespace tarvel

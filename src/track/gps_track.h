@@ -1,0 +1,28 @@
+// A track: samples in file order, in one array that grows by doubling.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "driver/error_slot.h"
+#include "driver/memory.h"
+#include "track/gps_point.h"
+
+namespace tarvel {
+
+// Results refer to samples by 32-bit index; index 0 stands for "not found".
+struct gps_track {
+  owned_array<gps_point> points;
+  std::uint32_t count = 0;     // samples in use
+  std::uint32_t capacity = 0;  // samples allocated, while a delimited reader appends
+};
+
+[[nodiscard]] inline std::span<const gps_point> samples_of(const gps_track &track) {
+  return {track.points.get(), track.count};
+}
+
+// Makes room for one more sample: 4096 at first (13 minutes at 5 Hz), then twice as many. False when memory is short:
+// the slot then says "failed to realloc gps_points" and the samples are as they were.
+[[nodiscard]] bool grow_track(gps_track &track, error_slot *error);
+
+}  // namespace tarvel

@@ -1,0 +1,3 @@
+tarvel_test(container/tvl_records_test USES tarvel_container)
+tarvel_test(container/tvl_file_test USES tarvel_container)
+tarvel_test(container/tvl_damage_test USES tarvel_container)

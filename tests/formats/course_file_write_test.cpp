@@ -1,0 +1,214 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "formats/course_file.h"
+#include "support/files.h"
+
+namespace tarvel {
+
+namespace {
+
+constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
+
+const mat4 matrix = {{{0.7569898924, -0.1981460626, -0.6226591704, -19949.3014},
+                      {0.0679110045, 0.9716106257, -0.2266294036, -7260.9513},
+                      {0.64988799, 0.129270759, 0.748955721, -6366570.4342},
+                      {0.0, 0.0, 0.0, 1.0}}};
+
+// Width 12 with nine decimals, three in the last column: "0.756989892" is 11 characters long.
+const std::string matrix_text =
+    "// This transformation matrix converts from ECEF coordinates to local\n"
+    "// coordinates.  The local reference frame places the origin at the center\n"
+    "// of the entry gate with the z-axis pointing up and the x-axis pointing\n"
+    "// along the swoop course.\n"
+    "\n"
+    "[ 0.756989892, -0.198146063, -0.622659170,   -19949.301]\n"
+    "[ 0.067911004,  0.971610626, -0.226629404,    -7260.951]\n"
+    "[ 0.649887990,  0.129270759,  0.748955721, -6366570.434]\n"
+    "[ 0.000000000,  0.000000000,  0.000000000,        1.000]\n";
+
+const std::string theta_comment =
+    "\n"
+    "// This value specifies the clockwise rotation (in degrees) needed for\n"
+    "// the entry gate when processing a speed carve run.\n"
+    "\n";
+
+const std::string pond_comment =
+    "\n"
+    "// These (x, y) coordinates define the perimeter of the swoop pond.\n"
+    "// They are expressed in meters in the local reference frame.\n"
+    "\n";
+
+std::string written(double theta, const vec3 *pond) {
+  const temp_dir folder;
+  error_slot error = "left over";
+  write_course_file("gate.txt", matrix, pond, theta, &error);
+  EXPECT_STREQ(error, nullptr);
+  const std::string text = read_text("gate.txt");
+  EXPECT_EQ(read_text("matrix.txt"), text);
+  return text;
+}
+
+TEST(course_file_write_test, writes_the_matrix_alone) { EXPECT_EQ(written(0.0, nullptr), matrix_text); }
+
+struct theta_case {
+  const char *name;
+  double theta;
+  const char *line;  // null: no theta
+};
+
+const theta_case theta_cases[] = {
+    {"zero", 0.0, nullptr},
+    {"minus zero", -0.0, nullptr},
+    {"positive", 12.5, "theta =  12.50000000\n"},
+    {"negative", -123.456789014, "theta = -123.45678901\n"},
+    {"too small to show", 1e-12, "theta =   0.00000000\n"},
+    {"not a number", std::copysign(not_a_number, 1.0), "theta =          nan\n"},
+};
+
+TEST(course_file_write_test, writes_theta_unless_it_is_zero) {
+  for (const theta_case &c : theta_cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(written(c.theta, nullptr), c.line == nullptr ? matrix_text : matrix_text + theta_comment + c.line);
+  }
+}
+
+struct pond_case {
+  const char *name;
+  std::vector<vec3> points;  // without the end
+  const char *lines;
+};
+
+const pond_case pond_cases[] = {
+    {"none", {}, ""},
+    {"one", {{1.0, -2.0, 0.0}}, "(   1.0,   -2.0),\n"},
+    {"three",
+     {{1.0, 2.0, 0.0}, {10.25, -0.06, 0.0}, {-100.5, 1000.0, 0.0}},
+     "(   1.0,    2.0),  (  10.2,   -0.1),  (-100.5, 1000.0),\n"},
+    {"four",
+     {{1.0, 1.0, 0.0}, {2.0, 2.0, 0.0}, {3.0, 3.0, 0.0}, {4.0, 4.0, 0.0}},
+     "(   1.0,    1.0),  (   2.0,    2.0),  (   3.0,    3.0),  (   4.0,    4.0),\n"},
+    {"five",
+     {{1.0, 1.0, 0.0}, {2.0, 2.0, 0.0}, {3.0, 3.0, 0.0}, {4.0, 4.0, 0.0}, {5.0, 5.0, 0.0}},
+     "(   1.0,    1.0),  (   2.0,    2.0),  (   3.0,    3.0),  (   4.0,    4.0),\n"
+     "(   5.0,    5.0),\n"},
+    {"points with zeros that do not end the list",
+     {{0.0, 0.0, 1.0}, {0.0, 1.0, 0.0}, {1.0, 0.0, 0.0}, {not_a_number, 0.0, 0.0}},
+     "(   0.0,    0.0),  (   0.0,    1.0),  (   1.0,    0.0),  (   nan,    0.0),\n"},
+};
+
+TEST(course_file_write_test, writes_four_pond_points_a_line) {
+  for (const pond_case &c : pond_cases) {
+    SCOPED_TRACE(c.name);
+    std::vector<vec3> pond = c.points;
+    pond.push_back({-0.0, 0.0, -0.0});
+    pond.push_back({99.0, 99.0, 99.0});  // behind the end
+    EXPECT_EQ(written(0.0, pond.data()), matrix_text + pond_comment + c.lines);
+  }
+}
+
+TEST(course_file_write_test, writes_theta_before_the_pond) {
+  const vec3 pond[] = {{1.0, 2.0, 3.0}, {}};
+  EXPECT_EQ(written(90.0, pond),
+            matrix_text + theta_comment + "theta =  90.00000000\n" + pond_comment + "(   1.0,    2.0),\n");
+}
+
+TEST(course_file_write_test, a_gate_track_named_matrix_keeps_its_course) {
+  const temp_dir folder;
+  error_slot error = nullptr;
+  for (const char *path : {"matrix.txt", "./matrix.txt"}) {
+    SCOPED_TRACE(path);
+    write_course_file(path, matrix, nullptr, 0.0, &error);
+    EXPECT_STREQ(error, nullptr);
+    EXPECT_EQ(read_text("matrix.txt"), matrix_text);
+  }
+}
+
+TEST(course_file_write_test, linked_names_of_one_file_keep_the_course) {
+  for (const bool symbolic : {false, true}) {
+    const temp_dir folder;
+    write_text("gate.txt", "old");
+    if (symbolic) {
+      std::filesystem::create_symlink("gate.txt", "matrix.txt");
+    } else {
+      std::filesystem::create_hard_link("gate.txt", "matrix.txt");
+    }
+    error_slot error = nullptr;
+    write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+    EXPECT_STREQ(error, nullptr);
+    EXPECT_EQ(read_text("gate.txt"), matrix_text);
+    EXPECT_EQ(read_text("matrix.txt"), matrix_text);
+  }
+}
+
+TEST(course_file_write_test, copies_nothing_when_the_course_file_cannot_be_opened) {
+  const temp_dir folder;
+  write_text("matrix.txt", "old");
+  error_slot error = nullptr;
+  write_course_file("missing/gate.txt", matrix, nullptr, 0.0, &error);
+  EXPECT_STREQ(error, "failed to open file: missing/gate.txt");
+  EXPECT_EQ(read_text("matrix.txt"), "old");
+}
+
+TEST(course_file_write_test, copies_nothing_when_the_disk_is_full) {
+  const temp_dir folder;
+  std::filesystem::create_symlink("/dev/full", "gate.txt");
+  error_slot error = nullptr;
+  write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+  EXPECT_STREQ(error, "failed to write file: gate.txt");
+  EXPECT_FALSE(file_exists("matrix.txt"));
+}
+
+TEST(course_file_write_test, says_when_the_copy_fails) {
+  const temp_dir folder;
+  std::filesystem::create_directory("matrix.txt");
+  error_slot error = nullptr;
+  write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+  EXPECT_STREQ(error, "could not open matrix.txt for writing");
+  EXPECT_EQ(read_text("gate.txt"), matrix_text);
+  std::filesystem::remove("matrix.txt");
+  std::filesystem::create_symlink("/dev/full", "matrix.txt");
+  write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+  EXPECT_STREQ(error, "failed to write file: matrix.txt");
+}
+
+TEST(course_file_write_test, copies_every_byte) {
+  const temp_dir folder;
+  std::string bytes;
+  for (int i = 0; i < 100000; ++i) bytes.push_back(static_cast<char>(i * 7 + i / 256));
+  for (const std::string &text : {std::string(), std::string("\xff\0\r\n", 4), bytes}) {
+    write_text("source", text);
+    error_slot error = "left over";
+    copy_file("destination", "source", &error);
+    EXPECT_STREQ(error, nullptr);
+    EXPECT_EQ(read_text("destination"), text);
+    EXPECT_EQ(read_text("source"), text);
+  }
+}
+
+TEST(course_file_write_test, says_what_kept_it_from_copying) {
+  const temp_dir folder;
+  error_slot error = nullptr;
+  copy_file("destination", "missing", &error);
+  EXPECT_STREQ(error, "could not open missing for reading");
+  EXPECT_FALSE(file_exists("destination"));
+  write_text("short", "text");
+  copy_file("missing/destination", "short", &error);
+  EXPECT_STREQ(error, "could not open missing/destination for writing");
+  copy_file("/dev/full", "short", &error);
+  EXPECT_STREQ(error, "failed to write file: /dev/full");
+  write_text("long", std::string(1000000, 'x'));
+  copy_file("/dev/full", "long", &error);
+  EXPECT_STREQ(error, "failure during write to /dev/full");
+  copy_file("destination", ".", &error);
+  EXPECT_STREQ(error, "failed to read file: .");
+}
+
+}  // namespace
+
+}  // namespace tarvel

@@ -1,0 +1,6 @@
+tarvel_test(formats/kml_test USES tarvel_formats)
+tarvel_test(formats/kml_number_test USES tarvel_formats)
+tarvel_test(formats/course_file_write_test USES tarvel_formats)
+tarvel_test(formats/course_file_read_test USES tarvel_formats)
+tarvel_test(formats/course_file_index_test USES tarvel_formats)
+tarvel_test(formats/coord_dump_test USES tarvel_formats)

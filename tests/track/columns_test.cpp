@@ -1,0 +1,312 @@
+#include "track/columns.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "support/allocation_limit.h"
+#include "support/files.h"
+#include "track/time_field.h"
+
+namespace tarvel {
+namespace {
+
+const std::string required_names = "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV";
+
+// A text that is open at its first line.
+struct open_text {
+  explicit open_text(std::string lines) : text(std::move(lines)), stream(open_bytes(text)) {
+    error_slot error = nullptr;
+    open_track_stream(stream.get(), file, &error);
+    EXPECT_TRUE(read_line(file));
+  }
+
+  std::string text;
+  file_handle stream;
+  track_file file;
+};
+
+bool parse_names(const std::string &names, column_actions &actions) {
+  open_text line(names + "\n");
+  return parse_field_names(line.file, actions);
+}
+
+std::size_t count_of(const column_actions &actions) {
+  std::size_t count = 0;
+  while (actions[count] != nullptr) ++count;
+  return count;
+}
+
+TEST(columns_test, needs_each_of_the_eleven_names) {
+  column_actions all;
+  EXPECT_TRUE(parse_names(required_names, all));
+  EXPECT_EQ(count_of(all), 11U);
+
+  for (std::size_t first = 0; first < required_names.size();) {
+    const std::size_t last = std::min(required_names.find(',', first), required_names.size());
+    std::string names = required_names;
+    names.replace(first, last - first, "heading");
+    SCOPED_TRACE(names);
+    column_actions actions;
+    EXPECT_FALSE(parse_names(names, actions));
+    EXPECT_EQ(actions, nullptr);
+    first = last + 1;
+  }
+}
+
+struct names_case {
+  const char *name;
+  std::string names;
+  bool is_good;
+  const char *printed;
+};
+
+const names_case names_cases[] = {
+    {"all that are known", required_names + ",gpsFix,heading,cAcc", true, ""},
+    {"another order", "numSV,sAcc,vAcc,hAcc,velD,velE,velN,hMSL,lon,lat,time", true, ""},
+    {"one that is unknown", required_names + ",foo", true, "WARNING: unknown field (foo)\n"},
+    {"two that are unknown", "foo," + required_names + ",bar", true,
+     "WARNING: unknown field (foo)\nWARNING: unknown field (bar)\n"},
+    {"one without letters", "," + required_names, true, "WARNING: unknown field ()\n"},
+    {"a trailing comma", required_names + ",", true, ""},
+    {"a name twice", required_names + ",lat,lat", true, ""},
+    {"upper case", "Time" + required_names.substr(4), false, "WARNING: unknown field (Time)\n"},
+    {"a blank before the name", " " + required_names, false, "WARNING: unknown field ( time)\n"},
+    {"a blank behind the name", required_names + " ", false, "WARNING: unknown field (numSV )\n"},
+    {"the start of a name", required_names.substr(0, required_names.size() - 1), false,
+     "WARNING: unknown field (numS)\n"},
+    {"more than a name", required_names + "x", false, "WARNING: unknown field (numSVx)\n"},
+    {"the optional ones alone", "gpsFix,heading,cAcc", false, ""},
+    {"an empty line", "", false, ""},
+};
+
+TEST(columns_test, warns_of_unknown_names_and_ignores_them) {
+  for (const names_case &c : names_cases) {
+    SCOPED_TRACE(c.name);
+    column_actions actions;
+    bool is_good = false;
+    EXPECT_EQ(printed_by([&] { is_good = parse_names(c.names, actions); }), c.printed);
+    EXPECT_EQ(is_good, c.is_good);
+    EXPECT_EQ(actions != nullptr, c.is_good);
+  }
+}
+
+// 16 places hold 15 columns and the final null, 32 hold 31.
+TEST(columns_test, makes_room_for_any_number_of_columns) {
+  for (const std::size_t count : {11U, 14U, 15U, 16U, 17U, 31U, 32U, 200U}) {
+    SCOPED_TRACE(count);
+    std::string names = required_names;
+    for (std::size_t i = 11; i < count; ++i) names += ",heading";
+    column_actions actions;
+    ASSERT_TRUE(parse_names(names, actions));
+    EXPECT_EQ(count_of(actions), count);
+  }
+}
+
+TEST(columns_test, fails_when_memory_is_short_for_the_columns) {
+  struct limit_case {
+    std::size_t columns;
+    std::size_t requests;
+  };
+  for (const limit_case &c : {limit_case{15, 1}, limit_case{16, 2}, limit_case{31, 2}, limit_case{32, 3}}) {
+    SCOPED_TRACE(c.columns);
+    std::string names = required_names;
+    for (std::size_t i = 11; i < c.columns; ++i) names += ",heading";
+    for (std::size_t granted = 0; granted <= c.requests; ++granted) {
+      SCOPED_TRACE(granted);
+      open_text line(names + "\n");
+      column_actions actions;
+      const allocation_limit limit(granted);
+      EXPECT_EQ(parse_field_names(line.file, actions), granted == c.requests);
+      EXPECT_EQ(actions != nullptr, granted == c.requests);
+    }
+  }
+}
+
+struct row_result {
+  gps_track track;
+  error_slot error = nullptr;
+};
+
+row_result read_row(const std::string &names, const std::string &row) {
+  column_actions actions;
+  EXPECT_TRUE(parse_names(names, actions));
+  row_result result;
+  open_text line(row + "\n");
+  append_gps_point(line.file, actions, result.track, &result.error);
+  return result;
+}
+
+TEST(columns_test, stores_each_column_in_its_field) {
+  forget_calendar_minute();
+  const row_result result = read_row("cAcc,numSV,gpsFix,sAcc,vAcc,hAcc,cAcc,velD,velE,velN,hMSL,lon,lat,heading,time",
+                                     "91,12,3,0.5,1.25,2.5,92,-1,-2,-3,1234.5,-4.25,50.5,93,1970-01-02T00:00:01.5Z");
+  ASSERT_EQ(result.error, nullptr);
+  ASSERT_EQ(result.track.count, 1U);
+  const gps_point &point = result.track.points[0];
+  EXPECT_EQ(point.time, 86401500);
+  EXPECT_EQ(point.pos_wgs84.x, 50.5);
+  EXPECT_EQ(point.pos_wgs84.y, -4.25);
+  EXPECT_EQ(point.pos_wgs84.z, 1234.5);
+  EXPECT_EQ(point.vel_ltp.x, -3.0);
+  EXPECT_EQ(point.vel_ltp.y, -2.0);
+  EXPECT_EQ(point.vel_ltp.z, -1.0);
+  EXPECT_EQ(point.hacc, 2.5F);
+  EXPECT_EQ(point.vacc, 1.25F);
+  EXPECT_EQ(point.sacc, 0.5F);
+  EXPECT_EQ(point.gpsfix, 3);
+  EXPECT_EQ(point.numsv, 12);
+  EXPECT_EQ(point.heading, 0.0);
+}
+
+TEST(columns_test, reads_the_later_of_two_columns_last) {
+  const row_result result = read_row("lat,lat," + required_names.substr(9) + ",time,lon", "1,2");
+  EXPECT_EQ(result.track.points[0].pos_wgs84.x, 2.0);
+}
+
+// 1.00000005960464477540 lies just above the tie between 1 and 1 + 2^-23 in single precision. In double precision it
+// becomes the tie itself, which then goes to the even 1; read in single precision it would be 1 + 2^-23.
+TEST(columns_test, narrows_the_accuracies_from_double_precision) {
+  const std::string value = "1.00000005960464477540";
+  const row_result result =
+      read_row("hAcc,vAcc,sAcc,time,lat,lon,hMSL,velN,velE,velD,numSV", value + "," + value + "," + value);
+  ASSERT_NE(std::strtof(value.c_str(), nullptr), 1.0F);
+  EXPECT_EQ(result.track.points[0].hacc, 1.0F);
+  EXPECT_EQ(result.track.points[0].vacc, 1.0F);
+  EXPECT_EQ(result.track.points[0].sacc, 1.0F);
+}
+
+TEST(columns_test, narrows_an_accuracy_beyond_single_precision_to_infinity) {
+  const row_result result = read_row("hAcc,vAcc,sAcc,time,lat,lon,hMSL,velN,velE,velD,numSV", "1e39,-1e39,nan");
+  EXPECT_EQ(result.track.points[0].hacc, HUGE_VALF);
+  EXPECT_EQ(result.track.points[0].vacc, -HUGE_VALF);
+  EXPECT_TRUE(std::isnan(result.track.points[0].sacc));
+}
+
+struct count_case {
+  const char *text;
+  int expected;
+};
+
+const count_case count_cases[] = {
+    {"0", 0},
+    {"12", 12},
+    {"255", 255},
+    {"256", 0},
+    {"257", 1},
+    {"+7", 7},
+    {" 7", 7},
+    {"-1", 255},
+    {"-255", 1},
+    {"7.9", 7},
+    {"7x", 7},
+    {"x", 0},
+    {"010", 10},
+    {"0x10", 0},
+    {"1e2", 1},
+    {"", 0},
+    {"99999999999999999999999", 255},  // the largest number that strtoul has
+};
+
+TEST(columns_test, keeps_the_low_8_bits_of_a_count) {
+  for (const count_case &c : count_cases) {
+    SCOPED_TRACE(c.text);
+    const std::string text = c.text;
+    const row_result result =
+        read_row("numSV,gpsFix,sAcc,vAcc,hAcc,velD,velE,velN,hMSL,lon,lat,time", text + "," + text);
+    EXPECT_EQ(result.error, nullptr);
+    EXPECT_EQ(result.track.points[0].numsv, c.expected);
+    EXPECT_EQ(result.track.points[0].gpsfix, c.expected);
+  }
+}
+
+TEST(columns_test, takes_any_text_for_a_number) {
+  const row_result result =
+      read_row("lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV,time", "junk,,1e3,0x10,+5, 7,5m,-,.5");
+  EXPECT_EQ(result.error, nullptr);
+  ASSERT_EQ(result.track.count, 1U);
+  const gps_point &point = result.track.points[0];
+  EXPECT_EQ(point.pos_wgs84.x, 0.0);
+  EXPECT_EQ(point.pos_wgs84.y, 0.0);
+  EXPECT_EQ(point.pos_wgs84.z, 1000.0);
+  EXPECT_EQ(point.vel_ltp.x, 16.0);
+  EXPECT_EQ(point.vel_ltp.y, 5.0);
+  EXPECT_EQ(point.vel_ltp.z, 7.0);
+  EXPECT_EQ(point.hacc, 5.0F);
+  EXPECT_EQ(point.vacc, 0.0F);
+  EXPECT_EQ(point.sacc, 0.5F);
+}
+
+struct row_case {
+  const char *name;
+  const char *row;
+  std::uint32_t count;
+  error_slot error;
+};
+
+const std::string lat_first = "lat,time,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV";
+
+const row_case row_cases[] = {
+    {"as many fields as columns", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11", 1, nullptr},
+    {"a trailing comma", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11,", 1, nullptr},
+    {"one field more", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11,12", 0, nullptr},
+    {"one empty field more", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11,,", 0, nullptr},
+    {"one field fewer", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10", 1, nullptr},
+    {"one field alone", "1", 1, nullptr},
+    {"no field", "", 1, nullptr},
+    {"a bad time", "1,2024-06-01 12:30:05Z,3", 0, "invalid time field"},
+    {"an empty time", "1,,3", 0, "invalid time field"},
+    {"a bad time and a field more", "1,junk,3,4,5,6,7,8,9,10,11,12", 0, "invalid time field"},
+};
+
+TEST(columns_test, drops_a_row_of_too_many_fields_without_a_word) {
+  for (const row_case &c : row_cases) {
+    SCOPED_TRACE(c.name);
+    row_result result;
+    EXPECT_EQ(printed_by([&] { result = read_row(lat_first, c.row); }), "");
+    EXPECT_STREQ(result.error, c.error);
+    EXPECT_EQ(result.track.count, c.count);
+  }
+}
+
+// The dropped row's values are still in the slot that the next row gets.
+TEST(columns_test, begins_each_sample_with_zeros) {
+  open_text lines(required_names + "\n1970-01-01T00:00:09Z,1,2,3,4,5,6,7,8,9,10,11\n,\n");
+  column_actions actions;
+  ASSERT_TRUE(parse_field_names(lines.file, actions));
+  row_result result;
+  ASSERT_TRUE(read_line(lines.file));
+  append_gps_point(lines.file, actions, result.track, &result.error);
+  ASSERT_EQ(result.track.count, 0U);
+  result.track.points[0].pos_ecef = {1.0, 2.0, 3.0};
+  result.track.points[0].turn_rate = 4.0;
+  open_text empty("\n");
+  append_gps_point(empty.file, actions, result.track, &result.error);
+  ASSERT_EQ(result.error, nullptr);
+  ASSERT_EQ(result.track.count, 1U);
+  const gps_point &point = result.track.points[0];
+  EXPECT_EQ(point.time, 0);
+  EXPECT_EQ(point.pos_wgs84.x, 0.0);
+  EXPECT_EQ(point.vel_ltp.z, 0.0);
+  EXPECT_EQ(point.hacc, 0.0F);
+  EXPECT_EQ(point.numsv, 0);
+  EXPECT_EQ(point.pos_ecef.y, 0.0);
+  EXPECT_EQ(point.turn_rate, 0.0);
+}
+
+TEST(columns_test, fails_when_memory_is_short_for_the_sample) {
+  column_actions actions;
+  ASSERT_TRUE(parse_names(required_names, actions));
+  open_text line("1970-01-01T00:00:00Z\n");
+  row_result result;
+  const allocation_limit limit(0);
+  append_gps_point(line.file, actions, result.track, &result.error);
+  EXPECT_STREQ(result.error, "failed to realloc gps_points");
+  EXPECT_EQ(result.track.count, 0U);
+}
+
+}  // namespace
+}  // namespace tarvel
