@@ -1,0 +1,136 @@
+#include "swoop/analysis.h"
+
+#include <algorithm>
+#include <array>
+
+#include "formats/coord_dump.h"
+#include "geo/angle.h"
+#include "geo/track_frames.h"
+#include "swoop/gates.h"
+#include "swoop/implicit_gate.h"
+#include "swoop/kinematics.h"
+#include "swoop/max_speeds.h"
+#include "swoop/plane_exit.h"
+#include "swoop/rollout.h"
+#include "swoop/speed_carve.h"
+#include "swoop/stop.h"
+#include "swoop/touchdown.h"
+#include "swoop/turn.h"
+
+namespace tarvel {
+
+namespace {
+
+using detector = void (*)(swoop &run, error_slot *error);
+
+void dump_coordinates(swoop &run, error_slot *error) {
+  if (run.debug) write_coord_dump(samples_of(run), error);
+}
+
+void estimate_run_touchdown(swoop &run, error_slot *error) { estimate_touchdown(run, run.time_aloft, error); }
+
+// Each relies on what the ones before it have found.
+constexpr std::array<detector, 13> detectors = {
+    dump_coordinates,  check_gate_location, detect_plane_exit,      detect_pattern_entry, detect_top_of_turn,
+    detect_stop,       detect_rollout,      detect_bottom_of_turn,  detect_entry_gate,    detect_speed_carve,
+    detect_max_speeds, sum_turn_degrees,    estimate_run_touchdown,
+};
+
+// Small enough to stay in the processor's cache from one stage to the next; fetching a long track from memory once for
+// each stage would take longer than the stages.
+constexpr std::uint32_t block_size = 512;
+
+// A track's ECEF fields do not depend on the frame and are derived once.
+enum class ecef_state { missing, derived };
+
+void derive_samples(swoop &run, ecef_state ecef) {
+  for (std::uint32_t first = 0; first < run.track_len; first += block_size) {
+    const std::uint32_t count = std::min(block_size, run.track_len - first);
+    const std::span<gps_point> samples(run.track.get() + first, count);
+    if (ecef == ecef_state::missing) derive_ecef(samples);
+    derive_local(samples, run.matrix);
+    derive_acceleration(run, {first, first + count});
+    derive_dive_angle(run, {first, first + count});
+    derive_heading(run, {first, first + count});
+  }
+  derive_turn_angle(run);
+  derive_turn_rate(run);
+}
+
+void run_pipeline(swoop &run, ecef_state ecef, error_slot *error) {
+  *error = nullptr;
+  derive_samples(run, ecef);
+  for (const detector detect : detectors) {
+    detect(run, error);
+    if (*error) return;
+  }
+}
+
+// What a gate type does with the course it is given.
+enum class frame_state { settled, unchanged, failed };
+
+frame_state settle_turning_frame(swoop &run, const mat4 &frame, double theta) {
+  if (run.rotate_theta == theta && run.rotate_matrix_in == frame && run.rotate_matrix_out == run.matrix) {
+    return frame_state::unchanged;
+  }
+  run.rotate_theta = theta;
+  run.rotate_matrix_in = frame;
+  run.matrix = frame;
+  return frame_state::settled;
+}
+
+frame_state settle_fixed_frame(swoop &run, const mat4 &frame) {
+  if (run.matrix == frame) return frame_state::unchanged;
+  run.matrix = frame;
+  return frame_state::settled;
+}
+
+frame_state settle_implicit_frame(swoop &run, error_slot *error) {
+  if (run.gate_type == gate_type_implicit) return frame_state::unchanged;
+  build_implicit_frame(run, error);
+  return *error == nullptr ? frame_state::settled : frame_state::failed;
+}
+
+frame_state settle_frame(swoop &run, std::int32_t gate_type, const mat4 &frame, double theta, error_slot *error) {
+  switch (gate_type) {
+    case gate_type_course: return settle_turning_frame(run, frame, theta);
+    case gate_type_fixed_course: return settle_fixed_frame(run, frame);
+    case gate_type_implicit: return settle_implicit_frame(run, error);
+    default: *error = "invalid gate type"; return frame_state::failed;
+  }
+}
+
+// How far the frame must be turned about the vertical for the run as it was flown.
+double correction_angle(const swoop &run) {
+  double angle = 0.0;
+  if (run.reversal_detected) angle = pi;
+  if (run.carve_detected) angle += run.rotate_theta;
+  return angle;
+}
+
+}  // namespace
+
+void run_swoop_pipeline(swoop &run, error_slot *error) { run_pipeline(run, ecef_state::missing, error); }
+
+void analyze_swoop(swoop &run, std::int32_t gate_type, const mat4 &frame, double theta, error_slot *error) {
+  *error = nullptr;
+  if (run.track_len == 0) {
+    *error = "no points found in track";
+    return;
+  }
+  if (settle_frame(run, gate_type, frame, theta, error) != frame_state::settled) return;
+
+  run.gate_type = gate_type;
+  run.reversal_detected = false;
+  run.carve_detected = false;
+  run_swoop_pipeline(run, error);
+  if (*error) return;
+
+  const double angle = correction_angle(run);
+  if (gate_type != gate_type_course || angle == 0.0) return;
+  mat4_rotate_z(run.matrix, angle);
+  run.rotate_matrix_out = run.matrix;
+  run_pipeline(run, ecef_state::derived, error);
+}
+
+}  // namespace tarvel

@@ -1,0 +1,144 @@
+#include "swoop/implicit_gate.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "geo/course_frame.h"
+#include "geo/wgs84.h"
+#include "swoop/rollout.h"
+#include "swoop/sample_measures.h"
+
+namespace tarvel {
+
+namespace {
+
+constexpr double flight_descent_feet = 1500.0;
+constexpr float usable_vacc = 20.0F;  // m; worse heights say nothing about flight
+constexpr double standing_speed_mph = 10.0;
+constexpr float unusable_vacc = 10.0F;        // m; from here on heights cannot confirm a landing
+constexpr double landed_height_feet = 100.0;  // how far the height may move after a landing
+constexpr std::int64_t landed_time = 15000;   // ms
+constexpr std::int64_t ground_time = 3000;    // ms after the landing that give the ground's height
+constexpr double carried_height = 2.0;        // m above the ground at which a pilot's logger stands
+constexpr double dive_height_feet = 100.0;
+
+// The first sample well below the greatest height before it; 0 when there is none. The last sample is not examined.
+std::size_t find_flight(std::span<const gps_point> samples) {
+  double highest = raw_altitude(samples[0]);
+  for (std::size_t i = 0; i + 1 < samples.size(); ++i) {
+    if (!(samples[i].vacc < usable_vacc)) continue;
+    const double altitude = raw_altitude(samples[i]);
+    if (altitude > highest) highest = altitude;
+    if (feet_per_metre * (highest - altitude) > flight_descent_feet) return i;
+  }
+  return 0;
+}
+
+bool is_slow(const gps_point &sample) { return mph_per_mps * vec3_length(sample.vel_ltp) < standing_speed_mph; }
+
+bool has_moved_away(const gps_point &from, double altitude) {
+  return !(feet_per_metre * std::fabs(altitude - raw_altitude(from)) <= landed_height_feet);
+}
+
+// Tells landings from slow flight. Where the clock stands still, each candidate could look at all samples behind it. So
+// the scan that refused the candidate before is remembered: the sample that refused it, and the least and the greatest
+// height before that. As long as the clock has not gone back, the next candidate is refused by the same sample if that
+// is too far away, and goes on behind it if both heights are near enough.
+struct landing_check {
+  std::size_t candidate = 0;
+  std::size_t refused_by = 0;  // 0: no candidate was refused
+  double least = 0.0;
+  double greatest = 0.0;
+
+  bool confirm(std::span<const gps_point> samples, std::size_t i) {
+    std::size_t j = i;
+    if (i < refused_by && elapsed(samples[candidate], samples[i]) >= 0) {
+      if (has_moved_away(samples[i], raw_altitude(samples[refused_by]))) return false;
+      if (!has_moved_away(samples[i], least) && !has_moved_away(samples[i], greatest)) j = refused_by;
+    }
+    if (j == i) least = greatest = raw_altitude(samples[i]);
+    candidate = i;
+    for (; j < samples.size(); ++j) {
+      const double altitude = raw_altitude(samples[j]);
+      if (elapsed(samples[i], samples[j]) > landed_time) return true;
+      if (has_moved_away(samples[i], altitude)) {
+        refused_by = j;
+        return false;
+      }
+      least = std::min(least, altitude);
+      greatest = std::max(greatest, altitude);
+    }
+    return true;
+  }
+};
+
+// 0 when there is none. The last sample is not examined.
+std::size_t find_landing(std::span<const gps_point> samples, std::size_t flight) {
+  landing_check check;
+  for (std::size_t i = flight; i + 1 < samples.size(); ++i) {
+    if (!is_slow(samples[i])) continue;
+    if (samples[i].vacc >= unusable_vacc || check.confirm(samples, i)) return i;
+  }
+  return 0;
+}
+
+double ground_height(std::span<const gps_point> samples, std::size_t landing) {
+  double sum = 0.0;
+  std::size_t count = 0;
+  for (std::size_t i = landing; i < samples.size(); ++i) {
+    sum += raw_altitude(samples[i]);
+    ++count;
+    if (elapsed(samples[landing], samples[i]) > ground_time) break;
+  }
+  return sum / static_cast<double>(count) - carried_height;
+}
+
+bool is_above_dive(const gps_point &sample, double ground) {
+  return feet_per_metre * (raw_altitude(sample) - ground) > dive_height_feet;
+}
+
+}  // namespace
+
+void find_implicit_gate(const swoop &run, vec3 &gate_point, vec3 &landing_point, error_slot *error) {
+  const std::span<const gps_point> samples = samples_of(run);
+  const std::size_t flight = find_flight(samples);
+  if (flight == 0) {
+    *error = "could not detect flight";
+    return;
+  }
+  const std::size_t landing = find_landing(samples, flight);
+  if (landing == 0) {
+    *error = "could not detect landing";
+    return;
+  }
+  const double ground = ground_height(samples, landing);
+  std::size_t dive = landing;
+  while (dive > 0 && !is_above_dive(samples[dive], ground)) --dive;
+  if (!is_above_dive(samples[dive], ground)) {
+    *error = "could not find dive at 100 feet";
+    return;
+  }
+
+  std::uint32_t bottom = 0;
+  std::int64_t bottom_time = 0;
+  find_bottom(run, static_cast<std::uint32_t>(dive), static_cast<std::uint32_t>(landing), bottom, bottom_time);
+  const vec3 gate = position_at(run, bottom, bottom_time, &gps_point::pos_wgs84);
+  gate_point = {gate.x, gate.y, ground};
+  landing_point = {samples[landing].pos_wgs84.x, samples[landing].pos_wgs84.y, ground};
+}
+
+void build_implicit_frame(swoop &run, error_slot *error) {
+  vec3 gate;
+  vec3 landing;
+  find_implicit_gate(run, gate, landing, error);
+  if (*error) return;
+
+  constexpr double vertical_rise = 100.0;  // m; any rise gives the same vertical
+  const vec3 above = wgs84_to_ecef({gate.x, gate.y, gate.z + vertical_rise});
+  const vec3 origin = wgs84_to_ecef(gate);
+  frame_axes axes;
+  frame_from_vertical(above, origin, wgs84_to_ecef(landing), axes);
+  run.matrix = mat4_from_axes(axes, origin);
+}
+
+}  // namespace tarvel

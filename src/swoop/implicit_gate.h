@@ -1,0 +1,16 @@
+// A frame from the run itself, for runs without a course: the entry gate stands at the bottom of the swoop.
+#pragma once
+
+#include "driver/error_slot.h"
+#include "swoop/swoop.h"
+
+namespace tarvel {
+
+// The bottom of the swoop at ground level and the landing, WGS84, from the raw logger values. Fails with "could not
+// detect flight", "could not detect landing" or "could not find dive at 100 feet".
+void find_implicit_gate(const swoop &run, vec3 &gate_point, vec3 &landing_point, error_slot *error);
+
+// Fills run.matrix: origin at the gate point, z up, x towards the landing. Fails like find_implicit_gate.
+void build_implicit_frame(swoop &run, error_slot *error);
+
+}  // namespace tarvel

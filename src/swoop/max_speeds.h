@@ -1,0 +1,13 @@
+// The greatest speeds of a run.
+#pragma once
+
+#include "driver/error_slot.h"
+#include "swoop/swoop.h"
+
+namespace tarvel {
+
+// Fills run.max_horz_speed (between rollout and stop), run.max_vert_speed and run.max_total_speed (between the top of
+// the turn and the stop) with the first sample of greatest speed, 0 when no speed is positive. Never fails.
+void detect_max_speeds(swoop &run, error_slot *error);
+
+}  // namespace tarvel

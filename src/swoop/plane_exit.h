@@ -1,0 +1,17 @@
+// Where the run begins: the exit from the aircraft and the descent into the pattern.
+#pragma once
+
+#include "driver/error_slot.h"
+#include "swoop/swoop.h"
+
+namespace tarvel {
+
+// Fills run.plane_exit with the first sample of a fall that lasts, 0 when there is none. Needs pos_local and acc_local.
+// Never fails.
+void detect_plane_exit(swoop &run, error_slot *error);
+
+// Fills run.pattern_entry with the first sample below 2,500 ft that follows one at or above it, searching from the
+// exit. Needs pos_local. Fails with "could not detect pattern entry".
+void detect_pattern_entry(swoop &run, error_slot *error);
+
+}  // namespace tarvel

@@ -1,0 +1,41 @@
+// What the detectors look at in a sample, in the units in which their thresholds are stated.
+#pragma once
+
+#include <cstdint>
+
+#include "driver/units.h"
+#include "geo/track_frames.h"
+#include "track/gps_point.h"
+
+namespace tarvel {
+
+// Above the entry gate.
+[[nodiscard]] inline double height_feet(const gps_point &sample) { return feet_per_metre * sample.pos_local.z; }
+
+// Positive downward.
+[[nodiscard]] inline double descent_mph(const gps_point &sample) { return mph_per_mps * -sample.vel_local.z; }
+
+// mph per second, positive downward.
+[[nodiscard]] inline double downward_acceleration(const gps_point &sample) { return mph_per_mps * -sample.acc_local.z; }
+
+[[nodiscard]] inline double horizontal_mph(const gps_point &sample) { return mph_per_mps * horizontal_speed(sample); }
+
+// As the logger reported them: height above mean sea level, m; descent, m/s and mph.
+[[nodiscard]] inline double raw_altitude(const gps_point &sample) { return sample.pos_wgs84.z; }
+[[nodiscard]] inline double raw_descent(const gps_point &sample) { return sample.vel_ltp.z; }
+
+// ms. Differences wrap, so that hostile times cannot trap.
+[[nodiscard]] inline std::int64_t elapsed(const gps_point &from, const gps_point &to) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(to.time) - static_cast<std::uint64_t>(from.time));
+}
+
+// ms as a double for a divisor. 32-bit unsigned: a step back in time becomes a very long one, so that its rates come
+// out near zero instead of negative.
+[[nodiscard]] inline double time_step(const gps_point &from, const gps_point &to) {
+  return static_cast<double>(static_cast<std::uint32_t>(elapsed(from, to)));
+}
+
+// A heading difference folded into 0..180 degrees.
+[[nodiscard]] double folded_heading_change(double from, double to);
+
+}  // namespace tarvel

@@ -1,0 +1,14 @@
+// The speed carve: a run around a curved course, and its exit gate.
+#pragma once
+
+#include "driver/error_slot.h"
+#include "swoop/swoop.h"
+
+namespace tarvel {
+
+// Fills exit_gate, exit_gate_time, exit_gate_speed and exit_gate_xpos when the run crossed the carve's exit gate near
+// enough to be scored, and sets carve_detected and carve_direction when it was a carve. Only for a course that may be
+// turned and a run through its entry gate. Needs pos_ecef and the entry gate's results. Never fails.
+void detect_speed_carve(swoop &run, error_slot *error);
+
+}  // namespace tarvel
