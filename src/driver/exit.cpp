@@ -1,0 +1,24 @@
+#include "driver/exit.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace tarvel {
+
+void exit_program(int status) {
+  const bool had_error = std::ferror(stdout) != 0;
+  const bool is_closed = std::fclose(stdout) == 0;
+  if (had_error || !is_closed) {
+    std::fputs("ERROR: failed to write file: standard output\n", stderr);
+    status = EXIT_FAILURE;
+  }
+  std::exit(status);
+}
+
+void fatal_error(error_slot message) {
+  if (message == nullptr) return;
+  std::printf("ERROR: %s\n", message);
+  exit_program(EXIT_FAILURE);
+}
+
+}  // namespace tarvel

@@ -1,0 +1,27 @@
+#include <cstdlib>
+
+#include "driver/exit.h"
+#include "driver/file_handle.h"
+#include "driver/modes.h"
+#include "driver/options.h"
+
+namespace {
+
+// Before the first output: the gate's outputs must not destroy a run that is read only after them.
+void protect_tracks(const tarvel::run_config &config) {
+  tarvel::error_slot error = nullptr;
+  if (config.gate_file) tarvel::protect_input(config.gate_file.get(), &error);
+  if (config.swoop_file) tarvel::protect_input(config.swoop_file.get(), &error);
+  tarvel::fatal_error(error);
+}
+
+}  // namespace
+
+int main(int argc, char *argv[]) {
+  tarvel::run_config config;
+  tarvel::parse_options(argc, argv, config);
+  protect_tracks(config);
+  if (config.gate_file) tarvel::run_gate_mode(config);
+  if (config.swoop_file) tarvel::run_swoop_mode(config);
+  tarvel::exit_program(EXIT_SUCCESS);
+}
