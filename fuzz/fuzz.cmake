@@ -1,0 +1,30 @@
+# Fuzz targets, one file each. With TARVEL_FUZZERS each becomes a libFuzzer program:
+#
+#   cmake --preset fuzz && cmake --build --preset fuzz
+#   build/fuzz/container_fuzzer -max_total_time=60 -close_fd_mask=1 -dict=fuzz/dictionaries/container.dict CORPUS fuzz/seeds/container
+#
+# With the tests each is also linked with a main that replays its seeds, under whatever the tests are built with. A
+# finding, made small, becomes a seed.
+
+# tarvel_fuzzer(NAME USES target...)
+function(tarvel_fuzzer name)
+  cmake_parse_arguments(PARSE_ARGV 1 fuzzer "" "" "USES")
+  if(TARVEL_FUZZERS)
+    add_executable(${name}_fuzzer fuzz/${name}_fuzzer.cpp)
+    target_link_libraries(${name}_fuzzer PRIVATE ${fuzzer_USES} tarvel_build_options)
+    target_link_options(${name}_fuzzer PRIVATE -fsanitize=fuzzer)
+  endif()
+  if(TARVEL_TESTS)
+    add_executable(${name}_replay fuzz/${name}_fuzzer.cpp fuzz/replay.cpp)
+    target_link_libraries(${name}_replay PRIVATE ${fuzzer_USES} tarvel_build_options)
+    add_test(NAME fuzz/${name} COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${name})
+    set_tests_properties(fuzz/${name} PROPERTIES ENVIRONMENT "TZ=UTC;LC_ALL=C" TIMEOUT 60)
+  endif()
+endfunction()
+
+tarvel_fuzzer(header_lines USES tarvel_track)
+tarvel_fuzzer(tagged_lines USES tarvel_track)
+tarvel_fuzzer(time_field USES tarvel_track)
+tarvel_fuzzer(container USES tarvel_container)
+tarvel_fuzzer(course_file USES tarvel_formats)
+tarvel_fuzzer(swoop_analysis USES tarvel_swoop)

@@ -1,0 +1,14 @@
+// The tagged-line reader: any bytes give samples or a message.
+#include "fuzz_input.h"
+#include "track/delimited_reader.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+  using namespace tarvel;
+  if (size == 0) return 0;
+  const file_handle stream = open_fuzz_input(data, size);
+  gps_track track;
+  error_slot error = nullptr;
+  read_track_tagged_stream(stream.get(), track, &error);
+  require_all_or_nothing(error, track.points != nullptr && track.count > 0);
+  return 0;
+}
