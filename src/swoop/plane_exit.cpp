@@ -21,9 +21,9 @@ constexpr std::int64_t fall_time = 1500;  // ms for which the mean must exceed l
 // Vertical accuracies from here on (m) say too little to end the search.
 constexpr float trusted_vacc = 10.0F;
 
-// Finds falls that last. Where the clock stands still, each candidate could look at all samples behind it. So a scan that
-// ended before the fall time had passed is remembered: candidates between its own and its end, with the clock not gone
-// back, have not as much time left.
+// Finds falls that last. Where the clock stands still, each candidate could look at all samples behind it. So a scan
+// that ended before the fall time had passed is remembered: candidates between its own and its end, with the clock
+// not gone back, have not as much time left.
 struct fall_start_check {
   std::size_t candidate = 0;
   std::size_t ended_at = 0;
