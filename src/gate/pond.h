@@ -1,0 +1,15 @@
+// The pond's perimeter: the path that the walker took from mark to mark.
+#pragma once
+
+#include "driver/error_slot.h"
+#include "gate/gate.h"
+
+namespace tarvel {
+
+// Fills course.pond with points of the walk at least 5 ft apart within each of its four legs, closed by a copy of the
+// first point and ended by (0, 0, 0); leaves it null when there are none. Derives the walk's local fields. Needs matrix
+// and waypoints. Fails with "no point 50' from waypoint", "no point near next waypoint" or "failed to realloc pond
+// array".
+void survey_pond(gate &course, error_slot *error);
+
+}  // namespace tarvel

@@ -1,0 +1,260 @@
+#include "gate/gate_open.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "container/tvl_file.h"
+#include "support/allocation_limit.h"
+#include "support/files.h"
+#include "support/hand_made_walk.h"
+
+namespace tarvel {
+namespace {
+
+constexpr const char *header = "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV\nunits\n";
+
+struct opened {
+  owned_record<gate> course;
+  std::string log;
+  bool has_log = false;
+  std::string message;  // empty for success
+};
+
+opened open_course(const char *file) {
+  opened result;
+  owned_text log;
+  error_slot error = "not cleared";
+  result.course = gate_open(file, &log, &error);
+  result.has_log = log != nullptr;
+  if (log) result.log = log.get();
+  if (error != nullptr) result.message = error;
+  EXPECT_EQ(result.course == nullptr, error != nullptr);
+  return result;
+}
+
+opened open_walk(const std::vector<gps_point> &samples) {
+  write_text("walk.csv", walk_text(samples));
+  return open_course("walk.csv");
+}
+
+mat4 some_frame() {
+  mat4 frame;
+  for (int i = 0; i < 16; ++i) frame.m[i / 4][i % 4] = 0.1 + i;
+  return frame;
+}
+
+void write_course(const char *path, const std::vector<vec3> &pond) {
+  gate_file_data data;
+  data.matrix = some_frame();
+  data.theta = -0.75;
+  ASSERT_TRUE(try_zeroed(data.pond, pond.size() + 1));
+  std::copy(pond.begin(), pond.end(), data.pond.get());
+  error_slot error = nullptr;
+  write_gate_file(path, data, &error);
+  ASSERT_STREQ(error, nullptr);
+}
+
+TEST(gate_open_test, needs_a_file_name) {
+  const opened result = open_course(nullptr);
+  EXPECT_EQ(result.message, "gate filename not specified");
+  EXPECT_FALSE(result.has_log);
+}
+
+TEST(gate_open_test, surveys_a_walk_and_its_pond) {
+  const temp_dir folder;
+  const hand_made_walk walk = course_walk();
+  const opened result = open_walk(walk.samples);
+  ASSERT_EQ(result.message, "");
+  const gate &course = *result.course;
+  EXPECT_STREQ(course.file.get(), "walk.csv");
+  EXPECT_EQ(course.track_len, walk.samples.size());
+  EXPECT_EQ(course.track[0].pos_wgs84.z, 420.0);
+  EXPECT_EQ(std::count(result.log.begin(), result.log.end(), '\n'), 7);
+  // Four sides of 20.6, 20.6 and 70 m, without 5 ft at both ends, in steps of 1.8 m (six samples of 0.3 m): 10 + 10 + 37.
+  const std::span<const vec3> points = pond_points(course.pond.get());
+  EXPECT_NEAR(static_cast<double>(points.size()), 82.0, 20.0);
+  for (const vec3 &point : points) EXPECT_NEAR(point.z, 1.0, 0.01);
+  ASSERT_FALSE(points.empty());
+  EXPECT_EQ(points.front().x, points.back().x);
+  EXPECT_EQ(points.front().y, points.back().y);
+  // A mark on the way home: the centre line at 30 m.
+  const auto nearest = std::min_element(points.begin(), points.end(), [](const vec3 &a, const vec3 &b) {
+    const vec3 mark = {30.0, -2.0, 0.0};
+    return distance_2d(a, mark) < distance_2d(b, mark);
+  });
+  EXPECT_LT(distance_2d(*nearest, {30.0, -2.0, 0.0}), 2.0);
+}
+
+TEST(gate_open_test, takes_a_finished_course_as_it_is) {
+  const temp_dir folder;
+  write_course("course.tvl", {{1.5, 2.5, 0.0}, {-3.25, 4.0, 0.0}, {1.5, 2.5, 0.0}});
+  const opened result = open_course("course.tvl");
+  ASSERT_EQ(result.message, "");
+  const gate &course = *result.course;
+  EXPECT_STREQ(course.file.get(), "course.tvl");
+  EXPECT_EQ(course.matrix, some_frame());
+  EXPECT_EQ(course.theta, -0.75);
+  const std::span<const vec3> points = pond_points(course.pond.get());
+  ASSERT_EQ(points.size(), 3U);
+  EXPECT_EQ(points[1].x, -3.25);
+  EXPECT_EQ(points[1].y, 4.0);
+  EXPECT_EQ(course.track, nullptr);
+  EXPECT_EQ(course.track_len, 0U);
+  for (const vec3 &waypoint : course.waypoints) EXPECT_EQ(vec3_length(waypoint), 0.0);
+  EXPECT_FALSE(result.has_log);
+}
+
+TEST(gate_open_test, takes_a_finished_course_whatever_its_name) {
+  const temp_dir folder;
+  write_course("walk.csv", {});
+  const opened result = open_course("walk.csv");
+  ASSERT_EQ(result.message, "");
+  // No pond is a list that ends at once.
+  ASSERT_NE(result.course->pond, nullptr);
+  EXPECT_TRUE(pond_points(result.course->pond.get()).empty());
+
+  write_text("walk.tvl", walk_text(course_walk().samples));
+  EXPECT_GT(open_course("walk.tvl").course->track_len, 0U);
+}
+
+struct failing_case {
+  const char *name;
+  std::string text;
+  const char *message;
+};
+
+std::string text_of(const walk_marks &marks) { return walk_text(course_walk(marks).samples); }
+
+// The walk's first samples up to a time in seconds.
+std::string text_until(double seconds) {
+  std::vector<gps_point> samples = course_walk().samples;
+  std::erase_if(samples, [&](const gps_point &sample) { return static_cast<double>(sample.time) > 1000.0 * seconds; });
+  return walk_text(samples);
+}
+
+std::string text_with_accuracy(float accuracy) {
+  std::vector<gps_point> samples = course_walk().samples;
+  for (gps_point &sample : samples) sample.hacc = sample.vacc = accuracy;
+  return walk_text(samples);
+}
+
+TEST(gate_open_test, passes_on_what_is_wrong_with_the_walk) {
+  const temp_dir folder;
+  // Within 50 ft of B at C: one gate mark is 11 m from the centre line's end.
+  const walk_marks close = {.b = {0.0, 5.0, 0.0}, .c = {-10.0, 0.0, 0.0}, .d = {0.0, -5.0, 0.0}};
+  const std::vector<failing_case> cases = {
+      {"empty", "", "missing field names"},
+      {"other names", "a,b,c\n", "invalid field names"},
+      {"no units", "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV\n", "missing field units"},
+      {"no samples", header, "no GPS points found"},
+      {"a swoop's container", "uTVL", "invalid field names"},
+      {"no fix", text_with_accuracy(3.0F), "could not find start of track"},
+      {"ends at the start", text_until(7.8), "could not detect waypoint"},
+      {"never leaves the start", text_until(12.0), "could not detect motion"},
+      {"ends on the way to A", text_until(12.0 * 4.0 + 92.0), "could not detect waypoint"},
+      {"a corner too high", text_of({.d = {0.0, -5.0, -6.0}}), "excessive error in waypoint height (4.50m)"},
+      {"marks on one side", text_of({.b = {0.0, 20.0, 0.0}, .d = {0.0, 5.0, 0.0}}), "AC and BD do not intersect"},
+      {"marks within 50 ft of each other", text_of(close), nullptr},
+  };
+  for (const failing_case &c : cases) {
+    SCOPED_TRACE(c.name);
+    write_text("walk.csv", c.text);
+    const opened result = open_course("walk.csv");
+    EXPECT_EQ(result.message, c.message == nullptr ? "" : c.message);
+  }
+  EXPECT_EQ(open_course("nowhere.csv").message, "failed to open file: nowhere.csv");
+}
+
+// Marks 10 to 15 m from each other: a standstill each, but none is ever left for good.
+TEST(gate_open_test, fails_when_a_mark_is_never_left_by_50_ft) {
+  const temp_dir folder;
+  const walk_marks marks = {
+      .start = {0.0, -6.0, 0.0}, .b = {0.0, 6.0, 0.0}, .c = {-8.5, 0.0, 0.0}, .d = {0.0, -6.0, 0.0}, .a = {6.5, 2.0, 0.0}};
+  const opened result = open_walk(course_walk(marks).samples);
+  EXPECT_EQ(result.message, "no point 50' from waypoint");
+  EXPECT_EQ(std::count(result.log.begin(), result.log.end(), '\n'), 7);
+}
+
+// A lies 13.4 m from D. From A the walker returns to D and only then leaves it by 50 ft: the last leg begins there, and
+// never comes to A again.
+TEST(gate_open_test, fails_when_the_last_leg_does_not_lead_to_its_mark) {
+  const temp_dir folder;
+  const walk_marks marks = {
+      .start = {0.0, 40.0, 0.0}, .b = {0.0, 6.0, 0.0}, .c = {-8.5, 0.0, 0.0}, .d = {0.0, -6.0, 0.0}, .a = {12.0, 0.0, 0.0}};
+  hand_made_walk walk = course_walk(marks);
+  walk_to(walk, marks.d);
+  walk_to(walk, {0.0, -60.0, 0.0});
+  EXPECT_EQ(open_walk(walk.samples).message, "no point near next waypoint");
+
+  walk_to(walk, marks.a);
+  add_sample(walk);
+  EXPECT_EQ(open_walk(walk.samples).message, "");
+}
+
+TEST(gate_open_test, hands_out_the_log_of_a_walk_that_fails) {
+  const temp_dir folder;
+  write_text("walk.csv", text_until(12.0));
+  const opened result = open_course("walk.csv");
+  EXPECT_EQ(result.message, "could not detect motion");
+  EXPECT_EQ(result.log, "waypoint detected:  41 points,  8000ms interval, 0.00m deviation\n");
+}
+
+TEST(gate_open_test, needs_no_one_to_take_the_log) {
+  const temp_dir folder;
+  write_text("walk.csv", walk_text(sparse_walk().samples));
+  error_slot error = nullptr;
+  EXPECT_NE(gate_open("walk.csv", nullptr, &error), nullptr);
+  EXPECT_STREQ(error, nullptr);
+}
+
+// Every request refused in turn: a message, no course, and never a crash.
+std::vector<std::string> messages_when_memory_is_short(const char *file) {
+  std::vector<std::string> messages;
+  for (std::size_t granted = 0;; ++granted) {
+    SCOPED_TRACE(granted);
+    owned_text log;
+    error_slot error = nullptr;
+    owned_record<gate> course;
+    {
+      const allocation_limit limit(granted);
+      course = gate_open(file, &log, &error);
+    }
+    if (error == nullptr) {
+      EXPECT_NE(course, nullptr);
+      return messages;
+    }
+    EXPECT_EQ(course, nullptr);
+    if (messages.empty() || messages.back() != error) messages.push_back(error);
+    if (granted == 100) return messages;
+  }
+}
+
+TEST(gate_open_test, says_when_memory_is_short) {
+  const temp_dir folder;
+  write_text("walk.csv", walk_text(sparse_walk().samples));
+  EXPECT_EQ(messages_when_memory_is_short("walk.csv"),
+            (std::vector<std::string>{"failed to allocate memory for gate", "strdup() failed",
+                                      "failed to malloc file.block_ptr", "invalid field names",
+                                      "failed to realloc gps_points", "malloc() failed",
+                                      "failed to realloc pond array"}));
+}
+
+TEST(gate_open_test, says_when_memory_is_short_for_a_finished_course) {
+  const temp_dir folder;
+  write_course("course.tvl", {{1.5, 2.5, 0.0}});
+  const std::vector<std::string> messages = messages_when_memory_is_short("course.tvl");
+  ASSERT_GE(messages.size(), 3U);
+  EXPECT_EQ(messages[0], "failed to allocate memory for gate");
+  EXPECT_EQ(messages[1], "strdup() failed");
+  // A container that could not be read is tried as text.
+  for (std::size_t i = 2; i < messages.size(); ++i) {
+    EXPECT_TRUE(messages[i] == "failed to malloc file.block_ptr" || messages[i] == "invalid field names") << messages[i];
+  }
+}
+
+}  // namespace
+}  // namespace tarvel
