@@ -74,6 +74,7 @@ void survey_waypoints(gate &course, text_buffer &log) {
 void survey_gate(gate &course, owned_text *log_text, error_slot *error) {
   *error = nullptr;
   course.theta = 0.0;
+  if (log_text != nullptr) log_text->reset();
   text_buffer log = text_buffer_create(error);
   if (*error) return;
 

@@ -55,7 +55,6 @@ bool find_dwell(std::span<const gps_point> track, std::size_t start, dwell &foun
     while (time <= standing_time && distance < standing_distance) {
       if (++i >= track.size() || !measure()) return false;
     }
-    if (is_found()) break;
     while (distance >= standing_distance) {
       ++anchor;
       if (!measure()) return false;
@@ -150,6 +149,7 @@ void find_waypoints(std::span<const gps_point> track, waypoint_list &waypoints, 
   // Many courses have no exit mark.
   detect_motion(track, position, position, log);
   if (*log.error == nullptr) detect_waypoint(track, position, position, waypoints[required], log);
+  if (*log.error) waypoints[required] = vec3();
   *log.error = nullptr;
 }
 

@@ -56,8 +56,9 @@ TEST_F(gate_program_test, surveys_the_example_walk) {
   EXPECT_EQ(std::count(kml.begin(), kml.end(), ','), 2 * (1738 + 3));
 }
 
-// A walk to the south whose gate marks lie on one parallel, exactly to both sides of the course: its theta and deviations
-// are rounding noise, with the signs that the order of the operations gives them. Compared with a second program as well.
+// A walk to the south whose gate marks lie on one parallel, exactly to both sides of the course: its theta and
+// deviations are rounding noise, with the signs that the order of the operations gives them. Compared with a second
+// program as well.
 TEST_F(gate_program_test, writes_the_files_of_a_small_symmetric_walk) {
   walk_place place;
   place.bearing = 180.0;
@@ -136,10 +137,9 @@ TEST_F(gate_program_test, writes_no_points_of_a_container_without_a_pond) {
 
   fs::rename("walk.tvl", "course.tvl");
   run_cleanly({"-p", "-g", "course.tvl"});
-  EXPECT_EQ(read_text("course.txt"),
-            read_text("walk.txt") +
-                "\n// These (x, y) coordinates define the perimeter of the swoop pond.\n"
-                "// They are expressed in meters in the local reference frame.\n\n");
+  EXPECT_EQ(read_text("course.txt"), read_text("walk.txt") +
+                                         "\n// These (x, y) coordinates define the perimeter of the swoop pond.\n"
+                                         "// They are expressed in meters in the local reference frame.\n\n");
 }
 
 TEST_F(gate_program_test, warns_of_a_clockwise_walk) {

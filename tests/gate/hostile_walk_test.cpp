@@ -81,7 +81,8 @@ TEST(hostile_walk_test, answers_every_cut_and_every_flipped_bit_of_a_walk) {
 TEST(hostile_walk_test, answers_every_cut_and_every_flipped_bit_of_a_finished_course) {
   const temp_dir folder;
   gate_file_data data;
-  data.matrix = {{{0.5, -0.5, 0.5, 9551.6}, {0.5, 0.5, 0.5, 18382.0}, {0.6, 0.0, 0.8, -6364840.0}, {0.0, 0.0, 0.0, 1.0}}};
+  data.matrix = {
+      {{0.5, -0.5, 0.5, 9551.6}, {0.5, 0.5, 0.5, 18382.0}, {0.6, 0.0, 0.8, -6364840.0}, {0.0, 0.0, 0.0, 1.0}}};
   data.theta = -0.0872;
   ASSERT_TRUE(try_zeroed(data.pond, 4));
   data.pond[0] = {81.3, -2.3, 0.0};

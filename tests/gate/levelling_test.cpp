@@ -1,5 +1,5 @@
-// Four corners to one height. On the equator at longitude 0 an ECEF x is the semi-major axis and the height, so that the
-// heights of the rows are met to the bit.
+// Four corners to one height. On the equator at longitude 0 an ECEF x is the semi-major axis and the height, so that
+// the heights of the rows are met to the bit.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -49,10 +49,7 @@ struct level_case {
 };
 
 const level_case level_cases[] = {
-    {"all level",
-     {20.0, 20.0, 20.0, 20.0},
-     "average height:  20.00m (0.00m, 0.00m, 0.00m, 0.00m deviation)\n",
-     ""},
+    {"all level", {20.0, 20.0, 20.0, 20.0}, "average height:  20.00m (0.00m, 0.00m, 0.00m, 0.00m deviation)\n", ""},
     {"signed deviations, in the order of the corners",
      {101.0, 102.0, 103.5, 101.5},
      "average height: 102.00m (-1.00m, 0.00m, 1.50m, -0.50m deviation)\n",
@@ -86,8 +83,8 @@ const level_case level_cases[] = {
      "average height:  -2.00m (2.00m, 2.00m, 2.00m, -6.00m deviation)\n",
      "excessive error in waypoint height (6.00m)"},
     {"summed from the first corner on",
-     // With the axis added and subtracted the first height comes back as 2^53 + 4, which 1.0 more does not change in double
-     // precision: (1 + 1) + (2^53 + 4) would make an average of 2^51 + 1.5.
+     // With the axis added and subtracted the first height comes back as 2^53 + 4, which 1.0 more does not change in
+     // double precision: (1 + 1) + (2^53 + 4) would make an average of 2^51 + 1.5.
      {9007199254740994.0, 1.0, 1.0, 0.0},
      "average height: 2251799813685249.00m (6755399441055747.00m, -2251799813685248.00m, -2251799813685248.00m, "
      "-2251799813685249.00m deviation)\n",

@@ -16,11 +16,8 @@ namespace tarvel {
 namespace {
 
 // Far apart on the x-axis, 100 m each.
-const std::array<vec3, 5> marks = {vec3{0.0, 0.0, 0.0},
-                                   {100.0, 0.0, 0.0},
-                                   {200.0, 0.0, 0.0},
-                                   {300.0, 0.0, 0.0},
-                                   {400.0, 0.0, 0.0}};
+const std::array<vec3, 5> marks = {
+    vec3{0.0, 0.0, 0.0}, {100.0, 0.0, 0.0}, {200.0, 0.0, 0.0}, {300.0, 0.0, 0.0}, {400.0, 0.0, 0.0}};
 
 gate course_over(const std::vector<vec3> &walk) {
   hand_made_walk walker;
@@ -136,12 +133,12 @@ const failing_case failing_cases[] = {
     {"never away from the first mark", on_the_axis({0.0, 1.0, 15.0, 1.0}), "no point 50' from waypoint"},
     {"hardly away from it", on_the_axis({0.0, less_away}), "no point 50' from waypoint"},
     {"away only before being near", on_the_axis({100.0, 0.0, 1.0}), "no point 50' from waypoint"},
-    {"away at the last sample, and nowhere near the next mark", on_the_axis({0.0, away}), "no point near next waypoint"},
+    {"away at the last sample, and nowhere near the next mark", on_the_axis({0.0, away}),
+     "no point near next waypoint"},
     {"ends before the last mark", on_the_axis({0.0, 100.0, 200.0, 300.0, 398.0}), "no point near next waypoint"},
     {"passes by the third mark", on_the_axis({0.0, 100.0, 200.0, 298.0, 400.0}), "no point near next waypoint"},
     {"stays at the third mark", on_the_axis({0.0, 100.0, 200.0, 300.0, 310.0}), "no point 50' from waypoint"},
-    {"nothing but samples that are not numbers",
-     on_the_axis({not_a_number, not_a_number, not_a_number}),
+    {"nothing but samples that are not numbers", on_the_axis({not_a_number, not_a_number, not_a_number}),
      "no point 50' from waypoint"},
 };
 
@@ -179,9 +176,18 @@ TEST(pond_test, measures_in_plan_and_keeps_heights) {
 // The first point after a mark is stored however near the last one before it is.
 TEST(pond_test, begins_its_spacing_anew_on_each_leg) {
   const surveyed result =
-      survey_over(on_the_axis({0.0, 98.3, 99.0, 101.6, 102.0, 103.0, 150.0, 200.0, 300.0, 301.6, 400.0}));
+      survey_over(on_the_axis({0.0, 98.3, 99.0, 98.2, 97.0, 96.0, 50.0, 200.0, 300.0, 301.6, 400.0}));
   EXPECT_STREQ(result.error, nullptr);
-  EXPECT_EQ(result.xs, (std::vector<double>{98.3, 101.6, 150.0, 301.6}));
+  // 97.0 lies 1.2 m from 98.2.
+  EXPECT_EQ(result.xs, (std::vector<double>{98.3, 98.2, 96.0, 50.0, 301.6}));
+}
+
+TEST(pond_test, begins_each_leg_at_the_arrival_of_the_one_before) {
+  // The third mark is passed, and left by 50 ft, on the way to the second.
+  const surveyed result =
+      survey_over(on_the_axis({0.0, 50.0, 200.0, 150.0, 100.0, 160.0, 200.0, 250.0, 300.0, 350.0, 400.0}));
+  EXPECT_STREQ(result.error, nullptr);
+  EXPECT_EQ(result.xs, (std::vector<double>{50.0, 200.0, 150.0, 160.0, 250.0, 350.0}));
 }
 
 // A leg begins with a search from the arrival on, and with the first sample behind the last one near the mark.

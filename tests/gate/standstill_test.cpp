@@ -1,6 +1,4 @@
 // One standstill: when it counts, how it is extended, and which of its samples are averaged.
-#include "gate/waypoints.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -8,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "gate/waypoints.h"
 #include "support/hand_made_walk.h"
 
 namespace tarvel {
@@ -92,6 +91,16 @@ const standstill_case standstill_cases[] = {
      {{0, 0.0}, {1000, 0.5}, {2000, 2.0}, {5000, 2.0}, {9000, 2.0}, {9500, 2.0}},
      3,
      2.0,  // anchored at 1000 ms: those of 3000 to 7500 ms are averaged
+     "waypoint detected:   1 points,     0ms interval, 0.00m deviation\n"},
+    {"2 m away for one sample drags the anchor there",
+     {{0, 0.0}, {2000, 2.0}, {4000, 0.5}, {8000, 0.5}, {10500, 0.5}},
+     3,
+     0.5,
+     "waypoint detected:   2 points,  4000ms interval, 0.00m deviation\n"},
+    {"its end is measured from its first sample",
+     {{0, 0.0}, {4000, 0.0}, {8000, 1.5}, {9000, 2.5}, {12000, 2.5}},
+     1,
+     0.0,
      "waypoint detected:   1 points,     0ms interval, 0.00m deviation\n"},
     {"a dragged anchor may prove the standstill at once",
      {{0, 0.0}, {1000, 1.0}, {4000, 1.0}, {5000, 1.0}, {9000, 2.5}, {9500, 8.0}},

@@ -1,20 +1,21 @@
-// Courses laid out on the ellipsoid by geodesics from a known centre and bearing come back with that centre and bearing.
+// Courses laid out on the ellipsoid by geodesics from a known centre and bearing come back with that centre and
+// bearing.
 //
-// How exactly they can come back: with A and C at distances a ahead and c behind, B and D at b to either side, all at one
-// height above an earth of radius R,
+// How exactly they can come back: with A and C at distances a ahead and c behind, B and D at b to either side, all at
+// one height above an earth of radius R,
 // - the earth falls away by s^2 / 2R at distance s, so the line AC passes a c / 2R below the centre. That is where the
 //   origin must lie: 0.2 mm for 50 m each way.
-// - x runs along AC, which is tilted by (a - c) / 2R (nose down for a longer way ahead); across, B lies b^2 / 2R below the
-//   centre and the axis a c / 2R: the frame is tilted by (a c - b^2) / 2R b, up on the side of B. With gates of 10 m that
-//   is the larger of the two, 3e-5.
+// - x runs along AC, which is tilted by (a - c) / 2R (nose down for a longer way ahead); across, B lies b^2 / 2R below
+//   the centre and the axis a c / 2R: the frame is tilted by (a c - b^2) / 2R b, up on the side of B. With gates of 10
+//   m that is the larger of the two, 3e-5.
 // - in plan the centre, a c / 2R above the line AC, is shifted across it by that height times the tilt.
-// - the normals of two places of an ellipsoid do not meet. At height h that turns a place at azimuth s, as seen from the
-//   centre, by e2 h cos2(phi) sin(2 s) / 2R from its geodesic: some 1e-7 for a few hundred metres, the same way for A and
-//   C and the other way for B and D. The turn from B to the y-axis is twice as large.
+// - the normals of two places of an ellipsoid do not meet. At height h that turns a place at azimuth s, as seen from
+//   the centre, by e2 h cos2(phi) sin(2 s) / 2R from its geodesic: some 1e-7 for a few hundred metres, the same way for
+//   A and C and the other way for B and D. The turn from B to the y-axis is twice as large.
 // - geodesics leave their normal sections by less than 1e-8 m within 150 m.
-// Rounding: a mean of 41 ECEF coordinates of 6e6 m is exact to 41 half-units in the last place, 2e-8 m, the conversion to
-// WGS84 and back to 2e-8 m. Together 1e-7 m in plan; over 2b = 10 m that is a tilt of 1e-8, over 70 m an angle of 2e-9.
-// R is the radius of curvature in the direction in question, between 6335 km and 6400 km.
+// Rounding: a mean of 41 ECEF coordinates of 6e6 m is exact to 41 half-units in the last place, 2e-8 m, the conversion
+// to WGS84 and back to 2e-8 m. Together 1e-7 m in plan; over 2b = 10 m that is a tilt of 1e-8, over 70 m an angle of
+// 2e-9. R is the radius of curvature in the direction in question, between 6335 km and 6400 km.
 #include <gtest/gtest.h>
 
 #include <GeographicLib/Geocentric.hpp>
@@ -99,7 +100,8 @@ vec3 combined(const vec3 &u, double along_u, const vec3 &v, double along_v) {
 true_course truth_of(const laid_out_course &c) {
   std::vector<double> m(9);  // columns: east, north, up
   true_course truth;
-  GeographicLib::Geocentric::WGS84().Forward(c.latitude, c.longitude, c.height - 1.0, truth.centre.x, truth.centre.y, truth.centre.z, m);
+  GeographicLib::Geocentric::WGS84().Forward(c.latitude, c.longitude, c.height - 1.0, truth.centre.x, truth.centre.y,
+                                             truth.centre.z, m);
   const vec3 east = {m[0], m[3], m[6]};
   const vec3 north = {m[1], m[4], m[7]};
   const double s = std::sin(c.bearing * degree);
@@ -118,9 +120,7 @@ void expect_over_diameter(double value, double numerator, double rounding) {
   EXPECT_LE(value, std::max(one, other) + rounding);
 }
 
-double roll_numerator(const laid_out_course &c) {
-  return (c.ahead * c.behind - c.aside * c.aside) / c.aside;
-}
+double roll_numerator(const laid_out_course &c) { return (c.ahead * c.behind - c.aside * c.aside) / c.aside; }
 
 double skew_numerator(const laid_out_course &c) {
   constexpr double e2 = 0.00669438;

@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <ctime>
+#include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "geo/track_frames.h"
 #include "geo/wgs84.h"
@@ -118,8 +122,7 @@ TEST(survey_test, keeps_the_first_five_standstills_in_local_metres_as_they_were_
     const vec3 &mark = expected[i];
     expect_near(result.course.waypoints[i], {mark.x, mark.y, mark.z - 0.5 + 1.0}, bend);
   }
-  EXPECT_NE(without_signed_zeros(result.log).find("420.50m (2.00m, 0.50m, -2.50m, 0.00m deviation)"),
-            std::string::npos)
+  EXPECT_NE(without_signed_zeros(result.log).find("420.50m (2.00m, 0.50m, -2.50m, 0.00m deviation)"), std::string::npos)
       << result.log;
 }
 
@@ -150,8 +153,11 @@ const exit_mark_case exit_mark_cases[] = {
     {"to the right", {51.654, -39.635, 0.0}, 0.0, "exit gate location error (before, after) = (0.0m, 0.0m)\n"},
     // atan2(50, 42) = 49.9697 degrees
     {"turned", {50.0, 42.0, 0.0}, -2.5303, "exit gate location error (before, after) = (2.9m, 0.2m)\n"},
-    {"too far", {60.0, 50.0, 0.0}, 0.0,
-     "exit gate location error (before, after) = (13.3m, 13.0m)\nWARNING: exit gate location ignored (error too large)\n"},
+    {"too far",
+     {60.0, 50.0, 0.0},
+     0.0,
+     "exit gate location error (before, after) = (13.3m, 13.0m)\nWARNING: exit gate location ignored (error too "
+     "large)\n"},
     {"behind", {-51.654, 39.635, 0.0}, 0.0, "WARNING: exit gate location ignored (behind entry gate)\n"},
 };
 
@@ -169,6 +175,22 @@ TEST(survey_test, turns_to_the_exit_mark) {
     if (const std::size_t sign = log.find("-0.0m"); sign != std::string::npos) log.erase(sign, 1);
     EXPECT_EQ(log, waypoint_lines(6) + level_line + c.log + theta);
   }
+}
+
+// A position of which one ECEF coordinate is exactly 0 is a mark as well.
+TEST(survey_test, turns_to_an_exit_mark_on_the_equator) {
+  walk_marks marks;
+  marks.exit_mark = {{50.0, 42.0, 0.0}};
+  hand_made_walk walk;
+  walk.place.bearing = 0.0;
+  walk.place.latitude = -50.0 / 110574.0;  // a degree of latitude is 110,574 m long at the equator
+  walk.speed = 1000.0;
+  walk_course(walk, marks, 12.0);
+  for (gps_point &sample : std::span(walk.samples).last(61)) {
+    EXPECT_NEAR(sample.pos_wgs84.x, 0.0, 1e-6);
+    sample.pos_wgs84.x = 0.0;
+  }
+  EXPECT_NEAR(survey(walk.samples).course.theta * 180.0 / pi, -2.53, 0.1);
 }
 
 struct failing_case {

@@ -14,9 +14,7 @@ namespace {
 
 constexpr double degree = 3.141592653589793 / 180.0;
 
-double way_length(const vec3 &from, const vec3 &to) {
-  return std::hypot(to.x - from.x, to.y - from.y, to.z - from.z);
-}
+double way_length(const vec3 &from, const vec3 &to) { return std::hypot(to.x - from.x, to.y - from.y, to.z - from.z); }
 
 std::vector<vec3> in_walking_order(const walk_marks &marks) {
   std::vector<vec3> order = {marks.start, marks.b, marks.c, marks.d, marks.a};
@@ -59,9 +57,9 @@ void stand(hand_made_walk &walk, double seconds) {
 void walk_to(hand_made_walk &walk, const vec3 &target) {
   const vec3 from = walk.at;
   const double length = way_length(from, target);
-  const double steps = std::ceil(length * walk.rate / walk.speed);
-  for (double k = 1.0; k < steps; ++k) {
-    const double part = k / steps;
+  const auto steps = std::llround(std::ceil(length * walk.rate / walk.speed));
+  for (long long k = 1; k < steps; ++k) {
+    const double part = static_cast<double>(k) / static_cast<double>(steps);
     walk.at = {from.x + part * (target.x - from.x), from.y + part * (target.y - from.y),
                from.z + part * (target.z - from.z)};
     add_sample(walk);

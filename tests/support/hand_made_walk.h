@@ -22,10 +22,10 @@ struct walk_place {
 // Metres on the plane (x along the course, y to its left, z up), m/s and milliseconds.
 struct hand_made_walk {
   walk_place place;
-  double rate = 5.0;          // samples per second
+  double rate = 5.0;  // samples per second
   double speed = 1.5;
-  vec3 at;                    // where the next sample is taken
-  std::int64_t time = 0;      // when the next sample is taken
+  vec3 at;                // where the next sample is taken
+  std::int64_t time = 0;  // when the next sample is taken
   float hacc = 0.5F;
   float vacc = 0.8F;
   std::vector<gps_point> samples;
