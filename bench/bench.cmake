@@ -5,13 +5,14 @@
 # Times are CPU times of one core; whole_run_bench times the program itself, process and all, and tells its peak memory.
 if(TARVEL_BENCHMARKS)
   find_package(benchmark REQUIRED)
-  add_library(tarvel_bench_support STATIC bench/simulated_files.cpp tests/support/simulator.cpp)
+  add_library(tarvel_bench_support STATIC bench/simulated_files.cpp tests/support/simulator.cpp
+    tests/support/hand_made_walk.cpp)
   target_include_directories(tarvel_bench_support PUBLIC bench tests)
   target_link_libraries(tarvel_bench_support PRIVATE tarvel_build_options)
 
-  foreach(name readers_bench stages_bench whole_run_bench)
+  foreach(name readers_bench stages_bench survey_bench pages_bench whole_run_bench)
     add_executable(${name} bench/${name}.cpp)
-    target_link_libraries(${name} PRIVATE tarvel_swoop tarvel_bench_support benchmark::benchmark_main tarvel_build_options)
+    target_link_libraries(${name} PRIVATE tarvel_chart tarvel_gate tarvel_bench_support benchmark::benchmark_main tarvel_build_options)
   endforeach()
   add_dependencies(whole_run_bench tarvel)
   target_compile_definitions(whole_run_bench PRIVATE TARVEL_PROGRAM="$<TARGET_FILE:tarvel>")

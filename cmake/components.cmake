@@ -19,6 +19,10 @@ function(tarvel_component name)
   target_compile_features(${name} PUBLIC cxx_std_20)
 endfunction()
 
+# What libraries keep until the process ends is no leak of the project's.
+set(tarvel_sanitizer_options
+  "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/known_leaks.txt:print_suppressions=0")
+
 # tarvel_test(FOLDER/NAME USES target...): builds tests/FOLDER/NAME.cpp and registers it. A test links its component
 # alone, so that a call that points the wrong way fails to link.
 function(tarvel_test path)
@@ -29,6 +33,6 @@ function(tarvel_test path)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   add_test(NAME ${path} COMMAND ${name})
   set_tests_properties(${path} PROPERTIES
-    ENVIRONMENT "TZ=UTC;LC_ALL=C;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
+    ENVIRONMENT "TZ=UTC;LC_ALL=C;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};${tarvel_sanitizer_options}"
     TIMEOUT 300)
 endfunction()

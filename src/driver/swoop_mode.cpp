@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "chart/pages.h"
 #include "driver/exit.h"
 #include "driver/file_handle.h"
 #include "driver/modes.h"
@@ -71,6 +72,15 @@ void write_run_kml(const swoop &run, const char *path) {
   fatal_error(error);
 }
 
+// The pond turns with the run's frame, so that both are drawn in one.
+void rotate_pond(course &loaded, const swoop &run) { rotate_point_list(loaded.pond.get(), correction_angle(run)); }
+
+void write_charts(const swoop &run, const course &loaded, bool metric, const char *path) {
+  error_slot error = nullptr;
+  write_swoop_pdf(path, run, loaded.pond.get(), metric, false, &error);
+  fatal_error(error);
+}
+
 }  // namespace
 
 void run_swoop_mode(const run_config &config) {
@@ -90,8 +100,10 @@ void run_swoop_mode(const run_config &config) {
   load_course(config, loaded);
   analyze_over_course(*run, loaded);
   if (run->debug) write_trimmed_swoop(outputs.tvl.get(), *run);
+  rotate_pond(loaded, *run);
   publish_report(*run, config.metric != 0, outputs.txt.get());
   write_run_kml(*run, outputs.kml.get());
+  write_charts(*run, loaded, config.metric != 0, outputs.pdf.get());
 }
 
 }  // namespace tarvel

@@ -100,15 +100,14 @@ frame_state settle_frame(swoop &run, std::int32_t gate_type, const mat4 &frame, 
   }
 }
 
-// How far the frame must be turned about the vertical for the run as it was flown.
+}  // namespace
+
 double correction_angle(const swoop &run) {
   double angle = 0.0;
   if (run.reversal_detected) angle = pi;
   if (run.carve_detected) angle += run.rotate_theta;
   return angle;
 }
-
-}  // namespace
 
 void run_swoop_pipeline(swoop &run, error_slot *error) { run_pipeline(run, ecef_state::missing, error); }
 

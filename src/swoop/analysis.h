@@ -15,6 +15,10 @@ namespace tarvel {
 // message; what was found before that stays in the record.
 void analyze_swoop(swoop &run, std::int32_t gate_type, const mat4 &frame, double theta, error_slot *error);
 
+// How far the course is turned about the vertical for the run as it was flown, radians: half a turn for a reversal, the
+// course's theta for a speed carve. The course's pond is turned by it as well.
+[[nodiscard]] double correction_angle(const swoop &run);
+
 // Derives every sample's kinematics in run.matrix and finds and scores the phases, stopping at the first error. The
 // reversal and carve flags are only ever set.
 void run_swoop_pipeline(swoop &run, error_slot *error);

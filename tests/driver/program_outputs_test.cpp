@@ -38,22 +38,21 @@ struct outputs_case {
 
 // The track is small_run() under the given name; matrix.txt is its course.
 const outputs_case outputs_cases[] = {
-    {"run.csv", {}, {"matrix.txt", "run.csv", "run.kml", "run.txt"}},
-    {"run.csv", {"-m"}, {"matrix.txt", "run.csv", "run.kml", "run.txt"}},
-    {"run.csv", {"-p"}, {"matrix.txt", "run.csv", "run.kml", "run.txt"}},
-    {"run.csv", {"-d"}, {"coord.txt", "matrix.txt", "run.csv", "run.kml", "run.tvl", "run.txt"}},
-    {"RUN.CSV", {}, {"RUN.CSV", "RUN.kml", "RUN.txt", "matrix.txt"}},
-    {"a.csv", {}, {"a.csv", "a.kml", "a.txt", "matrix.txt"}},
-    {"a.b.csv", {}, {"a.b.csv", "a.b.kml", "a.b.txt", "matrix.txt"}},
-    {"run.tvl", {}, {"matrix.txt", "run.kml", "run.tvl", "run.txt"}},
-    {"run.txt", {}, {"matrix.txt", "run.kml", "run.txt", "run.txt.orig"}},
-    {"run.kml", {}, {"matrix.txt", "run.kml", "run.kml.orig", "run.txt"}},
-    {"run.tvl", {"-d"}, {"coord.txt", "matrix.txt", "run.kml", "run.tvl", "run.tvl.orig", "run.txt"}},
-    // Charts are not written yet, and so leave a track of that name alone.
-    {"run.pdf", {}, {"matrix.txt", "run.kml", "run.pdf", "run.txt"}},
-    {"coord.txt", {"-d"}, {"coord.kml", "coord.tvl", "coord.txt", "coord.txt.orig", "matrix.txt"}},
+    {"run.csv", {}, {"matrix.txt", "run.csv", "run.kml", "run.pdf", "run.txt"}},
+    {"run.csv", {"-m"}, {"matrix.txt", "run.csv", "run.kml", "run.pdf", "run.txt"}},
+    {"run.csv", {"-p"}, {"matrix.txt", "run.csv", "run.kml", "run.pdf", "run.txt"}},
+    {"run.csv", {"-d"}, {"coord.txt", "matrix.txt", "run.csv", "run.kml", "run.pdf", "run.tvl", "run.txt"}},
+    {"RUN.CSV", {}, {"RUN.CSV", "RUN.kml", "RUN.pdf", "RUN.txt", "matrix.txt"}},
+    {"a.csv", {}, {"a.csv", "a.kml", "a.pdf", "a.txt", "matrix.txt"}},
+    {"a.b.csv", {}, {"a.b.csv", "a.b.kml", "a.b.pdf", "a.b.txt", "matrix.txt"}},
+    {"run.tvl", {}, {"matrix.txt", "run.kml", "run.pdf", "run.tvl", "run.txt"}},
+    {"run.txt", {}, {"matrix.txt", "run.kml", "run.pdf", "run.txt", "run.txt.orig"}},
+    {"run.kml", {}, {"matrix.txt", "run.kml", "run.kml.orig", "run.pdf", "run.txt"}},
+    {"run.tvl", {"-d"}, {"coord.txt", "matrix.txt", "run.kml", "run.pdf", "run.tvl", "run.tvl.orig", "run.txt"}},
+    {"run.pdf", {}, {"matrix.txt", "run.kml", "run.pdf", "run.pdf.orig", "run.txt"}},
+    {"coord.txt", {"-d"}, {"coord.kml", "coord.pdf", "coord.tvl", "coord.txt", "coord.txt.orig", "matrix.txt"}},
     // The course under the name that the report gets.
-    {"matrix.csv", {}, {"matrix.csv", "matrix.kml", "matrix.txt", "matrix.txt.orig"}},
+    {"matrix.csv", {}, {"matrix.csv", "matrix.kml", "matrix.pdf", "matrix.txt", "matrix.txt.orig"}},
 };
 
 TEST(program_outputs_test, writes_its_files_and_keeps_every_input) {
@@ -131,7 +130,7 @@ TEST(program_outputs_test, writes_beside_the_track_and_dumps_into_the_working_fo
   write_text("runs/one.csv", simulated_track(small_run()));
   write_text("matrix.txt", simulated_course(small_run()));
   EXPECT_EQ(run_program({"-d", "runs/one.csv"}).status, 0);
-  EXPECT_EQ(files_in("runs"), (names{"one.csv", "one.kml", "one.tvl", "one.txt"}));
+  EXPECT_EQ(files_in("runs"), (names{"one.csv", "one.kml", "one.pdf", "one.tvl", "one.txt"}));
   EXPECT_EQ(files_in("."), (names{"coord.txt", "matrix.txt", "runs"}));
 }
 

@@ -1,0 +1,122 @@
+#include "chart/axes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "driver/integer.h"
+
+namespace tarvel {
+
+namespace {
+
+constexpr std::uint32_t wanted_ticks = 10;
+constexpr double default_span = 100.0;
+constexpr double margin = 0.02;             // of the span, on both sides
+constexpr double most_half_steps = 1000.0;  // a fixed step that gives more is no help to anybody
+constexpr double flat_ticks = 1.2;          // a flat chart's y labels may stand closer
+
+// The least and greatest finite coordinates.
+void find_ranges(const chart &source, axis &x, axis &y) {
+  bool is_first = true;
+  for (const series *curve = source.first_series.get(); curve != nullptr; curve = curve->next.get()) {
+    for (const vec2 point : points_of(*curve)) {
+      if (!std::isfinite(point.x) || !std::isfinite(point.y)) continue;
+      if (is_first) {
+        x.min = x.max = point.x;
+        y.min = y.max = point.y;
+        is_first = false;
+      }
+      x.min = std::min(x.min, point.x);
+      x.max = std::max(x.max, point.x);
+      y.min = std::min(y.min, point.y);
+      y.max = std::max(y.max, point.y);
+    }
+  }
+}
+
+double span_or_default(const axis &range) {
+  const double span = range.max - range.min;
+  return span == 0.0 ? default_span : span;
+}
+
+// At least one: a chart that is long and flat has room for no more. A quotient that overflowed counts as one, too.
+std::uint32_t tick_count(double count) { return std::max(std::uint32_t{1}, truncate_to_uint32(count)); }
+
+double choose_step(double fixed_step, std::uint32_t count, double span) {
+  const bool is_usable = fixed_step != 0.0 && !(span / (fixed_step / 2.0) > most_half_steps);
+  return is_usable ? fixed_step : nice_step(count, span);
+}
+
+void widen(axis &range, double span) {
+  range.min -= margin * span;
+  range.max += margin * span;
+  range.min = std::floor(range.min / (range.step / 2.0)) * range.step / 2.0;
+  range.max = std::ceil(range.max / (range.step / 2.0)) * range.step / 2.0;
+}
+
+// Coordinates so large that their span overflows, or that a margin is lost in their last digit.
+void repair(axis &range, const axis &found, std::uint32_t count) {
+  if (std::isfinite(range.min) && std::isfinite(range.max) && range.min < range.max &&
+      std::isfinite(range.max - range.min)) {
+    return;
+  }
+  constexpr double limit = std::numeric_limits<double>::max() / 4.0;
+  const double low = std::clamp(found.min, -limit, limit);
+  const double high = std::clamp(found.max, -limit, limit);
+  const double room = std::max({1.0, std::fabs(low) * margin, std::fabs(high) * margin});
+  range.min = low - room;
+  range.max = high + room;
+  range.step = nice_step(count, range.max - range.min);
+}
+
+}  // namespace
+
+double nice_step(std::uint32_t count, double range) {
+  const double divisor = count == 0 ? 1.0 : static_cast<double>(count);
+  double r = range / divisor;
+  // Below the smallest normal number the divisions by ten would end in zero.
+  if (!(r >= std::numeric_limits<double>::min()) || !std::isfinite(r)) r = default_span / divisor;
+
+  int e = 0;
+  for (; r > 10.0; ++e) r = r / 10.0;
+  for (; r <= 1.0; --e) r = r * 10.0;
+  double step = 10.0;
+  if (r < 2.0) {
+    step = 2.0;
+  } else if (r < 2.5) {
+    step = 2.5;
+  } else if (r < 5.0) {
+    step = 5.0;
+  }
+  for (; e > 0; --e) step = step * 10.0;
+  for (; e < 0; ++e) step = step / 10.0;
+  return step;
+}
+
+chart_axes find_axes(const chart &source) {
+  chart_axes axes;
+  find_ranges(source, axes.x, axes.y);
+  const chart_axes found = axes;
+  const double dx = span_or_default(axes.x);
+  const double dy = span_or_default(axes.y);
+
+  std::uint32_t x_count = wanted_ticks;
+  std::uint32_t y_count = wanted_ticks;
+  if (source.equal_scale) {
+    if (dx / dy > 1.0) {
+      y_count = tick_count(wanted_ticks * dy * flat_ticks / dx);
+    } else {
+      x_count = tick_count(wanted_ticks * dx / dy);
+    }
+  }
+  axes.x.step = choose_step(source.x_step, x_count, dx);
+  axes.y.step = choose_step(source.y_step, y_count, dy);
+  widen(axes.x, dx);
+  widen(axes.y, dy);
+  repair(axes.x, found.x, x_count);
+  repair(axes.y, found.y, y_count);
+  return axes;
+}
+
+}  // namespace tarvel

@@ -1,0 +1,29 @@
+// The ranges and tick steps of a chart's axes.
+#pragma once
+
+#include <cstdint>
+
+#include "chart/chart.h"
+
+namespace tarvel {
+
+struct axis {
+  double min = 0.0;
+  double max = 100.0;
+  double step = 0.0;
+};
+
+struct chart_axes {
+  axis x;
+  axis y;
+};
+
+// The tick step for about that many intervals over a range: 2, 2.5, 5 or 10 times a power of ten, never smaller than
+// range / count. A range that is no positive finite number, or too small to divide, counts as 100, a count of 0 as 1.
+[[nodiscard]] double nice_step(std::uint32_t count, double range);
+
+// Ranges that hold every point of the chart whose coordinates are finite (and below 4e307), with a margin, from half
+// step to half step; 0 to 100 for a chart without points. Always finite and increasing.
+[[nodiscard]] chart_axes find_axes(const chart &source);
+
+}  // namespace tarvel

@@ -1,0 +1,79 @@
+// A chart as plain data: titles, axis hints and series of points. Built, drawn once, and freed.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "driver/memory.h"
+#include "geo/vec3.h"
+
+namespace tarvel {
+
+enum class series_style : std::uint32_t {
+  solid = 0,            // polyline
+  thick_dashed = 1,     // polyline
+  thin_dashed = 2,      // polyline
+  filled_circle = 3,    // at each point
+  open_circle = 4,      // at each point
+  solid_with_dots = 5,  // polyline with a dot at each point
+  star = 6,             // at each point; a named cursor marker
+};
+
+// 0xRRGGBB.
+constexpr std::uint32_t red = 0xff0000;
+constexpr std::uint32_t blue = 0x1010e0;
+constexpr std::uint32_t green = 0x10b010;
+constexpr std::uint32_t purple = 0x801080;
+constexpr std::uint32_t marker_colour = 0x00b0b0;
+
+struct series {
+  owned_record<series> next;
+  series_style style = series_style::solid;
+  std::uint32_t colour = 0;
+  double radius = 0.0;  // of markers, in x data units; 0 means the style's own size
+  owned_text name;      // the run's file, or the marker's name; null when there is none
+  owned_text label;     // legend text; null keeps the series out of the legend
+  owned_array<vec2> points;
+  std::uint32_t count = 0;
+  std::uint32_t capacity = 0;
+
+  series() = default;
+  ~series();
+  series(const series &) = delete;
+  series &operator=(const series &) = delete;
+};
+
+struct chart {
+  owned_text title;
+  owned_text x_title;
+  owned_text y_title;
+  bool reverse_x = false;          // grows from right to left
+  bool reverse_y = false;          // grows downwards
+  bool equal_scale = false;        // one data unit is as long on both axes
+  std::uint32_t legend_right = 0;  // 0: legend in the top left corner, 1: top right
+  double x_step = 0.0;             // between ticks, data units; 0 means automatic
+  double y_step = 0.0;
+  owned_record<series> first_series;  // in drawing order
+};
+
+[[nodiscard]] inline std::span<const vec2> points_of(const series &curve) { return {curve.points.get(), curve.count}; }
+
+// Null when memory is short.
+[[nodiscard]] owned_record<chart> chart_new();
+// An empty series with room for that many points. Null when memory is short.
+[[nodiscard]] owned_record<series> series_new(std::uint32_t capacity);
+
+// Doubles the room when it is full. False when memory is short: the series is as it was.
+[[nodiscard]] bool series_add_point(series &curve, vec2 point);
+
+// Appends a series, or a chain of them, behind the chart's last.
+void chart_add_series(chart &target, owned_record<series> curve);
+
+// Puts the marker of that name on a point, making the marker if there is none; null hides it and keeps it. False when
+// memory is short: the chart is as it was.
+[[nodiscard]] bool chart_set_marker(chart &target, const char *name, const vec2 *point);
+
+// Frees every series of that name.
+void chart_remove_series(chart &target, const char *name);
+
+}  // namespace tarvel

@@ -1,0 +1,47 @@
+// What the builders of charts have in common: every step may run out of memory, and then there is no chart.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+#include "chart/chart.h"
+#include "chart/run_charts.h"
+#include "driver/format_text.h"
+
+namespace tarvel {
+
+constexpr std::uint32_t track_series_capacity = 300;  // a minute of turn and swoop at 5 Hz
+
+// Both ends included.
+struct chart_range {
+  std::uint32_t first = 0;
+  std::uint32_t last = 0;
+};
+
+[[nodiscard]] inline std::uint32_t first_sample(const chart_context &context) {
+  return context.from_exit ? context.run.plane_exit : context.run.top_of_turn;
+}
+
+// Titles; null when memory is short.
+[[nodiscard]] owned_record<chart> make_chart(owned_text title, owned_text x_title, owned_text y_title);
+
+// Gives the series its looks, the run's name and a label (null for none), and appends it to the chart. False when
+// memory is short.
+[[nodiscard]] bool add_series(chart &target, owned_record<series> curve, series_style style, std::uint32_t colour,
+                              owned_text label);
+
+// A copy of the run's file name in the series. False when memory is short.
+[[nodiscard]] bool name_after_run(series &curve, const swoop &run);
+
+// One point per sample, point_of(sample). Null when memory is short.
+template <typename conversion>
+[[nodiscard]] owned_record<series> make_track_series(const swoop &run, chart_range range, conversion point_of) {
+  owned_record<series> curve = series_new(track_series_capacity);
+  if (!curve || !name_after_run(*curve, run)) return nullptr;
+  for (std::uint32_t i = range.first; i <= range.last; ++i) {
+    if (!series_add_point(*curve, point_of(run.track[i]))) return nullptr;
+  }
+  return curve;
+}
+
+}  // namespace tarvel

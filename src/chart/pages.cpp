@@ -1,0 +1,92 @@
+#include "chart/pages.h"
+
+#include <cairo-pdf.h>
+
+#include <array>
+#include <cstdio>
+
+#include "chart/drawing_handles.h"
+#include "chart/renderer.h"
+#include "driver/file_handle.h"
+
+namespace tarvel {
+
+namespace {
+
+// Points: landscape letter.
+constexpr double page_width = 792.0;
+constexpr double page_height = 612.0;
+
+// Pixels.
+constexpr int picture_width = 1200;
+constexpr int picture_height = 928;
+
+using chart_builder = owned_record<chart> (*)(const chart_context &context);
+
+struct page_cell {
+  std::uint32_t cell;
+  chart_builder build;
+};
+
+using chart_page = std::array<page_cell, 4>;
+
+constexpr chart_page first_page = {
+    {{1, build_overhead_chart}, {3, build_side_view_chart}, {2, build_dive_speed_chart}, {4, build_swoop_speed_chart}}};
+constexpr chart_page second_page = {
+    {{1, build_dive_angle_chart}, {3, build_gps_accuracy_chart}, {2, build_turn_rate_chart}, {4, build_heading_chart}}};
+
+void draw_page(cairo_t *cr, const chart_page &page, const chart_context &context) {
+  for (const page_cell &part : page) {
+    const owned_record<chart> built = part.build(context);
+    draw_chart(cr, built.get(), part.cell);
+  }
+}
+
+// cairo writes through the same door as every other output.
+cairo_status_t write_to_file(void *closure, const unsigned char *data, unsigned int length) {
+  const bool is_written = std::fwrite(data, 1, length, static_cast<std::FILE *>(closure)) == length;
+  return is_written ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
+}
+
+void close_document(file_handle file, cairo_status_t status, const char *path, error_slot *error) {
+  close_output(std::move(file), path, error);
+  if (*error == nullptr && status != CAIRO_STATUS_SUCCESS) *error = format_error("failed to write file: %s", path);
+}
+
+}  // namespace
+
+void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool metric, bool from_exit,
+                     error_slot *error) {
+  *error = nullptr;
+  file_handle file = open_output(path, error);
+  if (!file) return;
+
+  const surface_handle surface(cairo_pdf_surface_create_for_stream(write_to_file, file.get(), page_width, page_height));
+  {
+    const context_handle context(cairo_create(surface.get()));
+    const chart_context charts = {run, pond, metric, from_exit};
+    draw_page(context.get(), first_page, charts);
+    cairo_show_page(context.get());
+    draw_page(context.get(), second_page, charts);
+    cairo_show_page(context.get());
+  }
+  cairo_surface_finish(surface.get());
+  close_document(std::move(file), cairo_surface_status(surface.get()), path, error);
+}
+
+void write_swoop_png(const swoop &run, const vec3 *pond, bool metric, bool from_exit, error_slot *error) {
+  constexpr const char *path = "out.png";
+  *error = nullptr;
+  file_handle file = open_output(path, error);
+  if (!file) return;
+
+  const surface_handle surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height));
+  {
+    const context_handle context(cairo_create(surface.get()));
+    draw_page(context.get(), first_page, {run, pond, metric, from_exit});
+  }
+  const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), write_to_file, file.get());
+  close_document(std::move(file), status, path, error);
+}
+
+}  // namespace tarvel

@@ -1,0 +1,18 @@
+// The documents of charts.
+#pragma once
+
+#include "chart/run_charts.h"
+#include "driver/error_slot.h"
+
+namespace tarvel {
+
+// Writes two landscape letter pages of four charts each. A chart that memory does not suffice for leaves its cell
+// empty. Fails with "failed to open file: %s" or "failed to write file: %s".
+void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool metric, bool from_exit,
+                     error_slot *error);
+
+// Writes the first page's charts to out.png, 1200 by 928 pixels, for the tests and the documentation's pictures. Fails
+// like write_swoop_pdf.
+void write_swoop_png(const swoop &run, const vec3 *pond, bool metric, bool from_exit, error_slot *error);
+
+}  // namespace tarvel

@@ -1,0 +1,16 @@
+// Draws one chart into one cell of a page.
+#pragma once
+
+#include <cairo.h>
+
+#include <cstdint>
+
+#include "chart/chart.h"
+
+namespace tarvel {
+
+// Background, frame, grid, tick labels, titles, series and legend, in that order; cells as in lay_out_cell. Points
+// with a coordinate that is not finite are left out. A null chart draws nothing.
+void draw_chart(cairo_t *cr, const chart *source, std::uint32_t cell);
+
+}  // namespace tarvel

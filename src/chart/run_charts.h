@@ -1,0 +1,34 @@
+// The eight charts of a run.
+#pragma once
+
+#include "chart/chart.h"
+#include "driver/memory.h"
+#include "swoop/swoop.h"
+
+namespace tarvel {
+
+// What the charts of one document share.
+struct chart_context {
+  const swoop &run;
+  const vec3 *pond =
+      nullptr;  // perimeter in the run's frame, ended by a point whose x and y are 0; null without a pond
+  bool metric = false;
+  bool from_exit = false;  // draw from the exit instead of the top of the turn
+};
+
+// Each returns a new chart, or null when memory is short.
+
+// Over time, top of turn to stop: the logger's accuracies and satellites.
+[[nodiscard]] owned_record<chart> build_gps_accuracy_chart(const chart_context &context);
+// Over height, top of turn to bottom of turn.
+[[nodiscard]] owned_record<chart> build_dive_angle_chart(const chart_context &context);
+[[nodiscard]] owned_record<chart> build_dive_speed_chart(const chart_context &context);
+[[nodiscard]] owned_record<chart> build_heading_chart(const chart_context &context);
+[[nodiscard]] owned_record<chart> build_turn_rate_chart(const chart_context &context);
+// In plan and from the side, top of turn to stop, with the course.
+[[nodiscard]] owned_record<chart> build_overhead_chart(const chart_context &context);
+[[nodiscard]] owned_record<chart> build_side_view_chart(const chart_context &context);
+// Over the distance from the gate, to the stop, with the gates and the touchdown.
+[[nodiscard]] owned_record<chart> build_swoop_speed_chart(const chart_context &context);
+
+}  // namespace tarvel

@@ -1,0 +1,79 @@
+// Every chart at every request for memory that may be refused.
+#include <gtest/gtest.h>
+
+#include "chart/run_charts.h"
+#include "chart_text.h"
+#include "hand_made_swoop.h"
+#include "support/allocation_limit.h"
+
+namespace tarvel {
+namespace {
+
+struct memory_case {
+  const char *name;
+  owned_record<chart> (*build)(const chart_context &);
+  std::size_t requests;
+};
+
+// A chart takes one request and three titles; a series of the track takes three (record, points, name) and its label
+// one, an annotation three, other series two.
+const memory_case memory_cases[] = {
+    {"accuracy", build_gps_accuracy_chart, 4 + 4 * 4}, {"dive angle", build_dive_angle_chart, 4 + 3},
+    {"dive speed", build_dive_speed_chart, 4 + 4 * 4}, {"heading", build_heading_chart, 4 + 3 + 2 * 3},
+    {"turn rate", build_turn_rate_chart, 4 + 3},       {"overhead", build_overhead_chart, 4 + 3 + 3 * 2},
+    {"side view", build_side_view_chart, 4 + 3},       {"swoop speed", build_swoop_speed_chart, 4 + 3 + 4 * 3},
+};
+
+TEST(chart_memory_test, builds_a_whole_chart_or_none) {
+  swoop run = hand_made_swoop();
+  run.track[2].heading = 90.0;  // three runs of heading
+  const vec3 pond[] = {{9, 8, 0}, {0, 0, 0}};
+  const chart_context context = {run, pond, true};
+  for (const memory_case &c : memory_cases) {
+    SCOPED_TRACE(c.name);
+    const owned_record<chart> whole = c.build(context);
+    std::size_t granted = 0;
+    for (;; ++granted) {
+      const allocation_limit limit(granted);
+      const owned_record<chart> made = c.build(context);
+      if (!made) continue;
+      EXPECT_EQ(text_of(*made), text_of(*whole));
+      break;
+    }
+    EXPECT_EQ(granted, c.requests);
+  }
+}
+
+TEST(chart_memory_test, grows_a_long_track_or_gives_up) {
+  std::vector<gps_point> samples(1000);
+  for (std::size_t i = 0; i < samples.size(); ++i) samples[i].pos_local = {static_cast<double>(i) + 1.0, 1.0, 2.0};
+  swoop run = run_of(samples);
+  run.top_of_turn = 1;
+  run.stop = 999;
+  const owned_record<chart> whole = build_side_view_chart({run, nullptr, true});
+  EXPECT_EQ(whole->first_series->count, 999U);
+  EXPECT_EQ(whole->first_series->capacity, 1200U);
+  // 300, 600, 1200: the last request is the second growth.
+  const allocation_limit limit(7);
+  EXPECT_FALSE(build_side_view_chart({run, nullptr, true}));
+}
+
+TEST(chart_memory_test, grows_a_long_pond_or_gives_up) {
+  const swoop run = hand_made_swoop();
+  std::vector<vec3> pond(700, vec3{1.0, 2.0, 3.0});
+  pond.push_back({});
+  std::size_t granted = 0;
+  for (;; ++granted) {
+    const allocation_limit limit(granted);
+    const owned_record<chart> made = build_overhead_chart({run, pond.data(), true});
+    if (!made) continue;
+    const series *last = made->first_series.get();
+    while (last->next) last = last->next.get();
+    EXPECT_EQ(last->count, 700U);
+    break;
+  }
+  EXPECT_EQ(granted, 4U + 3 + 3 * 2 + 2);
+}
+
+}  // namespace
+}  // namespace tarvel
