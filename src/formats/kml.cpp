@@ -1,12 +1,11 @@
 #include "formats/kml.h"
 
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <limits>
 
 #include "driver/file_handle.h"
+#include "formats/fixed_decimal.h"
 
 namespace tarvel {
 
@@ -27,23 +26,15 @@ document_name document_name_at(std::int64_t time) {
   return name;
 }
 
-// What "%.*f" prints, NUL not included. std::to_chars gives the same digits and words, ties, infinities and NaN
-// included, in a third of the time.
-char *print_fixed(char *first, char *last, double value, int decimals) {
-  return std::to_chars(first, last, value, std::chars_format::fixed, decimals).ptr;
-}
-
 // "          %.7f,%.7f,%.3f\n" with longitude, latitude, height: KML puts the longitude first.
 void write_coordinates(std::FILE *file, const vec3 &wgs84) {
-  constexpr std::size_t longest_number = std::numeric_limits<double>::max_exponent10 + 10;  // sign, digits, decimals
-  char line[10 + 3 * (longest_number + 1)];
-  char *const last = line + sizeof line;
+  char line[10 + 3 * (longest_fixed_decimal + 1)];
   std::memset(line, ' ', 10);
-  char *position = print_fixed(line + 10, last, wgs84.y, 7);
+  char *position = print_fixed(line + 10, wgs84.y, 7);
   *position++ = ',';
-  position = print_fixed(position, last, wgs84.x, 7);
+  position = print_fixed(position, wgs84.x, 7);
   *position++ = ',';
-  position = print_fixed(position, last, wgs84.z, 3);
+  position = print_fixed(position, wgs84.z, 3);
   *position++ = '\n';
   fwrite_unlocked(line, 1, static_cast<std::size_t>(position - line), file);
 }

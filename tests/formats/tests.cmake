@@ -1,4 +1,5 @@
 tarvel_test(formats/kml_test USES tarvel_formats)
+tarvel_test(formats/fixed_decimal_test USES tarvel_formats)
 tarvel_test(formats/kml_number_test USES tarvel_formats)
 tarvel_test(formats/course_file_write_test USES tarvel_formats)
 tarvel_test(formats/course_file_read_test USES tarvel_formats)
