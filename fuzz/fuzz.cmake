@@ -1,10 +1,9 @@
 # Fuzz targets, one file each. With TARVEL_FUZZERS each becomes a libFuzzer program:
 #
-#   cmake --preset fuzz && cmake --build --preset fuzz
-#   build/fuzz/container_fuzzer -max_total_time=60 -close_fd_mask=1 -dict=fuzz/dictionaries/container.dict CORPUS fuzz/seeds/container
+#   scripts/fuzz 60 container
 #
-# With the tests each is also linked with a main that replays its seeds, under whatever the tests are built with. A
-# finding, made small, becomes a seed.
+# With the tests each is also linked with a main that replays its seeds and its corpus, under whatever the tests are
+# built with. A finding, made small, becomes a seed. The corpus is what scripts/fuzz kept of its last long run.
 
 # tarvel_fuzzer(NAME USES target...)
 function(tarvel_fuzzer name)
@@ -17,7 +16,8 @@ function(tarvel_fuzzer name)
   if(TARVEL_TESTS)
     add_executable(${name}_replay fuzz/${name}_fuzzer.cpp fuzz/replay.cpp)
     target_link_libraries(${name}_replay PRIVATE ${fuzzer_USES} tarvel_build_options)
-    add_test(NAME fuzz/${name} COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${name})
+    file(GLOB inputs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
+    add_test(NAME fuzz/${name} COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${name} ${inputs})
     set_tests_properties(fuzz/${name} PROPERTIES ENVIRONMENT "TZ=UTC;LC_ALL=C;${tarvel_sanitizer_options}" TIMEOUT 60)
   endif()
 endfunction()
@@ -27,6 +27,6 @@ tarvel_fuzzer(tagged_lines USES tarvel_track)
 tarvel_fuzzer(time_field USES tarvel_track)
 tarvel_fuzzer(container USES tarvel_container)
 tarvel_fuzzer(course_file USES tarvel_formats)
-tarvel_fuzzer(swoop_analysis USES tarvel_swoop)
+tarvel_fuzzer(swoop_analysis USES tarvel_chart)
 tarvel_fuzzer(survey USES tarvel_gate tarvel_formats)
 tarvel_fuzzer(chart USES tarvel_chart)

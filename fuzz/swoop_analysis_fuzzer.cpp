@@ -1,7 +1,8 @@
-// A whole run from its bytes to its report and map. The first byte holds the options: two bits of gate type, one for
-// metres, one for a time aloft.
+// A whole run from its bytes to its report, map and charts. The first byte holds the options: two bits of gate type, one
+// for metres, one for a time aloft.
 #include <utility>
 
+#include "chart/pages.h"
 #include "container/tvl_file.h"
 #include "formats/kml.h"
 #include "fuzz_input.h"
@@ -40,6 +41,8 @@ void require_outputs(const swoop &run, bool metric) {
   const gate_ends ends = entry_gate_ends(run.matrix);
   const std::span<const gps_point> samples = samples_of(run).subspan(run.top_of_turn, run.stop - run.top_of_turn);
   write_kml("/dev/null", run.track[run.top_of_turn].time, samples, &ends, &error);
+  require(error == nullptr);
+  write_swoop_pdf("/dev/null", run, nullptr, metric, false, &error);
   require(error == nullptr);
 }
 
