@@ -10,13 +10,14 @@ target_compile_options(tarvel_build_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wdouble-promotion
   $<$<BOOL:${TARVEL_WARNINGS_ARE_ERRORS}>:-Werror>)
 
-# tarvel_component(NAME SOURCES file... [USES target...])
+# tarvel_component(NAME SOURCES file... [USES target...]): a static library unless BUILD_SHARED_LIBS says otherwise.
 function(tarvel_component name)
   cmake_parse_arguments(PARSE_ARGV 1 component "" "" "SOURCES;USES")
-  add_library(${name} STATIC ${component_SOURCES})
+  add_library(${name} ${component_SOURCES})
   target_link_libraries(${name} PUBLIC ${component_USES} PRIVATE tarvel_build_options)
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_compile_features(${name} PUBLIC cxx_std_20)
+  target_compile_options(${name} PRIVATE ${TARVEL_COMPONENT_OPTIONS})
 endfunction()
 
 # What libraries keep until the process ends is no leak of the project's.

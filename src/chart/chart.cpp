@@ -66,8 +66,8 @@ bool chart_set_marker(chart &target, const char *name, const vec2 *point) {
   if (marker == nullptr) {
     owned_record<series> made = make_marker(name);
     if (!made) return false;
-    marker = made.get();
     chart_add_series(target, std::move(made));
+    marker = find_marker(target, name);
   }
   marker->count = 0;
   // The room for one point is there since the marker was made.

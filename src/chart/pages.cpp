@@ -35,11 +35,23 @@ constexpr chart_page first_page = {
 constexpr chart_page second_page = {
     {{1, build_dive_angle_chart}, {3, build_gps_accuracy_chart}, {2, build_turn_rate_chart}, {4, build_heading_chart}}};
 
-void draw_page(cairo_t *cr, const chart_page &page, const chart_context &context) {
+// A chart that there is no memory for leaves its cell empty. False then.
+[[nodiscard]] bool draw_page(cairo_t *cr, const chart_page &page, const chart_context &context) {
+  bool is_complete = true;
   for (const page_cell &part : page) {
     const owned_record<chart> built = part.build(context);
     draw_chart(cr, built.get(), part.cell);
+    is_complete = is_complete && built != nullptr;
   }
+  return is_complete;
+}
+
+// What is missing on the pages, null for nothing. A context that has failed draws nothing more and does not tell its
+// surface.
+error_slot find_gap(cairo_t *cr, bool has_all_charts) {
+  if (!has_all_charts || cairo_status(cr) == CAIRO_STATUS_NO_MEMORY) return "failed to allocate memory for charts";
+  if (!has_readable_font(cr)) return "failed to read font for charts";
+  return nullptr;
 }
 
 // cairo writes through the same door as every other output.
@@ -48,9 +60,10 @@ cairo_status_t write_to_file(void *closure, const unsigned char *data, unsigned 
   return is_written ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
 }
 
-void close_document(file_handle file, cairo_status_t status, const char *path, error_slot *error) {
+void close_document(file_handle file, cairo_status_t status, error_slot gap, const char *path, error_slot *error) {
   close_output(std::move(file), path, error);
-  if (*error == nullptr && status != CAIRO_STATUS_SUCCESS) *error = format_error("failed to write file: %s", path);
+  if (*error) return;
+  *error = status == CAIRO_STATUS_SUCCESS ? gap : format_error("failed to write file: %s", path);
 }
 
 }  // namespace
@@ -62,16 +75,18 @@ void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool 
   if (!file) return;
 
   const surface_handle surface(cairo_pdf_surface_create_for_stream(write_to_file, file.get(), page_width, page_height));
+  error_slot gap = nullptr;
   {
     const context_handle context(cairo_create(surface.get()));
     const chart_context charts = {run, pond, metric, from_exit};
-    draw_page(context.get(), first_page, charts);
+    const bool is_first_complete = draw_page(context.get(), first_page, charts);
     cairo_show_page(context.get());
-    draw_page(context.get(), second_page, charts);
+    const bool is_second_complete = draw_page(context.get(), second_page, charts);
     cairo_show_page(context.get());
+    gap = find_gap(context.get(), is_first_complete && is_second_complete);
   }
   cairo_surface_finish(surface.get());
-  close_document(std::move(file), cairo_surface_status(surface.get()), path, error);
+  close_document(std::move(file), cairo_surface_status(surface.get()), gap, path, error);
 }
 
 void write_swoop_png(const swoop &run, const vec3 *pond, bool metric, bool from_exit, error_slot *error) {
@@ -81,12 +96,13 @@ void write_swoop_png(const swoop &run, const vec3 *pond, bool metric, bool from_
   if (!file) return;
 
   const surface_handle surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height));
+  error_slot gap = nullptr;
   {
     const context_handle context(cairo_create(surface.get()));
-    draw_page(context.get(), first_page, {run, pond, metric, from_exit});
+    gap = find_gap(context.get(), draw_page(context.get(), first_page, {run, pond, metric, from_exit}));
   }
   const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), write_to_file, file.get());
-  close_document(std::move(file), status, path, error);
+  close_document(std::move(file), status, gap, path, error);
 }
 
 }  // namespace tarvel

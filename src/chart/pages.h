@@ -6,8 +6,9 @@
 
 namespace tarvel {
 
-// Writes two landscape letter pages of four charts each. A chart that memory does not suffice for leaves its cell
-// empty. Fails with "failed to open file: %s" or "failed to write file: %s".
+// Writes two landscape letter pages of four charts each. Fails with "failed to open file: %s" or "failed to write file:
+// %s"; or, with the cells empty of the charts that memory does not suffice for and the rest drawn, with "failed to
+// allocate memory for charts"; or, without words in them, with "failed to read font for charts".
 void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool metric, bool from_exit,
                      error_slot *error);
 

@@ -373,4 +373,13 @@ void draw_chart(cairo_t *cr, const chart *source, std::uint32_t cell) {
   draw_legend(d);
 }
 
+bool has_readable_font(cairo_t *cr) {
+  const layout_handle text = make_text_layout(cr, lay_out_cell(cr, 1).font_size);
+  PangoContext *const context = pango_layout_get_context(text.get());
+  const loaded_font_handle font(pango_context_load_font(context, pango_layout_get_font_description(text.get())));
+  if (!font) return true;
+  cairo_scaled_font_t *const letters = pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(font.get()));
+  return letters != nullptr && cairo_scaled_font_status(letters) == CAIRO_STATUS_SUCCESS;
+}
+
 }  // namespace tarvel

@@ -13,4 +13,8 @@ namespace tarvel {
 // with a coordinate that is not finite are left out. A null chart draws nothing.
 void draw_chart(cairo_t *cr, const chart *source, std::uint32_t cell);
 
+// False when the file of the charts' font cannot be read, so that nothing stands where words should: what pango says of
+// it goes to standard error alone. A machine without any font has none to read.
+[[nodiscard]] bool has_readable_font(cairo_t *cr);
+
 }  // namespace tarvel

@@ -61,6 +61,7 @@ void read_gate_samples(std::FILE *stream, std::uint32_t count, owned_array<vec3>
     *error = "malloc() failed";
   }
   for (std::uint32_t i = 0; i < count && *error == nullptr; ++i) {
+    // cppcheck-suppress nullPointer  // without an error try_zeroed() has made the pond
     if (!read_gate_sample(stream, pond[i])) *error = "failed to read gate sample";
   }
 }
@@ -195,6 +196,7 @@ void read_gate_file(const char *path, gate_file_data &gate_data, error_slot *err
   const file_handle file = open_input(path, error);
   if (!file) return;
   read_gate_stream(file.get(), gate_data, error);
+  if (*error) blame_input(file.get(), path, error);
 }
 
 void read_swoop_file(const char *path, gps_track &track, error_slot *error) {
@@ -202,6 +204,7 @@ void read_swoop_file(const char *path, gps_track &track, error_slot *error) {
   const file_handle file = open_input(path, error);
   if (!file) return;
   read_swoop_stream(file.get(), track, error);
+  if (*error) blame_input(file.get(), path, error);
 }
 
 void write_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error) {

@@ -23,8 +23,8 @@ struct gate_file_data {
 // included. None for null.
 [[nodiscard]] std::span<const vec3> pond_points(const vec3 *pond);
 
-// Fills matrix, theta and pond. Fails with "failed to open file: %s" or what is wrong with the container, in the words
-// of read_gate_stream; the record then stays as it was.
+// Fills matrix, theta and pond. Fails with "failed to open file: %s", "failed to read file: %s" or what is wrong with
+// the container, in the words of read_gate_stream; the record then stays as it was.
 void read_gate_file(const char *path, gate_file_data &gate_data, error_slot *error);
 
 // Fills the track with samples whose derived fields are zero; a file of no samples gives an empty track. Fails like

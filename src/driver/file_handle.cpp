@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "driver/memory.h"
 
@@ -103,7 +104,7 @@ bool set_aside(const char *path) {
     if (rename_to_free_name(path, aside.get())) return true;
     if (errno != EEXIST) return false;
   }
-  return false;
+  return false;  // GCOVR_EXCL_LINE: after four billion names that are all taken
 }
 
 // The name behind every symbolic link: renaming the link alone would leave the samples in the output's way.
@@ -112,72 +113,115 @@ bool set_aside_target(const char *path) {
   return target && set_aside(target.get());
 }
 
-bool is_symbolic_link(const char *path, struct stat *link_status) {
-  return lstat(path, link_status) == 0 && S_ISLNK(link_status->st_mode);
+enum class lookup { there, absent, failed };
+
+lookup lookup_result(int result) {
+  if (result == 0) return lookup::there;
+  const bool leads_nowhere = errno == ENOENT || errno == ENOTDIR || errno == ELOOP || errno == ENAMETOOLONG;
+  return leads_nowhere ? lookup::absent : lookup::failed;
 }
+
+// A name whose lookup failed may lead to anything, an input included.
+lookup look_up(const char *path, struct stat &status) { return lookup_result(stat(path, &status)); }
+lookup look_up_link(const char *path, struct stat &status) { return lookup_result(lstat(path, &status)); }
 
 // A link may be renamed in place of its target only if the output has that very link's name.
 bool set_aside_input(const protected_file &input, const char *output_path) {
-  struct stat link;
-  struct stat output_link;
-  const bool through_link = is_symbolic_link(input.path, &link);
-  if (through_link && !(is_symbolic_link(output_path, &output_link) && identity_of(link) == identity_of(output_link))) {
-    return set_aside_target(output_path);
+  struct stat name;
+  struct stat output_name;
+  struct stat target;
+  const lookup name_found = look_up_link(input.path, name);
+  const lookup output_found = look_up_link(output_path, output_name);
+  const lookup target_found = look_up(input.path, target);
+  for (const lookup found : {name_found, output_found, target_found}) {
+    if (found == lookup::failed) return false;
   }
-  struct stat status;
-  if (stat(input.path, &status) != 0 || !(identity_of(status) == input.identity)) {
-    return set_aside_target(output_path);
-  }
+  const bool through_link = name_found == lookup::there && S_ISLNK(name.st_mode);
+  const bool is_that_link = output_found == lookup::there && identity_of(name) == identity_of(output_name);
+  const bool is_elsewhere = target_found == lookup::absent || !(identity_of(target) == input.identity);
+  if ((through_link && !is_that_link) || is_elsewhere) return set_aside_target(output_path);
   return set_aside(input.path);
 }
 
-// False when an input is in the way and cannot be moved.
+// False when an input is in the way and cannot be moved, or when nobody can tell.
 bool make_way(const char *path) {
-  struct stat status;
   // The second round is for a file of two names: after the input's own name the output's still leads to it.
-  for (int round = 0; round < 2; ++round) {
-    if (stat(path, &status) != 0) return true;
+  for (int round = 0;; ++round) {
+    struct stat status;
+    const lookup found = look_up(path, status);
+    if (found != lookup::there) return found == lookup::absent;
     const protected_file *const input = find_input(identity_of(status));
     if (input == nullptr) return true;
+    if (round == 2) return false;
     if (!(round == 0 ? set_aside_input(*input, path) : set_aside_target(path))) return false;
   }
-  return stat(path, &status) != 0 || find_input(identity_of(status)) == nullptr;
 }
+
+// Opened with O_NONBLOCK, since a FIFO whose other end is missing would hold the program for ever, and then set to
+// wait for its bytes.
+file_handle open_stream(const char *path, int flags, const char *mode) {
+  const int descriptor = open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
+  if (descriptor < 0) return nullptr;
+  file_handle file(fcntl(descriptor, F_SETFL, 0) == 0 ? fdopen(descriptor, mode) : nullptr);
+  if (!file) close(descriptor);
+  return file;
+}
+
+// Null for a FIFO as well.
+file_handle open_for_reading(const char *path, struct stat &status) {
+  file_handle file = open_stream(path, O_RDONLY, "rb");
+  if (!file || fstat(fileno(file.get()), &status) != 0 || S_ISFIFO(status.st_mode)) return nullptr;
+  return file;
+}
+
+constexpr const char *open_failure = "failed to open file: ";
+constexpr const char *read_failure = "failed to read file: ";
+
+void fail_opening(const char *path, error_slot *error) { *error = format_error("%s%s", open_failure, path); }
 
 }  // namespace
 
 void protect_input(const char *path, error_slot *error) {
   struct stat status;
-  if (stat(path, &status) != 0) return;
-  if (!remember(path, status)) *error = "strdup() failed";
+  const lookup found = look_up(path, status);
+  if (found == lookup::failed) return fail_opening(path, error);
+  if (found == lookup::there && !remember(path, status)) *error = "strdup() failed";
 }
 
 file_handle open_input(const char *path, error_slot *error) {
-  // Without O_NONBLOCK a FIFO that nobody writes to would hold the program for ever.
-  const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0) {
-    *error = format_error("failed to open file: %s", path);
-    return nullptr;
-  }
   struct stat status;
-  const bool is_readable =
-      fstat(descriptor, &status) == 0 && !S_ISFIFO(status.st_mode) && fcntl(descriptor, F_SETFL, 0) == 0;
-  file_handle file(is_readable ? fdopen(descriptor, "rb") : nullptr);
+  file_handle file = open_for_reading(path, status);
   if (!file) {
-    close(descriptor);
-    *error = format_error("failed to open file: %s", path);
-    return nullptr;
-  }
-  if (!remember(path, status)) {
+    fail_opening(path, error);
+  } else if (!remember(path, status)) {
     *error = "strdup() failed";
-    return nullptr;
+    file.reset();
   }
   return file;
 }
 
+file_handle open_own_file(const char *path) {
+  struct stat status;
+  file_handle file = open_for_reading(path, status);
+  if (file && S_ISCHR(status.st_mode)) file.reset();
+  return file;
+}
+
+void blame_input(std::FILE *stream, const char *path, error_slot *error) {
+  struct stat status;
+  const bool is_folder = fstat(fileno(stream), &status) == 0 && S_ISDIR(status.st_mode);
+  if (std::ferror(stream) != 0 && !is_folder) *error = format_error("%s%s", read_failure, path);
+}
+
+bool is_file_failure(error_slot message) {
+  if (message == nullptr) return false;
+  const std::string_view words = message;
+  return words.starts_with(open_failure) || words.starts_with(read_failure);
+}
+
 file_handle open_output(const char *path, error_slot *error) {
-  file_handle file(make_way(path) ? std::fopen(path, "wb") : nullptr);
-  if (!file) *error = format_error("failed to open file: %s", path);
+  file_handle file(make_way(path) ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
+  if (!file) fail_opening(path, error);
   return file;
 }
 
@@ -187,11 +231,16 @@ void close_output(file_handle file, const char *path, error_slot *error) {
   if (*error == nullptr && (had_error || !is_closed)) *error = format_error("failed to write file: %s", path);
 }
 
-bool is_same_file(const char *path, const char *other_path) {
+bool is_same_file(const char *path, const char *other_path, error_slot *error) {
   struct stat status;
   struct stat other_status;
-  return stat(path, &status) == 0 && stat(other_path, &other_status) == 0 &&
-         identity_of(status) == identity_of(other_status);
+  const lookup found = look_up(path, status);
+  const lookup other_found = look_up(other_path, other_status);
+  if (found == lookup::failed || other_found == lookup::failed) {
+    fail_opening(found == lookup::failed ? path : other_path, error);
+    return false;
+  }
+  return found == lookup::there && other_found == lookup::there && identity_of(status) == identity_of(other_status);
 }
 
 }  // namespace tarvel

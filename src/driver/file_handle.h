@@ -15,22 +15,34 @@ using file_handle = std::unique_ptr<std::FILE, file_closer>;
 
 // Remembers the file as an input of this run, by device and inode, before anything is written. Called for each
 // track on the command line, since one mode writes before the next has read. A file that is not there is not an
-// input. Fails with "strdup() failed".
+// input. Fails with "strdup() failed", or with "failed to open file: %s" when nobody can tell whether it is there.
 void protect_input(const char *path, error_slot *error);
 
 // Opens a track or course file for reading and protects it. Null with "failed to open file: %s"; a FIFO is refused
 // in the same words, since a track is opened once by every reader that tries it, which no pipe survives.
 [[nodiscard]] file_handle open_input(const char *path, error_slot *error);
 
+// Opens for reading what the program has written. Null when that fails, and for a FIFO or a device, which do not give
+// back what was written to them.
+[[nodiscard]] file_handle open_own_file(const char *path);
+
+// To be called when the reading of a stream has failed or ended: when the disk was the reason, the message becomes
+// "failed to read file: %s" whatever a reader has made of the bytes so far. Readers of a folder keep their words.
+void blame_input(std::FILE *stream, const char *path, error_slot *error);
+
+// True for a message of open_input or blame_input: then no other reader is to try the same file.
+[[nodiscard]] bool is_file_failure(error_slot message);
+
 // Opens a file for writing, emptied. When it is one of this run's inputs, that input is first renamed: ".orig" is
-// appended to its name, ".orig.2", ".orig.3" and so on when that is taken. Null with "failed to open file: %s".
+// appended to its name, ".orig.2", ".orig.3" and so on when that is taken. Null with "failed to open file: %s", also
+// for a FIFO that nobody reads from.
 [[nodiscard]] file_handle open_output(const char *path, error_slot *error);
 
 // Writes out what is buffered and closes. Any write that failed since the opening fails with
 // "failed to write file: %s"; a message that is already in the slot stays.
 void close_output(file_handle file, const char *path, error_slot *error);
 
-// True when both names lead to one existing file.
-[[nodiscard]] bool is_same_file(const char *path, const char *other_path);
+// True when both names lead to one existing file. Fails with "failed to open file: %s" when nobody can tell.
+[[nodiscard]] bool is_same_file(const char *path, const char *other_path, error_slot *error);
 
 }  // namespace tarvel

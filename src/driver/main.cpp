@@ -4,6 +4,7 @@
 #include "driver/file_handle.h"
 #include "driver/modes.h"
 #include "driver/options.h"
+#include "driver/process_setup.h"
 
 namespace {
 
@@ -15,12 +16,21 @@ void protect_tracks(const tarvel::run_config &config) {
   tarvel::fatal_error(error);
 }
 
+void settle_time_zone() {
+  tarvel::error_slot error = nullptr;
+  tarvel::load_time_zone(&error);
+  tarvel::fatal_error(error);
+}
+
 }  // namespace
 
 int main(int argc, char *argv[]) {
+  tarvel::hold_standard_streams();
+  tarvel::take_signals_as_failed_writes();
   tarvel::run_config config;
   tarvel::parse_options(argc, argv, config);
   protect_tracks(config);
+  settle_time_zone();
   if (config.gate_file) tarvel::run_gate_mode(config);
   if (config.swoop_file) tarvel::run_swoop_mode(config);
   tarvel::exit_program(EXIT_SUCCESS);

@@ -5,10 +5,23 @@
 namespace tarvel {
 
 std::size_t allocations_left = SIZE_MAX;
+std::size_t allocations_refused = 0;
+
+namespace {
+
+void *count_refusal(void *block) {
+  if (block == nullptr) ++allocations_refused;
+  return block;
+}
+
+}  // namespace
 
 bool grant_allocation() {
   if (allocations_left == SIZE_MAX) return true;
-  if (allocations_left == 0) return false;
+  if (allocations_left == 0) {
+    ++allocations_refused;
+    return false;
+  }
   --allocations_left;
   return true;
 }
@@ -16,14 +29,14 @@ bool grant_allocation() {
 void *resize_block(void *block, std::size_t count, std::size_t size) {
   if (!grant_allocation()) return nullptr;
   std::size_t bytes = 0;
-  if (__builtin_mul_overflow(count, size, &bytes)) return nullptr;
+  if (__builtin_mul_overflow(count, size, &bytes)) return count_refusal(nullptr);
   // A block of no bytes may come back null without being refused.
-  return std::realloc(block, bytes == 0 ? 1 : bytes);
+  return count_refusal(std::realloc(block, bytes == 0 ? 1 : bytes));
 }
 
 void *zeroed_block(std::size_t count, std::size_t size) {
   if (!grant_allocation()) return nullptr;
-  return std::calloc(count == 0 ? 1 : count, size);
+  return count_refusal(std::calloc(count == 0 ? 1 : count, size));
 }
 
 owned_text try_duplicate(const char *text) {

@@ -25,9 +25,14 @@ using owned_record = std::unique_ptr<T>;
 // How many more requests are granted. Tests lower it to see what every stage does when memory is short.
 extern std::size_t allocations_left;
 
+// How many requests have been refused so far. Who goes on with something else after a failure asks it whether memory
+// was the reason.
+extern std::size_t allocations_refused;
+
 // realloc and calloc of count elements of size bytes; null when refused or when the bytes overflow.
 [[nodiscard]] void *resize_block(void *block, std::size_t count, std::size_t size);
 [[nodiscard]] void *zeroed_block(std::size_t count, std::size_t size);
+// False, and counted, when the tests' limit is reached.
 [[nodiscard]] bool grant_allocation();
 
 // Keeps the first elements and leaves new ones unset. False when memory is short: the array is as it was.
@@ -56,7 +61,9 @@ template <typename T>
 template <typename T>
 [[nodiscard]] owned_record<T> try_make() {
   if (!grant_allocation()) return nullptr;
-  return owned_record<T>(new (std::nothrow) T());
+  T *const record = new (std::nothrow) T();
+  if (record == nullptr) ++allocations_refused;
+  return owned_record<T>(record);
 }
 
 // A copy of the text, null when memory is short.

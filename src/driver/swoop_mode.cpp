@@ -46,12 +46,14 @@ void analyze_over_course(swoop &run, const course &loaded) {
   fatal_error(error);
 }
 
-// The report goes to the screen first, so that a pilot sees it even where the folder cannot be written to.
+// The report goes to the screen first, so that a pilot sees it even where the folder cannot be written to; and at once,
+// since the drawing libraries end the process themselves when they have no memory.
 void publish_report(const swoop &run, bool metric, const char *path) {
   error_slot error = nullptr;
   const owned_text report = format_swoop_report(run, metric, &error);
   fatal_error(error);
   std::printf("\n%s", report.get());
+  std::fflush(stdout);
 
   file_handle file = open_output(path, &error);
   fatal_error(error);

@@ -1,28 +1,68 @@
 #include "formats/coord_dump.h"
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string_view>
 
 #include "driver/file_handle.h"
 #include "driver/units.h"
+#include "formats/fixed_decimal.h"
 
 namespace tarvel {
 
 namespace {
 
-// Five digits of seconds: times since an epoch show as a counter that wraps, since only differences matter here.
+// A line of the table. Thirteen numbers a sample: printing them with std::fprintf would take longer than the analysis.
+struct table_row {
+  std::array<char, 13 * longest_fixed_decimal + 200> text;
+  char *end = text.data();
+
+  void add(std::string_view words) { end = std::copy(words.begin(), words.end(), end); }
+
+  // As "%*.*f" does. What is no number has the sign that the processor gives to 0 / 0: where two such values meet, the
+  // compiler chooses whose sign goes on.
+  void add(double value, std::ptrdiff_t width, int decimals) {
+    if (std::isnan(value)) value = std::copysign(value, -1.0);
+    char *const number_end = print_fixed(end, value, decimals);
+    const std::ptrdiff_t missing = std::max(std::ptrdiff_t{0}, width - (number_end - end));
+    std::copy_backward(end, number_end, number_end + missing);
+    std::fill_n(end, missing, ' ');
+    end = number_end + missing;
+  }
+
+  // Five digits of seconds: times since an epoch show as a counter that wraps, since only differences matter here.
+  void add_time(std::int64_t time) {
+    const auto ms = static_cast<std::uint64_t>(time);
+    end += std::snprintf(end, 20, "%5d.%03d", static_cast<int>(ms / 1000 % 100000), static_cast<int>(ms % 1000));
+  }
+
+  void add_vector(const vec3 &v, double factor, std::ptrdiff_t width, std::string_view separator) {
+    add("   (");
+    add(v.x * factor, width, 2);
+    add(separator);
+    add(v.y * factor, width, 2);
+    add(separator);
+    add(v.z * factor, width, 2);
+    add(" )");
+  }
+};
+
 void write_row(std::FILE *file, const gps_point &sample) {
-  const auto time = static_cast<std::uint64_t>(sample.time);
-  const vec3 &pos = sample.pos_local;
-  const vec3 &vel = sample.vel_local;
-  const vec3 &acc = sample.acc_local;
-  std::fprintf(file, "%5d.%03d   ", static_cast<int>(time / 1000 % 100000), static_cast<int>(time % 1000));
-  std::fprintf(file, "(%10.2f,%10.2f,%10.2f )   ", pos.x * feet_per_metre, pos.y * feet_per_metre,
-               pos.z * feet_per_metre);
-  std::fprintf(file, "(%8.2f,%8.2f,%8.2f )   ", vel.x * mph_per_mps, vel.y * mph_per_mps, vel.z * mph_per_mps);
-  std::fprintf(file, "(%8.2f%8.2f%8.2f )", acc.x * mph_per_mps, acc.y * mph_per_mps, acc.z * mph_per_mps);
-  std::fprintf(file, "%8.2f%5.0f%8.0f%10.2f\n", vec3_length(acc) / standard_gravity, sample.dive_angle, sample.heading,
-               sample.turn_rate);
+  table_row row;
+  row.add_time(sample.time);
+  row.add_vector(sample.pos_local, feet_per_metre, 10, ",");
+  row.add_vector(sample.vel_local, mph_per_mps, 8, ",");
+  row.add_vector(sample.acc_local, mph_per_mps, 8, "");
+  row.add(vec3_length(sample.acc_local) / standard_gravity, 8, 2);
+  row.add(sample.dive_angle, 5, 0);
+  row.add(sample.heading, 8, 0);
+  row.add(sample.turn_rate, 10, 2);
+  row.add("\n");
+  std::fwrite(row.text.data(), 1, static_cast<std::size_t>(row.end - row.text.data()), file);
 }
 
 }  // namespace

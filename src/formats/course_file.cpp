@@ -156,11 +156,7 @@ index_match read_lines(std::FILE *file, course_reader &reader, const char *swoop
     }
     if (*error) return index_match::none;
   }
-  if (reader.rows != 4) {
-    fail_parsing(reader, error);
-  } else if (std::ferror(file) != 0) {
-    *error = format_error("failed to read file: %s", reader.path);
-  }
+  if (reader.rows != 4) fail_parsing(reader, error);
   return index_match::none;
 }
 
@@ -177,12 +173,23 @@ index_match read_one_file(const char *path, const char *swoop_file, course &resu
   if (!file) return index_match::none;
 
   const index_match match = read_lines(file.get(), reader, swoop_file, target, error);
+  if (match == index_match::none) blame_input(file.get(), path, error);
   if (match == index_match::none && *error == nullptr) {
     result.matrix = std::move(reader.matrix);
     result.pond = std::move(reader.pond);
     result.theta = reader.theta;
   }
   return match;
+}
+
+// Which name of a chain, read up to its i-th, is one too many for a chain that leads on for ever; -1 when this one may
+// end. A name that comes again leads to the same names again, and no file needs to be read for that.
+int last_of_endless_chain(const char (*names)[line_size], int i) {
+  if (i == max_further_files) return i;
+  for (int k = 0; k < i; ++k) {
+    if (std::strcmp(names[k], names[i]) == 0) return k + (max_further_files - k) % (i - k);
+  }
+  return -1;
 }
 
 void copy_bytes(std::FILE *from, std::FILE *to, const char *destination, const char *source, error_slot *error) {
@@ -209,12 +216,12 @@ void write_course_file(const char *path, const mat4 &matrix, const vec3 *pond, d
   if (*error) return;
 
   // Copying a file onto itself would empty it.
-  if (!is_same_file(path, course_file_name)) copy_file(course_file_name, path, error);
+  if (!is_same_file(path, course_file_name, error) && *error == nullptr) copy_file(course_file_name, path, error);
 }
 
 void copy_file(const char *destination, const char *source, error_slot *error) {
   *error = nullptr;
-  const file_handle from(std::fopen(source, "rb"));
+  const file_handle from = open_own_file(source);
   if (!from) {
     *error = format_error("could not open %s for reading", source);
     return;
@@ -231,16 +238,16 @@ void copy_file(const char *destination, const char *source, error_slot *error) {
 void read_course_file(const char *path, const char *swoop_file, course &result, error_slot *error) {
   *error = nullptr;
   result = course();
-  char current[line_size];
-  char target[line_size];
-  index_match match = read_one_file(path, swoop_file, result, target, error);
-  for (int further = 1; match == index_match::other_file && *error == nullptr; ++further) {
-    std::memcpy(current, target, sizeof current);
-    if (further > max_further_files) {
-      *error = format_error("failed to open file: %s", current);
+  // The files that indices lead to, one after the other.
+  char names[max_further_files + 1][line_size];
+  index_match match = read_one_file(path, swoop_file, result, names[0], error);
+  for (int i = 0; match == index_match::other_file && *error == nullptr; ++i) {
+    const int last = last_of_endless_chain(names, i);
+    if (last >= 0) {
+      *error = format_error("failed to open file: %s", names[last]);
       return;
     }
-    match = read_one_file(current, swoop_file, result, target, error);
+    match = read_one_file(names[i], swoop_file, result, names[i + 1], error);
   }
 }
 

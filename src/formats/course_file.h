@@ -22,8 +22,8 @@ struct course {
 // "failed to write file: %s" or a message of copy_file.
 void write_course_file(const char *path, const mat4 &matrix, const vec3 *pond, double theta, error_slot *error);
 
-// Copies byte by byte. Fails with "could not open %s for reading", "could not open %s for writing", "failure during
-// write to %s", "failed to read file: %s" or "failed to write file: %s".
+// Copies byte by byte; FIFOs and devices are refused as the source. Fails with "could not open %s for reading", "could
+// not open %s for writing", "failure during write to %s", "failed to read file: %s" or "failed to write file: %s".
 void copy_file(const char *destination, const char *source, error_slot *error);
 
 // Reads a course file. An index in it may send a run, by the beginning of its file name as typed, on to another

@@ -23,7 +23,7 @@ struct frame_axes {
 // With translation.
 [[nodiscard]] vec3 mat4_transform_point(const mat4 &frame, const vec3 &point);
 // Rotation only, for velocities and directions.
-[[nodiscard]] vec3 mat4_transform_vector(const mat4 &frame, const vec3 &vector);
+[[nodiscard]] vec3 mat4_transform_vector(const mat4 &frame, const vec3 &v);
 // The general inverse. A singular matrix gives infinities or NaN.
 [[nodiscard]] mat4 mat4_inverse(const mat4 &matrix);
 // Turns local coordinates counter-clockwise about z by an angle in radians; exactly 0 leaves every bit as it is.

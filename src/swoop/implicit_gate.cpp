@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "geo/course_frame.h"
 #include "geo/wgs84.h"
 #include "swoop/rollout.h"
 #include "swoop/sample_measures.h"
+#include "swoop/sample_tree.h"
+#include "swoop/time_quarters.h"
 
 namespace tarvel {
 
@@ -17,7 +20,7 @@ constexpr float usable_vacc = 20.0F;  // m; worse heights say nothing about flig
 constexpr double standing_speed_mph = 10.0;
 constexpr float unusable_vacc = 10.0F;        // m; from here on heights cannot confirm a landing
 constexpr double landed_height_feet = 100.0;  // how far the height may move after a landing
-constexpr std::int64_t landed_time = 15000;   // ms
+constexpr std::int64_t landed_time = 15000;   // ms that must be exceeded
 constexpr std::int64_t ground_time = 3000;    // ms after the landing that give the ground's height
 constexpr double carried_height = 2.0;        // m above the ground at which a pilot's logger stands
 constexpr double dive_height_feet = 100.0;
@@ -40,44 +43,57 @@ bool has_moved_away(const gps_point &from, double altitude) {
   return !(feet_per_metre * std::fabs(altitude - raw_altitude(from)) <= landed_height_feet);
 }
 
-// Tells landings from slow flight. Where the clock stands still, each candidate could look at all samples behind it. So
-// the scan that refused the candidate before is remembered: the sample that refused it, and the least and the greatest
-// height before that. As long as the clock has not gone back, the next candidate is refused by the same sample if that
-// is too far away, and goes on behind it if both heights are near enough.
-struct landing_check {
-  std::size_t candidate = 0;
-  std::size_t refused_by = 0;  // 0: no candidate was refused
-  double least = 0.0;
-  double greatest = 0.0;
+// What candidates ask about the samples behind them.
+struct ground_summary {
+  double least = std::numeric_limits<double>::infinity();  // m; greater than the greatest: no samples
+  double greatest = -std::numeric_limits<double>::infinity();
+  time_quarters times;
 
-  bool confirm(std::span<const gps_point> samples, std::size_t i) {
-    std::size_t j = i;
-    if (i < refused_by && elapsed(samples[candidate], samples[i]) >= 0) {
-      if (has_moved_away(samples[i], raw_altitude(samples[refused_by]))) return false;
-      if (!has_moved_away(samples[i], least) && !has_moved_away(samples[i], greatest)) j = refused_by;
+  void add(const gps_point &sample) {
+    const double altitude = raw_altitude(sample);
+    least = std::min(least, altitude);
+    greatest = std::max(greatest, altitude);
+    // No altitude is near one that is not a number.
+    if (std::isnan(altitude)) {
+      greatest = std::numeric_limits<double>::infinity();
+      least = -greatest;
     }
-    if (j == i) least = greatest = raw_altitude(samples[i]);
-    candidate = i;
-    for (; j < samples.size(); ++j) {
-      const double altitude = raw_altitude(samples[j]);
-      if (elapsed(samples[i], samples[j]) > landed_time) return true;
-      if (has_moved_away(samples[i], altitude)) {
-        refused_by = j;
-        return false;
-      }
-      least = std::min(least, altitude);
-      greatest = std::max(greatest, altitude);
-    }
-    return true;
+    times.add(sample);
   }
+
+  void add(const ground_summary &others) {
+    least = std::min(least, others.least);
+    greatest = std::max(greatest, others.greatest);
+    times.add(others.times);
+  }
+};
+
+struct has_left {
+  const gps_point &from;
+  bool operator()(const gps_point &sample) const { return has_moved_away(from, raw_altitude(sample)); }
+  bool operator()(const ground_summary &summary) const {
+    return summary.least <= summary.greatest &&
+           (has_moved_away(from, summary.least) || has_moved_away(from, summary.greatest));
+  }
+};
+
+struct has_stayed {
+  taken_after is_after;
+  bool operator()(const gps_point &sample) const { return is_after(sample); }
+  bool operator()(const ground_summary &summary) const { return is_after(summary.times); }
 };
 
 // 0 when there is none. The last sample is not examined.
 std::size_t find_landing(std::span<const gps_point> samples, std::size_t flight) {
-  landing_check check;
+  sample_tree<ground_summary> tree(samples);
+  // The track may end before the landing has lasted.
+  const auto lasts = [&](std::size_t i) {
+    const std::size_t left = tree.find_first(i, samples.size(), has_left{samples[i]});
+    if (left == samples.size()) return true;
+    return tree.find_first(i, left + 1, has_stayed{{samples[i], landed_time + 1}}) <= left;
+  };
   for (std::size_t i = flight; i + 1 < samples.size(); ++i) {
-    if (!is_slow(samples[i])) continue;
-    if (samples[i].vacc >= unusable_vacc || check.confirm(samples, i)) return i;
+    if (is_slow(samples[i]) && (samples[i].vacc >= unusable_vacc || lasts(i))) return i;
   }
   return 0;
 }

@@ -1,6 +1,12 @@
 #include "swoop/plane_exit.h"
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
 #include "swoop/sample_measures.h"
+#include "swoop/sample_tree.h"
+#include "swoop/time_quarters.h"
 
 namespace tarvel {
 
@@ -21,59 +27,90 @@ constexpr std::int64_t fall_time = 1500;  // ms for which the mean must exceed l
 // Vertical accuracies from here on (m) say too little to end the search.
 constexpr float trusted_vacc = 10.0F;
 
-// Finds falls that last. Where the clock stands still, each candidate could look at all samples behind it. So a scan
-// that ended before the fall time had passed is remembered: candidates between its own and its end, with the clock
-// not gone back, have not as much time left.
-struct fall_start_check {
-  std::size_t candidate = 0;
-  std::size_t ended_at = 0;
+// What candidates ask about the samples behind them.
+struct fall_summary {
+  double lowest = std::numeric_limits<double>::infinity();  // ft; heights that are no numbers do not count
+  double accelerations = 0.0;                               // their sum, mph per second
+  time_quarters times;
 
-  // True when the mean downward acceleration over the fall time from sample i exceeds the least of a fall.
-  bool confirm(std::span<const gps_point> samples, std::size_t i) {
-    if (i < ended_at && elapsed(samples[candidate], samples[i]) >= 0) return false;
-    double sum = 0.0;
-    std::size_t j = i;
-    for (; j < samples.size(); ++j) {
-      const double acceleration = downward_acceleration(samples[j]);
-      if (acceleration < 0.0 || acceleration > greatest_fall) break;
-      sum += acceleration;
-      if (elapsed(samples[i], samples[j]) >= fall_time) return sum / static_cast<double>(j - i + 1) > least_fall;
-    }
-    candidate = i;
-    ended_at = j;
-    return false;
+  void add(const gps_point &sample) {
+    lowest = std::min(lowest, height_feet(sample));
+    accelerations += downward_acceleration(sample);
+    times.add(sample);
+  }
+
+  void add(const fall_summary &others) {
+    lowest = std::min(lowest, others.lowest);
+    accelerations += others.accelerations;
+    times.add(others.times);
   }
 };
 
-// Tells falls from climbs. Where one candidate is refused, so are all later ones up to the lowest sample of its fall:
-// they see the same lowest height before the same climb. Remembering that sample saves scanning a long climb anew for
-// each of them.
-struct fall_check {
-  std::size_t refused_up_to = 0;
+struct has_lasted {
+  taken_after is_after;
+  bool operator()(const gps_point &sample) const { return is_after(sample); }
+  bool operator()(const fall_summary &summary) const { return is_after(summary.times); }
+};
 
-  bool confirm(std::span<const gps_point> samples, std::size_t i) {
-    if (i != 0 && i <= refused_up_to) return false;
-    double lowest = height_feet(samples[i]);
-    std::size_t lowest_at = i;
-    for (std::size_t j = i; j < samples.size(); ++j) {
-      const double height = height_feet(samples[j]);
-      if (height <= lowest) {
-        lowest = height;
-        lowest_at = j;
-      }
+// An acceleration that is not a number ends a fall, too: no mean with it exceeds anything.
+bool may_be_fall(const gps_point &sample) {
+  const double acceleration = downward_acceleration(sample);
+  return acceleration >= 0.0 && acceleration <= greatest_fall;
+}
+
+// Tells falls from shocks and climbs. A candidate that looked at all samples behind it would make a search quadratic,
+// as would its mean over a clock that hardly advances.
+class fall_check {
+ public:
+  explicit fall_check(std::span<const gps_point> samples) : samples_(samples), tree_(samples) {}
+
+  bool confirm(std::size_t i) { return has_begun(i) && ends_below(i); }
+
+ private:
+  // True when the mean downward acceleration over the fall time from sample i exceeds the least of a fall.
+  bool has_begun(std::size_t i) {
+    fall_end_ = std::max(fall_end_, i);
+    while (fall_end_ < samples_.size() && may_be_fall(samples_[fall_end_])) ++fall_end_;
+    const std::size_t last = tree_.find_first(i, fall_end_, has_lasted{{samples_[i], fall_time}});
+    return last < fall_end_ && mean_exceeds_least(i, last);
+  }
+
+  // As the sum from the first to the last sample has it, which differs from any other order's by its rounding.
+  bool mean_exceeds_least(std::size_t first, std::size_t last) {
+    const auto count = static_cast<double>(last - first + 1);
+    const double sum = tree_.between(first, last + 1).accelerations;
+    const double rounding = 2.0 * count * std::numeric_limits<double>::epsilon() * sum;
+    if (std::fabs(sum - count * least_fall) > rounding) return sum > count * least_fall;
+    double in_order = 0.0;
+    for (std::size_t j = first; j <= last; ++j) in_order += downward_acceleration(samples_[j]);
+    return in_order / count > least_fall;
+  }
+
+  // False when the height climbs again before it comes down to the ground. No climb ends sooner behind a later
+  // candidate: the search goes on where the climb of the candidate before was found.
+  bool ends_below(std::size_t i) {
+    std::size_t j = std::max(i, climb_);
+    double lowest = j == i ? height_feet(samples_[i]) : tree_.between(i, j).lowest;
+    for (; j < samples_.size(); ++j) {
+      const double height = height_feet(samples_[j]);
+      if (height < lowest) lowest = height;
       if (height < landing_height_feet) return true;
       if (height - lowest > climb_feet) {
-        refused_up_to = lowest_at;
+        climb_ = j;
         return false;
       }
     }
     return true;
   }
+
+  std::span<const gps_point> samples_;
+  sample_tree<fall_summary> tree_;
+  std::size_t fall_end_ = 0;  // first sample that is no fall, from the last candidate on
+  std::size_t climb_ = 0;     // refused the last candidate that had begun to fall
 };
 
 std::size_t find_plane_exit(std::span<const gps_point> samples) {
-  fall_start_check start;
-  fall_check fall;
+  fall_check fall(samples);
   bool was_high = false;
   for (std::size_t i = 0; i < samples.size(); ++i) {
     const double height = height_feet(samples[i]);
@@ -83,7 +120,7 @@ std::size_t find_plane_exit(std::span<const gps_point> samples) {
     }
     const bool may_fall =
         height > pattern_height_feet && height < highest_exit_feet && downward_acceleration(samples[i]) > least_fall;
-    if (may_fall && start.confirm(samples, i) && fall.confirm(samples, i)) return i;
+    if (may_fall && fall.confirm(i)) return i;
   }
   return 0;
 }

@@ -48,7 +48,7 @@ std::uint32_t find_passage(const swoop &run, double rest_x) {
   const bool is_short = stop_x > 0.0 && rest_x > 0.0 && stop_x > rest_x;
   const bool is_short_reversed = stop_x < 0.0 && rest_x < 0.0 && rest_x > stop_x;
   if (!is_short && !is_short_reversed) return 0;
-  for (std::int64_t j = std::int64_t{run.stop} - 1; j > std::int64_t{run.bottom_of_turn}; --j) {
+  for (auto j = static_cast<std::int64_t>(run.stop) - 1; j > run.bottom_of_turn; --j) {
     const double x = samples[static_cast<std::size_t>(j)].pos_local.x;
     if (is_short ? x < rest_x : x > rest_x) return static_cast<std::uint32_t>(j);
   }

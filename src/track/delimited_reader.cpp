@@ -19,10 +19,8 @@ void read_file(const char *path, stream_reader read, gps_track &track, error_slo
   if (!stream) return;
   read(stream.get(), track, error);
   // A disk that fails in mid-file would otherwise pass for a shorter run.
-  if (*error == nullptr && std::ferror(stream.get()) != 0) {
-    track = gps_track();
-    *error = format_error("failed to read file: %s", path);
-  }
+  blame_input(stream.get(), path, error);
+  if (*error) track = gps_track();
 }
 
 // The rest of the line when it begins with the prefix, otherwise null.

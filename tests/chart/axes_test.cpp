@@ -184,6 +184,19 @@ TEST(axes_test, takes_a_point_whose_one_coordinate_is_not_finite_for_neither_axi
   EXPECT_NEAR(axes.y.max, 2.05, 1e-12);
 }
 
+// The span is a number, but with its margins it is none: the axis goes as far as a quarter of the greatest number.
+TEST(axes_test, cuts_a_span_that_its_margins_make_infinite) {
+  const chart_axes axes = find_axes(*chart_of({{-8.9e307, 0.0}, {8.9e307, 1.0}}));
+  const double limit = greatest / 4.0;
+  EXPECT_EQ(axes.x.min, -limit - limit * 0.02);
+  EXPECT_EQ(axes.x.max, limit + limit * 0.02);
+  EXPECT_DOUBLE_EQ(axes.x.step, 1e307);
+  // Here one end alone is none.
+  const chart_axes half = find_axes(*chart_of({{0.0, 0.0}, {greatest, 1.0}}));
+  EXPECT_EQ(half.x.min, -limit * 0.02);
+  EXPECT_EQ(half.x.max, limit + limit * 0.02);
+}
+
 bool is_sound(const axis &range, bool is_automatic) {
   const double ticks = (range.max - range.min) / (range.step / 2.0);
   return std::isfinite(range.min) && std::isfinite(range.max) && range.min < range.max &&

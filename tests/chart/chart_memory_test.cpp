@@ -1,6 +1,7 @@
 // Every chart at every request for memory that may be refused.
 #include <gtest/gtest.h>
 
+#include "chart/chart_building.h"
 #include "chart/run_charts.h"
 #include "chart_text.h"
 #include "hand_made_swoop.h"
@@ -42,6 +43,13 @@ TEST(chart_memory_test, builds_a_whole_chart_or_none) {
     }
     EXPECT_EQ(granted, c.requests);
   }
+}
+
+TEST(chart_memory_test, makes_no_chart_without_all_of_its_titles) {
+  EXPECT_TRUE(make_chart(format_text("a"), format_text("b"), format_text("c")));
+  EXPECT_FALSE(make_chart(nullptr, format_text("b"), format_text("c")));
+  EXPECT_FALSE(make_chart(format_text("a"), nullptr, format_text("c")));
+  EXPECT_FALSE(make_chart(format_text("a"), format_text("b"), nullptr));
 }
 
 TEST(chart_memory_test, grows_a_long_track_or_gives_up) {

@@ -127,7 +127,7 @@ TEST(pages_test, leaves_cells_empty_when_memory_is_short) {
   const swoop run = hand_made_swoop();
   {
     const allocation_limit none(0);
-    EXPECT_EQ(write_pdf("run.pdf", run), "");
+    EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
   }
   const document empty = read_pdf("run.pdf");
   EXPECT_EQ(empty.pages.size(), 2U);
@@ -135,12 +135,21 @@ TEST(pages_test, leaves_cells_empty_when_memory_is_short) {
   {
     // Overhead and side view take 15 and 7 requests; after them there is no more.
     const allocation_limit two_charts(22);
-    EXPECT_EQ(write_pdf("run.pdf", run), "");
+    EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
   }
   const document partial = read_pdf("run.pdf");
   EXPECT_EQ(count_words(partial, "view"), 2U);
   EXPECT_EQ(count_words(partial, "speed"), 0U);
   for (const page_word &word : partial.words) EXPECT_LT(word.x, 396.0) << word.text;
+}
+
+TEST(pages_test, says_so_of_a_picture_when_memory_is_short) {
+  const temp_dir dir;
+  const swoop run = hand_made_swoop();
+  const allocation_limit two_charts(22);
+  error_slot error = nullptr;
+  write_swoop_png(run, nullptr, false, false, &error);
+  EXPECT_STREQ(error, "failed to allocate memory for charts");
 }
 
 TEST(pages_test, says_when_a_document_cannot_be_opened_or_written) {

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <iterator>
 #include <limits>
 #include <random>
@@ -92,9 +92,9 @@ TEST(renderer_limits_test, draws_every_point_of_a_long_track_soon) {
   for (int i = 0; i < 20'000; ++i) {
     ASSERT_TRUE(series_add_point(*source->first_series, {i * 1.0, std::sin(i * 0.001)}));
   }
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();
   EXPECT_GT(shapes_of(draw_logged(*source, page_kind::vector, 396.0, 306.0)).size(), 20'000U);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 5.0);
 }
 
 }  // namespace

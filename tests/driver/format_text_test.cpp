@@ -26,6 +26,11 @@ TEST(format_text_test, has_room_for_any_length) {
   EXPECT_EQ(std::string(format_text("%.1f", 1.7976931348623157e308).get()).size(), 311U);
 }
 
+TEST(format_text_test, gives_null_when_printf_fails) {
+  // The C locale has no bytes for this character.
+  EXPECT_EQ(format_text("lost %ls", L"\u0416"), nullptr);
+}
+
 TEST(format_text_test, gives_null_when_memory_is_short) {
   const allocation_limit none(0);
   EXPECT_EQ(format_text("%s", "words"), nullptr);

@@ -100,5 +100,22 @@ TEST(memory_test, grants_as_many_requests_as_the_limit_says) {
   EXPECT_EQ(allocations_left, SIZE_MAX);
 }
 
+TEST(memory_test, counts_what_it_refuses) {
+  const std::size_t before = allocations_refused;
+  owned_text text;
+  EXPECT_TRUE(try_resize(text, 10));
+  EXPECT_EQ(allocations_refused, before);
+  EXPECT_FALSE(try_resize(text, SIZE_MAX / 2));
+  EXPECT_FALSE(try_zeroed(text, SIZE_MAX / 2));
+  owned_array<double> numbers;
+  EXPECT_FALSE(try_resize(numbers, SIZE_MAX / 2));
+  EXPECT_EQ(allocations_refused, before + 3);
+  const allocation_limit limit(0);
+  EXPECT_FALSE(try_resize(text, 20));
+  EXPECT_FALSE(try_zeroed(text, 20));
+  EXPECT_EQ(try_make<record>(), nullptr);
+  EXPECT_EQ(allocations_refused, before + 6);
+}
+
 }  // namespace
 }  // namespace tarvel

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/allocation_limit.h"
 #include "support/files.h"
 #include "support/program.h"
 
@@ -84,6 +85,30 @@ TEST(options_test, answers_each_command_line_and_writes_nothing) {
     EXPECT_EQ(result.err, c.err);
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
   }
+}
+
+// The words go to standard output; a death test sees the standard error.
+void parse_aloud(int argc, char *argv[]) {
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+  run_config config;
+  parse_options(argc, argv, config);
+}
+
+TEST(options_test, has_a_name_when_it_was_started_without_any) {
+  char *argv[] = {nullptr};
+  EXPECT_EXIT(parse_aloud(0, argv), testing::ExitedWithCode(1), "   tarvel \\[-vdipm\\]");
+}
+
+TEST(options_test, ends_the_program_when_memory_is_short) {
+  char name[] = "tarvel";
+  char run[] = "run.csv";
+  char *argv[] = {name, run, nullptr};
+  EXPECT_EXIT(
+      {
+        const allocation_limit limit(0);
+        parse_aloud(2, argv);
+      },
+      testing::ExitedWithCode(1), "ERROR: strdup\\(\\) failed\n");
 }
 
 run_config parsed(std::vector<std::string> words) {

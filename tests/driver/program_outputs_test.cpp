@@ -148,6 +148,18 @@ TEST(program_outputs_test, leaves_a_map_of_the_raw_track_when_the_analysis_fails
   EXPECT_EQ(occurrences(map, ",48."), occurrences(read_text("run.csv"), ",48."));
 }
 
+TEST(program_outputs_test, leaves_an_empty_map_of_a_container_without_samples) {
+  const temp_dir folder;
+  write_text("run.tvl", read_text(source_dir() + "/fuzz/seeds/container/swoop_none.tvl"));
+  const program_result result = run_program({"-i", "run.tvl"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "ERROR: no points found in track\n");
+  const std::string map = read_text("run.kml");
+  EXPECT_NE(map.find("<name>Jan01 00:00</name>"), std::string::npos);
+  EXPECT_NE(map.find("<coordinates>\n        </coordinates>"), std::string::npos);
+  EXPECT_FALSE(file_exists("run.txt"));
+}
+
 TEST(program_outputs_test, ends_the_map_of_the_run_before_the_stop) {
   const temp_dir folder;
   write_text("run.csv", simulated_track(small_run()));

@@ -57,7 +57,7 @@ TEST(protected_input_test, protects_what_was_opened_for_reading) {
   const temp_dir dir;
   write_text("run.txt", samples);
   error_slot error = nullptr;
-  const file_handle held = open_input("run.txt", &error);
+  static const file_handle held = open_input("run.txt", &error);  // to the end, like those of protect()
   write_output("run.txt");
   EXPECT_EQ(read_text("run.txt"), report);
   EXPECT_EQ(read_text("run.txt.orig"), samples);

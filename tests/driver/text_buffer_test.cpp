@@ -27,6 +27,17 @@ TEST(text_buffer_test, says_so_when_it_cannot_begin) {
   EXPECT_EQ(buffer.data, nullptr);
 }
 
+TEST(text_buffer_test, begins_later_when_it_could_not_begin_at_first) {
+  error_slot error = nullptr;
+  text_buffer buffer = [&] {
+    const allocation_limit limit(0);
+    return text_buffer_create(&error);
+  }();
+  text_buffer_printf(buffer, "words");
+  EXPECT_STREQ(buffer.data.get(), "words");
+  EXPECT_EQ(buffer.capacity, 1024U);
+}
+
 TEST(text_buffer_test, appends_piece_by_piece) {
   error_slot error = nullptr;
   text_buffer buffer = text_buffer_create(&error);

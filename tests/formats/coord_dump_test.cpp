@@ -3,12 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "driver/units.h"
 #include "support/files.h"
 
 namespace tarvel {
@@ -156,6 +161,59 @@ TEST(coord_dump_test, a_full_disk_is_noticed) {
     write_coord_dump(std::vector<gps_point>(count), &error);
     EXPECT_STREQ(error, "failed to write file: coord.txt");
   }
+}
+
+// The row as a printf format states it.
+std::string printed_row(const gps_point &sample) {
+  const auto time = static_cast<std::uint64_t>(sample.time);
+  const vec3 &pos = sample.pos_local;
+  const vec3 &vel = sample.vel_local;
+  const vec3 &acc = sample.acc_local;
+  std::array<char, 8000> row;
+  std::snprintf(row.data(), row.size(),
+                "%5d.%03d   (%10.2f,%10.2f,%10.2f )   (%8.2f,%8.2f,%8.2f )   (%8.2f%8.2f%8.2f )%8.2f%5.0f%8.0f%10.2f\n",
+                static_cast<int>(time / 1000 % 100000), static_cast<int>(time % 1000), pos.x * feet_per_metre,
+                pos.y * feet_per_metre, pos.z * feet_per_metre, vel.x * mph_per_mps, vel.y * mph_per_mps,
+                vel.z * mph_per_mps, acc.x * mph_per_mps, acc.y * mph_per_mps, acc.z * mph_per_mps,
+                vec3_length(acc) / standard_gravity, sample.dive_angle, sample.heading, sample.turn_rate);
+  return row.data();
+}
+
+TEST(coord_dump_test, gives_whatever_is_no_number_the_same_sign) {
+  const double not_a_number = std::numeric_limits<double>::quiet_NaN();
+  for (const double value : {not_a_number, -not_a_number}) {
+    gps_point sample;
+    sample.pos_local = {value, 0.0, 0.0};
+    sample.turn_rate = value;
+    EXPECT_EQ(row_of(sample),
+              "    0.000   (      -nan,      0.00,      0.00 )   (    0.00,    0.00,    0.00 )   "
+              "(    0.00    0.00    0.00 )    0.00    0       0      -nan\n");
+  }
+}
+
+TEST(coord_dump_test, writes_what_printf_writes_for_any_number) {
+  std::mt19937_64 random(1);
+  const auto any = [&random] {
+    switch (random() % 4) {
+      case 0: return std::bit_cast<double>(random() & ~(std::uint64_t{1} << 52));  // no NaN
+      case 1: return static_cast<double>(static_cast<std::int64_t>(random()) % 100000) / 8.0;
+      case 2: return static_cast<double>(static_cast<std::int64_t>(random()) % 10000000) / 997.0;
+      default: return static_cast<double>(random() % 5) - 2.5;
+    }
+  };
+  std::vector<gps_point> samples(20000);
+  std::string expected = header;
+  for (gps_point &sample : samples) {
+    sample.time = static_cast<std::int64_t>(random() >> (random() % 64));
+    sample.pos_local = {any(), any(), any()};
+    sample.vel_local = {any(), any(), any()};
+    sample.acc_local = {any(), any(), any()};
+    sample.dive_angle = any();
+    sample.heading = any();
+    sample.turn_rate = any();
+    expected += printed_row(sample);
+  }
+  EXPECT_TRUE(dump_of(samples) == expected);
 }
 
 }  // namespace

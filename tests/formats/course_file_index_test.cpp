@@ -200,6 +200,24 @@ TEST(course_file_index_test, an_index_that_names_itself_ends) {
   EXPECT_EQ(read("a.txt", "run.csv").message, "failed to open file: b.txt");
 }
 
+// The first file leads to the second and so on, and the last back to one of them. The message names the 65th further
+// file, as if all of them had been read.
+TEST(course_file_index_test, a_ring_ends_with_the_65th_name) {
+  for (int files = 1; files <= 66; ++files) {
+    const temp_dir folder;
+    for (int i = 0; i + 1 < files; ++i) {
+      write_text(std::to_string(i) + ".txt", "* - " + std::to_string(i + 1) + ".txt\n");
+    }
+    for (int back = 0; back < files; back += files < 8 ? 1 : 7) {
+      SCOPED_TRACE(std::to_string(files) + " files, back to " + std::to_string(back));
+      write_text(std::to_string(files - 1) + ".txt", "* - " + std::to_string(back) + ".txt\n");
+      int last = 0;
+      for (int further = 1; further <= 65; ++further) last = last + 1 == files ? back : last + 1;
+      EXPECT_EQ(read("0.txt", "run.csv").message, "failed to open file: " + std::to_string(last) + ".txt");
+    }
+  }
+}
+
 TEST(course_file_index_test, a_long_entry_is_cut_where_the_line_is) {
   const temp_dir folder;
   // "* - " and 95 characters fill a line of 99; the rest is a line of its own.

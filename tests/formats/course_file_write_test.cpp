@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "formats/course_file.h"
+#include "support/failing_calls.h"
 #include "support/files.h"
 
 namespace tarvel {
@@ -175,6 +177,27 @@ TEST(course_file_write_test, says_when_the_copy_fails) {
   std::filesystem::create_symlink("/dev/full", "matrix.txt");
   write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
   EXPECT_STREQ(error, "failed to write file: matrix.txt");
+}
+
+// A guess could copy the course file onto itself.
+TEST(course_file_write_test, copies_nothing_when_nobody_can_tell_the_two_files_apart) {
+  for (std::size_t granted = 0;; ++granted) {
+    SCOPED_TRACE(granted);
+    const temp_dir folder;
+    std::size_t refused = 0;
+    error_slot error = nullptr;
+    {
+      const failing_call disk(c_call::stat, granted, EIO);
+      write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+      refused = disk.refused();
+    }
+    if (refused == 0) break;
+    EXPECT_TRUE(error == std::string("failed to open file: gate.txt") ||
+                error == std::string("failed to open file: matrix.txt") ||
+                error == std::string("could not open matrix.txt for writing"))
+        << error;
+    EXPECT_FALSE(file_exists("matrix.txt"));
+  }
 }
 
 TEST(course_file_write_test, copies_every_byte) {

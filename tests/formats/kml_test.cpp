@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "support/failing_calls.h"
 #include "support/files.h"
 
 namespace tarvel {
@@ -179,6 +181,15 @@ TEST(kml_test, replaces_an_older_file_whole) {
   write_kml("run.kml", june_noon, {}, nullptr, &error);
   EXPECT_STREQ(error, nullptr);
   EXPECT_EQ(read_text("run.kml"), head + end_of_line + tail);
+}
+
+TEST(kml_test, has_no_name_when_the_calendar_has_none) {
+  {
+    const failing_call calendar(c_call::localtime_r, 0, EOVERFLOW);
+    EXPECT_EQ(name_at(june_noon), "");
+  }
+  const failing_call words(c_call::strftime, 0, ERANGE);
+  EXPECT_EQ(name_at(june_noon), "");
 }
 
 TEST(kml_test, says_which_file_it_cannot_open) {

@@ -253,15 +253,8 @@ TEST(gate_open_test, says_when_memory_is_short) {
 TEST(gate_open_test, says_when_memory_is_short_for_a_finished_course) {
   const temp_dir folder;
   write_course("course.tvl", {{1.5, 2.5, 0.0}});
-  const std::vector<std::string> messages = messages_when_memory_is_short("course.tvl");
-  ASSERT_GE(messages.size(), 3U);
-  EXPECT_EQ(messages[0], "failed to allocate memory for gate");
-  EXPECT_EQ(messages[1], "strdup() failed");
-  // A container that could not be read is tried as text.
-  for (std::size_t i = 2; i < messages.size(); ++i) {
-    EXPECT_TRUE(messages[i] == "failed to malloc file.block_ptr" || messages[i] == "invalid field names")
-        << messages[i];
-  }
+  EXPECT_EQ(messages_when_memory_is_short("course.tvl"),
+            (std::vector<std::string>{"failed to allocate memory for gate", "strdup() failed", "malloc() failed"}));
 }
 
 }  // namespace

@@ -63,6 +63,20 @@ TEST(pond_storage_test, says_when_memory_is_short) {
   EXPECT_EQ(granted, 3U);
 }
 
+// 512 points find room at once. Each that is stored leaves room for one more: for the 511th of a walk, or its closing
+// point, or its terminator, there must be another block.
+TEST(pond_storage_test, says_when_no_memory_is_left_for_the_end_of_the_list) {
+  for (const std::size_t count : {509U, 510U, 511U}) {
+    SCOPED_TRACE(count);
+    gate course = course_with_points(count);
+    const allocation_limit limit(1);
+    error_slot error = nullptr;
+    survey_pond(course, &error);
+    EXPECT_STREQ(error, count == 509 ? nullptr : "failed to realloc pond array");
+    EXPECT_EQ(course.pond != nullptr, count == 509);
+  }
+}
+
 // A search that began anew on every leg from the first sample, or went back for each, would take minutes.
 TEST(pond_storage_test, surveys_an_hour_in_one_pass) {
   for (const double step : {2.0, 0.0}) {

@@ -107,6 +107,12 @@ const standstill_case standstill_cases[] = {
      3,
      1.0,  // 8000 ms between the samples 1 and 4
      "waypoint detected:   2 points,  1000ms interval, 0.00m deviation\n"},
+    // The sample of 10,000 ms drags the anchor of 0 ms to that of 200 ms, from which it is 1.5 m away.
+    {"what lies before its proof belongs to it, however far from the dragged anchor",
+     {{0, 0.0}, {200, -1.0}, {4000, -1.0}, {7800, 1.5}, {10000, -2.5}, {11000, -1.0}, {13000, -1.0}},
+     5,
+     -0.75,
+     "waypoint detected:   4 points,  7000ms interval, 2.25m deviation\n"},
     {"drags as often as the walker moves on",
      {{0, 0.0}, {4000, 2.0}, {8000, 4.0}, {12000, 6.0}, {16000, 6.0}, {20000, 6.0}},
      4,

@@ -271,6 +271,45 @@ TEST(survey_test, says_when_memory_is_short) {
   EXPECT_STREQ(error, nullptr);
 }
 
+// Heights beyond all reason have long lines: these are the first to need a second block, for the exit mark's.
+TEST(survey_test, says_when_no_memory_is_left_for_the_words_about_the_exit_mark) {
+  walk_marks marks;
+  marks.exit_mark = {{51.654, 39.635, 0.0}};
+  std::vector<gps_point> samples = exact_walk(marks).samples;
+  for (gps_point &sample : std::span(samples).first(61)) sample.pos_wgs84.z = 1.1e150;
+  for (gps_point &sample : std::span(samples).last(61)) sample.pos_wgs84.z = 1.1e150;
+  for (const std::size_t granted : {1U, 2U}) {
+    SCOPED_TRACE(granted);
+    gate course = gate_of(samples);
+    owned_text log;
+    error_slot error = nullptr;
+    const allocation_limit limit(granted);
+    survey_gate(course, &log, &error);
+    const bool is_whole = granted == 2;
+    EXPECT_STREQ(error, is_whole ? nullptr : "realloc failed");
+    EXPECT_EQ(std::string(log.get()).find("exit gate location error") != std::string::npos, is_whole);
+    EXPECT_EQ(course.matrix.m[3][3], is_whole ? 1.0 : 0.0);
+  }
+}
+
+// A logger that puts itself on the earth's axis has measured nonsense, but it has measured. Only the earth's centre says
+// that there is no exit mark.
+TEST(survey_test, takes_a_position_on_the_axis_of_the_earth_for_an_exit_mark) {
+  walk_marks marks;
+  marks.exit_mark = {{51.654, 39.635, 0.0}};
+  std::vector<gps_point> samples = exact_walk(marks).samples;
+  for (const double latitude : {0.0, 30.0}) {
+    SCOPED_TRACE(latitude);
+    const double s = std::sin(pi * latitude / 180.0);
+    const double radius = 6378137.0 / std::sqrt(1.0 - 0.0066943799901413165 * (s * s));
+    const vec3 position = {latitude, 0.0, -radius};
+    ASSERT_EQ(wgs84_to_ecef(position).x, 0.0);
+    ASSERT_EQ(wgs84_to_ecef(position).y, 0.0);
+    for (gps_point &sample : std::span(samples).last(61)) sample.pos_wgs84 = position;
+    EXPECT_EQ(survey(samples).log.find("exit gate") != std::string::npos, latitude == 30.0);
+  }
+}
+
 TEST(survey_test, takes_an_hour_of_walking_in_one_pass) {
   hand_made_walk walk;
   walk.rate = 25.0;

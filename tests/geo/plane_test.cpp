@@ -86,6 +86,8 @@ const intersection_case intersection_cases[] = {
     {"collinear and apart, backwards", {0.0, 0.0, 4.0, 0.0}, {6.0, 0.0, 5.0, 0.0}, false},
     {"collinear, touching behind", {0.0, 0.0, 4.0, 0.0}, {4.0, 0.0, 6.0, 0.0}, true, {4.0, 0.0, 4.0, 0.0}},
     {"collinear, touching before", {0.0, 0.0, 4.0, 0.0}, {-3.0, 0.0, 0.0, 0.0}, true, {0.0, 0.0, 0.0, 0.0}},
+    {"collinear, just behind", {0.0, 0.0, 4.0, 0.0}, {4.0 + 0x1p-40, 0.0, 6.0, 0.0}, false},
+    {"collinear, just before", {0.0, 0.0, 4.0, 0.0}, {-3.0, 0.0, -0x1p-40, 0.0}, false},
     {"overlap at the end", {0.0, 0.0, 4.0, 4.0}, {1.0, 1.0, 9.0, 9.0}, true, {1.0, 1.0, 4.0, 4.0}},
     {"overlap at the start", {0.0, 0.0, 4.0, 4.0}, {-3.0, -3.0, 1.0, 1.0}, true, {0.0, 0.0, 1.0, 1.0}},
     {"overlap, backwards", {0.0, 0.0, 4.0, 4.0}, {9.0, 9.0, 1.0, 1.0}, true, {1.0, 1.0, 4.0, 4.0}},

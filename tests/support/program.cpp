@@ -30,12 +30,16 @@ std::string everything_in(std::FILE *file) {
   setenv("TZ", setting.time_zone.c_str(), 1);
   unsetenv("POSIXLY_CORRECT");
   alarm(patience);
-  std::string name = "tarvel";
-  std::vector<char *> argv = {name.data()};
-  for (const std::string &argument : arguments) argv.push_back(const_cast<char *>(argument.c_str()));
-  argv.push_back(nullptr);
   const char *const program = std::getenv("TARVEL_PROGRAM");
-  if (program != nullptr) execv(program, argv.data());
+  if (program == nullptr) _exit(127);
+  std::vector<std::string> words = setting.launcher;
+  words.emplace_back(setting.launcher.empty() ? "tarvel" : program);
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char *> argv;
+  for (std::string &word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+  if (setting.prepare) setting.prepare();
+  execv(setting.launcher.empty() ? program : argv[0], argv.data());
   _exit(127);
 }
 

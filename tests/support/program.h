@@ -1,6 +1,7 @@
 // Runs of the real program.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,9 @@ struct program_result {
 
 struct program_setting {
   std::string time_zone = "UTC";
-  std::string out_path;  // where standard output goes instead of into the result
+  std::string out_path;                // where standard output goes instead of into the result
+  std::vector<std::string> launcher;   // a program that runs this one, and its arguments
+  std::function<void()> prepare = {};  // what is done in the new process before it becomes the program
 };
 
 // Runs the program under the name "tarvel" in the working directory. One that hangs is ended by a signal after a

@@ -88,6 +88,7 @@ TEST(analysis_test, scores_a_straight_run) {
   EXPECT_EQ(run.rotate_theta, 0.3);
   EXPECT_TRUE(run.rotate_matrix_in == simulated_frame());
   EXPECT_TRUE(run.matrix == simulated_frame());
+  EXPECT_TRUE(run.rotate_matrix_out == mat4());
   EXPECT_EQ(run.exit_gate_time, 0);
 }
 

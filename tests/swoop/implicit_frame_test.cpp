@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "geo/wgs84.h"
+#include "support/allocation_limit.h"
 #include "support/hand_made_run.h"
 #include "swoop/implicit_gate.h"
 #include "swoop/sample_measures.h"
@@ -33,7 +34,7 @@ std::size_t landing_by_rescanning(std::span<const gps_point> s, std::size_t flig
     if (s[i].vacc >= 10.0F) return i;
     bool is_landing = true;
     for (std::size_t j = i; j < s.size(); ++j) {
-      if (s[j].time - s[i].time > 15000) break;
+      if (elapsed(s[i], s[j]) > 15000) break;
       if (!(feet_per_metre * std::fabs(s[j].pos_wgs84.z - s[i].pos_wgs84.z) <= 100.0)) {
         is_landing = false;
         break;
@@ -99,6 +100,71 @@ TEST(implicit_landing_test, is_what_scanning_every_candidate_anew_finds) {
   }
   EXPECT_GT(found, 2000);
   EXPECT_GT(refused, 2000);
+}
+
+// Heights that wander by 100 ft and more between slow samples, on clocks that creep, stand, go back and leap.
+std::vector<gps_point> long_wandering_walk(std::mt19937 &random) {
+  const auto up_to = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+  const auto pace = static_cast<unsigned>(up_to(80));
+  const double spread = 20.0 + up_to(25);  // m; 100 ft are 30.48 m
+  const int seldom = 1 + up_to(200);
+  std::vector<gps_point> samples = {raw_sample(0, {48.0, 0.0, 3000.0}, {30.0, 0.0, 0.0})};
+  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{1} << 63;
+  for (int i = 1; i < 600; ++i) {
+    double altitude = up_to(seldom) == 0 ? spread * (up_to(201) - 100) / 100.0 : spread * (up_to(21) - 10) / 100.0;
+    if (up_to(1500) == 0) altitude = up_to(2) == 0 ? not_a_number : endless;
+    samples.push_back(raw_sample(static_cast<std::int64_t>(time), {48.0, static_cast<double>(i), altitude},
+                                 {up_to(4) != 0 ? 1.0 : 9.0, 0.0, 0.0}, 3.0F));
+    time += up_to(40) == 0 ? std::uint64_t{0} - static_cast<unsigned>(up_to(500)) : pace;
+    if (up_to(600) == 0) time += std::uint64_t{1} << (10 + up_to(54));
+  }
+  samples.push_back(raw_sample(static_cast<std::int64_t>(time), {48.0, 600.0, 500.0}, {9.0, 0.0, 0.0}));
+  return samples;
+}
+
+void expect_landing(const swoop &run, std::size_t expected) {
+  vec3 gate;
+  vec3 landing;
+  error_slot error = nullptr;
+  find_implicit_gate(run, gate, landing, &error);
+  if (error == nullptr) {
+    ASSERT_EQ(landing.y, static_cast<double>(expected));
+  } else {
+    ASSERT_EQ(std::string(error) == "could not find dive at 100 feet", expected != 0);
+  }
+}
+
+// Without memory the search looks at every sample, and finds the same.
+TEST(implicit_landing_test, is_what_scanning_finds_also_where_many_samples_are_asked_for) {
+  std::mt19937 random(4);
+  int found = 0;
+  for (int round = 0; round < 3000; ++round) {
+    SCOPED_TRACE(round);
+    const swoop run = run_of(long_wandering_walk(random));
+    const std::size_t flight = flight_by_scanning(samples_of(run));
+    const std::size_t expected = flight == 0 ? 0 : landing_by_rescanning(samples_of(run), flight);
+    ASSERT_NO_FATAL_FAILURE(expect_landing(run, expected));
+    const allocation_limit limit(0);
+    ASSERT_NO_FATAL_FAILURE(expect_landing(run, expected));
+    if (expected > 1) ++found;
+  }
+  EXPECT_GT(found, 300);
+  EXPECT_LT(found, 2700);
+}
+
+// Every second slow sample is refused by another sample at the end. Scanning anew would take 10^10 steps.
+TEST(implicit_landing_test, takes_linear_time_on_two_levels) {
+  std::vector<gps_point> samples = {raw_sample(0, {48.0, 11.0, 3000.0}, {30.0, 0.0, 0.0})};
+  for (int i = 0; i < 200000; ++i) {
+    samples.push_back(raw_sample(-i, {48.0, 11.0, i % 2 == 0 ? 100.0 : 115.0}, {1.0, 0.0, 0.0}));
+  }
+  samples.push_back(raw_sample(-200000, {48.0, 11.0, 70.0}, {9.0, 0.0, 0.0}));
+  samples.push_back(raw_sample(-200000, {48.0, 11.0, 135.0}, {9.0, 0.0, 0.0}));
+  samples.push_back(raw_sample(-200000, {48.0, 11.0, 200.0}, {9.0, 0.0, 0.0}));
+  const swoop run = run_of(samples);
+  const std::clock_t start = std::clock();
+  expect_landing(run, 0);
+  EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 5.0);
 }
 
 // Scanning anew would take 10^10 steps, half a minute and more.

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/allocation_limit.h"
 #include "support/hand_made_run.h"
 #include "swoop/sample_measures.h"
 
@@ -245,7 +246,7 @@ std::uint32_t exit_by_rescanning(const swoop &run) {
       const double a = downward_acceleration(s[j]);
       if (a < 0.0 || a > 44.0) break;
       sum += a;
-      if (s[j].time - s[i].time >= 1500) {
+      if (elapsed(s[i], s[j]) >= 1500) {
         is_candidate = sum / static_cast<double>(j - i + 1) > 12.0;
         break;
       }
@@ -293,6 +294,80 @@ TEST(plane_exit_test, is_what_scanning_every_candidate_anew_finds) {
   }
   EXPECT_GT(found, 2000);
   EXPECT_LT(found, 18000);
+}
+
+// Falls of 600 samples around every limit: means near 12 mph/s over clocks that creep, stand, go back and leap, and
+// heights that wander within 75 ft.
+fall_rows long_wandering_fall(std::mt19937 &random) {
+  const auto up_to = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+  const int pace = 1 + up_to(40);            // ms
+  const int rest = up_to(3) == 0 ? 2 : 100;  // how seldom the clock goes back
+  const double other = 12.0 - 3.0 * up_to(5);
+  fall_rows rows;
+  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{1} << 63;
+  double feet = 2600.0;
+  for (int i = 0; i < 600; ++i) {
+    const double acceleration = up_to(2) == 0 ? 24.0 - other : other;
+    rows.push_back({static_cast<std::int64_t>(time), feet / feet_per_metre,
+                    up_to(150) == 0 ? -1.0 : acceleration / mph_per_mps, 20.0F});
+    if (up_to(400) == 0) rows.back().acceleration = not_a_number;
+    if (up_to(400) == 0) rows.back().height = not_a_number;
+    time += up_to(rest) == 0 ? std::uint64_t{0} - static_cast<unsigned>(up_to(pace + 2)) : static_cast<unsigned>(pace);
+    if (up_to(300) == 0) time += std::uint64_t{1} << (40 + up_to(24));
+    feet += 0.25 * (up_to(9) - 4) + 0.1;
+    if (up_to(300) == 0) feet += 50.0;
+  }
+  rows[0].acceleration = 0.0;
+  return rows;
+}
+
+// Without memory the detector looks at every sample, and finds the same.
+TEST(plane_exit_test, is_what_scanning_finds_also_where_many_samples_are_asked_for) {
+  std::mt19937 random(3);
+  int found = 0;
+  for (int round = 0; round < 3000; ++round) {
+    swoop run = run_of_rows(long_wandering_fall(random));
+    const std::uint32_t expected = exit_by_rescanning(run);
+    error_slot error = nullptr;
+    detect_plane_exit(run, &error);
+    ASSERT_EQ(run.plane_exit, expected) << "round " << round;
+    const allocation_limit limit(0);
+    detect_plane_exit(run, &error);
+    ASSERT_EQ(run.plane_exit, expected) << "round " << round << " without memory";
+    if (expected > 1) ++found;
+  }
+  EXPECT_GT(found, 300);
+  EXPECT_LT(found, 2700);
+}
+
+double seconds_of_search(const fall_rows &rows) {
+  swoop run = run_of_rows(rows);
+  error_slot error = nullptr;
+  const std::clock_t start = std::clock();
+  detect_plane_exit(run, &error);
+  EXPECT_EQ(run.plane_exit, 0U);
+  return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+}
+
+// Scanning anew would take 10^10 steps each time.
+TEST(plane_exit_test, takes_linear_time_on_a_long_slow_climb) {
+  fall_rows rows;
+  for (int i = 0; i < 200000; ++i) rows.push_back({i * 100, 1000.0 + i * 1e-4, 10.0});
+  rows.push_back({200000 * 100, 1100.0, -1.0});
+  EXPECT_LT(seconds_of_search(rows), 5.0);
+}
+
+TEST(plane_exit_test, takes_linear_time_when_the_clock_goes_back) {
+  fall_rows rows;
+  for (int i = 0; i < 200000; ++i) rows.push_back({-i, 1000.0, 10.0});
+  EXPECT_LT(seconds_of_search(rows), 5.0);
+}
+
+TEST(plane_exit_test, takes_linear_time_when_long_means_are_refused) {
+  fall_rows rows;
+  for (int i = 0; i < 200000; ++i) rows.push_back({i % 2 - i / 2, 1000.0, i % 2 == 0 ? 0.0 : 6.0});
+  rows.push_back({1000000, 1000.0, 0.0});
+  EXPECT_LT(seconds_of_search(rows), 5.0);
 }
 
 // Scanning anew would take 10^10 steps, half a minute and more.

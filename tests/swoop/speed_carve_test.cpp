@@ -8,6 +8,7 @@
 
 #include "geo/course_frame.h"
 #include "geo/plane.h"
+#include "geo/vec3.h"
 #include "support/hand_made_run.h"
 
 namespace tarvel {
@@ -250,6 +251,21 @@ TEST(speed_carve_test, may_end_near_the_gate_without_crossing_it) {
     expect_no_exit(run);
     EXPECT_EQ(run.carve_detected, c.is_carve);
     EXPECT_EQ(run.carve_direction, c.direction);
+  }
+}
+
+// The place at which the geometry of points measures 10 m to the bit, found by trying neighbouring ones.
+TEST(speed_carve_test, may_end_exactly_10_m_from_the_gate) {
+  const vec3 centre = carve_gate_points(75.0, radius, 10.0).centre;
+  const double x = centre.x - 8.0;
+  double y = centre.y - 6.0 - 1e-13;
+  while (distance_2d({x, y, 0.0}, centre) != 10.0 && y < centre.y - 5.9) y = std::nextafter(y, endless);
+  ASSERT_EQ(distance_2d({x, y, 0.0}, centre), 10.0);
+  for (const double side : {1.0, -1.0}) {
+    SCOPED_TRACE(side);
+    swoop run = run_of_rows({{-9.0, 0.0}, {-1.0, 0.0}, {9.0, 0.0}, {x, side * y}});
+    detect(run);
+    expect_carve(run, side > 0.0 ? 1 : 0);
   }
 }
 

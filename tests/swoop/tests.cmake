@@ -1,3 +1,4 @@
+tarvel_test(swoop/sample_tree_test USES tarvel_swoop)
 tarvel_test(swoop/plane_exit_test USES tarvel_swoop)
 tarvel_test(swoop/sample_measures_test USES tarvel_swoop)
 tarvel_test(swoop/kinematics_test USES tarvel_swoop)

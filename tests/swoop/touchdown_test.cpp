@@ -102,6 +102,16 @@ const touchdown_case rest_cases[] = {
        for (ground_row &row : r) row.x -= 75.0;
      },
      5000, 1.5, 0.0},
+    {"a stop hardly behind the gate",
+     [](auto &r) {
+       for (ground_row &row : r) row.x /= 1024.0;
+     },
+     3500, 12.0, 60.0 / 1024.0},
+    {"a stop hardly behind the gate, against the course",
+     [](auto &r) {
+       for (ground_row &row : r) row.x /= -1024.0;
+     },
+     3500, 12.0, -60.0 / 1024.0},
     {"the last passage counts", [](auto &r) { r[2].x = 90.0; }, 3500, 12.0, 60.0},
     // Sample 2 is the first after the bottom.
     {"a passage just after the bottom",

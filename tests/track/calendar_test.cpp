@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "driver/integer.h"
+#include "support/failing_calls.h"
 #include "support/files.h"
 #include "track/time_field.h"
 
@@ -86,6 +88,18 @@ void expect_equal_times(const char *zone, const std::vector<std::string> &rows) 
   const std::vector<std::int64_t> actual = in_new_process(zone, rows, remembering);
   for (std::size_t i = 0; i < rows.size(); ++i) {
     ASSERT_EQ(actual[i], expected[i]) << zone << ": row " << i << ": " << rows[i];
+  }
+}
+
+// Without the calendar's word on both ends of the minute nothing is remembered, and nothing is lost.
+TEST(calendar_test, converts_rows_while_the_calendar_is_silent) {
+  for (const std::size_t granted : {0U, 1U, 2U}) {
+    SCOPED_TRACE(granted);
+    const failing_call calendar(c_call::localtime_r, granted, EOVERFLOW);
+    // 19875 days, 12 h and 30 min since the epoch.
+    EXPECT_EQ(remembering("2024-06-01T12:30:00.00Z"), 1717245000000);
+    EXPECT_EQ(remembering("2024-06-01T12:30:59.50Z"), 1717245059500);
+    EXPECT_EQ(remembering("2024-06-01T12:31:00.00Z"), 1717245060000);
   }
 }
 

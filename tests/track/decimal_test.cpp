@@ -174,6 +174,21 @@ TEST(decimal_test, agrees_with_strtod_on_random_texts) {
   }
 }
 
+// Every exponent of a double, of numbers below the smallest, and of numbers beyond the greatest.
+TEST(decimal_test, reads_exponents_as_strtod_does) {
+  std::mt19937_64 random(3);
+  for (int round = 0; round < 200000; ++round) {
+    const double value = std::bit_cast<double>(random() >> (random() % 4 == 0 ? 12 + random() % 52 : 0));
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*e", static_cast<int>(random() % 25), value);
+    ASSERT_EQ(bits_of(read_decimal(text)), bits_of(std::strtod(text, nullptr))) << text;
+    const auto digits = static_cast<unsigned long long>(random() >> (random() % 64));
+    std::snprintf(text, sizeof text, "%s%llu.%lluE%d", random() % 2 == 0 ? "-" : "", digits, digits / 7,
+                  static_cast<int>(random() % 700) - 350);
+    ASSERT_EQ(bits_of(read_decimal(text)), bits_of(std::strtod(text, nullptr))) << text;
+  }
+}
+
 TEST(decimal_test, rounds_as_strtod_does) {
   std::mt19937_64 random(2);
   for (int round = 0; round < 100000; ++round) {

@@ -161,5 +161,27 @@ TEST(track_loader_test, fails_wherever_memory_is_short) {
   EXPECT_GT(granted, 3U);
 }
 
+// A reader that runs out of memory might leave the file to one that takes it for something else.
+TEST(track_loader_test, tries_no_other_reader_when_memory_is_short) {
+  const temp_dir dir;
+  error_slot error = nullptr;
+  write_swoop_file("run.tvl", std::vector<gps_point>(1), &error);
+  // The first requests remember the file as an input; the last is for its samples.
+  error_slot last_error = nullptr;
+  error = "";
+  for (std::size_t granted = 0; error != nullptr; ++granted) {
+    SCOPED_TRACE(granted);
+    ASSERT_LT(granted, 5U);
+    gps_track track;
+    last_error = error;
+    const std::string printed = printed_by([&] {
+      const allocation_limit limit(granted);
+      load_swoop_track("run.tvl", track, &error);
+    });
+    EXPECT_EQ(printed, "");
+  }
+  EXPECT_STREQ(last_error, "malloc() failed");
+}
+
 }  // namespace
 }  // namespace tarvel

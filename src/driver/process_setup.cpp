@@ -1,0 +1,49 @@
+#include "driver/process_setup.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <iterator>
+
+namespace tarvel {
+
+namespace {
+
+// What the C library meets with a zone of that name that is not there, or that is a rule such as "EST5EDT".
+constexpr int no_such_zone[] = {0, ENOENT, ENOTDIR, EISDIR, ELOOP, ENAMETOOLONG, EINVAL};
+
+}  // namespace
+
+void hold_standard_streams() {
+  int descriptor = 0;
+  do {
+    descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor >= 0) close(descriptor);
+}
+
+void take_signals_as_failed_writes() {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void load_time_zone(error_slot *error) {
+  // Without a name the C library looks at the zone's file again for every minute, and a fault would change the zone in
+  // mid-track.
+  constexpr const char *system_zone = "/etc/localtime";
+  const char *const named = std::getenv("TZ");
+  const char *const zone = named != nullptr ? named : system_zone;
+  errno = 0;
+  if (named != nullptr || setenv("TZ", system_zone, 0) == 0) tzset();
+  const int cause = errno;
+  if (std::find(std::begin(no_such_zone), std::end(no_such_zone), cause) == std::end(no_such_zone)) {
+    *error = format_error("failed to read time zone: %s", zone);
+  }
+}
+
+}  // namespace tarvel

@@ -1,0 +1,102 @@
+// Questions about long stretches of a track, answered without looking at each of their samples. For tracks on which a
+// detector refuses candidate after candidate: looking at all samples behind each of them would take for ever.
+//
+// Leaf k of the tree sums up the k-th block of samples, any other node its two children, which node n has at 2n and 2n
+// + 1; node 1 is the root. It is made for the first question that leads beyond a few samples, and on most tracks none
+// does. Without memory for it every question is answered sample by sample.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <span>
+
+#include "driver/memory.h"
+#include "track/gps_point.h"
+
+namespace tarvel {
+
+// A summary is that of no samples by default; add() takes a sample or another summary.
+template <typename summary>
+class sample_tree {
+ public:
+  explicit sample_tree(std::span<const gps_point> samples) : samples_(samples) {}
+
+  // Of the samples [first, end), which are some.
+  [[nodiscard]] summary between(std::size_t first, std::size_t end) {
+    summary total;
+    const std::size_t first_block = (first + block_size - 1) / block_size;
+    const std::size_t end_block = end / block_size;
+    if (end - first <= near || !make()) {
+      add_samples(total, first, end);
+      return total;
+    }
+    add_samples(total, first, first_block * block_size);
+    add_samples(total, end_block * block_size, end);
+    std::size_t left = leaf_count_ + first_block;
+    std::size_t right = leaf_count_ + end_block;
+    for (; left < right; left /= 2, right /= 2) {
+      if (left % 2 != 0) total.add(nodes_[left++]);
+      if (right % 2 != 0) total.add(nodes_[--right]);
+    }
+    return total;
+  }
+
+  // The first sample of [first, end) that meets the condition, or the end. A summary must meet it if and only if one of
+  // its samples does.
+  template <typename condition>
+  [[nodiscard]] std::size_t find_first(std::size_t first, std::size_t end, condition is_met) {
+    const std::size_t near_end = first + near;
+    for (; first < near_end || first % block_size != 0 || !make(); ++first) {
+      if (first >= end || is_met(samples_[first])) return std::min(first, end);
+    }
+    return first < end ? std::min(end, find_by_blocks(first / block_size, is_met)) : end;
+  }
+
+ private:
+  static constexpr std::size_t block_size = 32;
+  static constexpr std::size_t near = 64;  // samples, at least two blocks, that are not worth a tree
+
+  // From that block on to the end of the track.
+  template <typename condition>
+  [[nodiscard]] std::size_t find_by_blocks(std::size_t block, condition is_met) const {
+    std::size_t node = leaf_count_ + block;
+    while (!is_met(nodes_[node])) {
+      // On to the right, and there up to the greatest node that begins with the same block.
+      ++node;
+      if (std::has_single_bit(node)) return samples_.size();
+      node >>= std::countr_zero(node);
+    }
+    while (node < leaf_count_) node = is_met(nodes_[2 * node]) ? 2 * node : 2 * node + 1;
+    std::size_t found = (node - leaf_count_) * block_size;
+    while (!is_met(samples_[found])) ++found;
+    return found;
+  }
+
+  void add_samples(summary &total, std::size_t first, std::size_t end) const {
+    for (; first < end; ++first) total.add(samples_[first]);
+  }
+
+  // False when memory is short.
+  [[nodiscard]] bool make() {
+    if (leaf_count_ != 0) return nodes_ != nullptr;
+    const std::size_t block_count = (samples_.size() + block_size - 1) / block_size;
+    leaf_count_ = std::bit_ceil(block_count);
+    if (!try_resize(nodes_, 2 * leaf_count_)) return false;
+    for (std::size_t block = 0; block < leaf_count_; ++block) {
+      summary &leaf = nodes_[leaf_count_ + block] = summary();
+      add_samples(leaf, block * block_size, std::min((block + 1) * block_size, samples_.size()));
+    }
+    for (std::size_t node = leaf_count_ - 1; node > 0; --node) {
+      nodes_[node] = nodes_[2 * node];
+      nodes_[node].add(nodes_[2 * node + 1]);
+    }
+    return true;
+  }
+
+  std::span<const gps_point> samples_;
+  owned_array<summary> nodes_;
+  std::size_t leaf_count_ = 0;  // 0: nobody has asked for the tree
+};
+
+}  // namespace tarvel

@@ -1,0 +1,55 @@
+#include "driver/exit.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace tarvel {
+namespace {
+
+constexpr const char *lost = "ERROR: failed to write file: standard output\n";
+
+void print_to(const char *path, int buffering) {
+  ASSERT_NE(std::freopen(path, "w", stdout), nullptr);
+  ASSERT_EQ(std::setvbuf(stdout, nullptr, buffering, 4096), 0);
+  std::fputs("words", stdout);
+}
+
+TEST(exit_test, ends_with_the_status_that_it_is_given) {
+  EXPECT_EXIT(exit_program(EXIT_SUCCESS), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(exit_program(3), testing::ExitedWithCode(3), "");
+}
+
+// What is buffered is lost at the end, what is not was lost when it was printed.
+TEST(exit_test, never_succeeds_when_its_words_are_lost) {
+  for (const int buffering : {_IOFBF, _IONBF}) {
+    EXPECT_EXIT(
+        {
+          print_to("/dev/full", buffering);
+          exit_program(EXIT_SUCCESS);
+        },
+        testing::ExitedWithCode(1), lost);
+  }
+}
+
+TEST(exit_test, goes_on_without_an_error) {
+  EXPECT_EXIT(
+      {
+        fatal_error(nullptr);
+        exit_program(5);
+      },
+      testing::ExitedWithCode(5), "");
+}
+
+TEST(exit_test, prints_an_error_to_standard_output_and_fails) {
+  EXPECT_EXIT(
+      {
+        print_to("/dev/stderr", _IOFBF);
+        fatal_error("no points found in track");
+      },
+      testing::ExitedWithCode(1), "wordsERROR: no points found in track\n");
+}
+
+}  // namespace
+}  // namespace tarvel

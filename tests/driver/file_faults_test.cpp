@@ -1,0 +1,254 @@
+// No fault of a file system destroys an input or passes for success.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "driver/file_handle.h"
+#include "support/allocation_limit.h"
+#include "support/failing_calls.h"
+#include "support/files.h"
+
+namespace tarvel {
+namespace {
+
+constexpr const char *samples = "the only copy of the samples";
+
+// Inputs are remembered for the whole process by their inode. An open file keeps its number from being given to a file
+// of a later test.
+void make_input(const char *path) {
+  static std::vector<file_handle> held;
+  write_text(path, samples);
+  held.emplace_back(std::fopen(path, "rb"));
+  error_slot error = nullptr;
+  protect_input(path, &error);
+  ASSERT_EQ(error, nullptr);
+}
+
+// Makes run.txt an output. Null for success.
+error_slot write_output() {
+  error_slot error = nullptr;
+  file_handle file = open_output("run.txt", &error);
+  if (!file) return error;
+  std::fputs("report", file.get());
+  close_output(std::move(file), "run.txt", &error);
+  return error;
+}
+
+// True when an input that had this name is whole, under the name or a new one.
+bool is_whole(const std::string &name) {
+  for (const char *const suffix : {"", ".orig", ".orig.2", ".orig.3"}) {
+    if (file_exists(name + suffix) && read_text(name + suffix) == samples) return true;
+  }
+  return false;
+}
+
+// File systems that cannot rename without replacing say so in two ways.
+TEST(file_faults_test, moves_an_input_where_a_rename_may_replace) {
+  for (const int words : {EINVAL, ENOSYS}) {
+    SCOPED_TRACE(words);
+    const temp_dir dir;
+    make_input("run.txt");
+    const failing_call flag(c_call::renameat2, 0, words);
+    EXPECT_STREQ(write_output(), nullptr);
+    EXPECT_EQ(read_text("run.txt"), "report");
+    EXPECT_EQ(read_text("run.txt.orig"), samples);
+  }
+}
+
+TEST(file_faults_test, replaces_no_file_where_a_rename_may) {
+  const temp_dir dir;
+  make_input("run.txt");
+  write_text("run.txt.orig", "somebody's");
+  const failing_call flag(c_call::renameat2, 0, EINVAL);
+  EXPECT_STREQ(write_output(), nullptr);
+  EXPECT_EQ(read_text("run.txt"), "report");
+  EXPECT_EQ(read_text("run.txt.orig"), "somebody's");
+  EXPECT_EQ(read_text("run.txt.orig.2"), samples);
+}
+
+struct layout_case {
+  const char *name;
+  const char *input;
+  void (*make)();
+};
+
+const layout_case layout_cases[] = {
+    {"one name", "run.txt", [] { make_input("run.txt"); }},
+    {"the output is a link", "run.csv",
+     [] {
+       make_input("run.csv");
+       ASSERT_EQ(symlink("run.csv", "run.txt"), 0);
+     }},
+    {"the output is a second name", "run.csv",
+     [] {
+       make_input("run.csv");
+       ASSERT_EQ(link("run.csv", "run.txt"), 0);
+     }},
+    {"the input is a link", "run.txt",
+     [] {
+       write_text("run.txt", samples);
+       ASSERT_EQ(symlink("run.txt", "run.csv"), 0);
+       make_input("run.csv");
+     }},
+};
+
+constexpr c_call calls[] = {c_call::stat,   c_call::lstat,    c_call::fcntl,
+                            c_call::fdopen, c_call::realpath, c_call::renameat2};
+
+TEST(file_faults_test, keeps_the_input_whatever_fails) {
+  for (const layout_case &c : layout_cases) {
+    for (const c_call call : calls) {
+      for (std::size_t granted = 0;; ++granted) {
+        SCOPED_TRACE(testing::Message() << c.name << ", call " << static_cast<int>(call) << " after " << granted);
+        const temp_dir dir;
+        c.make();
+        std::size_t refused = 0;
+        error_slot error = nullptr;
+        {
+          const failing_call disk(call, granted, EIO);
+          error = write_output();
+          refused = disk.refused();
+        }
+        EXPECT_TRUE(is_whole(c.input));
+        EXPECT_STREQ(error, refused == 0 ? nullptr : "failed to open file: run.txt");
+        if (refused == 0) break;
+      }
+    }
+  }
+}
+
+// The same where a rename may replace: there the new name is looked up, and renamed to, by calls of their own.
+TEST(file_faults_test, keeps_the_input_where_a_rename_may_replace) {
+  for (const c_call call : {c_call::lstat, c_call::rename}) {
+    for (std::size_t granted = 0;; ++granted) {
+      SCOPED_TRACE(testing::Message() << "call " << static_cast<int>(call) << " after " << granted);
+      const temp_dir dir;
+      make_input("run.txt");
+      std::size_t refused = 0;
+      error_slot error = nullptr;
+      {
+        const failing_call flag(c_call::renameat2, 0, EINVAL);
+        const failing_call disk(call, granted, EIO);
+        error = write_output();
+        refused = disk.refused();
+      }
+      EXPECT_TRUE(is_whole("run.txt"));
+      EXPECT_STREQ(error, refused == 0 ? nullptr : "failed to open file: run.txt");
+      if (refused == 0) break;
+    }
+  }
+}
+
+TEST(file_faults_test, names_the_input_that_it_cannot_open) {
+  for (const c_call call : {c_call::fcntl, c_call::fdopen, c_call::fstat}) {
+    SCOPED_TRACE(static_cast<int>(call));
+    const temp_dir dir;
+    write_text("run.csv", samples);
+    error_slot error = nullptr;
+    const failing_call disk(call, 0, EIO);
+    EXPECT_EQ(open_input("run.csv", &error), nullptr);
+    EXPECT_STREQ(error, "failed to open file: run.csv");
+  }
+}
+
+TEST(file_faults_test, protects_no_input_of_which_nobody_can_tell_whether_it_is_there) {
+  const temp_dir dir;
+  write_text("run.csv", samples);
+  const failing_call disk(c_call::stat, 0, EIO);
+  error_slot error = nullptr;
+  protect_input("run.csv", &error);
+  EXPECT_STREQ(error, "failed to open file: run.csv");
+}
+
+// A name that leads nowhere has no input behind it.
+TEST(file_faults_test, needs_no_protection_for_a_name_that_leads_nowhere) {
+  for (const int words : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG}) {
+    SCOPED_TRACE(words);
+    const failing_call disk(c_call::stat, 0, words);
+    error_slot error = nullptr;
+    protect_input("run.csv", &error);
+    EXPECT_STREQ(error, nullptr);
+  }
+}
+
+TEST(file_faults_test, does_not_guess_whether_two_names_are_one_file) {
+  const temp_dir dir;
+  write_text("a.txt", "");
+  write_text("b.txt", "");
+  const char *const expected[] = {"failed to open file: a.txt", "failed to open file: b.txt", nullptr};
+  for (std::size_t granted = 0; granted < 3; ++granted) {
+    SCOPED_TRACE(granted);
+    const failing_call disk(c_call::stat, granted, EIO);
+    error_slot error = nullptr;
+    EXPECT_FALSE(is_same_file("a.txt", "b.txt", &error));
+    EXPECT_STREQ(error, expected[granted]);
+  }
+}
+
+TEST(file_faults_test, blames_the_disk_for_what_it_could_not_read) {
+  const temp_dir dir;
+  write_text("run.csv", samples);
+  const file_handle file(std::fopen("run.csv", "wb"));
+  error_slot error = "not a swoop section";
+  blame_input(file.get(), "run.csv", &error);
+  EXPECT_STREQ(error, "not a swoop section");
+  // A stream that is open for writing alone fails to read.
+  EXPECT_EQ(std::getc(file.get()), EOF);
+  blame_input(file.get(), "run.csv", &error);
+  EXPECT_STREQ(error, "failed to read file: run.csv");
+  const failing_call disk(c_call::fstat, 0, EIO);
+  error = nullptr;
+  blame_input(file.get(), "run.csv", &error);
+  EXPECT_STREQ(error, "failed to read file: run.csv");
+}
+
+TEST(file_faults_test, leaves_the_words_about_a_folder_to_the_reader) {
+  const temp_dir dir;
+  const file_handle folder(std::fopen(".", "rb"));
+  ASSERT_NE(folder, nullptr);
+  EXPECT_EQ(std::getc(folder.get()), EOF);
+  error_slot error = "failed to read TVL header";
+  blame_input(folder.get(), ".", &error);
+  EXPECT_STREQ(error, "failed to read TVL header");
+}
+
+TEST(file_faults_test, knows_its_own_words) {
+  EXPECT_TRUE(is_file_failure("failed to open file: run.csv"));
+  EXPECT_TRUE(is_file_failure("failed to read file: run.csv"));
+  EXPECT_FALSE(is_file_failure("failed to write file: run.csv"));
+  EXPECT_FALSE(is_file_failure("not a swoop section"));
+  EXPECT_FALSE(is_file_failure(nullptr));
+}
+
+TEST(file_faults_test, opens_files_of_its_own_alone) {
+  const temp_dir dir;
+  write_text("matrix.txt", "");
+  EXPECT_NE(open_own_file("matrix.txt"), nullptr);
+  EXPECT_EQ(open_own_file("/dev/zero"), nullptr);  // would be read for ever
+  EXPECT_EQ(open_own_file("missing.txt"), nullptr);
+}
+
+TEST(file_faults_test, says_when_there_is_no_memory_for_one_more_input) {
+  const temp_dir dir;
+  static std::vector<file_handle> held;
+  // Enough of them for a longer list, whatever the tests before have left in it.
+  for (int i = 0; i < 150; ++i) {
+    const std::string name = std::to_string(i) + ".csv";
+    write_text(name, samples);
+    error_slot error = nullptr;
+    {
+      const allocation_limit limit(0);
+      EXPECT_EQ(open_input(name.c_str(), &error), nullptr);
+    }
+    EXPECT_STREQ(error, "strdup() failed");
+    error = nullptr;
+    held.push_back(open_input(name.c_str(), &error));
+    EXPECT_STREQ(error, nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace tarvel

@@ -1,0 +1,91 @@
+#include "driver/process_setup.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+
+#include "support/files.h"
+
+namespace tarvel {
+namespace {
+
+// Each test runs in a process of its own, whose status is what it has found.
+
+// The numbers of standard input, output and error are taken, and no more than those.
+[[noreturn]] void close_and_hold(int first_closed) {
+  for (int number = first_closed; number <= STDERR_FILENO; ++number) close(number);
+  hold_standard_streams();
+  for (int number = 0; number <= STDERR_FILENO; ++number) {
+    if (fcntl(number, F_GETFD) < 0) std::exit(1);
+  }
+  for (int number = first_closed; number <= STDERR_FILENO; ++number) {
+    if (write(number, "x", 1) >= 0 || errno != EBADF) std::exit(2);
+  }
+  std::exit(0);
+}
+
+TEST(process_setup_test, gives_the_standard_numbers_to_nobody_else) {
+  for (const int first_closed : {0, 1, 2, 3}) {
+    SCOPED_TRACE(first_closed);
+    EXPECT_EXIT(close_and_hold(first_closed), testing::ExitedWithCode(0), "");
+  }
+}
+
+[[noreturn]] void hold_without_numbers() {
+  const rlimit none = {0, 0};
+  setrlimit(RLIMIT_NOFILE, &none);
+  hold_standard_streams();
+  std::exit(0);
+}
+
+TEST(process_setup_test, ends_when_no_number_is_left) {
+  EXPECT_EXIT(hold_without_numbers(), testing::ExitedWithCode(0), "");
+}
+
+[[noreturn]] void write_to_nobody() {
+  take_signals_as_failed_writes();
+  int ends[2];
+  if (pipe(ends) != 0) std::exit(1);
+  close(ends[0]);
+  std::exit(write(ends[1], "x", 1) < 0 && errno == EPIPE && raise(SIGXFSZ) == 0 ? 0 : 2);
+}
+
+TEST(process_setup_test, survives_a_reader_that_is_gone) {
+  EXPECT_EXIT(write_to_nobody(), testing::ExitedWithCode(0), "");
+}
+
+[[noreturn]] void load_zone(const char *zone) {
+  if (zone != nullptr) {
+    setenv("TZ", zone, 1);
+  } else {
+    unsetenv("TZ");
+  }
+  error_slot error = nullptr;
+  load_time_zone(&error);
+  if (error != nullptr) {
+    dprintf(STDERR_FILENO, "%s\n", error);
+    std::exit(1);
+  }
+  std::exit(std::getenv("TZ") != nullptr ? 0 : 2);
+}
+
+TEST(process_setup_test, settles_the_zone_that_is_named_or_the_system_s) {
+  for (const char *const zone : {"UTC", "", "EST5EDT,M3.2.0,M11.1.0", "No/Such_Zone", "/", "/etc/passwd/zone"}) {
+    SCOPED_TRACE(zone);
+    EXPECT_EXIT(load_zone(zone), testing::ExitedWithCode(0), "");
+  }
+  EXPECT_EXIT(load_zone(nullptr), testing::ExitedWithCode(0), "");
+}
+
+// A process may open its memory, but there is nothing at address 0.
+TEST(process_setup_test, names_the_zone_that_cannot_be_read) {
+  EXPECT_EXIT(load_zone("/proc/self/mem"), testing::ExitedWithCode(1), "failed to read time zone: /proc/self/mem");
+}
+
+}  // namespace
+}  // namespace tarvel

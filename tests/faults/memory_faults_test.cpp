@@ -1,0 +1,216 @@
+// The program itself with every request for memory refused in turn. scripts/memory_faults does the same over many more
+// command lines.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "faults/allocation_report.h"
+#include "support/files.h"
+#include "support/hand_made_walk.h"
+#include "support/program.h"
+#include "support/simulator.h"
+
+namespace tarvel {
+namespace {
+
+namespace fs = std::filesystem;
+
+using file_map = std::map<std::string, std::string>;  // name and bytes
+
+struct way_to_fail {
+  const char *name;
+  std::uint64_t stride;  // every so many requests
+};
+
+// Most requests are those of the charts, which all end alike.
+#ifdef __SANITIZE_ADDRESS__
+constexpr way_to_fail ways_to_fail[] = {{"once", 7}, {"ever", 11}};  // a run takes that much longer
+#else
+constexpr way_to_fail ways_to_fail[] = {{"once", 1}, {"ever", 5}};
+#endif
+
+struct command_line_case {
+  const char *name;
+  std::vector<std::string> arguments;
+  file_map files;
+  std::string time_zone = "UTC";
+};
+
+struct run_outcome {
+  program_result result;
+  file_map files;
+  std::uint64_t requests = 0;
+  std::uint64_t drawing_requests = 0;
+  std::uint64_t refused = 0;
+};
+
+// Variables of the environment that the program inherits, until the end of the scope.
+class environment_guard {
+ public:
+  explicit environment_guard(const std::map<std::string, std::string> &variables) : variables_(variables) {
+    for (const auto &[name, value] : variables_) setenv(name.c_str(), value.c_str(), 1);
+  }
+  ~environment_guard() {
+    for (const auto &[name, value] : variables_) unsetenv(name.c_str());
+  }
+  environment_guard(const environment_guard &) = delete;
+  environment_guard &operator=(const environment_guard &) = delete;
+
+ private:
+  std::map<std::string, std::string> variables_;
+};
+
+// Documents tell when they were made.
+std::string without_date(const std::string &bytes) {
+  static const std::regex date("/CreationDate \\(D:[^)]*\\)");
+  return std::regex_replace(bytes, date, "/CreationDate ()");
+}
+
+file_map files_here() {
+  file_map files;
+  for (const fs::directory_entry &entry : fs::directory_iterator(".")) {
+    const std::string name = entry.path().filename();
+    files[name] = entry.path().extension() == ".pdf" ? without_date(read_text(name)) : read_text(name);
+  }
+  return files;
+}
+
+// An empty fault for an undisturbed run.
+run_outcome run_case(const command_line_case &c, const std::string &fault) {
+  const temp_dir outside;
+  const std::string report_path = outside.path() + "/report";
+  run_outcome outcome;
+  {
+    const temp_dir folder;
+    for (const auto &[name, bytes] : c.files) write_text(name, bytes);
+    const char *const allocator = std::getenv("TARVEL_FAILING_ALLOCATOR");
+    const environment_guard environment({{"LD_PRELOAD", allocator != nullptr ? allocator : ""},
+                                         {"ALLOCATION_REPORT", report_path},
+                                         {"FAIL_ALLOCATION", fault},
+                                         // It hands requests on to the sanitizer's allocator.
+                                         {"ASAN_OPTIONS", "verify_asan_link_order=0"}});
+    program_setting setting;
+    setting.time_zone = c.time_zone;
+    outcome.result = run_program(c.arguments, setting);
+    outcome.files = files_here();
+  }
+  std::string bytes = read_text(report_path);
+  EXPECT_EQ(bytes.size(), sizeof(allocation_report));
+  bytes.resize(sizeof(allocation_report));
+  const auto *const report = reinterpret_cast<const allocation_report *>(bytes.data());
+  outcome.requests = report->own;
+  outcome.drawing_requests = report->drawing;
+  outcome.refused = report->refused;
+  return outcome;
+}
+
+bool is_undisturbed(const run_outcome &outcome, const run_outcome &sound) {
+  return outcome.result.status == sound.result.status && outcome.result.out == sound.result.out &&
+         outcome.result.err == sound.result.err && outcome.files == sound.files;
+}
+
+bool is_memory_message(const std::string &line) {
+  static const std::regex messages(
+      "ERROR: (strdup\\(\\) failed|malloc\\(\\) failed|realloc failed|"
+      "failed to allocate memory for (swoop|gate|charts)|failed to realloc (gps_points|pond array)|"
+      "failed to malloc (matrix|file\\.block_ptr)|failed to read time zone: .*|failed to open file: .*|"
+      "could not open .* for (reading|writing)|invalid field names)");
+  return std::regex_match(line, messages);
+}
+
+bool has_bytes(const file_map &files, const std::string &bytes) {
+  return std::any_of(files.begin(), files.end(), [&](const auto &file) { return file.second == bytes; });
+}
+
+void expect_fault_is_told(const command_line_case &c, const run_outcome &outcome, const run_outcome &sound) {
+  EXPECT_GT(outcome.refused, 0U);
+  for (const auto &[name, bytes] : c.files) {
+    EXPECT_TRUE(has_bytes(outcome.files, bytes) || !has_bytes(sound.files, bytes)) << name << " is lost";
+  }
+  if (is_undisturbed(outcome, sound)) return;
+  EXPECT_EQ(outcome.result.status, 1);
+  EXPECT_EQ(outcome.result.err, "");
+  const std::string &out = outcome.result.out;
+  const std::string message = last_line(out);
+  EXPECT_TRUE(is_memory_message(message)) << out;
+  // What was printed before it is right as far as it goes.
+  const std::size_t printed = out.size() < message.size() + 1 ? 0 : out.size() - message.size() - 1;
+  EXPECT_EQ(sound.result.out.compare(0, printed, out, 0, printed), 0) << out;
+}
+
+std::string tagged_run() {
+  simulated_run run = small_run();
+  run.form = track_form::tagged_lines;
+  return simulated_track(run);
+}
+
+std::string small_container() {
+  const temp_dir folder;
+  write_text("run.csv", simulated_track(small_run()));
+  write_text("matrix.txt", simulated_course(small_run()));
+  EXPECT_EQ(run_program({"-d", "run.csv"}).status, 0);
+  return read_text("run.tvl");
+}
+
+std::vector<command_line_case> command_line_cases() {
+  const std::string track = simulated_track(small_run());
+  const std::string course = simulated_course(small_run());
+  const std::string walk = walk_text(sparse_walk(walk_marks(), walk_place()).samples);
+  const std::string summer_time = "EST5EDT,M3.2.0,M11.1.0";
+  return {
+      {"run", {"-d", "run.csv"}, {{"run.csv", track}, {"matrix.txt", course}}, summer_time},
+      {"container set aside, index",
+       {"-d", "1.tvl"},
+       {{"1.tvl", small_container()}, {"matrix.txt", "1 - a.txt\n"}, {"a.txt", "* - missing.txt\n"}},
+       summer_time},
+      {"tagged lines without a course", {"run.csv"}, {{"run.csv", tagged_run()}}},
+      {"walk", {"-p", "-d", "-g", "walk.csv"}, {{"walk.csv", walk}}},
+      {"walk named as the course, and no run", {"-g", "walk.txt", "missing.csv"}, {{"walk.txt", walk}}},
+      {"bad track", {"run.csv"}, {{"run.csv", track.substr(0, 700)}}},
+      {"usage", {}, {}},
+  };
+}
+
+TEST(memory_faults_test, every_refused_request_is_told_or_does_not_matter) {
+  for (const command_line_case &c : command_line_cases()) {
+    const run_outcome sound = run_case(c, "");
+    ASSERT_GT(sound.requests, 0U) << c.name;
+    for (const way_to_fail &way : ways_to_fail) {
+      for (std::uint64_t number = 1; number <= sound.requests; number += way.stride) {
+        const std::string fault = "own," + std::to_string(number) + "," + way.name;
+        SCOPED_TRACE(std::string(c.name) + " with " + fault);
+        expect_fault_is_told(c, run_case(c, fault), sound);
+      }
+    }
+  }
+}
+
+TEST(memory_faults_test, report_and_map_outlive_a_drawing_that_has_no_memory) {
+  const command_line_case c = {
+      "run", {"run.csv"}, {{"run.csv", simulated_track(small_run())}, {"matrix.txt", simulated_course(small_run())}}};
+  const run_outcome sound = run_case(c, "");
+  // The last fifth: by then fonts are loaded, for which the font library would try again for ever.
+  for (std::uint64_t twentieths = 16; twentieths < 20; ++twentieths) {
+    const std::string fault = "drawing," + std::to_string(sound.drawing_requests * twentieths / 20) + ",ever";
+    SCOPED_TRACE(fault);
+    const run_outcome outcome = run_case(c, fault);
+    EXPECT_GT(outcome.refused, 0U);
+    EXPECT_NE(outcome.result.status, 0);
+    EXPECT_NE(outcome.result.status, 128 + SIGALRM);
+    EXPECT_EQ(outcome.result.out.substr(0, sound.result.out.size()), sound.result.out);
+    for (const char *const name : {"run.csv", "matrix.txt", "run.txt", "run.kml"}) {
+      EXPECT_EQ(outcome.files.at(name), sound.files.at(name)) << name;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tarvel

@@ -1,0 +1,26 @@
+# Stands before the allocator of a program that it is preloaded into. Never instrumented: it is called before a
+# sanitizer is ready. Frame pointers lead a sanitizer past it to the caller.
+add_library(failing_allocator SHARED tests/faults/failing_allocator.cpp)
+target_include_directories(failing_allocator PRIVATE tests)
+target_link_libraries(failing_allocator PRIVATE tarvel_build_options)
+target_compile_options(failing_allocator PRIVATE -fno-sanitize=all -fno-threadsafe-statics -fno-omit-frame-pointer)
+target_link_options(failing_allocator PRIVATE -fno-sanitize=all -Wl,--as-needed)
+
+tarvel_test(faults/memory_faults_test USES tarvel_driver)
+add_dependencies(memory_faults_test tarvel failing_allocator)
+set_property(TEST faults/memory_faults_test APPEND PROPERTY ENVIRONMENT
+  "TARVEL_PROGRAM=$<TARGET_FILE:tarvel>" "TARVEL_FAILING_ALLOCATOR=$<TARGET_FILE:failing_allocator>")
+# Hundreds of runs of the program.
+set_tests_properties(faults/memory_faults_test PROPERTIES TIMEOUT 900)
+
+tarvel_test(faults/io_faults_test USES tarvel_driver)
+add_dependencies(io_faults_test tarvel)
+set_property(TEST faults/io_faults_test APPEND PROPERTY ENVIRONMENT "TARVEL_PROGRAM=$<TARGET_FILE:tarvel>")
+# It knows these processors' registers.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|aarch64)$")
+  add_executable(short_transfers tests/faults/short_transfers.cpp)
+  target_link_libraries(short_transfers PRIVATE tarvel_build_options)
+  add_dependencies(io_faults_test short_transfers)
+  set_property(TEST faults/io_faults_test APPEND PROPERTY ENVIRONMENT
+    "TARVEL_SHORT_TRANSFERS=$<TARGET_FILE:short_transfers>")
+endif()

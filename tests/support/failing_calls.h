@@ -1,0 +1,41 @@
+// Lets calls of the C library fail, for tests that are linked with failing_calls.cpp.
+#pragma once
+
+#include <cstddef>
+
+namespace tarvel {
+
+enum class c_call {
+  fread,
+  fwrite,
+  fseeko,
+  ftello,
+  stat,
+  lstat,
+  fstat,
+  fcntl,
+  fdopen,
+  realpath,
+  renameat2,
+  rename,
+  localtime_r,
+  strftime,
+  count_of_calls
+};
+
+// Until the end of the scope that call fails with this errno, after so many that are granted.
+class failing_call {
+ public:
+  failing_call(c_call call, std::size_t granted, int error_number);
+  ~failing_call();
+  failing_call(const failing_call &) = delete;
+  failing_call &operator=(const failing_call &) = delete;
+
+  // How often it has failed.
+  [[nodiscard]] std::size_t refused() const;
+
+ private:
+  c_call call_;
+};
+
+}  // namespace tarvel
