@@ -1,0 +1,76 @@
+# What `cmake --install` and the packages put where. Debian's habits: compressed pages, completions where the shells look
+# for them, the manual and the examples under the documentation.
+include(GNUInstallDirs)
+
+install(TARGETS tarvel RUNTIME)
+install(PROGRAMS meet/tarvel-meet TYPE BIN)
+
+# gzip without a name and a time in it, so that a package made twice is the same.
+find_program(TARVEL_GZIP gzip REQUIRED)
+
+# tarvel_install_compressed(FILE NAME DESTINATION): as NAME.gz.
+function(tarvel_install_compressed file name destination)
+  set(compressed ${PROJECT_BINARY_DIR}/compressed/${name}.gz)
+  add_custom_command(OUTPUT ${compressed}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/compressed
+    COMMAND ${TARVEL_GZIP} -9nc ${file} > ${compressed}
+    DEPENDS ${file} VERBATIM)
+  add_custom_target(compressed_${name} ALL DEPENDS ${compressed})
+  install(FILES ${compressed} DESTINATION ${destination})
+endfunction()
+
+foreach(page tarvel.1 tarvel-meet.1 tarvel-tvl.5 tarvel-course.5)
+  string(REGEX MATCH "[0-9]$" section ${page})
+  configure_file(docs/man/${page}.in ${PROJECT_BINARY_DIR}/man/${page} @ONLY)
+  tarvel_install_compressed(${PROJECT_BINARY_DIR}/man/${page} ${page} ${CMAKE_INSTALL_MANDIR}/man${section})
+endforeach()
+
+foreach(program tarvel tarvel-meet)
+  install(FILES completions/${program}.bash RENAME ${program}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES completions/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+  install(FILES completions/${program}.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+endforeach()
+
+# The manual's links stay within docs/; the architecture is for those who have the source.
+install(DIRECTORY docs/ TYPE DOC PATTERN man EXCLUDE PATTERN architecture.md EXCLUDE)
+install(DIRECTORY examples TYPE DOC)
+install(FILES packaging/copyright TYPE DOC)
+tarvel_install_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
+
+set(CPACK_PACKAGE_VENDOR "The developers of Tarvel")
+set(CPACK_PACKAGE_CONTACT "The developers of Tarvel <developers@tarvel.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "analyser for the GPS tracks of canopy-piloting runs")
+set(CPACK_PACKAGE_DESCRIPTION
+"Tarvel surveys a walked swoop course and analyses runs over it: it finds
+the turn, the rollout, the gates and the touchdown, and writes scores, a
+report, a map as KML and two pages of charts as PDF.
+.
+tarvel-meet analyses all runs of a meet on every core and ranks them.")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The charts ask for "arial", for which these have the widths.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-liberation")
+# tarvel-meet is a Python program that has parallel share out the work, and rsync carry it to other machines.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "parallel, python3")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "rsync")
+
+# Debian asks for a changelog of the package, with a date as in a letter.
+set(TARVEL_DEBIAN_REVISION ${CPACK_DEBIAN_PACKAGE_RELEASE})
+execute_process(COMMAND env LC_ALL=C date --utc --rfc-email --date=${TARVEL_DATE}
+  OUTPUT_VARIABLE TARVEL_DEBIAN_DATE OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+configure_file(packaging/changelog.Debian.in ${PROJECT_BINARY_DIR}/changelog.Debian @ONLY)
+tarvel_install_compressed(${PROJECT_BINARY_DIR}/changelog.Debian changelog.Debian ${CMAKE_INSTALL_DOCDIR})
+
+set(CPACK_SOURCE_GENERATOR TGZ)
+set(CPACK_SOURCE_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION})
+set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git/" "^${PROJECT_SOURCE_DIR}/build/" "^${PROJECT_SOURCE_DIR}/demo/")
+include(CPack)

@@ -1,0 +1,106 @@
+#!/usr/bin/env python3
+"""tests/man/messages_test.py: the messages of tarvel and tarvel-meet are the items under DIAGNOSTICS of their man pages,
+all of them and no others. Items hold example values where messages hold names and figures.
+"""
+import ast
+import os
+import re
+import sys
+import unittest
+from pathlib import Path
+
+PROJECT = Path(os.environ.get("TARVEL_SOURCE_DIR", Path(__file__).parents[2]))
+sys.path.insert(0, str(PROJECT / "tests/docs"))
+from source_messages import pattern_of, source_messages  # noqa: E402
+
+# The usage text and the line of -v, which are explained under their options.
+NO_DIAGNOSTICS = {"COMMAND LINE USAGE:", "Tarvel %s"}
+
+
+def items(page):
+    text = (PROJECT / f"docs/man/{page}.in").read_text()
+    diagnostics = re.search(r"^\.Sh DIAGNOSTICS\n(.*?)^\.Sh ", text, re.MULTILINE | re.DOTALL)[1]
+    return re.findall(r'^\.It "(.*)"$', diagnostics, re.MULTILINE)
+
+
+def is_word(node, *names):
+    return isinstance(node, ast.Name) and node.id in names
+
+
+class MeetMessages(ast.NodeVisitor):
+    """The patterns of what tarvel-meet says of a command or of a run."""
+
+    def __init__(self):
+        self.patterns = []
+
+    def add(self, node):
+        if isinstance(node, ast.IfExp):
+            self.add(node.body)
+            self.add(node.orelse)
+        elif isinstance(node, ast.Constant) and isinstance(node.value, str) and node.value:
+            self.patterns.append(re.compile(re.escape(node.value)))
+        elif isinstance(node, ast.JoinedStr):
+            parts = [re.escape(part.value) if isinstance(part, ast.Constant) else ".+" for part in node.values]
+            self.patterns.append(re.compile("".join(parts)))
+
+    def visit_Call(self, node):
+        if is_word(node.func, "UsageError"):
+            self.add(node.args[0])
+        for keyword in node.keywords:
+            if keyword.arg == "message":
+                self.add(keyword.value)
+        self.generic_visit(node)
+
+    def visit_Return(self, node):
+        if isinstance(node.value, ast.Tuple) and is_word(node.value.elts[0], "FAILED", "BROKEN"):
+            self.add(node.value.elts[1])
+        self.generic_visit(node)
+
+    def visit_Assign(self, node):
+        target = node.targets[0]
+        if isinstance(target, ast.Subscript) and ast.unparse(target.slice) == "'message'":
+            self.add(node.value)
+        self.generic_visit(node)
+
+
+def meet_patterns():
+    visitor = MeetMessages()
+    visitor.visit(ast.parse((PROJECT / "meet/tarvel-meet").read_text()))
+    return visitor.patterns
+
+
+class MessagesTest(unittest.TestCase):
+    def check(self, patterns, explained):
+        missing = [pattern.pattern for pattern in patterns if not any(pattern.fullmatch(item) for item in explained)]
+        self.assertEqual(missing, [])
+        self.assertEqual(self.needless(patterns, explained), [])
+
+    @staticmethod
+    def needless(patterns, explained):
+        return [item for item in explained if not any(pattern.fullmatch(item) for pattern in patterns)]
+
+    def test_tarvel(self):
+        messages = set(source_messages(PROJECT / "src")) - NO_DIAGNOSTICS
+        self.assertGreater(len(messages), 70)
+        self.check([pattern_of(message) for message in messages], items("tarvel.1"))
+        print(f"tarvel: {len(messages)} messages, {len(items('tarvel.1'))} items")
+
+    def test_the_container(self):
+        messages = [message for message in source_messages(PROJECT / "src/container")
+                    if not message.startswith("failed to write")]
+        self.assertGreater(len(messages), 10)
+        self.check([pattern_of(message) for message in messages], items("tarvel-tvl.5"))
+
+    def test_the_course_file(self):
+        patterns = [pattern_of(message) for message in source_messages(PROJECT / "src")]
+        self.assertEqual(self.needless(patterns, items("tarvel-course.5")), [])
+
+    def test_tarvel_meet(self):
+        patterns = meet_patterns()
+        self.assertGreater(len(patterns), 20)
+        self.check(patterns, items("tarvel-meet.1"))
+        print(f"tarvel-meet: {len(patterns)} messages, {len(items('tarvel-meet.1'))} items")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,643 @@
+#!/usr/bin/env python3
+# Runs tarvel-meet over simulated meets: meet_test.py [CLASS[.TEST]...]
+#
+# TARVEL_PROGRAM names the built tarvel, TARVEL_SOURCE_DIR the source tree, TARVEL_MEET_RUNS the size of the large meet
+# (300). Exit status 77, with the reason, where GNU parallel or rsync is missing.
+import contextlib
+import csv
+import fcntl
+import importlib.machinery
+import importlib.util
+import os
+import pathlib
+import random
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+import simulate_meet
+
+SOURCE = pathlib.Path(os.environ["TARVEL_SOURCE_DIR"])
+TARVEL = pathlib.Path(os.environ["TARVEL_PROGRAM"]).resolve()
+RUNS = int(os.environ.get("TARVEL_MEET_RUNS", "300"))
+MEET = SOURCE / "meet" / "tarvel-meet"
+EXAMPLES = SOURCE / "examples"
+EXAMPLE_RUNS = ("carve", "reversed", "straight", "tagged")
+PATIENCE = 240  # seconds
+
+# What a plain shell on another machine would have, and what the sanitizers need.
+REMOTE_ENVIRONMENT = ("PATH", "LSAN_OPTIONS")
+
+
+def load_meet():
+    """The program's own functions, for the reports that no track is made for."""
+    loader = importlib.machinery.SourceFileLoader("tarvel_meet", str(MEET))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("tarvel_meet", loader))
+    sys.dont_write_bytecode = True
+    loader.exec_module(module)
+    return module
+
+
+def contents(folder):
+    """Every file below a folder with its bytes and its time."""
+    return {path.relative_to(folder): (path.read_bytes(), path.stat().st_mtime_ns)
+            for path in pathlib.Path(folder).rglob("*") if path.is_file()}
+
+
+def printed_figures(report):
+    """The figures of a report in their order, found without knowledge of its lines: all that follows a colon and is a
+    number, hyphens or a direction."""
+    figures = []
+    for line in report.splitlines():
+        figures += re.findall(r"(?<![\w.])(-?(?:\d[\d.]*|nan|inf)|-{4,5}|right|left)(?![\w.])", line.partition(":")[2])
+    return ["" if set(figure) == {"-"} else figure for figure in figures]
+
+
+def session_members(session):
+    """The processes of a session, whatever their groups."""
+    members = []
+    for entry in pathlib.Path("/proc").iterdir():
+        with contextlib.suppress(OSError, ValueError):
+            fields = (entry / "stat").read_text().rpartition(")")[2].split()
+            if entry.name.isdigit() and int(fields[3]) == session and fields[0] != "Z":
+                members.append(int(entry.name))
+    return members
+
+
+class MeetTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="tarvel_meet_"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        for name in ("home", "tracks"):
+            (self.folder / name).mkdir()
+        self.tracks = self.folder / "tracks"
+        shutil.copy(EXAMPLES / "matrix.txt", self.folder)
+
+    def environment(self, **more):
+        return {**os.environ, "HOME": str(self.folder / "home"), "TARVEL": str(TARVEL), **more}
+
+    def start(self, *words, **more):
+        """In a session of its own, so that a signal reaches it and nobody else."""
+        return subprocess.Popen([MEET, *words], cwd=self.folder, env=self.environment(**more), text=True,
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True)
+
+    def meet(self, *words, status=0, **more):
+        process = self.start(*words, **more)
+        output, _ = process.communicate(timeout=PATIENCE)
+        self.assertEqual(process.returncode, status, output)
+        return output
+
+    def table(self, results="results"):
+        """The rows by name."""
+        with open(self.folder / results / "meet.csv", newline="", encoding="utf-8", errors="surrogateescape") as file:
+            rows = list(csv.DictReader(file, strict=True))
+        self.assertEqual([row["name"] for row in rows], sorted({row["name"] for row in rows}))
+        return {row["name"]: row for row in rows}
+
+    def add_tracks(self, *names):
+        for name in names:
+            shutil.copy(EXAMPLES / f"{name}.csv", self.tracks)
+
+    def script(self, name, text):
+        path = self.folder / name
+        path.write_text("#!/bin/bash\n" + text)
+        path.chmod(0o755)
+        return str(path)
+
+    def assert_figures_equal_report(self, row, report):
+        self.assertEqual(row["status"], "ok", row["message"])
+        self.assertEqual(row["message"], "")
+        self.assertEqual(list(row.values())[4:], printed_figures(report), row["name"])
+
+    def assert_same_outputs(self, name, *results):
+        """All files of a run, but for the date in a PDF and the session in the record."""
+        ours, theirs = ({path: re.sub(rb"/CreationDate \(.*?\)", b"", content)
+                         for path, (content, _) in contents(self.folder / folder / name).items()
+                         if path.name != ".tarvel-meet"} for folder in results)
+        self.assertEqual(sorted(ours), sorted(theirs))
+        self.assertEqual([path for path in ours if ours[path] != theirs[path]], [], name)
+
+    def assert_rows_equal_reports(self, results):
+        """Those of the results folders, which are tarvel's own."""
+        count = 0
+        for name, row in self.table(results).items():
+            if row["status"] == "ok":
+                stem = pathlib.Path(row["file"]).name[:-3]
+                report = (self.folder / results / name / f"{stem}txt").read_text()
+                self.assert_figures_equal_report(row, report)
+                count += 1
+        return count
+
+
+class ReportTest(MeetTest):
+    """The table against what tarvel prints."""
+
+    def report_by_hand(self, *words):
+        folder = self.folder / "hand"
+        if not folder.exists():
+            shutil.copytree(EXAMPLES, folder)
+        return subprocess.run([TARVEL, *words], cwd=folder, stdout=subprocess.PIPE, text=True, check=True).stdout
+
+    def test_has_every_figure_of_the_report_in_both_units(self):
+        self.add_tracks(*EXAMPLE_RUNS)
+        for options, unit_columns in (((), ("ft", "mph")), (("-m",), ("m", "kmh"))):
+            self.meet("-c", "matrix.txt", *options, "tracks")
+            rows = self.table()
+            self.assertEqual(list(rows), sorted(EXAMPLE_RUNS))
+            for name in EXAMPLE_RUNS:
+                self.assert_figures_equal_report(rows[name], self.report_by_hand(*options, f"{name}.csv"))
+            length, speed = unit_columns
+            columns = list(rows["carve"])
+            self.assertIn(f"touchdown_distance_{length}", columns)
+            self.assertIn(f"entry_gate_speed_{speed}", columns)
+            self.assertEqual(len(columns), len(set(columns)))
+            self.assertEqual((rows["carve"]["carve_time_s"], rows["straight"]["carve_time_s"]), ("2.88", ""))
+
+    def test_finds_the_gate_implicitly(self):
+        self.add_tracks("implicit", "straight")
+        self.meet("-i", "tracks")
+        rows = self.table()
+        for name in ("implicit", "straight"):
+            self.assert_figures_equal_report(rows[name], self.report_by_hand("-i", f"{name}.csv"))
+        self.assertFalse((self.folder / "results/implicit/matrix.txt").exists())
+
+    def test_reads_every_form_of_every_line(self):
+        module = load_meet()
+        report = self.report_by_hand("carve.csv").removeprefix("\n")
+        metric = self.report_by_hand("-m", "carve.csv").removeprefix("\n")
+        imperial_format, metric_format = module.ReportFormat(False), module.ReportFormat(True)
+        self.assertIsNone(imperial_format.figures(metric))
+        self.assertIsNone(metric_format.figures(report))
+        self.assertIsNone(imperial_format.figures(report + "\n"))
+        self.assertIsNone(imperial_format.figures(report.replace("time aloft", "time afoot")))
+        for old, new, column, value in (
+                ("airplane:      4955", "airplane:     -----", "exit_altitude_ft", ""),
+                ("airplane:      4955", "airplane:     12345", "exit_altitude_ft", "12345"),
+                ("airplane:      4955", "airplane:      -nan", "exit_altitude_ft", "-nan"),
+                ("turn:        933", "turn:        -0", "turn_altitude_ft", "-0"),
+                ("turn:        933", "turn:        -inf", "turn_altitude_ft", "-inf"),
+                ("turn:        933", "turn:        1234567", "turn_altitude_ft", "1234567"),
+                ("270 deg (right", "  0 deg (left", "turn_direction", "left"),
+                ("8.90 sec", "18446744073709551.62 sec", "turn_time_s", "18446744073709551.62"),
+                ("speed:      76.8", "speed:      ----", "entry_gate_speed_mph", ""),
+                ("speed:      76.8", "speed:      1234.", "entry_gate_speed_mph", "1234."),
+                ("time:      2.88", "time:      ----", "carve_time_s", ""),
+                ("time:      2.88", "time:      18446", "carve_time_s", "18446"),
+                ("(39.1 mph", "(---- mph", "exit_gate_speed_mph", ""),
+                ("stop:      210", "stop:      -12", "stop_distance_ft", "-12"),
+                ("(1.4 mph", "(nan mph", "touchdown_speed_mph", "nan")):
+            with self.subTest(new=new):
+                self.assertIn(old, report)
+                figures = imperial_format.figures(report.replace(old, new))
+                self.assertIsNotNone(figures)
+                self.assertEqual(figures[column], value)
+                self.assertEqual(list(figures.values()), printed_figures(report.replace(old, new)))
+
+    def test_ranks(self):
+        module = load_meet()
+        report_format = module.ReportFormat(False)
+
+        def row(name, status="ok", **figures):
+            return {"name": name, "status": status, "message": figures.pop("message", ""),
+                    **dict.fromkeys(report_format.columns, "1"), "carve_time_s": "", "exit_gate_speed_mph": "",
+                    **figures}
+
+        text = module.summary_text([
+            row("a", touchdown_distance_ft="200", entry_gate_speed_mph="70.5"),
+            row("b", touchdown_distance_ft="1000", entry_gate_speed_mph="9.5"),
+            row("c", touchdown_distance_ft="200", entry_gate_speed_mph="80.0"),
+            row("d", touchdown_distance_ft="-5", entry_gate_speed_mph="60.0"),
+            row("e", touchdown_distance_ft="nan", entry_gate_speed_mph="60.0"),
+            row("f", carve_time_s="2.88", exit_gate_speed_mph="40.0", entry_gate_speed_mph="75.0"),
+            row("g", carve_time_s="10.01", exit_gate_speed_mph="40.0", entry_gate_speed_mph="75.0"),
+            row("h", entry_gate_speed_mph=""),
+            row("i\n\x1b[2J", status="failed", message="no\nsuch"),
+        ], report_format)
+        sections = re.split(r"^(DISTANCE|SPEED|ENTRY GATE SPEED|NOT RANKED|FAILED)", text, flags=re.MULTILINE)
+        ranks = {title: [(line.split()[0], line.split()[-1]) for line in body.splitlines()[3:] if line]
+                 for title, body in zip(sections[1::2], sections[2::2])}
+        self.assertEqual(ranks["DISTANCE"], [("1", "b"), ("2", "a"), ("2", "c"), ("4", "d"), ("----", "e")])
+        self.assertEqual(ranks["SPEED"], [("1", "f"), ("2", "g")])
+        self.assertEqual(ranks["ENTRY GATE SPEED"], [("1", "c"), ("2", "f"), ("2", "g"), ("4", "a"), ("5", "d"),
+                                                     ("5", "e"), ("7", "b")])
+        self.assertIn("missed the entry gate\n\nh\n", text)
+        self.assertTrue(text.endswith("FAILED\n\ni\\n\\x1b[2J: no\\nsuch\n"))
+
+
+class ResumeTest(MeetTest):
+    """A large meet, interrupted again and again."""
+
+    def done(self):
+        return {path.parent.name for path in (self.folder / "resumed").glob("*/.tarvel-meet")}
+
+    def start_and_wait(self, *words, count):
+        process = self.start(*words)
+        deadline = time.monotonic() + PATIENCE
+        while len(self.done()) < count:
+            self.assertLess(time.monotonic(), deadline)
+            self.assertIsNone(process.poll(), "ended before it could be interrupted")
+            time.sleep(0.05)
+        return process
+
+    def test_ends_with_the_table_of_an_uninterrupted_meet(self):
+        good, broken = simulate_meet.simulate(EXAMPLES, self.tracks, RUNS)
+        # Names and order do not depend on who was first.
+        listed = [str(path) for path in good + broken]
+        random.Random(2).shuffle(listed)
+        (self.folder / "list").write_text("\n".join(listed) + "\n")
+        words = ("-c", "matrix.txt", "--list", "list")
+        before = contents(self.tracks)
+
+        self.meet(*words, "-o", "whole", status=1)
+        rows = self.table("whole")
+        self.assertEqual({name for name, row in rows.items() if row["status"] == "failed"},
+                         {path.stem for path in broken})
+        self.assertEqual(self.assert_rows_equal_reports("whole"), len(good))
+        self.assertTrue(all(row["message"] for row in rows.values() if row["status"] == "failed"))
+
+        words = (*words, "-o", "resumed")
+        table = self.folder / "resumed/meet.csv"
+        interrupted = self.start_and_wait(*words, count=RUNS // 6)
+        os.killpg(interrupted.pid, signal.SIGINT)
+        output, _ = interrupted.communicate(timeout=PATIENCE)
+        self.assertEqual(interrupted.returncode, 130, output)
+        self.assertEqual(session_members(interrupted.pid), [])
+        self.assertFalse(table.exists())
+
+        ended = self.start_and_wait(*words, count=RUNS // 4)
+        ended.terminate()
+        output, _ = ended.communicate(timeout=PATIENCE)
+        self.assertEqual(ended.returncode, 143, output)
+        self.assertEqual(session_members(ended.pid), [])
+        self.assertFalse(table.exists())
+
+        # Its workers are in groups of their own and live on; the next command waits for them.
+        killed = self.start_and_wait(*words, count=RUNS // 3)
+        os.killpg(killed.pid, signal.SIGKILL)
+        killed.communicate(timeout=PATIENCE)
+
+        wiped_out = self.start_and_wait(*words, count=RUNS // 2)
+        for member in session_members(wiped_out.pid):
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(member, signal.SIGKILL)
+        wiped_out.communicate(timeout=PATIENCE)
+        self.assertFalse(table.exists())
+
+        # What a power cut may leave: a file of no bytes, a record of no bytes, a file that is not there.
+        finished = sorted(name for name in self.done() if rows[name]["status"] == "ok")
+        records = {name: (self.folder / "resumed" / name / ".tarvel-meet").stat().st_mtime_ns for name in finished}
+        damaged = finished[:3]
+        stem = pathlib.Path(rows[damaged[0]]["file"]).stem
+        os.truncate(self.folder / "resumed" / damaged[0] / f"{stem}.pdf", 0)
+        os.truncate(self.folder / "resumed" / damaged[1] / ".tarvel-meet", 0)
+        (self.folder / "resumed" / damaged[2] / "matrix.txt").unlink()
+
+        self.meet(*words, status=1)
+        for name in ("meet.csv", "meet.txt"):
+            self.assertEqual((self.folder / "resumed" / name).read_bytes(), (self.folder / "whole" / name).read_bytes())
+        again = {name for name in finished
+                 if (self.folder / "resumed" / name / ".tarvel-meet").stat().st_mtime_ns != records[name]}
+        self.assertEqual(again, set(damaged))
+        for name in rows:
+            self.assert_same_outputs(name, "resumed", "whole")
+        self.assertEqual(os.listdir(self.folder / "resumed/.meet/work"), [])
+        self.assertEqual(contents(self.tracks), before)
+        print(f"{RUNS} runs, {len(broken)} of them broken; {len(finished) - len(damaged)} were kept to the end")
+
+
+class AgainTest(MeetTest):
+    """What the same command does again."""
+
+    def analysed(self, *words, status=0, **more):
+        """The runs that this call has analysed."""
+        def records():
+            return {path.parent.name: path.stat().st_ino for path in (self.folder / "results").glob("*/.tarvel-meet")}
+
+        before = records()
+        self.meet("-c", "matrix.txt", *words, status=status, **more)
+        return sorted(name for name, number in records().items() if before.get(name) != number)
+
+    def test_analyses_again_what_has_changed(self):
+        self.add_tracks("straight", "carve")
+        self.assertEqual(self.analysed("tracks"), ["carve", "straight"])
+        self.assertEqual(self.analysed("tracks"), [])
+        self.assertEqual(self.analysed(str(self.tracks)), [])
+        times = (self.tracks / "carve.csv").stat()
+        shutil.copy(EXAMPLES / "reversed.csv", self.tracks / "carve.csv")
+        os.utime(self.tracks / "carve.csv", ns=(times.st_atime_ns, times.st_mtime_ns))
+        self.assertEqual(self.analysed("tracks"), ["carve"])
+        self.assertEqual(self.table()["carve"]["turn_direction"], "left")
+        with open(self.folder / "matrix.txt", "a", encoding="ascii") as course:
+            course.write("// the same course\n")
+        self.assertEqual(self.analysed("tracks"), ["carve", "straight"])
+        self.assertEqual(self.analysed("-m", "tracks"), ["carve", "straight"])
+        self.assertEqual(self.analysed("-m", "--fresh", "tracks"), ["carve", "straight"])
+        other = self.script("other", f'exec "{TARVEL}" "$@"\n')
+        self.assertEqual(self.analysed("-m", "tracks", TARVEL=other), ["carve", "straight"])
+        (self.tracks / "straight.csv").unlink()
+        self.assertEqual(self.analysed("-m", "tracks", TARVEL=other), [])
+        self.assertEqual(list(self.table()), ["carve"])
+
+    def test_tries_failed_runs_again(self):
+        self.add_tracks("straight")
+        (self.tracks / "bad.csv").touch()
+        self.assertEqual(self.analysed("tracks", status=1), ["bad", "straight"])
+        self.assertEqual(self.analysed("tracks", status=1), ["bad"])
+        shutil.copy(EXAMPLES / "carve.csv", self.tracks / "bad.csv")
+        self.assertEqual(self.analysed("tracks"), ["bad"])
+
+    def test_tries_again_when_tarvel_crashes(self):
+        for number in range(10):
+            shutil.copy(EXAMPLES / "straight.csv", self.tracks / f"{number}.csv")
+        calls = self.folder / "calls"
+        calls.mkdir()
+        # The first call for every third run crashes, every call for run 4.
+        crashing = self.script("crashing", f"""
+            [[ $1 == -v ]] && exec "{TARVEL}" -v
+            name=${{@: -1}}
+            echo >>"{calls}/$name"
+            if [[ $name == 4.csv || ($name == [0369].csv && $(wc -l <"{calls}/$name") == 1) ]]; then kill -SEGV $$; fi
+            exec "{TARVEL}" "$@"\n""")
+        self.assertEqual(len(self.analysed("--retries", "3", "tracks", status=1, TARVEL=crashing)), 10)
+        rows = self.table()
+        self.assertEqual([name for name, row in rows.items() if row["status"] != "ok"], ["4"])
+        self.assertEqual(rows["4"]["message"], "tarvel was ended by SIGSEGV")
+        counts = {path.name: len(path.read_text()) for path in calls.iterdir()}
+        self.assertEqual(counts, {f"{n}.csv": {4: 3, 0: 2, 3: 2, 6: 2, 9: 2}.get(n, 1) for n in range(10)})
+
+    def test_ends_a_run_that_takes_too_long(self):
+        self.add_tracks("straight")
+        slow = self.script("slow", '[[ $1 == -v ]] || exec sleep 100\n')
+        self.meet("-i", "--timeout", "1", "tracks", status=1, TARVEL=slow)
+        self.assertEqual(self.table()["straight"]["message"], "took longer than 1 s")
+
+
+class FolderTest(MeetTest):
+    """Every run in a folder of its own."""
+
+    def test_never_runs_two_jobs_in_one_folder(self):
+        for number in range(40):
+            path = self.tracks / f"{'abcd'[number % 4]}{number}"
+            path.mkdir()
+            (path / "run.csv").write_text(f"track {number}")
+        (self.folder / "index.txt").write_text("1 - sub/a.txt\n* - b.txt\n")
+        (self.folder / "sub").mkdir()
+        (self.folder / "sub/a.txt").write_text("course a")
+        (self.folder / "b.txt").write_text("course b")
+        # Holds its folder for a while, and writes what tarvel writes.
+        watching = self.script("watching", f"""
+            [[ $1 == -v ]] && exit
+            mkdir busy || echo "two jobs in $PWD" >>"{self.folder}/findings"
+            [[ $(ls) == $'b.txt\\nbusy\\nmatrix.txt\\nrun.csv\\nsub' ]] || ls >>"{self.folder}/findings"
+            cat run.csv >run.txt
+            sleep 0.0$((RANDOM % 10))
+            cmp run.csv run.txt || echo "another job wrote in $PWD" >>"{self.folder}/findings"
+            rmdir busy
+            echo "ERROR: $(<run.csv) in $PWD"; exit 1\n""")
+        self.meet("-c", "index.txt", "-j", "8", "tracks", status=1, TARVEL=watching)
+        self.assertFalse((self.folder / "findings").exists())
+        rows = self.table()
+        self.assertEqual(len(rows), 40)
+        places = set()
+        for row in rows.values():
+            number = pathlib.Path(row["file"]).parent.name[1:]
+            self.assertTrue(row["message"].startswith(f"track {number} in "), row["message"])
+            places.add(row["message"].partition(" in ")[2])
+        self.assertEqual(len(places), 40)
+
+    def test_keeps_runs_of_equal_names_apart(self):
+        for folder, name in (("a", "carve"), ("b", "straight"), ("c", "reversed")):
+            (self.tracks / folder).mkdir()
+            shutil.copy(EXAMPLES / f"{name}.csv", self.tracks / folder / "run.csv")
+        self.meet("-c", "matrix.txt", "tracks/b", "tracks/c")
+        files = {name: row["file"] for name, row in self.table().items()}
+        self.assertEqual(files, {"run": "tracks/b/run.csv", "run-2": "tracks/c/run.csv"})
+        # A run keeps its name when another comes before it.
+        (self.tracks / "run-3.csv").write_bytes((EXAMPLES / "tagged.csv").read_bytes())
+        self.meet("-c", "matrix.txt", "tracks", "tracks/a/run.csv")
+        rows = self.table()
+        files = {name: row["file"] for name, row in rows.items()}
+        self.assertEqual(files, {"run": "tracks/b/run.csv", "run-2": "tracks/c/run.csv", "run-3": "tracks/run-3.csv",
+                                 "run-4": "tracks/a/run.csv"})
+        for name, source in files.items():
+            track = self.folder / "results" / name / pathlib.Path(source).name
+            self.assertEqual(track.read_bytes(), (self.folder / source).read_bytes())
+        self.assertEqual(self.assert_rows_equal_reports("results"), 4)
+
+    def test_gives_each_run_its_course_of_an_index(self):
+        index = self.folder / "courses"
+        (index / "sub").mkdir(parents=True)
+        matrix = (EXAMPLES / "matrix.txt").read_text()
+        (index / "index.txt").write_text("// a meet\n1 - plain.txt\n2 - nogate\n3 - \"sub/a pond.txt\"\n4 - gone.txt\n"
+                                         "5 - more.txt\n* - plain.txt\n")
+        (index / "plain.txt").write_text(matrix.partition("\n// These")[0])
+        (index / "sub/a pond.txt").write_text(matrix)
+        (index / "more.txt").write_text("* - sub/a pond.txt\n")
+        for number in range(1, 7):
+            shutil.copy(EXAMPLES / "carve.csv", self.tracks / f"{number}.csv")
+        self.meet("-c", "courses/index.txt", "tracks", status=1)
+        rows = self.table()
+        shutil.copytree(index, self.folder / "hand")
+        shutil.copy(index / "index.txt", self.folder / "hand/matrix.txt")
+        for name, row in rows.items():
+            shutil.copy(self.tracks / f"{name}.csv", self.folder / "hand")
+            by_hand = subprocess.run([TARVEL, f"{name}.csv"], cwd=self.folder / "hand", stdout=subprocess.PIPE,
+                                     text=True)
+            if by_hand.returncode == 0:
+                self.assert_figures_equal_report(row, by_hand.stdout)
+            else:
+                self.assertEqual(by_hand.stdout, f"ERROR: {row['message']}\n")
+        self.assertEqual([name for name, row in rows.items() if row["status"] == "failed"], ["4"])
+        self.assertNotEqual(rows["1"]["touchdown_distance_ft"], rows["2"]["touchdown_distance_ft"])
+
+        for target in ("../matrix.txt", str(self.folder / "matrix.txt"), "sub/../../matrix.txt"):
+            (index / "index.txt").write_text(f"* - {target}\n")
+            self.assertIn("not in its own folder", self.meet("-c", "courses/index.txt", "tracks", status=2))
+        (index / "matrix.txt").write_text(matrix)
+        (index / "index.txt").write_text("* - matrix.txt\n")
+        self.assertIn("the name that a run sees", self.meet("-c", "courses/index.txt", "tracks", status=2))
+
+    def test_works_with_odd_names(self):
+        names = ["it's \"q\".csv", "new\nline.csv", "-rf.csv", "--help.csv", "ñ–é.csv",
+                 "{} $(touch pwned) `id`;&%s.csv",
+                 ",=1+1.csv", " .csv", "matrix.csv", "meet.csv", "a.b.c.csv", "~.csv", "*.csv", "\\.csv", "\t.csv"]
+        with contextlib.suppress(OSError):
+            (self.tracks / os.fsdecode(b"\xff.csv")).touch()
+            names.append(os.fsdecode(b"\xff.csv"))
+        for name in names:
+            shutil.copy(EXAMPLES / "straight.csv", self.tracks / name)
+        results = 'r es\'"$x\n{}'
+        self.meet("-c", "matrix.txt", "-o", results, "tracks")
+        rows = self.table(results)
+        self.assertEqual({row["file"] for row in rows.values()}, {f"tracks/{name}" for name in names})
+        self.assertEqual(set(rows), {pathlib.Path(name).stem for name in names})
+        self.assertEqual(self.assert_rows_equal_reports(results), len(names))
+        self.assertEqual({path.name for path in self.folder.iterdir()}, {"home", "tracks", "matrix.txt", results})
+
+        (self.folder / "list").write_bytes(b"\0".join(os.fsencode(self.tracks / name) for name in names))
+        os.rename(self.tracks / "-rf.csv", self.folder / "-rf.csv")
+        self.meet("-c", "matrix.txt", "-o", "listed", "-l", "list", "--", "-rf.csv", status=1)
+        rows = self.table("listed")
+        self.assertEqual(len(rows), len(names) + 1)
+        self.assertEqual({name: row["message"] for name, row in rows.items() if row["status"] == "failed"},
+                         {"-rf-2": "failed to open file: -rf.csv"})
+
+    def test_refuses_what_is_no_track(self):
+        self.add_tracks("straight")
+        os.mkfifo(self.tracks / "fifo.csv")
+        (self.tracks / ".csv").touch()
+        shutil.copy(EXAMPLES / "straight.csv", self.tracks / "matrix.txt")
+        shutil.copy(EXAMPLES / "straight.csv", self.tracks / ".tarvel-meet")
+        shutil.copy(EXAMPLES / "straight.csv", self.tracks / "straight.tvl")
+        self.meet("-c", "matrix.txt", "tracks", *(f"tracks/{name}" for name in (".csv", "matrix.txt", ".tarvel-meet")),
+                  status=1)
+        self.assertEqual({name: row["message"] for name, row in self.table().items()}, {
+            "fifo": "failed to open file: fifo.csv", "straight": "",
+            "_csv": "filename does not have 3 character extension",
+            "matrix": "its name is that of a course file", "_tarvel-meet": "its name is that of a course file"})
+
+
+class UsageTest(MeetTest):
+    def test_refuses_wrong_usage(self):
+        self.add_tracks("straight")
+        (self.folder / "empty").mkdir()
+        (self.folder / "used").mkdir()
+        (self.folder / "used/letter").touch()
+        for words, message in (
+                ((), "no runs"),
+                (("empty",), "no .csv or .tvl file in empty"),
+                (("-i", "-c", "matrix.txt", "tracks"), "conflicting options"),
+                (("-c", "missing.txt", "tracks"), "no course file missing.txt"),
+                (("-c", "tracks", "tracks"), "no course file tracks"),
+                (("-l", "missing", "tracks"), "cannot read the list missing"),
+                (("-o", "used", "tracks"), "has other files in it"),
+                (("-o", "matrix.txt", "tracks"), "cannot use"),
+                (("-x", "*", "tracks"), "no runs"),
+                (("--hosts", "missing", "tracks"), "cannot read the host list"),
+                (("--tarvel", "./missing", "tracks"), "cannot run ./missing"),
+                (("-j", "0", "tracks"), "invalid positive value"),
+                (("--unknown", "tracks"), "unrecognized")):
+            with self.subTest(words=words):
+                self.assertIn(message, self.meet(*words, status=2))
+        self.assertEqual((self.folder / "used/letter").read_bytes(), b"")
+        self.assertIn("GNU parallel is needed", self.meet("tracks", status=2, PATH="/nonexistent"))
+
+    def test_lets_nobody_else_into_its_results(self):
+        self.add_tracks("straight")
+        self.meet("tracks")
+        shutil.copy(EXAMPLES / "carve.csv", self.folder / "results/mine.csv")
+        self.assertIn("lies in the results folder", self.meet("tracks", "results/mine.csv", status=2))
+        # Whatever has been put there by hand stays.
+        shutil.copy(EXAMPLES / "carve.csv", self.tracks / "mine.csv")
+        (self.folder / "results/mine").mkdir()
+        self.meet(".")
+        self.assertEqual(set(self.table()), {"straight", "mine-2"})
+        with open(self.folder / "results/.meet/lock", encoding="ascii") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            self.assertIn("another tarvel-meet is at work", self.meet("tracks", status=2))
+
+    def test_finds_tarvel(self):
+        self.add_tracks("straight")
+        beside = self.folder / "bin"
+        beside.mkdir()
+        shutil.copy(MEET, beside)
+        (self.folder / "elsewhere").mkdir()
+        (self.folder / "elsewhere/tarvel").symlink_to(TARVEL)
+        environment = self.environment(PATH=f"{self.folder / 'elsewhere'}:{os.environ['PATH']}")
+        del environment["TARVEL"]
+        marked = self.script("bin/tarvel", f'echo >>"{self.folder}/beside"; exec "{TARVEL}" "$@"\n')
+        command = [beside / "tarvel-meet", "-q", "tracks"]
+        subprocess.run(command, cwd=self.folder, env=environment, check=True)
+        self.assertTrue((self.folder / "beside").exists())
+        os.remove(marked)
+        subprocess.run(command, cwd=self.folder, env=environment, check=True)
+        self.assertIn("usage:", subprocess.run([beside / "tarvel-meet", "--help"], env=environment, text=True,
+                                               stdout=subprocess.PIPE, check=True).stdout)
+
+
+@unittest.skipUnless(shutil.which("rsync"), "rsync is missing")
+class HostTest(MeetTest):
+    """Other machines, played by this one: each has a home of its own and nothing of the caller's environment."""
+
+    def fake_ssh(self, before=""):
+        passed = " ".join(f'{name}="${name}"' for name in REMOTE_ENVIRONMENT if name in os.environ)
+        return self.script("fake_ssh", f"""
+            while [[ $1 == -* ]]; do case $1 in -[olpSFi]) shift 2 ;; *) shift ;; esac; done
+            host=$1; shift
+            [[ ${{1-}} == -- ]] && shift
+            [[ $host == down ]] && exit 255
+            echo "$host" >>"{self.folder}/calls"
+            mkdir -p "{self.folder}/home_$host" && cd "{self.folder}/home_$host" || exit
+            {before}
+            path="$PATH"; [[ -e ../bin_$host ]] && path=$(cd "../bin_$host" && pwd):$PATH
+            exec env -i {passed} HOME="$PWD" PATH="$path" SHELL=/bin/sh /bin/sh -c "$*"\n""")
+
+    def assert_table_as_at_home(self, status=0, **more):
+        self.meet("-c", "matrix.txt", "-o", "here", "tracks", status=status)
+        before = contents(self.tracks)
+        output = self.meet("-c", "matrix.txt", "--hosts", "hosts", "tracks", status=status, **more)
+        for name in ("meet.csv", "meet.txt"):
+            self.assertEqual((self.folder / "results" / name).read_bytes(), (self.folder / "here" / name).read_bytes())
+        for name in self.table():
+            self.assert_same_outputs(name, "results", "here")
+        self.assertEqual(contents(self.tracks), before)
+        return output
+
+    def left_behind(self):
+        return [path for home in self.folder.glob("home_*") for path in home.rglob("*") if path.is_file()]
+
+    def hosts_of_jobs(self):
+        lines = (self.folder / "results/.meet/joblog").read_text().splitlines()[1:]
+        return {line.split("\t")[1] for line in lines if line.split("\t")[6] == "0"}
+
+    def test_brings_the_results_home(self):
+        for number, name in enumerate(EXAMPLE_RUNS * 3):
+            shutil.copy(EXAMPLES / f"{name}.csv", self.tracks / f"{number} it's\n{name}.csv")
+        (self.tracks / "bad.csv").touch()
+        os.symlink(EXAMPLES / "straight.csv", self.tracks / "link.csv")
+        (self.folder / "hosts").write_text("2/one\n2/down\n# comment\n1/:\n")
+        self.assert_table_as_at_home(status=1, PARALLEL_SSH=self.fake_ssh())
+        self.assertIn("one", self.hosts_of_jobs())
+        self.assertEqual(self.left_behind(), [])
+        # Nothing is left to be done, so nobody is called.
+        (self.tracks / "bad.csv").unlink()
+        (self.folder / "calls").unlink()
+        self.meet("-c", "matrix.txt", "--hosts", "hosts", "--ssh", str(self.folder / "fake_ssh"), "tracks")
+        self.assertFalse((self.folder / "calls").exists())
+
+    def test_uses_the_tarvel_of_the_other_machine(self):
+        self.add_tracks("straight", "carve")
+        for folder in ("here_only", "bin_two"):
+            (self.folder / folder).mkdir()
+            (self.folder / folder / "tarvel").symlink_to(TARVEL)
+        (self.folder / "hosts").write_text("1/two\n")
+        ssh = self.fake_ssh(before=f'rm -f "{self.folder}/here_only/tarvel"')
+        self.meet("-c", "matrix.txt", "--hosts", "hosts", "--ssh", ssh, "tracks", TARVEL="here_only/tarvel")
+        self.assertEqual(self.assert_rows_equal_reports("results"), 2)
+
+    def test_does_not_mix_versions(self):
+        self.add_tracks("straight", "carve")
+        aged = self.script("aged", f'''
+            if [[ $1 == -v && $HOME == *home_old ]]; then echo "Tarvel 0.0.1"; else exec "{TARVEL}" "$@"; fi\n''')
+        (self.folder / "hosts").write_text("1/old\n")
+        output = self.meet("-c", "matrix.txt", "--hosts", "hosts", "--retries", "1", "--ssh", self.fake_ssh(), "tracks",
+                           status=1, TARVEL=aged)
+        self.assertIn("old: Tarvel 0.0.1 there", output)
+        self.assertEqual({row["message"] for row in self.table().values()}, {"no result came back"})
+
+
+if __name__ == "__main__":
+    if not shutil.which("parallel"):
+        print("skipped: GNU parallel is missing (Debian: apt install parallel)")
+        sys.exit(77)
+    program = unittest.main(exit=False, verbosity=2)
+    if not program.result.wasSuccessful():
+        sys.exit(1)
+    if program.result.skipped:
+        print("skipped:", *{reason for _, reason in program.result.skipped})
+        sys.exit(77)
