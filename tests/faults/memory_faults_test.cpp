@@ -7,9 +7,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <map>
-#include <regex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "faults/allocation_report.h"
@@ -69,9 +70,11 @@ class environment_guard {
 };
 
 // Documents tell when they were made.
-std::string without_date(const std::string &bytes) {
-  static const std::regex date("/CreationDate \\(D:[^)]*\\)");
-  return std::regex_replace(bytes, date, "/CreationDate ()");
+std::string without_date(std::string bytes) {
+  constexpr std::string_view mark = "/CreationDate (D:";
+  const std::size_t begin = bytes.find(mark);
+  if (begin != std::string::npos) bytes.erase(begin, bytes.find(')', begin) - begin);
+  return bytes;
 }
 
 file_map files_here() {
@@ -117,13 +120,32 @@ bool is_undisturbed(const run_outcome &outcome, const run_outcome &sound) {
          outcome.result.err == sound.result.err && outcome.files == sound.files;
 }
 
-bool is_memory_message(const std::string &line) {
-  static const std::regex messages(
-      "ERROR: (strdup\\(\\) failed|malloc\\(\\) failed|realloc failed|"
-      "failed to allocate memory for (swoop|gate|charts)|failed to realloc (gps_points|pond array)|"
-      "failed to malloc (matrix|file\\.block_ptr)|failed to read time zone: .*|failed to open file: .*|"
-      "could not open .* for (reading|writing)|invalid field names)");
-  return std::regex_match(line, messages);
+// With where it happened between the two, if anything.
+struct message_form {
+  std::string_view begin;
+  std::string_view end = "";
+};
+
+bool is_memory_message(std::string_view line) {
+  constexpr std::string_view whole_lines[] = {"ERROR: strdup() failed",
+                                              "ERROR: malloc() failed",
+                                              "ERROR: realloc failed",
+                                              "ERROR: failed to allocate memory for swoop",
+                                              "ERROR: failed to allocate memory for gate",
+                                              "ERROR: failed to allocate memory for charts",
+                                              "ERROR: failed to realloc gps_points",
+                                              "ERROR: failed to realloc pond array",
+                                              "ERROR: failed to malloc matrix",
+                                              "ERROR: failed to malloc file.block_ptr",
+                                              "ERROR: invalid field names"};
+  constexpr message_form lines_with_a_name[] = {{"ERROR: failed to read time zone: "},
+                                                {"ERROR: failed to open file: "},
+                                                {"ERROR: could not open ", " for reading"},
+                                                {"ERROR: could not open ", " for writing"}};
+  return std::find(std::begin(whole_lines), std::end(whole_lines), line) != std::end(whole_lines) ||
+         std::any_of(std::begin(lines_with_a_name), std::end(lines_with_a_name), [&](const message_form &form) {
+           return line.starts_with(form.begin) && line.ends_with(form.end);
+         });
 }
 
 bool has_bytes(const file_map &files, const std::string &bytes) {
