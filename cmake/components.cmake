@@ -20,9 +20,11 @@ function(tarvel_component name)
   target_compile_options(${name} PRIVATE ${TARVEL_COMPONENT_OPTIONS})
 endfunction()
 
-# What libraries keep until the process ends is no leak of the project's.
+# What libraries keep until the process ends is no leak of the project's. A request for more memory than there is fails
+# under the sanitizer as it does without.
 set(tarvel_sanitizer_options
-  "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/known_leaks.txt:print_suppressions=0")
+  "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/known_leaks.txt:print_suppressions=0"
+  "ASAN_OPTIONS=allocator_may_return_null=1")
 
 # tarvel_test(FOLDER/NAME USES target...): builds tests/FOLDER/NAME.cpp and registers it. A test links its component
 # alone, so that a call that points the wrong way fails to link.

@@ -37,9 +37,13 @@ TEST(process_setup_test, gives_the_standard_numbers_to_nobody_else) {
 }
 
 [[noreturn]] void hold_without_numbers() {
-  const rlimit none = {0, 0};
+  rlimit usual;
+  getrlimit(RLIMIT_NOFILE, &usual);
+  const rlimit none = {0, usual.rlim_max};
   setrlimit(RLIMIT_NOFILE, &none);
   hold_standard_streams();
+  // What runs at the end of a process may need numbers.
+  setrlimit(RLIMIT_NOFILE, &usual);
   std::exit(0);
 }
 
