@@ -105,6 +105,7 @@ class MeetTest(unittest.TestCase):
 
     def script(self, name, text):
         path = self.folder / name
+        path.parent.mkdir(exist_ok=True)
         path.write_text("#!/bin/bash\n" + text)
         path.chmod(0o755)
         return str(path)
@@ -343,6 +344,92 @@ class AgainTest(MeetTest):
         self.assertEqual(self.analysed("-m", "tracks", TARVEL=other), [])
         self.assertEqual(list(self.table()), ["carve"])
 
+    def test_keeps_what_a_scorer_has_put_into_the_results(self):
+        self.add_tracks("straight", "carve")
+        (self.tracks / "bad.csv").touch()
+        self.meet("tracks", status=1)
+        results = self.folder / "results"
+        run = results / "carve"
+        (run / "sub").mkdir()
+        for path in (run / "notes.txt", run / "sub/photo.jpg", run / "carve.pdf", results / "meet.csv",
+                     results / "meet.txt", results / "bad/bad.txt"):
+            with open(path, "a", encoding="utf-8") as file:
+                file.write(f"of {path.name}")
+        (run / "sub/link").symlink_to("photo.jpg")
+        (run / "link").symlink_to("sub")
+        (run / "straight.csv").symlink_to("nowhere")
+        shutil.copytree(results / "straight", results / "copy of straight")
+        copied = contents(results / "copy of straight")
+
+        self.meet("-m", "tracks", status=1)
+        self.assertEqual(set(self.table()), {"straight", "carve", "bad"})
+        self.assertEqual(contents(results / "copy of straight"), copied)
+        self.assertEqual((run / "notes.txt").read_text(), "of notes.txt")
+        self.assertEqual((run / "link/link").read_text(), "of photo.jpg")
+        self.assertEqual(os.readlink(run / "straight.csv"), "nowhere")
+        self.assertEqual((results / "bad/bad.txt").read_text(), "of bad.txt")
+        for path in (run / "carve.pdf", results / "meet.csv", results / "meet.txt"):
+            self.assertFalse(path.read_bytes().endswith(f"of {path.name}".encode()))
+            self.assertTrue(path.with_name(f"{path.name}.orig").read_bytes().endswith(f"of {path.name}".encode()))
+        # What has been added changes no figure.
+        self.assertEqual(self.analysed("-m", "tracks", status=1), ["bad"])
+        self.assertEqual(len(list(results.rglob("*.orig*"))), 3)
+
+    def test_puts_back_what_gave_way(self):
+        self.add_tracks("straight")
+        self.meet("tracks")
+        results = self.folder / "results"
+        (results / "straight/notes.txt").write_text("a note")
+        before = contents(results / "straight")
+        os.rename(results / "straight", results / ".meet/work/killed.old")
+        self.meet("tracks")
+        self.assertEqual(contents(results / "straight"), before)
+
+    def test_leaves_what_comes_into_its_way(self):
+        self.add_tracks("straight", "carve", "reversed")
+        putting = self.script("putting", f"""
+            if [[ $1 != -v ]]; then mkdir ../../../carve; echo note >../../../carve/note; fi
+            exec "{TARVEL}" "$@"\n""")
+        output = self.meet("-j", "1", "--retries", "1", "tracks", status=1, TARVEL=putting)
+        self.assertIn("tarvel-meet: carve: File exists", output)
+        self.assertEqual({name: row["message"] for name, row in self.table().items()},
+                         {"carve": "no result came back", "reversed": "", "straight": ""})
+        self.assertEqual((self.folder / "results/carve/note").read_text(), "note\n")
+        self.meet("tracks")
+        self.assertEqual(set(self.table()), {"carve-2", "reversed", "straight"})
+
+    def test_takes_no_late_result_of_another_session(self):
+        self.add_tracks("straight", "carve")
+        self.meet("tracks")
+        results = self.folder / "results"
+        (self.tracks / "carve.csv").write_bytes((EXAMPLES / "reversed.csv").read_bytes())
+        shutil.copytree(results / "straight", self.folder / "late")
+        late = self.script("late.sh", f"""
+            [[ $1 == -v || -e ../../out/late ]] || cp -r "{self.folder}/late" ../../out
+            exec "{TARVEL}" "$@"\n""")
+        self.meet("-j", "1", "tracks", TARVEL=late)
+        self.assertEqual({row["status"] for row in self.table().values()}, {"ok"})
+
+    def test_goes_on_without_its_terminal(self):
+        for number in range(12):
+            shutil.copy(EXAMPLES / "straight.csv", self.tracks / f"{number}.csv")
+        process = subprocess.Popen([MEET, "-j", "1", "tracks"], cwd=self.folder, env=self.environment(),
+                                   stdout=subprocess.DEVNULL, start_new_session=True,
+                                   preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        deadline = time.monotonic() + PATIENCE
+        while not list(self.folder.glob("results/*/.tarvel-meet")):
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.01)
+        os.killpg(process.pid, signal.SIGHUP)
+        self.assertEqual(process.wait(PATIENCE), 0)
+        self.assertEqual(len(self.table()), 12)
+
+    def test_analyses_again_in_another_time_zone(self):
+        self.add_tracks("straight")
+        self.assertEqual(self.analysed("tracks", TZ="UTC"), ["straight"])
+        self.assertEqual(self.analysed("tracks", TZ="Europe/Berlin"), ["straight"])
+        self.assertEqual(self.analysed("tracks", TZ="Europe/Berlin"), [])
+
     def test_tries_failed_runs_again(self):
         self.add_tracks("straight")
         (self.tracks / "bad.csv").touch()
@@ -487,6 +574,42 @@ class FolderTest(MeetTest):
         self.assertEqual({name: row["message"] for name, row in rows.items() if row["status"] == "failed"},
                          {"-rf-2": "failed to open file: -rf.csv"})
 
+    def test_finds_all_runs_and_no_results(self):
+        self.add_tracks("straight", "carve")
+        self.meet("-o", "tracks/saturday", "tracks")
+        (self.folder / "card/day").mkdir(parents=True)
+        shutil.copy(EXAMPLES / "reversed.csv", self.folder / "card/day")
+        (self.tracks / "card").symlink_to("../card")
+        (self.folder / "card/day/circle").symlink_to("../../tracks")
+        shutil.copy(EXAMPLES / "tagged.csv", self.tracks / "meet.csv.new.csv")
+        (self.folder / "list").write_bytes(b"\xef\xbb\xbftracks/straight.csv\r\ntracks\r\n")
+        self.meet("-l", "list")
+        self.assertEqual({row["file"] for row in self.table().values()}, {
+            "tracks/straight.csv", "tracks/carve.csv", "tracks/card/day/reversed.csv", "tracks/meet.csv.new.csv"})
+
+    def test_refuses_folders_that_it_cannot_read(self):
+        self.add_tracks("straight")
+        (self.tracks / "closed").mkdir()
+        (self.tracks / "closed").chmod(0)
+        for path in (self.folder, self.tracks):
+            path.chmod(0o777)
+        # Root can read everything, and others may not reach the source tree.
+        nobody = ["setpriv", "--reuid=65534", "--clear-groups"] if os.getuid() == 0 else []
+        shutil.copy(MEET, self.folder)
+        done = subprocess.run([*nobody, "./tarvel-meet", "tracks"], cwd=self.folder, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, env=self.environment(TARVEL="true"), text=True)
+        self.assertEqual((done.returncode, done.stdout),
+                         (2, "tarvel-meet: cannot read the folder tracks/closed: Permission denied\n"))
+
+    def test_works_with_odd_names_in_an_old_locale(self):
+        locale = self.folder / "locale/de_DE.ISO-8859-1"
+        locale.parent.mkdir()
+        # Without the sources of locales there is no old locale here, and names are UTF-8 anyway.
+        subprocess.run(["localedef", "-i", "de_DE", "-f", "ISO-8859-1", locale], capture_output=True)
+        shutil.copy(EXAMPLES / "straight.csv", self.tracks / "Müller.csv")
+        self.meet("tracks", LOCPATH=str(locale.parent), LC_ALL=locale.name)
+        self.assertEqual(list(self.table()), ["Müller"])
+
     def test_refuses_what_is_no_track(self):
         self.add_tracks("straight")
         os.mkfifo(self.tracks / "fifo.csv")
@@ -619,6 +742,20 @@ class HostTest(MeetTest):
         ssh = self.fake_ssh(before=f'rm -f "{self.folder}/here_only/tarvel"')
         self.meet("-c", "matrix.txt", "--hosts", "hosts", "--ssh", ssh, "tracks", TARVEL="here_only/tarvel")
         self.assertEqual(self.assert_rows_equal_reports("results"), 2)
+
+    def test_asks_for_no_password_and_waits_for_no_silent_machine(self):
+        self.add_tracks("straight")
+        ssh = self.fake_ssh(before=f'echo "${{options[@]}}" >>"{self.folder}/options"')
+        text = pathlib.Path(ssh).read_text().replace("while", "options=(\"$@\")\nwhile", 1)
+        self.script("bin/ssh", text.partition("\n")[2])
+        (self.folder / "hosts").write_bytes(b"1/one\r\n")
+        environment = self.environment(PATH=f"{self.folder}/bin:{os.environ['PATH']}")
+        environment.pop("PARALLEL_SSH", None)
+        subprocess.run([MEET, "-q", "--hosts", "hosts", "tracks"], cwd=self.folder, env=environment, check=True)
+        for line in (self.folder / "options").read_text().splitlines():
+            self.assertIn("-o BatchMode=yes", line)
+            self.assertIn("-o ServerAliveInterval=", line)
+        self.assertEqual(list(self.table()), ["straight"])
 
     def test_does_not_mix_versions(self):
         self.add_tracks("straight", "carve")
