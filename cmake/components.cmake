@@ -26,6 +26,12 @@ set(tarvel_sanitizer_options
   "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/known_leaks.txt:print_suppressions=0"
   "ASAN_OPTIONS=allocator_may_return_null=1")
 
+# tarvel_is_test_code(TARGET): a test spends its time in what it tests. Its own code is compiled far more often than it is
+# worth optimising. One precompiled header serves all only if all have -pthread, which pango asks of some.
+function(tarvel_is_test_code target)
+  target_compile_options(${target} PRIVATE -O0 -pthread)
+endfunction()
+
 # tarvel_test(FOLDER/NAME USES target...): builds tests/FOLDER/NAME.cpp and registers it. A test links its component
 # alone, so that a call that points the wrong way fails to link.
 function(tarvel_test path)
@@ -34,6 +40,8 @@ function(tarvel_test path)
   add_executable(${name} tests/${path}.cpp)
   target_link_libraries(${name} PRIVATE ${test_USES} tarvel_test_support GTest::gtest_main tarvel_build_options)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  tarvel_is_test_code(${name})
+  target_precompile_headers(${name} REUSE_FROM tarvel_test_support)
   add_test(NAME ${path} COMMAND ${name})
   set_tests_properties(${path} PROPERTIES
     ENVIRONMENT "TZ=UTC;LC_ALL=C;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};${tarvel_sanitizer_options}"
