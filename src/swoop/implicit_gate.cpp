@@ -54,10 +54,7 @@ struct ground_summary {
     least = std::min(least, altitude);
     greatest = std::max(greatest, altitude);
     // No altitude is near one that is not a number.
-    if (std::isnan(altitude)) {
-      greatest = std::numeric_limits<double>::infinity();
-      least = -greatest;
-    }
+    if (std::isnan(altitude)) greatest = std::numeric_limits<double>::infinity();
     times.add(sample);
   }
 

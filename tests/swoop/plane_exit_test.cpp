@@ -87,6 +87,7 @@ const exit_case candidate_cases[] = {
     {"a shock of exactly 44 mph/s", [](fall_rows &r) { r[3].acceleration = from_mph(44.0); }, 1},
     {"a shock above 44 mph/s ends the scan", [](fall_rows &r) { r[3].acceleration = from_mph_above(44.0); }, 0},
     {"the candidate itself above 44 mph/s", [](fall_rows &r) { r[1].acceleration = from_mph_above(44.0); }, 0},
+    {"a shock above 44 mph/s at the first sample", [](fall_rows &r) { r[0].acceleration = from_mph_above(44.0); }, 1},
     {"a moment without acceleration", [](fall_rows &r) { r[3].acceleration = 0.0; }, 1},
     {"a moment of deceleration ends the scan", [](fall_rows &r) { r[3].acceleration = -1e-12; }, 0},
     {"the sample that completes the time is checked, too", [](fall_rows &r) { r[4].acceleration = -1e-12; }, 0},
@@ -100,6 +101,13 @@ const exit_case candidate_cases[] = {
      [](fall_rows &r) {
        r[1].acceleration = from_mph(24.0) + 1e-6;
        r[4].acceleration = 0.0;
+     },
+     1},
+    {"the least mean above 12 mph/s, to which the last sample belongs",
+     [](fall_rows &r) {
+       r[1].acceleration = from_mph(24.0) + 4e-15;  // the sum is the next number or two after 48
+       r[3].acceleration = from_mph(6.0);
+       r[4].acceleration = from_mph(6.0);
      },
      1},
     {"1,499 ms are too few", [](fall_rows &r) { r[4].time = 1999; }, 0},
