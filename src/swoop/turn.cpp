@@ -24,8 +24,8 @@ std::int64_t start_of_acceleration(std::span<const gps_point> samples, std::int6
 
 // The last sample before the dive that descends like straight flight, or else the one that descends least.
 std::int64_t last_level_sample(std::span<const gps_point> samples, std::int64_t dive, std::int64_t first) {
-  for (std::int64_t k = dive; k >= first; --k) {
-    if (descent_mph(samples[static_cast<std::size_t>(k)]) < level_descent) return k;
+  for (std::int64_t level = dive; level >= first; --level) {
+    if (descent_mph(samples[static_cast<std::size_t>(level)]) < level_descent) return level;
   }
   std::int64_t least_at = 0;
   double least = descent_mph(samples[static_cast<std::size_t>(dive)]) + 1.0;

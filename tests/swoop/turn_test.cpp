@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstddef>
 #include <vector>
 
@@ -146,6 +147,11 @@ const top_case top_cases[] = {
        r[0].descent = 0.0;
      },
      5},
+    {"so fast that 1 mph more is the same: none has the least descent",
+     [](top_rows &r) {
+       for (top_row &row : r) row.descent = 1e300;
+     },
+     0},
 };
 
 TEST(top_of_turn_test, is_where_the_descent_is_still_slow) {
@@ -296,7 +302,7 @@ const sum_case sum_cases[] = {
     {"from the sample after the top to the bottom", {1.0, 2.0, 4.0, 8.0, 16.0}, 1, 3, 12.0},
     {"left is negative", {0.0, -30.0, -60.0}, 0, 2, -90.0},
     {"360 degrees are left out", {0.0, 10.0, 360.0, 5.0}, 0, 3, 15.0},
-    {"just below 360 counts", {0.0, 359.5, 5.0}, 0, 2, 364.5},
+    {"just below 360 counts", {0.0, std::nextafter(360.0, 0.0), 0.0}, 0, 2, std::nextafter(360.0, 0.0)},
     {"a large step to the left counts", {0.0, -400.0, 5.0}, 0, 2, -395.0},
     {"endless steps are left out", {0.0, endless, 5.0}, 0, 2, 5.0},
     {"what is not a number is left out", {0.0, not_a_number, 5.0}, 0, 2, 5.0},
