@@ -57,10 +57,7 @@ void widen(axis &range, double span) {
 
 // Coordinates so large that their span overflows, or that a margin is lost in their last digit.
 void repair(axis &range, const axis &found, std::uint32_t count) {
-  if (std::isfinite(range.min) && std::isfinite(range.max) && range.min < range.max &&
-      std::isfinite(range.max - range.min)) {
-    return;
-  }
+  if (range.min < range.max && std::isfinite(range.max - range.min)) return;
   constexpr double limit = std::numeric_limits<double>::max() / 4.0;
   const double low = std::clamp(found.min, -limit, limit);
   const double high = std::clamp(found.max, -limit, limit);

@@ -197,6 +197,16 @@ TEST(axes_test, cuts_a_span_that_its_margins_make_infinite) {
   EXPECT_EQ(half.x.max, limit + limit * 0.02);
 }
 
+// Their span is lost when the ends are rounded to half steps: one on both sides, since 2 % of them would be little.
+TEST(axes_test, gives_room_to_neighbouring_numbers) {
+  const double low = 429.0 / 1024.0;
+  const double high = std::nextafter(low, 1.0);
+  const chart_axes axes = find_axes(*chart_of({{low, 0.0}, {high, 1.0}}));
+  EXPECT_EQ(axes.x.min, low - 1.0);
+  EXPECT_EQ(axes.x.max, high + 1.0);
+  EXPECT_DOUBLE_EQ(axes.x.step, 0.25);
+}
+
 bool is_sound(const axis &range, bool is_automatic) {
   const double ticks = (range.max - range.min) / (range.step / 2.0);
   return std::isfinite(range.min) && std::isfinite(range.max) && range.min < range.max &&

@@ -42,6 +42,7 @@ const max_speed_case max_speed_cases[] = {
     {"the rollout bounds the horizontal speed alone", {{}, {50.0, 0.0, -1.0}, {20.0, 0.0, -2.0}, {}}, 1, 2, 3, 2, 2, 1},
     {"the stop does not count", {{}, {1.0, 0.0, -1.0}, {9.0, 0.0, -9.0}}, 1, 1, 2, 1, 1, 1},
     {"without a positive speed the index is 0", {{}, {0.0, 0.0, 0.0}, {0.0, 0.0, 0.0}, {}}, 1, 1, 3, 0, 0, 0},
+    {"the least speed counts", {{}, {1e-100, 0.0, -1e-100}, {}}, 1, 1, 2, 1, 1, 1},
     {"climbing is no descent", {{}, {0.0, 0.0, 3.0}, {0.0, 0.0, 2.0}, {}}, 1, 1, 3, 0, 0, 1},
     {"an empty span", {{5.0, 5.0, -5.0}, {5.0, 5.0, -5.0}}, 1, 1, 1, 0, 0, 0},
     {"a speed that is not a number is passed over",
