@@ -122,8 +122,8 @@ const style_case style_cases[] = {
      "fill 123456: star 520.00,164.00 r 42.00\n"},
 };
 
-std::string drawn_after_frame(const chart &source, std::size_t skipped) {
-  std::vector<drawn_item> items = draw_logged(source, page_kind::vector, page_size, page_size);
+std::string drawn_after_frame(const chart &source, std::size_t skipped, double size = page_size) {
+  std::vector<drawn_item> items = draw_logged(source, page_kind::vector, size, size);
   std::size_t shapes = 0;
   std::size_t first = 0;
   while (first < items.size() && shapes < skipped) shapes += items[first++].shape.size();
@@ -141,6 +141,18 @@ TEST(renderer_test, draws_every_style) {
     source->first_series->next->radius = c.radius;
     EXPECT_EQ(drawn_after_frame(*source, first_curve + 1), c.drawn);
   }
+}
+
+// Lines are 0.002 of the height, 0.9 here; an open circle has twice, other marks three times that radius.
+TEST(renderer_test, draws_smaller_marks_in_a_small_cell) {
+  const owned_record<chart> source = square_chart();
+  for (const series_style style : {series_style::open_circle, series_style::filled_circle, series_style::star}) {
+    chart_add_series(*source, curve_of(style, 0x123456, {{10, 0}}));
+  }
+  EXPECT_EQ(drawn_after_frame(*source, first_curve + 1, 450.0),
+            "stroke 123456 width 0.90: circle 234.00,225.00 r 1.80\n"
+            "fill 123456: circle 234.00,225.00 r 2.70\n"
+            "fill 123456: star 234.00,225.00 r 5.40\n");
 }
 
 TEST(renderer_test, turns_axes_around) {
