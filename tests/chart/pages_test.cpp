@@ -143,6 +143,19 @@ TEST(pages_test, leaves_cells_empty_when_memory_is_short) {
   for (const page_word &word : partial.words) EXPECT_LT(word.x, 396.0) << word.text;
 }
 
+TEST(pages_test, says_so_whichever_chart_is_missing) {
+  const temp_dir dir;
+  const swoop run = hand_made_swoop();
+  ASSERT_EQ(write_pdf("whole.pdf", run), "");
+  std::string said = "failed to allocate memory for charts";
+  for (std::size_t granted = 0; said == "failed to allocate memory for charts"; ++granted) {
+    const allocation_limit limit(granted);
+    said = write_pdf("run.pdf", run);
+  }
+  EXPECT_EQ(said, "");
+  EXPECT_EQ(read_pdf("run.pdf").words.size(), read_pdf("whole.pdf").words.size());
+}
+
 TEST(pages_test, says_so_of_a_picture_when_memory_is_short) {
   const temp_dir dir;
   const swoop run = hand_made_swoop();
