@@ -3,9 +3,12 @@
 #include <cairo-pdf.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 
+#include "chart/chart_building.h"
 #include "chart/drawing_handles.h"
+#include "chart/drawing_setup.h"
 #include "chart/renderer.h"
 #include "driver/file_handle.h"
 
@@ -20,6 +23,8 @@ constexpr double page_height = 612.0;
 // Pixels.
 constexpr int picture_width = 1200;
 constexpr int picture_height = 928;
+
+constexpr error_slot no_memory = "failed to allocate memory for charts";
 
 using chart_builder = owned_record<chart> (*)(const chart_context &context);
 
@@ -46,10 +51,21 @@ constexpr chart_page second_page = {
   return is_complete;
 }
 
+// Drawing libraries that are refused memory may go on with less, a text without its letters, and keep quiet about it;
+// errno then tells. In a sound run nothing sets it from here on.
+[[nodiscard]] bool prepare_pages(const chart_context &context, error_slot *error) {
+  const std::uint32_t first = first_sample(context);
+  const std::uint32_t end = context.run.stop;
+  const bool is_ready = prepare_drawing(end > first ? end - first : 0);
+  *error = is_ready ? nullptr : no_memory;
+  errno = 0;
+  return is_ready;
+}
+
 // What is missing on the pages, null for nothing. A context that has failed draws nothing more and does not tell its
 // surface.
 error_slot find_gap(cairo_t *cr, bool has_all_charts) {
-  if (!has_all_charts || cairo_status(cr) == CAIRO_STATUS_NO_MEMORY) return "failed to allocate memory for charts";
+  if (!has_all_charts || cairo_status(cr) == CAIRO_STATUS_NO_MEMORY) return no_memory;
   if (!has_readable_font(cr)) return "failed to read font for charts";
   return nullptr;
 }
@@ -61,16 +77,22 @@ cairo_status_t write_to_file(void *closure, const unsigned char *data, unsigned 
 }
 
 void close_document(file_handle file, cairo_status_t status, error_slot gap, const char *path, error_slot *error) {
+  const bool was_refused_memory = errno == ENOMEM;
   close_output(std::move(file), path, error);
   if (*error) return;
-  *error = status == CAIRO_STATUS_SUCCESS ? gap : format_error("failed to write file: %s", path);
+  if (status != CAIRO_STATUS_SUCCESS) {
+    *error = format_error("failed to write file: %s", path);
+  } else {
+    *error = was_refused_memory ? no_memory : gap;
+  }
 }
 
 }  // namespace
 
 void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool metric, bool from_exit,
                      error_slot *error) {
-  *error = nullptr;
+  const chart_context charts = {run, pond, metric, from_exit};
+  if (!prepare_pages(charts, error)) return;
   file_handle file = open_output(path, error);
   if (!file) return;
 
@@ -78,7 +100,6 @@ void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool 
   error_slot gap = nullptr;
   {
     const context_handle context(cairo_create(surface.get()));
-    const chart_context charts = {run, pond, metric, from_exit};
     const bool is_first_complete = draw_page(context.get(), first_page, charts);
     cairo_show_page(context.get());
     const bool is_second_complete = draw_page(context.get(), second_page, charts);
@@ -91,7 +112,8 @@ void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool 
 
 void write_swoop_png(const swoop &run, const vec3 *pond, bool metric, bool from_exit, error_slot *error) {
   constexpr const char *path = "out.png";
-  *error = nullptr;
+  const chart_context charts = {run, pond, metric, from_exit};
+  if (!prepare_pages(charts, error)) return;
   file_handle file = open_output(path, error);
   if (!file) return;
 
@@ -99,7 +121,7 @@ void write_swoop_png(const swoop &run, const vec3 *pond, bool metric, bool from_
   error_slot gap = nullptr;
   {
     const context_handle context(cairo_create(surface.get()));
-    gap = find_gap(context.get(), draw_page(context.get(), first_page, {run, pond, metric, from_exit}));
+    gap = find_gap(context.get(), draw_page(context.get(), first_page, charts));
   }
   const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), write_to_file, file.get());
   close_document(std::move(file), status, gap, path, error);

@@ -7,8 +7,9 @@
 namespace tarvel {
 
 // Writes two landscape letter pages of four charts each. Fails with "failed to open file: %s" or "failed to write file:
-// %s"; or, with the cells empty of the charts that memory does not suffice for and the rest drawn, with "failed to
-// allocate memory for charts"; or, without words in them, with "failed to read font for charts".
+// %s"; with "failed to allocate memory for charts" before the file is opened, when the system has no room for what the
+// drawing libraries need, or later, with the cells empty of the charts that memory does not suffice for and the rest
+// drawn; or, without words in them, with "failed to read font for charts".
 void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool metric, bool from_exit,
                      error_slot *error);
 

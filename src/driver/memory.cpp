@@ -1,5 +1,7 @@
 #include "driver/memory.h"
 
+#include <sys/mman.h>
+
 #include <cstring>
 
 namespace tarvel {
@@ -37,6 +39,18 @@ void *resize_block(void *block, std::size_t count, std::size_t size) {
 void *zeroed_block(std::size_t count, std::size_t size) {
   if (!grant_allocation()) return nullptr;
   return count_refusal(std::calloc(count == 0 ? 1 : count, size));
+}
+
+bool has_room(std::size_t bytes, std::size_t count, std::size_t size) {
+  if (!grant_allocation()) return false;
+  std::size_t all = 0;
+  const bool overflows = __builtin_mul_overflow(count, size, &all) || __builtin_add_overflow(all, bytes, &all);
+  if (!overflows && all == 0) return true;
+  void *const room =
+      overflows ? MAP_FAILED : mmap(nullptr, all, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (room != MAP_FAILED) return munmap(room, all) == 0;
+  ++allocations_refused;
+  return false;
 }
 
 owned_text try_duplicate(const char *text) {

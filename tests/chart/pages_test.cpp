@@ -3,6 +3,7 @@
 
 #include <cairo.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -126,7 +127,8 @@ TEST(pages_test, leaves_cells_empty_when_memory_is_short) {
   const temp_dir dir;
   const swoop run = hand_made_swoop();
   {
-    const allocation_limit none(0);
+    // The first request is for the room that the drawing libraries need.
+    const allocation_limit one(1);
     EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
   }
   const document empty = read_pdf("run.pdf");
@@ -134,13 +136,52 @@ TEST(pages_test, leaves_cells_empty_when_memory_is_short) {
   EXPECT_TRUE(empty.words.empty());
   {
     // Overhead and side view take 15 and 7 requests; after them there is no more.
-    const allocation_limit two_charts(22);
+    const allocation_limit two_charts(1 + 15 + 7);
     EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
   }
   const document partial = read_pdf("run.pdf");
   EXPECT_EQ(count_words(partial, "view"), 2U);
   EXPECT_EQ(count_words(partial, "speed"), 0U);
   for (const page_word &word : partial.words) EXPECT_LT(word.x, 396.0) << word.text;
+}
+
+TEST(pages_test, keeps_an_earlier_document_when_there_is_no_room_to_draw) {
+  const temp_dir dir;
+  write_text("run.pdf", "earlier");
+  write_text("out.png", "earlier");
+  const swoop run = hand_made_swoop();
+  const allocation_limit none(0);
+  EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
+  EXPECT_EQ(read_text("run.pdf"), "earlier");
+  error_slot error = nullptr;
+  write_swoop_png(run, nullptr, false, false, &error);
+  EXPECT_STREQ(error, "failed to allocate memory for charts");
+  EXPECT_EQ(read_text("out.png"), "earlier");
+}
+
+// Also on a system that promises more memory than it has.
+class address_limit {
+ public:
+  explicit address_limit(rlim_t bytes) {
+    getrlimit(RLIMIT_AS, &before_);
+    const rlimit now = {bytes, before_.rlim_max};
+    setrlimit(RLIMIT_AS, &now);
+  }
+  ~address_limit() { setrlimit(RLIMIT_AS, &before_); }
+  address_limit(const address_limit &) = delete;
+  address_limit &operator=(const address_limit &) = delete;
+
+ private:
+  rlimit before_ = {};
+};
+
+// From the top of the turn or the exit to the stop.
+TEST(pages_test, wants_room_for_the_samples_that_it_draws) {
+  const temp_dir dir;
+  swoop run = hand_made_swoop();
+  run.stop = UINT32_MAX;
+  const address_limit limit(rlim_t{1} << 43);
+  EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
 }
 
 TEST(pages_test, says_so_whichever_chart_is_missing) {
@@ -159,7 +200,7 @@ TEST(pages_test, says_so_whichever_chart_is_missing) {
 TEST(pages_test, says_so_of_a_picture_when_memory_is_short) {
   const temp_dir dir;
   const swoop run = hand_made_swoop();
-  const allocation_limit two_charts(22);
+  const allocation_limit two_charts(1 + 15 + 7);
   error_slot error = nullptr;
   write_swoop_png(run, nullptr, false, false, &error);
   EXPECT_STREQ(error, "failed to allocate memory for charts");

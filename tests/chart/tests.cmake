@@ -7,6 +7,7 @@ tarvel_test(chart/height_charts_test USES tarvel_chart)
 tarvel_test(chart/view_charts_test USES tarvel_chart)
 tarvel_test(chart/swoop_speed_chart_test USES tarvel_chart)
 tarvel_test(chart/chart_memory_test USES tarvel_chart)
+tarvel_test(chart/drawing_setup_test USES tarvel_chart)
 tarvel_test(chart/pages_test USES tarvel_chart)
 
 # These stand in for cairo's stroke and fill and for pango's text, and write down what would be drawn.

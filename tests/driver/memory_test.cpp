@@ -117,5 +117,22 @@ TEST(memory_test, counts_what_it_refuses) {
   EXPECT_EQ(allocations_refused, before + 6);
 }
 
+TEST(memory_test, tells_whether_there_is_room) {
+  const std::size_t before = allocations_refused;
+  EXPECT_TRUE(has_room(0, 0, 0));
+  EXPECT_TRUE(has_room(1, 0, 8));
+  EXPECT_TRUE(has_room(1 << 20, 1000, 8));
+  EXPECT_EQ(allocations_refused, before);
+  // More than there are addresses, in the bytes, in the elements, and in both together.
+  EXPECT_FALSE(has_room(SIZE_MAX / 2, 0, 8));
+  EXPECT_FALSE(has_room(0, SIZE_MAX / 16, 8));
+  EXPECT_FALSE(has_room(0, SIZE_MAX / 2, 4));
+  EXPECT_FALSE(has_room(8, SIZE_MAX / 8, 8));
+  EXPECT_EQ(allocations_refused, before + 4);
+  const allocation_limit limit(0);
+  EXPECT_FALSE(has_room(1, 0, 8));
+  EXPECT_EQ(allocations_refused, before + 5);
+}
+
 }  // namespace
 }  // namespace tarvel
