@@ -11,11 +11,6 @@ namespace tarvel {
 
 namespace {
 
-// Measured: 40 MB for fonts, the threads that read them and two pages without curves; 2,100 bytes more for each sample
-// that is drawn.
-constexpr std::size_t bytes_of_pages = std::size_t{64} << 20;
-constexpr std::size_t bytes_per_sample = 4096;
-
 struct font_configuration_closer {
   void operator()(FcConfig *configuration) const noexcept { FcConfigDestroy(configuration); }
 };
@@ -29,11 +24,12 @@ bool load_font_configuration() {
 
 }  // namespace
 
-bool prepare_drawing(std::size_t samples) {
+bool prepare_drawing(std::uint32_t samples) {
+  static bool has_fonts = false;
   // Their threads would each set aside 64 MB of addresses for themselves.
   mallopt(M_ARENA_MAX, 1);
-  if (!has_room(bytes_of_pages, samples, bytes_per_sample)) return false;
-  static const bool has_fonts = load_font_configuration();
+  if (!has_room(drawing_room(samples))) return false;
+  has_fonts = has_fonts || load_font_configuration();
   return has_fonts;
 }
 

@@ -41,14 +41,11 @@ void *zeroed_block(std::size_t count, std::size_t size) {
   return count_refusal(std::calloc(count == 0 ? 1 : count, size));
 }
 
-bool has_room(std::size_t bytes, std::size_t count, std::size_t size) {
+bool has_room(std::size_t bytes) {
   if (!grant_allocation()) return false;
-  std::size_t all = 0;
-  const bool overflows = __builtin_mul_overflow(count, size, &all) || __builtin_add_overflow(all, bytes, &all);
-  if (!overflows && all == 0) return true;
-  void *const room =
-      overflows ? MAP_FAILED : mmap(nullptr, all, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (room != MAP_FAILED) return munmap(room, all) == 0;
+  if (bytes == 0) return true;
+  void *const room = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (room != MAP_FAILED) return munmap(room, bytes) == 0;
   ++allocations_refused;
   return false;
 }

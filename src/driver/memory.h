@@ -35,8 +35,8 @@ extern std::size_t allocations_refused;
 // False, and counted, when the tests' limit is reached.
 [[nodiscard]] bool grant_allocation();
 
-// Whether the system would grant so many bytes, and size more for each of count elements, now. Nothing is taken.
-[[nodiscard]] bool has_room(std::size_t bytes, std::size_t count, std::size_t size);
+// Whether the system would grant so many bytes now. Nothing is taken.
+[[nodiscard]] bool has_room(std::size_t bytes);
 
 // Keeps the first elements and leaves new ones unset. False when memory is short: the array is as it was.
 // A realloc moves the pages of a large track instead of copying its bytes.

@@ -119,19 +119,18 @@ TEST(memory_test, counts_what_it_refuses) {
 
 TEST(memory_test, tells_whether_there_is_room) {
   const std::size_t before = allocations_refused;
-  EXPECT_TRUE(has_room(0, 0, 0));
-  EXPECT_TRUE(has_room(1, 0, 8));
-  EXPECT_TRUE(has_room(1 << 20, 1000, 8));
+  EXPECT_TRUE(has_room(0));
+  EXPECT_TRUE(has_room(1));
+  EXPECT_TRUE(has_room(1 << 20));
   EXPECT_EQ(allocations_refused, before);
-  // More than there are addresses, in the bytes, in the elements, and in both together.
-  EXPECT_FALSE(has_room(SIZE_MAX / 2, 0, 8));
-  EXPECT_FALSE(has_room(0, SIZE_MAX / 16, 8));
-  EXPECT_FALSE(has_room(0, SIZE_MAX / 2, 4));
-  EXPECT_FALSE(has_room(8, SIZE_MAX / 8, 8));
-  EXPECT_EQ(allocations_refused, before + 4);
+  // More than there are addresses.
+  EXPECT_FALSE(has_room(SIZE_MAX));
+  EXPECT_FALSE(has_room(std::size_t{1} << 60));
+  EXPECT_EQ(allocations_refused, before + 2);
   const allocation_limit limit(0);
-  EXPECT_FALSE(has_room(1, 0, 8));
-  EXPECT_EQ(allocations_refused, before + 5);
+  EXPECT_FALSE(has_room(0));
+  EXPECT_FALSE(has_room(1));
+  EXPECT_EQ(allocations_refused, before + 4);
 }
 
 }  // namespace
