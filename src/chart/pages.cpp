@@ -80,11 +80,8 @@ void close_document(file_handle file, cairo_status_t status, error_slot gap, con
   const bool was_refused_memory = errno == ENOMEM;
   close_output(std::move(file), path, error);
   if (*error) return;
-  if (status != CAIRO_STATUS_SUCCESS) {
-    *error = format_error("failed to write file: %s", path);
-  } else {
-    *error = was_refused_memory ? no_memory : gap;
-  }
+  const error_slot missing = was_refused_memory ? no_memory : gap;
+  *error = status == CAIRO_STATUS_SUCCESS ? missing : format_error("failed to write file: %s", path);
 }
 
 }  // namespace

@@ -2,22 +2,43 @@
 #include "chart/pages.h"
 
 #include <cairo.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "chart/drawing_handles.h"
 #include "hand_made_swoop.h"
 #include "support/allocation_limit.h"
 #include "support/files.h"
+
+namespace {
+
+// What the stand-ins below for cairo's functions do: only once, as if there had been no memory for a moment.
+bool refuses_memory = false;
+bool fails_surface = false;
+
+}  // namespace
+
+extern "C" void cairo_show_page(cairo_t *cr) {
+  reinterpret_cast<void (*)(cairo_t *)>(dlsym(RTLD_NEXT, "cairo_show_page"))(cr);
+  if (std::exchange(refuses_memory, false)) errno = ENOMEM;
+}
+
+extern "C" cairo_status_t cairo_surface_status(cairo_surface_t *surface) {
+  if (std::exchange(fails_surface, false)) return CAIRO_STATUS_DEVICE_ERROR;
+  return reinterpret_cast<cairo_status_t (*)(cairo_surface_t *)>(dlsym(RTLD_NEXT, "cairo_surface_status"))(surface);
+}
 
 namespace tarvel {
 namespace {
@@ -182,6 +203,23 @@ TEST(pages_test, wants_room_for_the_samples_that_it_draws) {
   run.stop = UINT32_MAX;
   const address_limit limit(rlim_t{1} << 43);
   EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
+}
+
+// A text without its letters is all that may come of it.
+TEST(pages_test, says_so_when_the_drawing_libraries_are_refused_memory) {
+  const temp_dir dir;
+  const swoop run = hand_made_swoop();
+  refuses_memory = true;
+  EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
+  EXPECT_EQ(write_pdf("run.pdf", run), "");
+}
+
+TEST(pages_test, says_so_when_the_drawing_fails_though_the_file_is_written) {
+  const temp_dir dir;
+  const swoop run = hand_made_swoop();
+  fails_surface = true;
+  EXPECT_EQ(write_pdf("run.pdf", run), "failed to write file: run.pdf");
+  EXPECT_EQ(write_pdf("run.pdf", run), "");
 }
 
 TEST(pages_test, says_so_whichever_chart_is_missing) {
