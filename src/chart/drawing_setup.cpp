@@ -1,8 +1,13 @@
 #include "chart/drawing_setup.h"
 
+#include <fcntl.h>
 #include <fontconfig/fontconfig.h>
 #include <malloc.h>
+#include <pthread.h>
+#include <unistd.h>
 
+#include <array>
+#include <cstdlib>
 #include <memory>
 
 #include "driver/memory.h"
@@ -22,15 +27,38 @@ bool load_font_configuration() {
   return loaded && FcConfigSetCurrent(loaded.get()) == FcTrue;
 }
 
+// They read fonts in threads, and end the process where they get none.
+bool can_start_thread() {
+  pthread_t thread;
+  const auto do_nothing = [](void *nothing) { return nothing; };
+  return pthread_create(&thread, nullptr, do_nothing, nullptr) == 0 && pthread_join(thread, nullptr) == 0;
+}
+
+// For the document, the font settings, font files and their caches, which are open one or two at a time.
+bool can_open_files() {
+  std::array<int, 8> numbers;
+  for (int &number : numbers) number = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+  bool are_open = true;
+  for (const int number : numbers) are_open = close(number) == 0 && are_open;
+  return are_open;
+}
+
 }  // namespace
 
-bool prepare_drawing(std::uint32_t samples) {
+void prepare_drawing(std::uint32_t samples, error_slot *error) {
   static bool has_fonts = false;
   // Their threads would each set aside 64 MB of addresses for themselves.
   mallopt(M_ARENA_MAX, 1);
-  if (!has_room(drawing_room(samples))) return false;
-  has_fonts = has_fonts || load_font_configuration();
-  return has_fonts;
+  // What they say of themselves when these are set goes to standard output, and to nowhere.
+  unsetenv("FC_DEBUG");
+  unsetenv("PANGOCAIRO_BACKEND");
+  if (!can_open_files()) {
+    *error = "failed to read font for charts";
+    return;
+  }
+  const bool is_ready = has_room(drawing_room(samples)) && can_start_thread();
+  has_fonts = has_fonts || (is_ready && load_font_configuration());
+  *error = is_ready && has_fonts ? nullptr : "failed to allocate memory for charts";
 }
 
 }  // namespace tarvel

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "driver/error_slot.h"
+
 namespace tarvel {
 
 // Bytes that charts of so many samples take at most. Measured: 40 MB for fonts, the threads that read them and two pages
@@ -12,9 +14,10 @@ namespace tarvel {
   return (std::size_t{64} << 20) + std::size_t{4096} * samples;
 }
 
-// Without memory these libraries end the process, wait for ever, or go on with other fonts. So they are only called
-// where there is room for what they will need for charts of so many samples, and the machine's fonts are known to
-// them. False when memory is short.
-[[nodiscard]] bool prepare_drawing(std::uint32_t samples);
+// Without memory, threads or numbers for open files these libraries end the process, wait for ever, or go on with other
+// fonts. So they are only called where there is enough for charts of so many samples, and the machine's fonts are known to
+// them. Otherwise "failed to allocate memory for charts", or "failed to read font for charts" when too many files are
+// open.
+void prepare_drawing(std::uint32_t samples, error_slot *error);
 
 }  // namespace tarvel

@@ -56,10 +56,9 @@ constexpr chart_page second_page = {
 [[nodiscard]] bool prepare_pages(const chart_context &context, error_slot *error) {
   const std::uint32_t first = first_sample(context);
   const std::uint32_t end = context.run.stop;
-  const bool is_ready = prepare_drawing(end > first ? end - first : 0);
-  *error = is_ready ? nullptr : no_memory;
+  prepare_drawing(end > first ? end - first : 0, error);
   errno = 0;
-  return is_ready;
+  return *error == nullptr;
 }
 
 // What is missing on the pages, null for nothing. A context that has failed draws nothing more and does not tell its
@@ -72,7 +71,10 @@ error_slot find_gap(cairo_t *cr, bool has_all_charts) {
 
 // cairo writes through the same door as every other output.
 cairo_status_t write_to_file(void *closure, const unsigned char *data, unsigned int length) {
+  // What fails here is seen in what it returns; errno is kept for the drawing libraries.
+  const int errno_before = errno;
   const bool is_written = std::fwrite(data, 1, length, static_cast<std::FILE *>(closure)) == length;
+  errno = errno_before;
   return is_written ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
 }
 

@@ -50,6 +50,18 @@ protected_files &inputs() {
 
 file_identity identity_of(const struct stat &status) { return {status.st_dev, status.st_ino}; }
 
+bool is_standard_stream(int descriptor, const struct stat &status) {
+  struct stat stream;
+  return S_ISREG(status.st_mode) && fstat(descriptor, &stream) == 0 && identity_of(stream) == identity_of(status);
+}
+
+// For a run that is given up: not even its message may land in an input.
+void stop_printing_to(const struct stat &input) {
+  const bool is_everywhere = is_standard_stream(STDERR_FILENO, input);
+  const int elsewhere = is_everywhere ? open("/dev/null", O_WRONLY | O_CLOEXEC) : STDERR_FILENO;
+  if (dup2(elsewhere, STDOUT_FILENO) < 0) close(STDOUT_FILENO);
+}
+
 bool remember(const char *path, const struct stat &status) {
   // A device or directory loses nothing when it is written to.
   if (!S_ISREG(status.st_mode)) return true;
@@ -143,13 +155,14 @@ bool set_aside_input(const protected_file &input, const char *output_path) {
   return set_aside(input.path);
 }
 
-// False when an input is in the way and cannot be moved, or when nobody can tell.
-bool make_way(const char *path) {
+// False when an input is in the way and cannot be moved, or what is printed is, or when nobody can tell.
+bool make_way(const char *path, printing rest) {
   // The second round is for a file of two names: after the input's own name the output's still leads to it.
   for (int round = 0;; ++round) {
     struct stat status;
     const lookup found = look_up(path, status);
     if (found != lookup::there) return found == lookup::absent;
+    if (rest == printing::goes_on && is_standard_stream(STDOUT_FILENO, status)) return false;
     const protected_file *const input = find_input(identity_of(status));
     if (input == nullptr) return true;
     if (round == 2) return false;
@@ -185,12 +198,20 @@ void protect_input(const char *path, error_slot *error) {
   struct stat status;
   const lookup found = look_up(path, status);
   if (found == lookup::failed) return fail_opening(path, error);
+  if (found == lookup::there && is_standard_stream(STDOUT_FILENO, status)) {
+    stop_printing_to(status);
+    return fail_opening(path, error);
+  }
   if (found == lookup::there && !remember(path, status)) *error = "strdup() failed";
 }
 
 file_handle open_input(const char *path, error_slot *error) {
   struct stat status;
   file_handle file = open_for_reading(path, status);
+  if (file && is_standard_stream(STDOUT_FILENO, status)) {
+    stop_printing_to(status);
+    file.reset();
+  }
   if (!file) {
     fail_opening(path, error);
   } else if (!remember(path, status)) {
@@ -219,8 +240,8 @@ bool is_file_failure(error_slot message) {
   return words.starts_with(open_failure) || words.starts_with(read_failure);
 }
 
-file_handle open_output(const char *path, error_slot *error) {
-  file_handle file(make_way(path) ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
+file_handle open_output(const char *path, error_slot *error, printing rest) {
+  file_handle file(make_way(path, rest) ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
   if (!file) fail_opening(path, error);
   return file;
 }
@@ -229,6 +250,11 @@ void close_output(file_handle file, const char *path, error_slot *error) {
   const bool had_error = std::ferror(file.get()) != 0;
   const bool is_closed = std::fclose(file.release()) == 0;
   if (*error == nullptr && (had_error || !is_closed)) *error = format_error("failed to write file: %s", path);
+}
+
+void empty_output(const char *path) {
+  // Where even that fails, there is nothing more to be done.
+  [[maybe_unused]] const int result = truncate(path, 0);
 }
 
 bool is_same_file(const char *path, const char *other_path, error_slot *error) {

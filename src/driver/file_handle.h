@@ -15,11 +15,13 @@ using file_handle = std::unique_ptr<std::FILE, file_closer>;
 
 // Remembers the file as an input of this run, by device and inode, before anything is written. Called for each
 // track on the command line, since one mode writes before the next has read. A file that is not there is not an
-// input. Fails with "strdup() failed", or with "failed to open file: %s" when nobody can tell whether it is there.
+// input. Fails with "strdup() failed", or with "failed to open file: %s" when nobody can tell whether it is there, or
+// when standard output goes to it: what is said from then on goes to standard error, not into the file.
 void protect_input(const char *path, error_slot *error);
 
 // Opens a track or course file for reading and protects it. Null with "failed to open file: %s"; a FIFO is refused
-// in the same words, since a track is opened once by every reader that tries it, which no pipe survives.
+// in the same words, since a track is opened once by every reader that tries it, which no pipe survives, and so is the
+// file that standard output goes to, as by protect_input.
 [[nodiscard]] file_handle open_input(const char *path, error_slot *error);
 
 // Opens for reading what the program has written. Null when that fails, and for a FIFO or a device, which do not give
@@ -33,14 +35,21 @@ void blame_input(std::FILE *stream, const char *path, error_slot *error);
 // True for a message of open_input or blame_input: then no other reader is to try the same file.
 [[nodiscard]] bool is_file_failure(error_slot message);
 
+// Whether anything is to be printed to standard output from here on.
+enum class printing { goes_on, is_over };
+
 // Opens a file for writing, emptied. When it is one of this run's inputs, that input is first renamed: ".orig" is
 // appended to its name, ".orig.2", ".orig.3" and so on when that is taken. Null with "failed to open file: %s", also
-// for a FIFO that nobody reads from.
-[[nodiscard]] file_handle open_output(const char *path, error_slot *error);
+// for a FIFO that nobody reads from, and for the file that standard output goes to as long as printing goes on: it would
+// get both.
+[[nodiscard]] file_handle open_output(const char *path, error_slot *error, printing rest = printing::goes_on);
 
 // Writes out what is buffered and closes. Any write that failed since the opening fails with
 // "failed to write file: %s"; a message that is already in the slot stays.
 void close_output(file_handle file, const char *path, error_slot *error);
+
+// Empties an output that could not be written whole, so that nobody takes it for more than it is.
+void empty_output(const char *path);
 
 // True when both names lead to one existing file. Fails with "failed to open file: %s" when nobody can tell.
 [[nodiscard]] bool is_same_file(const char *path, const char *other_path, error_slot *error);

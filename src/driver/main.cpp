@@ -16,6 +16,12 @@ void protect_tracks(const tarvel::run_config &config) {
   tarvel::fatal_error(error);
 }
 
+void settle_standard_streams() {
+  tarvel::error_slot error = nullptr;
+  tarvel::hold_standard_streams(&error);
+  tarvel::fatal_error(error);
+}
+
 void settle_time_zone() {
   tarvel::error_slot error = nullptr;
   tarvel::load_time_zone(&error);
@@ -25,7 +31,7 @@ void settle_time_zone() {
 }  // namespace
 
 int main(int argc, char *argv[]) {
-  tarvel::hold_standard_streams();
+  settle_standard_streams();
   tarvel::take_signals_as_failed_writes();
   tarvel::run_config config;
   tarvel::parse_options(argc, argv, config);

@@ -17,14 +17,26 @@ namespace {
 // What the C library meets with a zone of that name that is not there, or that is a rule such as "EST5EDT".
 constexpr int no_such_zone[] = {0, ENOENT, ENOTDIR, EISDIR, ELOOP, ENAMETOOLONG, EINVAL};
 
+bool are_standard_streams_open() {
+  for (int number = 0; number <= STDERR_FILENO; ++number) {
+    if (fcntl(number, F_GETFD) < 0) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
-void hold_standard_streams() {
+void hold_standard_streams(error_slot *error) {
+  constexpr const char *empty_file = "/dev/null";
   int descriptor = 0;
   do {
-    descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    descriptor = open(empty_file, O_RDONLY | O_CLOEXEC);
   } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-  if (descriptor >= 0) close(descriptor);
+  if (descriptor >= 0) {
+    close(descriptor);
+  } else if (!are_standard_streams_open()) {
+    *error = format_error("failed to open file: %s", empty_file);
+  }
 }
 
 void take_signals_as_failed_writes() {

@@ -6,8 +6,9 @@
 namespace tarvel {
 
 // Gives the numbers 0 to 2 to an empty, unwritable file where the caller has closed them. Otherwise an output would
-// get the number of standard error, and what the font library says there would land in it.
-void hold_standard_streams();
+// get the number of standard error, and what the font library says there would land in it. Fails with "failed to open
+// file: /dev/null".
+void hold_standard_streams(error_slot *error);
 
 // Makes a write to a pipe without a reader, or beyond the permitted size of a file, fail like any other instead of
 // ending the program by a signal.

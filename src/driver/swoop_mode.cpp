@@ -28,11 +28,10 @@ swoop_outputs name_outputs(const char *swoop_file) {
           change_extension(swoop_file, "tvl")};
 }
 
-void load_course(const run_config &config, course &loaded) {
-  if (config.implicit_gate) return;
-  error_slot error = nullptr;
-  read_course_file(course_file_name, config.swoop_file.get(), loaded, &error);
-  fatal_error(error);
+course load_course(const run_config &config, error_slot *error) {
+  course loaded;
+  if (!config.implicit_gate) read_course_file(course_file_name, config.swoop_file.get(), loaded, error);
+  return loaded;
 }
 
 void analyze_over_course(swoop &run, const course &loaded) {
@@ -55,7 +54,8 @@ void publish_report(const swoop &run, bool metric, const char *path) {
   std::printf("\n%s", report.get());
   std::fflush(stdout);
 
-  file_handle file = open_output(path, &error);
+  // It is a habit of pilots to print into run.txt.
+  file_handle file = open_output(path, &error, printing::is_over);
   fatal_error(error);
   std::fputs(report.get(), file.get());
   close_output(std::move(file), path, &error);
@@ -93,13 +93,16 @@ void run_swoop_mode(const run_config &config) {
   run->debug = config.debug != 0;
   run->time_aloft = config.time_aloft;
 
+  // Whatever is wrong with it is said after the map: but where the map is to stand, the course may be.
+  error_slot course_error = nullptr;
+  course loaded = load_course(config, &course_error);
+
   // Written before the analysis and again after it, so that a run that fails still has a map.
   const std::int64_t start_time = run->track_len == 0 ? 0 : run->track[0].time;
   write_kml(outputs.kml.get(), start_time, samples_of(*run), nullptr, &error);
   fatal_error(error);
 
-  course loaded;
-  load_course(config, loaded);
+  fatal_error(course_error);
   analyze_over_course(*run, loaded);
   if (run->debug) write_trimmed_swoop(outputs.tvl.get(), *run);
   rotate_pond(loaded, *run);

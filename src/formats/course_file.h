@@ -18,7 +18,8 @@ struct course {
 };
 
 // Writes a course file and its copy for swoop mode, matrix.txt, unless they are the same file. The pond may be null;
-// it ends at the first point whose x, y and z are all 0. Theta in degrees. Fails with "failed to open file: %s",
+// it ends at the first point whose x, y and z are all 0. Theta in degrees. A file that cannot be written whole is left
+// empty, so that no run is analysed over a part of a course. Fails with "failed to open file: %s",
 // "failed to write file: %s" or a message of copy_file.
 void write_course_file(const char *path, const mat4 &matrix, const vec3 *pond, double theta, error_slot *error);
 

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 
 #include "support/files.h"
 
@@ -19,7 +20,9 @@ namespace {
 // The numbers of standard input, output and error are taken, and no more than those.
 [[noreturn]] void close_and_hold(int first_closed) {
   for (int number = first_closed; number <= STDERR_FILENO; ++number) close(number);
-  hold_standard_streams();
+  error_slot error = nullptr;
+  hold_standard_streams(&error);
+  if (error != nullptr) std::exit(3);
   for (int number = 0; number <= STDERR_FILENO; ++number) {
     if (fcntl(number, F_GETFD) < 0) std::exit(1);
   }
@@ -36,19 +39,26 @@ TEST(process_setup_test, gives_the_standard_numbers_to_nobody_else) {
   }
 }
 
-[[noreturn]] void hold_without_numbers() {
+[[noreturn]] void hold_without_numbers(int closed) {
+  if (closed >= 0) close(closed);
   rlimit usual;
   getrlimit(RLIMIT_NOFILE, &usual);
   const rlimit none = {0, usual.rlim_max};
   setrlimit(RLIMIT_NOFILE, &none);
-  hold_standard_streams();
+  error_slot error = nullptr;
+  hold_standard_streams(&error);
   // What runs at the end of a process may need numbers.
   setrlimit(RLIMIT_NOFILE, &usual);
-  std::exit(0);
+  const std::string said = error != nullptr ? error : "";
+  std::exit(said == (closed >= 0 ? "failed to open file: /dev/null" : "") ? 0 : 1);
 }
 
-TEST(process_setup_test, ends_when_no_number_is_left) {
-  EXPECT_EXIT(hold_without_numbers(), testing::ExitedWithCode(0), "");
+// Which does not matter unless one of them is free.
+TEST(process_setup_test, says_when_no_number_can_be_held) {
+  for (const int closed : {-1, 0, 1, 2}) {
+    SCOPED_TRACE(closed);
+    EXPECT_EXIT(hold_without_numbers(closed), testing::ExitedWithCode(0), "");
+  }
 }
 
 [[noreturn]] void write_to_nobody() {

@@ -124,6 +124,44 @@ TEST(program_outputs_test, keeps_the_course_file_of_an_index) {
   EXPECT_EQ(read_text("run.txt"), result.out.substr(1));
 }
 
+// The map is written twice, first of all and at the end.
+TEST(program_outputs_test, keeps_a_course_that_has_the_name_of_the_map) {
+  const std::string course = simulated_course(small_run());
+  const temp_dir folder;
+  write_text("run.csv", simulated_track(small_run()));
+  write_text("matrix.txt", course);
+  const program_result usual = run_program({"run.csv"});
+  ASSERT_EQ(usual.status, 0);
+  const std::string map = read_text("run.kml");
+
+  write_text("run.kml", course);
+  write_text("matrix.txt", "* - run.kml\n");
+  const program_result indexed = run_program({"run.csv"});
+  EXPECT_EQ(indexed.status, 0);
+  EXPECT_EQ(indexed.out, usual.out);
+  EXPECT_EQ(read_text("run.kml.orig"), course);
+  EXPECT_EQ(read_text("run.kml"), map);
+
+  fs::remove("run.kml");
+  fs::remove("matrix.txt");
+  write_text("matrix.txt", course);
+  fs::create_hard_link("matrix.txt", "run.kml");
+  EXPECT_EQ(run_program({"run.csv"}).out, usual.out);
+  EXPECT_EQ(read_text("matrix.txt.orig"), course);
+  EXPECT_EQ(read_text("run.kml"), map);
+}
+
+TEST(program_outputs_test, speaks_of_the_map_before_the_course) {
+  const temp_dir folder;
+  write_text("run.csv", simulated_track(small_run()));
+  write_text("matrix.txt", "no course\n");
+  EXPECT_EQ(run_program({"run.csv"}).out, "ERROR: invalid line in matrix.txt\n");
+  EXPECT_TRUE(file_exists("run.kml"));
+  fs::remove("run.kml");
+  fs::create_directory("run.kml");
+  EXPECT_EQ(run_program({"run.csv"}).out, "ERROR: failed to open file: run.kml\n");
+}
+
 TEST(program_outputs_test, writes_beside_the_track_and_dumps_into_the_working_folder) {
   const temp_dir folder;
   fs::create_directory("runs");

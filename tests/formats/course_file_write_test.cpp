@@ -1,15 +1,34 @@
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cerrno>
 #include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include "formats/course_file.h"
+#include "support/allocation_limit.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
+
+namespace {
+
+// What the stand-in below for the C library's function was asked for.
+std::vector<std::size_t> buffer_sizes;
+
+}  // namespace
+
+extern "C" int setvbuf(std::FILE *file, char *buffer, int mode, std::size_t size) noexcept {
+  buffer_sizes.push_back(size);
+  using function = int (*)(std::FILE *, char *, int, std::size_t);
+  return reinterpret_cast<function>(dlsym(RTLD_NEXT, "setvbuf"))(file, buffer, mode, size);
+}
 
 namespace tarvel {
 
@@ -214,6 +233,50 @@ TEST(course_file_write_test, copies_every_byte) {
   }
 }
 
+std::vector<vec3> pond_of(std::size_t points) {
+  std::vector<vec3> pond;
+  for (std::size_t i = 0; i < points; ++i) pond.push_back({-1234.5, 1234.5 + static_cast<double>(i), 0.0});
+  pond.emplace_back();
+  return pond;
+}
+
+// In two pieces, the first alone could be taken for a course with a smaller pond.
+TEST(course_file_write_test, writes_a_course_in_one_piece) {
+  for (const std::size_t points : {0, 1, 460, 10000}) {
+    SCOPED_TRACE(points);
+    buffer_sizes.clear();
+    const std::size_t size = written(0.5, pond_of(points).data()).size();
+    // 24 characters and a little for each point; for the copy what there is and one byte more.
+    EXPECT_EQ(buffer_sizes, (std::vector<std::size_t>{2048 + 25 * points, size + 1}));
+    EXPECT_LT(size, 2048 + 25 * points);
+  }
+  buffer_sizes.clear();
+  written(0.0, nullptr);
+  EXPECT_EQ(buffer_sizes, (std::vector<std::size_t>{2048, matrix_text.size() + 1}));
+}
+
+[[noreturn]] void write_with_file_limit(rlim_t bytes) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit = {bytes, bytes};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  error_slot error = nullptr;
+  write_course_file("gate.txt", matrix, pond_of(460).data(), 0.0, &error);
+  const bool is_told = error == std::string("failed to write file: gate.txt");
+  if (!is_told || read_text("gate.txt") != "" || file_exists("matrix.txt")) std::exit(1);
+  copy_file("copy.txt", "whole.txt", &error);
+  const bool is_copy_told = error == std::string("failed to write file: copy.txt");
+  std::exit(is_copy_told && read_text("copy.txt") == "" ? 0 : 2);
+}
+
+TEST(course_file_write_test, leaves_no_part_of_a_course_on_a_full_disk) {
+  const temp_dir folder;
+  write_text("whole.txt", std::string(10000, 'x'));
+  for (const rlim_t bytes : {1, 4096, 5000, 8192, 9000}) {
+    SCOPED_TRACE(bytes);
+    EXPECT_EXIT(write_with_file_limit(bytes), testing::ExitedWithCode(0), "");
+  }
+}
+
 TEST(course_file_write_test, says_what_kept_it_from_copying) {
   const temp_dir folder;
   error_slot error = nullptr;
@@ -226,6 +289,10 @@ TEST(course_file_write_test, says_what_kept_it_from_copying) {
   copy_file("/dev/full", "short", &error);
   EXPECT_STREQ(error, "failed to write file: /dev/full");
   write_text("long", std::string(1000000, 'x'));
+  copy_file("/dev/full", "long", &error);
+  EXPECT_STREQ(error, "failed to write file: /dev/full");
+  // Byte by byte through a small buffer when there is no memory for all of it.
+  const allocation_limit none(0);
   copy_file("/dev/full", "long", &error);
   EXPECT_STREQ(error, "failure during write to /dev/full");
   copy_file("destination", ".", &error);

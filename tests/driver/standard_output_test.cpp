@@ -1,0 +1,114 @@
+// Standard output that the shell has sent into one of the run's own files.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/files.h"
+#include "support/hand_made_walk.h"
+#include "support/program.h"
+#include "support/simulator.h"
+
+namespace tarvel {
+namespace {
+
+// As the shell's ">>".
+program_setting appending_to(const char *path, bool with_standard_error) {
+  program_setting setting;
+  setting.prepare = [=] {
+    const int file = open(path, O_WRONLY | O_CREAT | O_APPEND, 0666);
+    dup2(file, STDOUT_FILENO);
+    if (with_standard_error) dup2(file, STDERR_FILENO);
+    close(file);
+  };
+  return setting;
+}
+
+class standard_output_test : public testing::Test {
+ protected:
+  void SetUp() override {
+    write_text("run.csv", run_);
+    write_text("walk.csv", walk_);
+    write_text("matrix.txt", course_);
+  }
+
+  const temp_dir folder_;
+  const std::string run_ = simulated_track(small_run());
+  const std::string course_ = simulated_course(small_run());
+  const std::string walk_ = walk_text(sparse_walk(walk_marks(), walk_place()).samples);
+};
+
+struct output_case {
+  std::vector<std::string> arguments;
+  const char *path;
+  const char *message;
+};
+
+const output_case output_cases[] = {
+    {{"run.csv"}, "run.kml", "ERROR: failed to open file: run.kml"},
+    {{"run.csv"}, "run.pdf", "ERROR: failed to open file: run.pdf"},
+    {{"-d", "run.csv"}, "run.tvl", "ERROR: failed to open file: run.tvl"},
+    {{"-d", "run.csv"}, "coord.txt", "ERROR: failed to open file: coord.txt"},
+    {{"-g", "walk.csv"}, "walk.txt", "ERROR: failed to open file: walk.txt"},
+    {{"-g", "walk.csv"}, "matrix.txt", "ERROR: could not open matrix.txt for writing"},
+    {{"-g", "walk.csv"}, "walk.kml", "ERROR: failed to open file: walk.kml"},
+    {{"-d", "-g", "walk.csv"}, "walk.tvl", "ERROR: failed to open file: walk.tvl"},
+};
+
+// What is printed would stand in the middle of what is written.
+TEST_F(standard_output_test, gets_no_other_output) {
+  for (const output_case &c : output_cases) {
+    SCOPED_TRACE(c.path);
+    SetUp();
+    program_setting setting;
+    setting.out_path = c.path;
+    EXPECT_EQ(run_program(c.arguments, setting).status, 1);
+    EXPECT_EQ(last_line(read_text(c.path)), c.message);
+    std::filesystem::remove(c.path);
+  }
+}
+
+// It has been printed when it is written, and nothing follows.
+TEST_F(standard_output_test, may_be_the_report) {
+  ASSERT_EQ(run_program({"run.csv"}).status, 0);
+  const std::string report = read_text("run.txt");
+  program_setting setting;
+  setting.out_path = "run.txt";
+  EXPECT_EQ(run_program({"run.csv"}, setting).status, 0);
+  EXPECT_EQ(read_text("run.txt"), report);
+  EXPECT_EQ(run_program({"run.csv"}, appending_to("run.txt", false)).status, 0);
+  EXPECT_EQ(read_text("run.txt"), report);
+}
+
+struct input_case {
+  std::vector<std::string> arguments;
+  const char *path;
+};
+
+const input_case input_cases[] = {
+    {{"run.csv"}, "run.csv"},
+    {{"run.csv"}, "matrix.txt"},
+    {{"-g", "walk.csv"}, "walk.csv"},
+    {{"-g", "walk.csv", "run.csv"}, "run.csv"},
+};
+
+// The message goes where it does no harm, or nowhere.
+TEST_F(standard_output_test, leaves_an_input_as_it_is) {
+  for (const input_case &c : input_cases) {
+    for (const bool with_standard_error : {false, true}) {
+      SCOPED_TRACE(c.path);
+      const std::string before = read_text(c.path);
+      const program_result result = run_program(c.arguments, appending_to(c.path, with_standard_error));
+      EXPECT_EQ(result.status, 1);
+      EXPECT_EQ(result.out, "");
+      EXPECT_EQ(result.err, with_standard_error ? "" : std::string("ERROR: failed to open file: ") + c.path + "\n");
+      EXPECT_EQ(read_text(c.path), before);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tarvel
