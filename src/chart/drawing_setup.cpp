@@ -1,6 +1,5 @@
 #include "chart/drawing_setup.h"
 
-#include <fcntl.h>
 #include <fontconfig/fontconfig.h>
 #include <malloc.h>
 #include <pthread.h>
@@ -37,7 +36,7 @@ bool can_start_thread() {
 // For the document, the font settings, font files and their caches, which are open one or two at a time.
 bool can_open_files() {
   std::array<int, 8> numbers;
-  for (int &number : numbers) number = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+  for (int &number : numbers) number = dup(STDIN_FILENO);
   bool are_open = true;
   for (const int number : numbers) are_open = close(number) == 0 && are_open;
   return are_open;

@@ -2,6 +2,7 @@
 
 #include <cairo-pdf.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -54,9 +55,8 @@ constexpr chart_page second_page = {
 // Drawing libraries that are refused memory may go on with less, a text without its letters, and keep quiet about it;
 // errno then tells. In a sound run nothing sets it from here on.
 [[nodiscard]] bool prepare_pages(const chart_context &context, error_slot *error) {
-  const std::uint32_t first = first_sample(context);
   const std::uint32_t end = context.run.stop;
-  prepare_drawing(end > first ? end - first : 0, error);
+  prepare_drawing(end - std::min(first_sample(context), end), error);
   errno = 0;
   return *error == nullptr;
 }

@@ -218,7 +218,8 @@ std::size_t course_text_size(const vec3 *pond) {
 
 std::size_t size_of(std::FILE *file) {
   struct stat status;
-  return fstat(fileno(file), &status) == 0 && status.st_size > 0 ? static_cast<std::size_t>(status.st_size) : 0;
+  if (fstat(fileno(file), &status) != 0) return 0;
+  return static_cast<std::size_t>(status.st_size);
 }
 
 void copy_bytes(std::FILE *from, std::FILE *to, const char *destination, const char *source, error_slot *error) {
