@@ -52,13 +52,15 @@ constexpr chart_page second_page = {
   return is_complete;
 }
 
-// Drawing libraries that are refused memory may go on with less, a text without its letters, and keep quiet about it;
-// errno then tells. In a sound run nothing sets it from here on.
-[[nodiscard]] bool prepare_pages(const chart_context &context, error_slot *error) {
+// Null with a message when the drawing cannot begin. Libraries that are refused memory may go on with less, a text without
+// its letters, and keep quiet about it; errno then tells. In a sound run nothing sets it from here on.
+file_handle open_document(const char *path, const chart_context &context, error_slot *error) {
   const std::uint32_t end = context.run.stop;
   prepare_drawing(end - std::min(first_sample(context), end), error);
+  if (*error) return nullptr;
+  file_handle file = open_output(path, error);
   errno = 0;
-  return *error == nullptr;
+  return file;
 }
 
 // What is missing on the pages, null for nothing. A context that has failed draws nothing more and does not tell its
@@ -91,8 +93,7 @@ void close_document(file_handle file, cairo_status_t status, error_slot gap, con
 void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool metric, bool from_exit,
                      error_slot *error) {
   const chart_context charts = {run, pond, metric, from_exit};
-  if (!prepare_pages(charts, error)) return;
-  file_handle file = open_output(path, error);
+  file_handle file = open_document(path, charts, error);
   if (!file) return;
 
   const surface_handle surface(cairo_pdf_surface_create_for_stream(write_to_file, file.get(), page_width, page_height));
@@ -112,8 +113,7 @@ void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool 
 void write_swoop_png(const swoop &run, const vec3 *pond, bool metric, bool from_exit, error_slot *error) {
   constexpr const char *path = "out.png";
   const chart_context charts = {run, pond, metric, from_exit};
-  if (!prepare_pages(charts, error)) return;
-  file_handle file = open_output(path, error);
+  file_handle file = open_document(path, charts, error);
   if (!file) return;
 
   const surface_handle surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height));

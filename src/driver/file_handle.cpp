@@ -234,6 +234,12 @@ void blame_input(std::FILE *stream, const char *path, error_slot *error) {
   if (std::ferror(stream) != 0 && !is_folder) *error = format_error("%s%s", read_failure, path);
 }
 
+bool is_unread_input(const char *path) {
+  struct stat status;
+  const lookup found = look_up(path, status);
+  return found == lookup::failed || (found == lookup::there && S_ISREG(status.st_mode));
+}
+
 bool is_file_failure(error_slot message) {
   if (message == nullptr) return false;
   const std::string_view words = message;

@@ -32,6 +32,10 @@ void protect_input(const char *path, error_slot *error);
 // "failed to read file: %s" whatever a reader has made of the bytes so far. Readers of a folder keep their words.
 void blame_input(std::FILE *stream, const char *path, error_slot *error);
 
+// True when open_input has failed for a file that is there, or of which nobody can tell: its rights or the disk were the
+// reason, and what it says is not known.
+[[nodiscard]] bool is_unread_input(const char *path);
+
 // True for a message of open_input or blame_input: then no other reader is to try the same file.
 [[nodiscard]] bool is_file_failure(error_slot message);
 

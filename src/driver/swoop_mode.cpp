@@ -93,9 +93,10 @@ void run_swoop_mode(const run_config &config) {
   run->debug = config.debug != 0;
   run->time_aloft = config.time_aloft;
 
-  // Whatever is wrong with it is said after the map: but where the map is to stand, the course may be.
+  // Whatever is wrong with it is said after the map; but where the map is to stand, the course may be, or nobody knows.
   error_slot course_error = nullptr;
   course loaded = load_course(config, &course_error);
+  if (loaded.is_unread) fatal_error(course_error);
 
   // Written before the analysis and again after it, so that a run that fails still has a map.
   const std::int64_t start_time = run->track_len == 0 ? 0 : run->track[0].time;

@@ -164,6 +164,7 @@ index_match read_lines(std::FILE *file, course_reader &reader, const char *swoop
 
 // Reads one file of a chain. With other_file the target names the next.
 index_match read_one_file(const char *path, const char *swoop_file, course &result, char *target, error_slot *error) {
+  result.is_unread = true;
   course_reader reader;
   reader.path = path;
   reader.matrix = try_make<mat4>();
@@ -172,10 +173,13 @@ index_match read_one_file(const char *path, const char *swoop_file, course &resu
     return index_match::none;
   }
   const file_handle file = open_input(path, error);
-  if (!file) return index_match::none;
-
+  if (!file) {
+    result.is_unread = is_unread_input(path);
+    return index_match::none;
+  }
   const index_match match = read_lines(file.get(), reader, swoop_file, target, error);
   if (match == index_match::none) blame_input(file.get(), path, error);
+  result.is_unread = is_file_failure(*error);
   if (match == index_match::none && *error == nullptr) {
     result.matrix = std::move(reader.matrix);
     result.pond = std::move(reader.pond);

@@ -15,6 +15,7 @@ struct course {
   owned_record<mat4> matrix;  // ECEF to local; null when an index says that the run has no gate
   owned_array<vec3> pond;     // pond perimeter in local metres, ended by (0, 0, 0); null when there is none
   double theta = 0.0;         // speed-carve rotation, degrees
+  bool is_unread = false;     // a file of the chain is there but could not be read, so that nobody knows where it leads
 };
 
 // Writes a course file and its copy for swoop mode, matrix.txt, unless they are the same file. The pond may be null;

@@ -151,6 +151,16 @@ TEST(program_outputs_test, keeps_a_course_that_has_the_name_of_the_map) {
   EXPECT_EQ(read_text("run.kml"), map);
 }
 
+// Where an index cannot be read, the map might be a course.
+TEST(program_outputs_test, writes_no_map_when_the_course_cannot_be_read) {
+  const temp_dir folder;
+  write_text("run.csv", simulated_track(small_run()));
+  write_text("run.kml", "perhaps a course");
+  fs::create_symlink("/proc/self/mem", "matrix.txt");
+  EXPECT_EQ(run_program({"run.csv"}).out, "ERROR: failed to read file: matrix.txt\n");
+  EXPECT_EQ(read_text("run.kml"), "perhaps a course");
+}
+
 TEST(program_outputs_test, speaks_of_the_map_before_the_course) {
   const temp_dir folder;
   write_text("run.csv", simulated_track(small_run()));

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <limits>
 #include <random>
@@ -8,6 +9,7 @@
 
 #include "formats/course_file.h"
 #include "support/allocation_limit.h"
+#include "support/failing_calls.h"
 #include "support/files.h"
 
 namespace tarvel {
@@ -195,6 +197,42 @@ TEST(course_file_read_test, names_the_file_that_cannot_be_opened) {
   EXPECT_EQ(read("matrix.txt").message, "failed to open file: matrix.txt");
   EXPECT_EQ(read("missing/gate.txt").message, "failed to open file: missing/gate.txt");
   EXPECT_EQ(read(".").message, "failed to parse .");  // opens, but has no lines
+}
+
+bool is_unread(const char *path) { return read(path).result.is_unread; }
+
+// Whoever writes then cannot know what is in the way.
+TEST(course_file_read_test, tells_a_file_that_could_not_be_read_from_one_that_is_not_there) {
+  const temp_dir folder;
+  EXPECT_FALSE(is_unread("matrix.txt"));
+  EXPECT_FALSE(is_unread("."));
+  std::filesystem::create_symlink("/proc/self/mem", "disk.txt");
+  EXPECT_TRUE(is_unread("disk.txt"));
+  write_text("bad.txt", "no course\n");
+  EXPECT_FALSE(is_unread("bad.txt"));
+  write_text("gate.txt", rows);
+  EXPECT_FALSE(is_unread("gate.txt"));
+  write_text("index.txt", "* - gate.txt\n");
+  EXPECT_FALSE(is_unread("index.txt"));
+  write_text("further.txt", "* - disk.txt\n");
+  EXPECT_TRUE(is_unread("further.txt"));
+  write_text("nowhere.txt", "* - matrix.txt\n");
+  EXPECT_FALSE(is_unread("nowhere.txt"));
+  {
+    const failing_call disk(c_call::fstat, 0, EIO);
+    EXPECT_TRUE(is_unread("gate.txt"));
+  }
+  {
+    const failing_call disk(c_call::fdopen, 0, ENOMEM);
+    const failing_call either(c_call::stat, 0, EIO);
+    EXPECT_TRUE(is_unread("gate.txt"));
+  }
+  course unread;
+  error_slot error = nullptr;
+  const allocation_limit none(0);
+  read_course_file("gate.txt", "run.csv", unread, &error);
+  EXPECT_STREQ(error, "failed to malloc matrix");
+  EXPECT_TRUE(unread.is_unread);
 }
 
 TEST(course_file_read_test, reads_back_what_was_written) {
