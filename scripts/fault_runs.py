@@ -268,8 +268,9 @@ def make_commands(place):
 def cut_courses(command, files):
     """Course files that hold only a part of what they should, which a later run could take for the whole."""
     return [name for name in ("matrix.txt", "walk.txt")
-            if isinstance(whole := command.reference.files.get(name), bytes) and isinstance(part := files.get(name), bytes)
-            and part and part != whole and part != command.before.get(name) and whole.startswith(part)]
+            if isinstance(whole := command.reference.files.get(name), bytes)
+            and isinstance(part := files.get(name), bytes) and part and whole.startswith(part)
+            and part not in (whole, command.before.get(name))]
 
 
 def is_kept(name, content, files):

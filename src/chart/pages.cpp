@@ -52,14 +52,13 @@ constexpr chart_page second_page = {
   return is_complete;
 }
 
-// Null with a message when the drawing cannot begin. Libraries that are refused memory may go on with less, a text without
-// its letters, and keep quiet about it; errno then tells. In a sound run nothing sets it from here on.
+// Null with a message when the drawing cannot begin.
 file_handle open_document(const char *path, const chart_context &context, error_slot *error) {
   const std::uint32_t end = context.run.stop;
   prepare_drawing(end - std::min(first_sample(context), end), error);
   if (*error) return nullptr;
   file_handle file = open_output(path, error);
-  errno = 0;
+  watch_for_refusals();
   return file;
 }
 
@@ -81,10 +80,10 @@ cairo_status_t write_to_file(void *closure, const unsigned char *data, unsigned 
 }
 
 void close_document(file_handle file, cairo_status_t status, error_slot gap, const char *path, error_slot *error) {
-  const bool was_refused_memory = errno == ENOMEM;
+  const bool was_refused = was_refused_memory();
   close_output(std::move(file), path, error);
   if (*error) return;
-  const error_slot missing = was_refused_memory ? no_memory : gap;
+  const error_slot missing = was_refused ? no_memory : gap;
   *error = status == CAIRO_STATUS_SUCCESS ? missing : format_error("failed to write file: %s", path);
 }
 

@@ -55,9 +55,9 @@ bool is_standard_stream(int descriptor, const struct stat &status) {
   return S_ISREG(status.st_mode) && fstat(descriptor, &stream) == 0 && identity_of(stream) == identity_of(status);
 }
 
-// For a run that is given up: not even its message may land in an input.
-void stop_printing_to(const struct stat &input) {
-  const bool is_everywhere = is_standard_stream(STDERR_FILENO, input);
+// Not even a message may land in an input or behind a report.
+void print_elsewhere(const struct stat &file) {
+  const bool is_everywhere = is_standard_stream(STDERR_FILENO, file);
   const int elsewhere = is_everywhere ? open("/dev/null", O_WRONLY | O_CLOEXEC) : STDERR_FILENO;
   if (dup2(elsewhere, STDOUT_FILENO) < 0) close(STDOUT_FILENO);
 }
@@ -199,7 +199,7 @@ void protect_input(const char *path, error_slot *error) {
   const lookup found = look_up(path, status);
   if (found == lookup::failed) return fail_opening(path, error);
   if (found == lookup::there && is_standard_stream(STDOUT_FILENO, status)) {
-    stop_printing_to(status);
+    print_elsewhere(status);
     return fail_opening(path, error);
   }
   if (found == lookup::there && !remember(path, status)) *error = "strdup() failed";
@@ -209,7 +209,7 @@ file_handle open_input(const char *path, error_slot *error) {
   struct stat status;
   file_handle file = open_for_reading(path, status);
   if (file && is_standard_stream(STDOUT_FILENO, status)) {
-    stop_printing_to(status);
+    print_elsewhere(status);
     file.reset();
   }
   if (!file) {
@@ -250,6 +250,11 @@ file_handle open_output(const char *path, error_slot *error, printing rest) {
   file_handle file(make_way(path, rest) ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
   if (!file) fail_opening(path, error);
   return file;
+}
+
+void stop_printing_to(const char *path) {
+  struct stat status;
+  if (look_up(path, status) == lookup::there && is_standard_stream(STDOUT_FILENO, status)) print_elsewhere(status);
 }
 
 void close_output(file_handle file, const char *path, error_slot *error) {

@@ -32,21 +32,25 @@ void protect_input(const char *path, error_slot *error);
 // "failed to read file: %s" whatever a reader has made of the bytes so far. Readers of a folder keep their words.
 void blame_input(std::FILE *stream, const char *path, error_slot *error);
 
-// True when open_input has failed for a file that is there, or of which nobody can tell: its rights or the disk were the
+// True when the file is there, or nobody can tell: after open_input has failed for it, its rights or the disk were the
 // reason, and what it says is not known.
 [[nodiscard]] bool is_unread_input(const char *path);
 
 // True for a message of open_input or blame_input: then no other reader is to try the same file.
 [[nodiscard]] bool is_file_failure(error_slot message);
 
-// Whether anything is to be printed to standard output from here on.
+// Whether what is printed to standard output may go into the output, too: only once all that is to stand there has been
+// printed.
 enum class printing { goes_on, is_over };
 
 // Opens a file for writing, emptied. When it is one of this run's inputs, that input is first renamed: ".orig" is
 // appended to its name, ".orig.2", ".orig.3" and so on when that is taken. Null with "failed to open file: %s", also
-// for a FIFO that nobody reads from, and for the file that standard output goes to as long as printing goes on: it would
-// get both.
+// for a FIFO that nobody reads from, and for the file that standard output goes to as long as printing goes on: it
+// would get both.
 [[nodiscard]] file_handle open_output(const char *path, error_slot *error, printing rest = printing::goes_on);
+
+// When standard output goes to that file, what is still said goes to standard error instead.
+void stop_printing_to(const char *path);
 
 // Writes out what is buffered and closes. Any write that failed since the opening fails with
 // "failed to write file: %s"; a message that is already in the slot stays.

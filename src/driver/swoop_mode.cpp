@@ -59,6 +59,7 @@ void publish_report(const swoop &run, bool metric, const char *path) {
   fatal_error(error);
   std::fputs(report.get(), file.get());
   close_output(std::move(file), path, &error);
+  stop_printing_to(path);
   fatal_error(error);
 }
 
@@ -93,7 +94,8 @@ void run_swoop_mode(const run_config &config) {
   run->debug = config.debug != 0;
   run->time_aloft = config.time_aloft;
 
-  // Whatever is wrong with it is said after the map; but where the map is to stand, the course may be, or nobody knows.
+  // Read before the map is written, since an index may lead to a course of the map's name. What is wrong with the course
+  // is said after the map, unless nobody knows where it leads; until then its message is the last that was formatted.
   error_slot course_error = nullptr;
   course loaded = load_course(config, &course_error);
   if (loaded.is_unread) fatal_error(course_error);

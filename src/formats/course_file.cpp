@@ -198,8 +198,8 @@ int last_of_endless_chain(const char (*names)[line_size], int i) {
   return -1;
 }
 
-// A course that was cut short, where a disk is full or the program killed, may be taken for a whole one. So the text goes
-// to the disk in one piece, unless there is no memory for that, and what could not be written whole is emptied.
+// A course that was cut short, where a disk is full or the program killed, may be taken for a whole one. So the text
+// goes to the disk in one piece, unless there is no memory for that, and what could not be written whole is emptied.
 owned_text buffer_whole(std::FILE *file, std::size_t size) {
   owned_text buffer;
   if (try_resize(buffer, size)) std::setvbuf(file, buffer.get(), _IOFBF, size);
@@ -280,6 +280,8 @@ void read_course_file(const char *path, const char *swoop_file, course &result, 
   for (int i = 0; match == index_match::other_file && *error == nullptr; ++i) {
     const int last = last_of_endless_chain(names, i);
     if (last >= 0) {
+      // The only one of them that has not been read.
+      if (last == i) result.is_unread = is_unread_input(names[last]);
       *error = format_error("failed to open file: %s", names[last]);
       return;
     }

@@ -26,6 +26,7 @@ bool takes_configuration = true;
 int times_loaded = 0;
 FcConfig *last_taken = nullptr;
 bool starts_threads = true;
+bool grows_heap = true;
 
 }  // namespace
 
@@ -48,6 +49,11 @@ extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attribute
   return reinterpret_cast<creation>(dlsym(RTLD_NEXT, "pthread_create"))(thread, attributes, start, argument);
 }
 
+extern "C" int brk(void *end) noexcept {
+  if (!grows_heap) return -1;
+  return reinterpret_cast<int (*)(void *)>(dlsym(RTLD_NEXT, "brk"))(end);
+}
+
 namespace tarvel {
 namespace {
 
@@ -66,6 +72,7 @@ std::string prepare(std::uint32_t samples) {
 
 constexpr const char *no_memory = "failed to allocate memory for charts";
 
+// The first of these tests: a process learns its fonts once.
 TEST(drawing_setup_test, knows_the_fonts_afterwards_or_says_no) {
   loads_configuration = false;
   EXPECT_EQ(prepare(0), no_memory);
@@ -120,6 +127,29 @@ TEST(drawing_setup_test, gives_up_when_too_many_files_are_open) {
   ASSERT_EQ(prepare(0), "");
   EXPECT_EXIT(prepare_with_numbers(7), testing::ExitedWithCode(0), "^failed to read font for charts\n$");
   EXPECT_EXIT(prepare_with_numbers(8), testing::ExitedWithCode(0), "^\n$");
+}
+
+TEST(drawing_setup_test, sees_a_refused_request_in_errno) {
+  ASSERT_EQ(prepare(0), "");
+  errno = ENOMEM;
+  watch_for_refusals();
+  EXPECT_FALSE(was_refused_memory());
+  errno = ENOENT;
+  EXPECT_FALSE(was_refused_memory());
+  errno = ENOMEM;
+  EXPECT_TRUE(was_refused_memory());
+}
+
+// Then errno says so of every block, though the C library finds memory elsewhere.
+TEST(drawing_setup_test, does_not_trust_errno_where_the_heap_cannot_grow) {
+  grows_heap = false;
+  ASSERT_EQ(prepare(0), "");
+  grows_heap = true;
+  errno = ENOMEM;
+  EXPECT_FALSE(was_refused_memory());
+  void *const end = sbrk(0);
+  ASSERT_EQ(prepare(0), "");
+  EXPECT_EQ(sbrk(0), end);
 }
 
 TEST(drawing_setup_test, keeps_the_libraries_from_talking_of_themselves) {

@@ -83,6 +83,21 @@ TEST_F(standard_output_test, may_be_the_report) {
   EXPECT_EQ(read_text("run.txt"), report);
 }
 
+TEST_F(standard_output_test, may_be_the_report_of_a_run_without_charts) {
+  ASSERT_EQ(run_program({"run.csv"}).status, 0);
+  const std::string report = read_text("run.txt");
+  std::filesystem::remove("run.pdf");
+  std::filesystem::create_directory("run.pdf");
+  program_setting setting;
+  setting.out_path = "run.txt";
+  const program_result result = run_program({"run.csv"}, setting);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "ERROR: failed to open file: run.pdf\n");
+  EXPECT_EQ(read_text("run.txt"), report);
+  EXPECT_EQ(run_program({"run.csv"}, appending_to("run.txt", true)).status, 1);
+  EXPECT_EQ(read_text("run.txt"), report);
+}
+
 struct input_case {
   std::vector<std::string> arguments;
   const char *path;

@@ -246,7 +246,7 @@ TEST(memory_faults_test, never_runs_out_of_memory_in_the_drawing_libraries) {
   const file_map sound_files = files_here();
   std::size_t refused = 0;
   for (const int limit : {RLIMIT_AS, RLIMIT_DATA}) {
-    for (rlim_t megabytes = 24; megabytes <= 160; megabytes += 4) {
+    for (rlim_t megabytes = 48; megabytes <= 160; megabytes += 4) {
       SCOPED_TRACE(megabytes);
       for (const char *const name : {"run.txt", "run.kml", "run.pdf"}) fs::remove(name);
       program_setting setting;

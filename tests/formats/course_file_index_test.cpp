@@ -22,6 +22,7 @@ struct outcome {
   bool has_pond = false;
   double theta = 0.0;
   std::string message;  // empty for success
+  bool is_unread = false;
 };
 
 outcome read(const std::string &path, const char *swoop_file) {
@@ -29,7 +30,8 @@ outcome read(const std::string &path, const char *swoop_file) {
   result.theta = 77.0;
   error_slot error = "left over";
   read_course_file(path.c_str(), swoop_file, result, &error);
-  return {result.matrix != nullptr, result.pond != nullptr, result.theta, error == nullptr ? "" : error};
+  return {result.matrix != nullptr, result.pond != nullptr, result.theta, error == nullptr ? "" : error,
+          result.is_unread};
 }
 
 struct index_case {
@@ -187,7 +189,12 @@ TEST(course_file_index_test, does_not_open_the_65th) {
     EXPECT_EQ(found.message, "failed to open file: 65.txt");
     EXPECT_FALSE(found.has_matrix);
     EXPECT_EQ(found.theta, 0.0);
+    EXPECT_TRUE(found.is_unread);
   }
+  const temp_dir folder;
+  write_chain(65);
+  std::filesystem::remove("65.txt");
+  EXPECT_FALSE(read("index.txt", "run.csv").is_unread);
 }
 
 TEST(course_file_index_test, an_index_that_names_itself_ends) {
