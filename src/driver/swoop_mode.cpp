@@ -94,8 +94,8 @@ void run_swoop_mode(const run_config &config) {
   run->debug = config.debug != 0;
   run->time_aloft = config.time_aloft;
 
-  // Read before the map is written, since an index may lead to a course of the map's name. What is wrong with the course
-  // is said after the map, unless nobody knows where it leads; until then its message is the last that was formatted.
+  // Read before the map is written, since an index may lead to a course of the map's name. What is wrong with the
+  // course is said after the map, unless nobody knows where it leads; nothing else is formatted until then.
   error_slot course_error = nullptr;
   course loaded = load_course(config, &course_error);
   if (loaded.is_unread) fatal_error(course_error);
