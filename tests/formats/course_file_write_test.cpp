@@ -242,7 +242,7 @@ std::vector<vec3> pond_of(std::size_t points) {
 
 // In two pieces, the first alone could be taken for a course with a smaller pond.
 TEST(course_file_write_test, writes_a_course_in_one_piece) {
-  for (const std::size_t points : {0, 1, 460, 10000}) {
+  for (const std::size_t points : {0U, 1U, 460U, 10000U}) {
     SCOPED_TRACE(points);
     buffer_sizes.clear();
     const std::size_t size = written(0.5, pond_of(points).data()).size();
@@ -275,7 +275,7 @@ TEST(course_file_write_test, writes_a_course_in_one_piece) {
 TEST(course_file_write_test, leaves_no_part_of_a_course_on_a_full_disk) {
   const temp_dir folder;
   write_text("whole.txt", std::string(10000, 'x'));
-  for (const rlim_t bytes : {1, 4096, 5000, 8192, 9000}) {
+  for (const rlim_t bytes : {1U, 4096U, 5000U, 8192U, 9000U}) {
     SCOPED_TRACE(bytes);
     EXPECT_EXIT(write_with_file_limit(bytes), testing::ExitedWithCode(0), "");
   }
