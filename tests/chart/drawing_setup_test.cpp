@@ -27,6 +27,7 @@ int times_loaded = 0;
 FcConfig *last_taken = nullptr;
 bool starts_threads = true;
 bool grows_heap = true;
+const void *furthest_heap = nullptr;
 
 }  // namespace
 
@@ -50,6 +51,7 @@ extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attribute
 }
 
 extern "C" int brk(void *end) noexcept {
+  if (end > furthest_heap) furthest_heap = end;
   if (!grows_heap) return -1;
   return reinterpret_cast<int (*)(void *)>(dlsym(RTLD_NEXT, "brk"))(end);
 }
@@ -74,6 +76,8 @@ constexpr const char *no_memory = "failed to allocate memory for charts";
 
 // The first of these tests: a process learns its fonts once.
 TEST(drawing_setup_test, knows_the_fonts_afterwards_or_says_no) {
+  errno = ENOMEM;
+  EXPECT_FALSE(was_refused_memory());
   loads_configuration = false;
   EXPECT_EQ(prepare(0), no_memory);
   loads_configuration = true;
@@ -147,9 +151,11 @@ TEST(drawing_setup_test, does_not_trust_errno_where_the_heap_cannot_grow) {
   grows_heap = true;
   errno = ENOMEM;
   EXPECT_FALSE(was_refused_memory());
-  void *const end = sbrk(0);
+  furthest_heap = nullptr;
+  char *const end = static_cast<char *>(sbrk(0));
   ASSERT_EQ(prepare(0), "");
   EXPECT_EQ(sbrk(0), end);
+  EXPECT_EQ(furthest_heap, end + drawing_room(0));
 }
 
 TEST(drawing_setup_test, keeps_the_libraries_from_talking_of_themselves) {
