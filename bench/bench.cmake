@@ -12,7 +12,7 @@ if(TARVEL_BENCHMARKS)
 
   foreach(name readers_bench stages_bench survey_bench pages_bench whole_run_bench)
     add_executable(${name} bench/${name}.cpp)
-    target_link_libraries(${name} PRIVATE tarvel_chart tarvel_gate tarvel_bench_support benchmark::benchmark_main tarvel_build_options)
+    target_link_libraries(${name} PRIVATE tarvel_drawing tarvel_gate tarvel_bench_support benchmark::benchmark_main tarvel_build_options)
   endforeach()
   add_dependencies(whole_run_bench tarvel)
   target_compile_definitions(whole_run_bench PRIVATE TARVEL_PROGRAM="$<TARGET_FILE:tarvel>")

@@ -6,10 +6,10 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "chart/drawing_handles.h"
-#include "chart/pages.h"
-#include "chart/renderer.h"
 #include "chart/run_charts.h"
+#include "drawing/drawing_handles.h"
+#include "drawing/pages.h"
+#include "drawing/renderer.h"
 
 namespace tarvel {
 namespace {

@@ -6,7 +6,6 @@
 #include "formats/coord_dump.h"
 #include "formats/course_file.h"
 #include "formats/kml.h"
-#include "geo/track_frames.h"
 #include "simulated_files.h"
 #include "swoop/analysis.h"
 #include "swoop/gates.h"
@@ -20,6 +19,7 @@
 #include "swoop/stop.h"
 #include "swoop/touchdown.h"
 #include "swoop/turn.h"
+#include "track/track_frames.h"
 
 namespace tarvel {
 namespace {

@@ -9,10 +9,10 @@
 
 #include "chart/axes.h"
 #include "chart/chart.h"
-#include "chart/drawing_handles.h"
-#include "chart/renderer.h"
-#include "driver/format_text.h"
+#include "drawing/drawing_handles.h"
+#include "drawing/renderer.h"
 #include "fuzz_input.h"
+#include "support/format_text.h"
 
 namespace {
 

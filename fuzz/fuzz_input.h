@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "driver/error_slot.h"
 #include "driver/file_handle.h"
+#include "support/error_slot.h"
 
 namespace tarvel {
 

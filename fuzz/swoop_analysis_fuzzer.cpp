@@ -2,8 +2,8 @@
 // for metres, one for a time aloft.
 #include <utility>
 
-#include "chart/pages.h"
 #include "container/tvl_file.h"
+#include "drawing/pages.h"
 #include "formats/kml.h"
 #include "fuzz_input.h"
 #include "geo/course_frame.h"

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "driver/integer.h"
+#include "support/integer.h"
 
 namespace tarvel {
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <span>
 
-#include "driver/memory.h"
 #include "geo/vec3.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

@@ -6,7 +6,7 @@
 
 #include "chart/chart.h"
 #include "chart/run_charts.h"
-#include "driver/format_text.h"
+#include "support/format_text.h"
 
 namespace tarvel {
 

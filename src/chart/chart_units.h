@@ -1,7 +1,7 @@
 // The units of a document's charts.
 #pragma once
 
-#include "driver/units.h"
+#include "support/units.h"
 
 namespace tarvel {
 

@@ -2,7 +2,7 @@
 #include "chart/chart_units.h"
 #include "chart/heading_split.h"
 #include "chart/run_charts.h"
-#include "geo/track_frames.h"
+#include "track/track_frames.h"
 
 namespace tarvel {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "chart/chart.h"
-#include "driver/memory.h"
+#include "support/memory.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

@@ -3,7 +3,7 @@
 #include "chart/chart_building.h"
 #include "chart/chart_units.h"
 #include "chart/run_charts.h"
-#include "geo/track_frames.h"
+#include "track/track_frames.h"
 
 namespace tarvel {
 

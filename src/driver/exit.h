@@ -1,7 +1,7 @@
 // The ways out of the program.
 #pragma once
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 
 namespace tarvel {
 

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "driver/memory.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 
 namespace tarvel {
 

@@ -9,7 +9,7 @@
 #include "gate/gate_open.h"
 #include "geo/angle.h"
 #include "geo/course_frame.h"
-#include "track/track_loader.h"
+#include "loader/track_loader.h"
 
 namespace tarvel {
 

@@ -6,8 +6,8 @@
 #include <cstdlib>
 
 #include "driver/exit.h"
-#include "driver/integer.h"
 #include "driver/version.h"
+#include "support/integer.h"
 
 namespace tarvel {
 

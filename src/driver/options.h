@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "driver/memory.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

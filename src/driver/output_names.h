@@ -1,7 +1,7 @@
 // The names of the files that a mode writes.
 #pragma once
 
-#include "driver/memory.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

@@ -1,7 +1,7 @@
 // What the program settles with the system before it touches a file.
 #pragma once
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 
 namespace tarvel {
 

@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "chart/pages.h"
+#include "drawing/pages.h"
 #include "driver/exit.h"
 #include "driver/file_handle.h"
 #include "driver/modes.h"

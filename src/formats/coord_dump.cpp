@@ -9,8 +9,8 @@
 #include <string_view>
 
 #include "driver/file_handle.h"
-#include "driver/units.h"
 #include "formats/fixed_decimal.h"
+#include "support/units.h"
 
 namespace tarvel {
 

@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "track/gps_point.h"
 
 namespace tarvel {

@@ -1,10 +1,10 @@
 // The course file: how a gate survey reaches later runs.
 #pragma once
 
-#include "driver/error_slot.h"
-#include "driver/memory.h"
 #include "geo/mat4.h"
 #include "geo/vec3.h"
+#include "support/error_slot.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

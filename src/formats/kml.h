@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <span>
 
-#include "driver/error_slot.h"
 #include "geo/vec3.h"
+#include "support/error_slot.h"
 #include "track/gps_point.h"
 
 namespace tarvel {

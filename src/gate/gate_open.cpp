@@ -4,7 +4,7 @@
 
 #include "gate/pond.h"
 #include "gate/survey.h"
-#include "track/track_loader.h"
+#include "loader/track_loader.h"
 
 namespace tarvel {
 

@@ -1,9 +1,9 @@
 // From a gate file to a finished course.
 #pragma once
 
-#include "driver/error_slot.h"
-#include "driver/memory.h"
 #include "gate/gate.h"
+#include "support/error_slot.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "driver/units.h"
-#include "geo/track_frames.h"
+#include "support/units.h"
+#include "track/track_frames.h"
 
 namespace tarvel {
 

@@ -1,8 +1,8 @@
 // The pond's perimeter: the path that the walker took from mark to mark.
 #pragma once
 
-#include "driver/error_slot.h"
 #include "gate/gate.h"
+#include "support/error_slot.h"
 
 namespace tarvel {
 

@@ -7,7 +7,7 @@
 #include "geo/angle.h"
 #include "geo/course_frame.h"
 #include "geo/plane.h"
-#include "geo/track_frames.h"
+#include "track/track_frames.h"
 
 namespace tarvel {
 

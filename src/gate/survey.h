@@ -3,9 +3,9 @@
 
 #include <array>
 
-#include "driver/error_slot.h"
-#include "driver/text_buffer.h"
 #include "gate/gate.h"
+#include "support/error_slot.h"
+#include "support/text_buffer.h"
 
 namespace tarvel {
 

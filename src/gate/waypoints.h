@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <span>
 
-#include "driver/text_buffer.h"
 #include "geo/vec3.h"
+#include "support/text_buffer.h"
 #include "track/gps_point.h"
 
 namespace tarvel {

@@ -5,7 +5,6 @@
 
 #include "formats/coord_dump.h"
 #include "geo/angle.h"
-#include "geo/track_frames.h"
 #include "swoop/gates.h"
 #include "swoop/implicit_gate.h"
 #include "swoop/kinematics.h"
@@ -16,6 +15,7 @@
 #include "swoop/stop.h"
 #include "swoop/touchdown.h"
 #include "swoop/turn.h"
+#include "track/track_frames.h"
 
 namespace tarvel {
 

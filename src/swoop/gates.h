@@ -1,7 +1,7 @@
 // The entry gate: is this the run's course, and where did the run cross its gate?
 #pragma once
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

@@ -1,7 +1,7 @@
 // The greatest speeds of a run.
 #pragma once
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

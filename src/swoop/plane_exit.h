@@ -1,7 +1,7 @@
 // Where the run begins: the exit from the aircraft and the descent into the pattern.
 #pragma once
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

@@ -3,9 +3,9 @@
 #include <cmath>
 #include <cstdio>
 
-#include "driver/text_buffer.h"
-#include "driver/units.h"
-#include "geo/track_frames.h"
+#include "support/text_buffer.h"
+#include "support/units.h"
+#include "track/track_frames.h"
 
 namespace tarvel {
 

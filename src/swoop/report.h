@@ -1,8 +1,8 @@
 // The report of a run: seventeen lines for pilots, coaches and scorers.
 #pragma once
 
-#include "driver/error_slot.h"
-#include "driver/memory.h"
+#include "support/error_slot.h"
+#include "support/memory.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

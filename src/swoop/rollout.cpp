@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "driver/integer.h"
 #include "geo/plane.h"
+#include "support/integer.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {

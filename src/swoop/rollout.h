@@ -1,7 +1,7 @@
 // The rollout: from the end of the dive to level flight.
 #pragma once
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-#include "driver/units.h"
-#include "geo/track_frames.h"
+#include "support/units.h"
 #include "track/gps_point.h"
+#include "track/track_frames.h"
 
 namespace tarvel {
 

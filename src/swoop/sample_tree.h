@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <span>
 
-#include "driver/memory.h"
+#include "support/memory.h"
 #include "track/gps_point.h"
 
 namespace tarvel {

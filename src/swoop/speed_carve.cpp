@@ -2,10 +2,10 @@
 
 #include <optional>
 
-#include "driver/integer.h"
 #include "geo/angle.h"
 #include "geo/course_frame.h"
 #include "geo/plane.h"
+#include "support/integer.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {

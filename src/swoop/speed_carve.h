@@ -1,7 +1,7 @@
 // The speed carve: a run around a curved course, and its exit gate.
 #pragma once
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

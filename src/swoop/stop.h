@@ -1,7 +1,7 @@
 // Where the motion after the swoop ends.
 #pragma once
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

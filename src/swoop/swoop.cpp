@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "track/track_loader.h"
+#include "loader/track_loader.h"
 
 namespace tarvel {
 

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <span>
 
-#include "driver/error_slot.h"
-#include "driver/memory.h"
 #include "geo/mat4.h"
+#include "support/error_slot.h"
+#include "support/memory.h"
 #include "track/gps_track.h"
 
 namespace tarvel {

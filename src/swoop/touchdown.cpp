@@ -1,7 +1,7 @@
 #include "swoop/touchdown.h"
 
-#include "driver/integer.h"
 #include "geo/plane.h"
+#include "support/integer.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

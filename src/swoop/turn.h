@@ -1,7 +1,7 @@
 // The final turn: where it starts, and how far it goes round.
 #pragma once
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <string_view>
 
-#include "driver/error_slot.h"
-#include "driver/memory.h"
+#include "support/error_slot.h"
+#include "support/memory.h"
 #include "track/gps_track.h"
 #include "track/line_reader.h"
 

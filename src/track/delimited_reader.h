@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "driver/error_slot.h"
+#include "support/error_slot.h"
 #include "track/gps_track.h"
 
 namespace tarvel {

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <span>
 
-#include "driver/error_slot.h"
-#include "driver/memory.h"
+#include "support/error_slot.h"
+#include "support/memory.h"
 #include "track/gps_point.h"
 
 namespace tarvel {

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <string_view>
 
-#include "driver/error_slot.h"
 #include "driver/file_handle.h"
-#include "driver/memory.h"
+#include "support/error_slot.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

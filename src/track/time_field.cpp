@@ -18,7 +18,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "driver/integer.h"
+#include "support/integer.h"
 #include "track/decimal.h"
 
 namespace tarvel {

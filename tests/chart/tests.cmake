@@ -1,17 +1,8 @@
 tarvel_test(chart/chart_test USES tarvel_chart)
 tarvel_test(chart/heading_split_test USES tarvel_chart)
 tarvel_test(chart/axes_test USES tarvel_chart)
-tarvel_test(chart/cell_layout_test USES tarvel_chart)
 tarvel_test(chart/accuracy_chart_test USES tarvel_chart)
 tarvel_test(chart/height_charts_test USES tarvel_chart)
 tarvel_test(chart/view_charts_test USES tarvel_chart)
 tarvel_test(chart/swoop_speed_chart_test USES tarvel_chart)
 tarvel_test(chart/chart_memory_test USES tarvel_chart)
-tarvel_test(chart/drawing_setup_test USES tarvel_chart)
-tarvel_test(chart/pages_test USES tarvel_chart)
-
-# These stand in for cairo's stroke and fill and for pango's text, and write down what would be drawn.
-foreach(name renderer_test renderer_words_test renderer_limits_test)
-  tarvel_test(chart/${name} USES tarvel_chart)
-  target_sources(${name} PRIVATE tests/chart/drawing_log.cpp)
-endforeach()

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "driver/memory.h"
 #include "formats/course_file.h"
 #include "gate/gate_open.h"
 #include "support/files.h"
 #include "support/golden.h"
 #include "support/hand_made_walk.h"
+#include "support/memory.h"
 #include "support/program.h"
 
 namespace tarvel {

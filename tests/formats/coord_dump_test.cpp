@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "driver/units.h"
 #include "support/files.h"
+#include "support/units.h"
 
 namespace tarvel {
 

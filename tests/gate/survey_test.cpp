@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "geo/track_frames.h"
 #include "geo/wgs84.h"
 #include "support/allocation_limit.h"
 #include "support/hand_made_walk.h"
+#include "track/track_frames.h"
 
 namespace tarvel {
 namespace {

@@ -5,7 +5,6 @@ tarvel_test(geo/mat4_test USES tarvel_geo)
 tarvel_test(geo/wgs84_test USES tarvel_geo)
 tarvel_test(geo/plane_test USES tarvel_geo)
 tarvel_test(geo/course_frame_test USES tarvel_geo)
-tarvel_test(geo/track_frames_test USES tarvel_frames)
 
 # A geodesy library of its own standing, for this test alone.
 find_path(GEOGRAPHICLIB_INCLUDE_DIR GeographicLib/Geocentric.hpp REQUIRED)

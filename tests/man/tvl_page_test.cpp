@@ -8,8 +8,8 @@
 
 #include "container/tvl_file.h"
 #include "gate/gate_open.h"
+#include "loader/track_loader.h"
 #include "man/page.h"
-#include "track/track_loader.h"
 
 namespace tarvel {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "driver/memory.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "driver/units.h"
+#include "support/units.h"
 #include "swoop/swoop.h"
 
 namespace tarvel {

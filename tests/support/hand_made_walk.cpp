@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "driver/memory.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "driver/integer.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
+#include "support/integer.h"
 #include "track/time_field.h"
 
 namespace tarvel {

@@ -1,0 +1,385 @@
+#include "drawing/renderer.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "chart/axes.h"
+#include "drawing/cell_layout.h"
+#include "drawing/drawing_handles.h"
+#include "geo/angle.h"
+#include "support/integer.h"
+
+namespace tarvel {
+
+namespace {
+
+// Everything that drawing one chart needs.
+struct drawing {
+  cairo_t *cr = nullptr;
+  const chart &source;
+  chart_axes axes;
+  cell_layout layout;
+  layout_handle text;    // one for all texts of the chart: they share one font
+  double x_scale = 0.0;  // device units per data unit
+  double y_scale = 0.0;
+};
+
+// Pixels, as pango measures them.
+struct text_size {
+  int ink_x = 0;
+  int ink_y = 0;
+  int width = 0;  // logical
+  int ink_height = 0;
+};
+
+double right_of(const cell_layout &layout) { return layout.plot_left + layout.plot_width; }
+double bottom_of(const cell_layout &layout) { return layout.plot_top + layout.plot_height; }
+
+layout_handle make_text_layout(cairo_t *cr, double font_size) {
+  layout_handle text(pango_cairo_create_layout(cr));
+  const font_handle font(pango_font_description_new());
+  pango_font_description_set_family(font.get(), "arial");
+  pango_font_description_set_absolute_size(font.get(), font_size * PANGO_SCALE);
+  pango_layout_set_font_description(text.get(), font.get());
+  return text;
+}
+
+text_size set_text(const drawing &d, const char *words) {
+  pango_layout_set_text(d.text.get(), words, -1);
+  PangoRectangle ink;
+  PangoRectangle logical;
+  pango_layout_get_pixel_extents(d.text.get(), &ink, &logical);
+  return {ink.x, ink.y, logical.width, ink.height};
+}
+
+// Puts the top left corner of the ink of the text set last on a point.
+void show_text(const drawing &d, const text_size &size, double x, double y) {
+  cairo_move_to(d.cr, x - size.ink_x, y - size.ink_y);
+  pango_cairo_show_layout(d.cr, d.text.get());
+}
+
+void set_colour(cairo_t *cr, std::uint32_t colour) {
+  cairo_set_source_rgb(cr, ((colour >> 16) & 0xff) / 255.0, ((colour >> 8) & 0xff) / 255.0, (colour & 0xff) / 255.0);
+}
+
+void set_solid(cairo_t *cr, double width) {
+  cairo_set_line_width(cr, width);
+  cairo_set_dash(cr, nullptr, 0, 0.0);
+}
+
+void set_dashed(cairo_t *cr, double width, double dash, double gap) {
+  const std::array<double, 2> pattern = {dash, gap};
+  cairo_set_line_width(cr, width);
+  cairo_set_dash(cr, pattern.data(), static_cast<int>(pattern.size()), 0.0);
+}
+
+void draw_line(cairo_t *cr, double x1, double y1, double x2, double y2) {
+  cairo_move_to(cr, x1, y1);
+  cairo_line_to(cr, x2, y2);
+  cairo_stroke(cr);
+}
+
+// A new path, so that no line leads to the circle from a text or point drawn before.
+void add_circle(cairo_t *cr, vec2 centre, double radius) {
+  cairo_new_path(cr);
+  cairo_arc(cr, centre.x, centre.y, radius, 0.0, 2.0 * pi);
+}
+
+void draw_background(const drawing &d) {
+  const cell_layout &l = d.layout;
+  cairo_set_source_rgb(d.cr, 1.0, 1.0, 1.0);
+  cairo_rectangle(d.cr, l.cell_x, l.cell_y, l.cell_width, l.cell_height);
+  cairo_fill(d.cr);
+}
+
+void draw_frame(const drawing &d) {
+  const cell_layout &l = d.layout;
+  const double left = l.snap(l.plot_left);
+  const double top = l.snap(l.plot_top);
+  cairo_set_source_rgb(d.cr, 0.0, 0.0, 0.0);
+  set_solid(d.cr, l.line_width);
+  cairo_rectangle(d.cr, left, top, l.snap(right_of(l)) - left, l.snap(bottom_of(l)) - top);
+  cairo_stroke(d.cr);
+}
+
+// True for whole multiples of the step; the values are sums of half steps, which round.
+bool is_tick(double value, double step) {
+  const double tolerance = step / 1024.0;
+  const double remainder = std::fmod(value, step);
+  return std::fabs(remainder) < tolerance || std::fabs(remainder - step) < tolerance;
+}
+
+struct tick {
+  double value = 0.0;
+  double fraction = 0.0;  // of the axis' length from its minimum
+  bool is_end = false;    // the frame has a line there
+};
+
+// Calls draw(tick) for every tick of an axis.
+template <typename action>
+void for_each_tick(const axis &range, action draw) {
+  constexpr std::uint32_t most = 4096;  // axes are made with far fewer
+  const std::uint32_t n = std::min(most, truncate_to_uint32((range.max - range.min) / (range.step / 2.0)));
+  for (std::uint32_t k = 0; k <= n; ++k) {
+    const double value = k * range.step / 2.0 + range.min;
+    if (!is_tick(value, range.step)) continue;
+    draw(tick{value, n == 0 ? 0.0 : static_cast<double>(k) / n, k == 0 || k == n});
+  }
+}
+
+text_size set_tick_text(const drawing &d, double value) {
+  char words[15];
+  std::snprintf(words, sizeof words, "%.4g", value);
+  return set_text(d, words);
+}
+
+void set_grid_line(const drawing &d, double value) {
+  const double width = d.layout.line_width;
+  if (value == 0.0) {
+    set_solid(d.cr, width);
+  } else {
+    const double dash = d.layout.ceil_px(width);
+    set_dashed(d.cr, 0.5 * width, dash, 2.0 * dash);
+  }
+}
+
+void draw_x_ticks(const drawing &d) {
+  const cell_layout &l = d.layout;
+  const double gap = l.snap(0.012 * l.cell_height);
+  for_each_tick(d.axes.x, [&](const tick &t) {
+    const double along = t.fraction * l.plot_width;
+    const double x = d.source.reverse_x ? right_of(l) - along : l.plot_left + along;
+    if (!t.is_end) {
+      set_grid_line(d, t.value);
+      draw_line(d.cr, l.snap(x), l.ceil_px(l.snap(l.plot_top)), l.snap(x), l.ceil_px(l.snap(bottom_of(l))));
+    }
+    const text_size size = set_tick_text(d, t.value);
+    show_text(d, size, x - size.width / 2.0, bottom_of(l) + gap);
+  });
+}
+
+void draw_y_ticks(const drawing &d) {
+  const cell_layout &l = d.layout;
+  const double gap = l.snap(0.012 * l.cell_height);
+  for_each_tick(d.axes.y, [&](const tick &t) {
+    const double along = t.fraction * l.plot_height;
+    const double y = d.source.reverse_y ? l.plot_top + along : bottom_of(l) - along;
+    if (!t.is_end) {
+      set_grid_line(d, t.value);
+      draw_line(d.cr, l.ceil_px(l.snap(l.plot_left)), l.snap(y), l.ceil_px(l.snap(right_of(l))), l.snap(y));
+    }
+    const text_size size = set_tick_text(d, t.value);
+    show_text(d, size, l.plot_left - gap - size.width, y - size.ink_height / 2.0);
+  });
+}
+
+void draw_horizontal_title(const drawing &d, const char *words, double top) {
+  const cell_layout &l = d.layout;
+  const text_size size = set_text(d, words);
+  show_text(d, size, std::trunc(l.cell_x + l.cell_width / 2.0 - size.width / 2.0), std::trunc(top));
+}
+
+// Reads upwards.
+void draw_vertical_title(const drawing &d, const char *words) {
+  const cell_layout &l = d.layout;
+  const text_size size = set_text(d, words);
+  const saved_context saved(d.cr);
+  cairo_rotate(d.cr, -pi / 2.0);
+  show_text(d, size, -(l.cell_y + l.cell_height / 2.0) - size.width / 2.0,
+            std::trunc(l.plot_left - 0.092 * l.cell_width));
+}
+
+const char *words_of(const owned_text &text) { return text ? text.get() : ""; }
+
+void draw_titles(const drawing &d) {
+  const cell_layout &l = d.layout;
+  cairo_set_source_rgb(d.cr, 0.0, 0.0, 0.0);
+  draw_horizontal_title(d, words_of(d.source.title), l.cell_y + 0.03 * l.cell_height);
+  draw_horizontal_title(d, words_of(d.source.x_title), bottom_of(l) + 0.0495 * l.cell_height);
+  draw_vertical_title(d, words_of(d.source.y_title));
+}
+
+bool is_drawn(vec2 point) { return std::isfinite(point.x) && std::isfinite(point.y); }
+
+vec2 place(const drawing &d, vec2 point) {
+  const cell_layout &l = d.layout;
+  const double along_x = (point.x - d.axes.x.min) * d.x_scale;
+  const double along_y = (point.y - d.axes.y.min) * d.y_scale;
+  return {d.source.reverse_x ? right_of(l) - along_x : l.plot_left + along_x,
+          d.source.reverse_y ? l.plot_top + along_y : bottom_of(l) - along_y};
+}
+
+void draw_polyline(const drawing &d, const series &curve) {
+  cairo_new_path(d.cr);
+  for (const vec2 point : points_of(curve)) {
+    if (!is_drawn(point)) continue;
+    const vec2 position = place(d, point);
+    cairo_line_to(d.cr, position.x, position.y);
+  }
+  cairo_stroke(d.cr);
+}
+
+void fill_circles(const drawing &d, const series &curve, double radius) {
+  for (const vec2 point : points_of(curve)) {
+    if (!is_drawn(point)) continue;
+    add_circle(d.cr, place(d, point), radius);
+    cairo_fill(d.cr);
+  }
+}
+
+void stroke_circles(const drawing &d, const series &curve, double radius) {
+  for (const vec2 point : points_of(curve)) {
+    if (!is_drawn(point)) continue;
+    add_circle(d.cr, place(d, point), radius);
+    cairo_stroke(d.cr);
+  }
+}
+
+// Four quarter arcs that bend inwards between the star's tips.
+void fill_stars(const drawing &d, const series &curve, double radius) {
+  const double r = 2.0 * radius;
+  for (const vec2 point : points_of(curve)) {
+    if (!is_drawn(point)) continue;
+    const vec2 p = place(d, point);
+    cairo_new_path(d.cr);
+    cairo_arc(d.cr, p.x - r, p.y - r, r, 0.0, pi / 2.0);
+    cairo_arc(d.cr, p.x + r, p.y - r, r, pi / 2.0, pi);
+    cairo_arc(d.cr, p.x + r, p.y + r, r, pi, 3.0 * pi / 2.0);
+    cairo_arc(d.cr, p.x - r, p.y + r, r, 3.0 * pi / 2.0, 2.0 * pi);
+    cairo_fill(d.cr);
+  }
+}
+
+double marker_radius(const drawing &d, const series &curve) {
+  if (curve.radius != 0.0) return curve.radius * d.x_scale;
+  switch (curve.style) {
+    case series_style::solid_with_dots: return 1.7 * d.layout.line_width;
+    case series_style::open_circle: return 2.0 * d.layout.line_width;
+    default: return 3.0 * d.layout.line_width;
+  }
+}
+
+void set_stroke(const drawing &d, series_style style) {
+  const double width = d.layout.line_width;
+  switch (style) {
+    case series_style::thick_dashed: return set_dashed(d.cr, 2.0 * width, 2.0 * width, 2.0 * width);
+    case series_style::thin_dashed: return set_dashed(d.cr, width, 3.0 * width, 6.0 * width);
+    default: return set_solid(d.cr, width);
+  }
+}
+
+bool is_line(series_style style) {
+  return style == series_style::solid || style == series_style::thick_dashed || style == series_style::thin_dashed ||
+         style == series_style::solid_with_dots;
+}
+
+void draw_series(const drawing &d, const series &curve) {
+  const double radius = marker_radius(d, curve);
+  set_colour(d.cr, curve.colour);
+  set_stroke(d, curve.style);
+  if (is_line(curve.style)) draw_polyline(d, curve);
+  switch (curve.style) {
+    case series_style::filled_circle:
+    case series_style::solid_with_dots: return fill_circles(d, curve, radius);
+    case series_style::open_circle: return stroke_circles(d, curve, radius);
+    case series_style::star: return fill_stars(d, curve, radius);
+    default: return;
+  }
+}
+
+void draw_all_series(const drawing &d) {
+  for (const series *curve = d.source.first_series.get(); curve != nullptr; curve = curve->next.get()) {
+    draw_series(d, *curve);
+  }
+}
+
+struct legend_size {
+  std::uint32_t rows = 0;
+  int text_width = 0;
+};
+
+legend_size measure_legend(const drawing &d) {
+  legend_size size;
+  for (const series *curve = d.source.first_series.get(); curve != nullptr; curve = curve->next.get()) {
+    if (!curve->label) continue;
+    ++size.rows;
+    size.text_width = std::max(size.text_width, set_text(d, curve->label.get()).width);
+  }
+  return size;
+}
+
+// A piece of the series' line, or a dot for what has none.
+void draw_legend_sample(const drawing &d, const series &curve, double left, double middle, double length,
+                        double dot_radius) {
+  set_colour(d.cr, curve.colour);
+  if (is_line(curve.style)) {
+    set_solid(d.cr, 1.5 * d.layout.line_width);
+    cairo_new_path(d.cr);
+    draw_line(d.cr, left, middle, left + length, middle);
+  } else {
+    add_circle(d.cr, {left + length / 2.0, middle}, dot_radius);
+    cairo_fill(d.cr);
+  }
+}
+
+void draw_legend(const drawing &d) {
+  const legend_size size = measure_legend(d);
+  if (size.rows == 0) return;
+
+  const cell_layout &l = d.layout;
+  const double row_height = l.round_px(1.2 * l.font_size);
+  const double dot_radius = 3.0 * l.line_width;
+  const double sample_length = l.round_px(6.0 * dot_radius);
+  const double margin = l.round_px(0.25 * l.font_size);
+  const double box_width = sample_length + margin + size.text_width;
+  const double top = l.snap(l.plot_top) + l.snap(l.font_size);
+  const double left = d.source.legend_right == 0 ? l.snap(l.plot_left) + l.snap(l.font_size)
+                                                 : l.snap(right_of(l)) - l.snap(l.font_size) - box_width;
+  cairo_set_source_rgb(d.cr, 0.96, 0.96, 0.96);
+  cairo_new_path(d.cr);
+  cairo_rectangle(d.cr, left - margin, top - margin, box_width + 2.0 * margin, size.rows * row_height + 2.0 * margin);
+  cairo_fill(d.cr);
+
+  std::uint32_t row = 0;
+  for (const series *curve = d.source.first_series.get(); curve != nullptr; curve = curve->next.get()) {
+    if (!curve->label) continue;
+    const double row_top = top + row * row_height;
+    const text_size label = set_text(d, curve->label.get());
+    draw_legend_sample(d, *curve, left, row_top + l.round_px(0.5 * label.ink_height), sample_length, dot_radius);
+    cairo_set_source_rgb(d.cr, 0.0, 0.0, 0.0);
+    show_text(d, label, left + sample_length + margin, row_top);
+    ++row;
+  }
+}
+
+}  // namespace
+
+void draw_chart(cairo_t *cr, const chart *source, std::uint32_t cell) {
+  if (source == nullptr) return;
+  drawing d = {cr, *source, find_axes(*source), lay_out_cell(cr, cell), nullptr};
+  if (source->equal_scale) equalise_scale(d.layout, d.axes);
+  d.x_scale = d.layout.plot_width / (d.axes.x.max - d.axes.x.min);
+  d.y_scale = d.layout.plot_height / (d.axes.y.max - d.axes.y.min);
+  d.text = make_text_layout(cr, d.layout.font_size);
+
+  draw_background(d);
+  draw_frame(d);
+  draw_x_ticks(d);
+  draw_y_ticks(d);
+  draw_titles(d);
+  draw_all_series(d);
+  draw_legend(d);
+}
+
+bool has_readable_font(cairo_t *cr) {
+  const layout_handle text = make_text_layout(cr, lay_out_cell(cr, 1).font_size);
+  PangoContext *const context = pango_layout_get_context(text.get());
+  const loaded_font_handle font(pango_context_load_font(context, pango_layout_get_font_description(text.get())));
+  if (!font) return true;
+  cairo_scaled_font_t *const letters = pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(font.get()));
+  return letters != nullptr && cairo_scaled_font_status(letters) == CAIRO_STATUS_SUCCESS;
+}
+
+}  // namespace tarvel

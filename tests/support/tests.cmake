@@ -1,0 +1,5 @@
+tarvel_test(support/error_slot_test USES tarvel_support)
+tarvel_test(support/format_text_test USES tarvel_support)
+tarvel_test(support/integer_test USES tarvel_support)
+tarvel_test(support/memory_test USES tarvel_support)
+tarvel_test(support/text_buffer_test USES tarvel_support)

@@ -1,0 +1,140 @@
+#include "support/text_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/allocation_limit.h"
+
+namespace tarvel {
+namespace {
+
+TEST(text_buffer_test, begins_empty_with_1024_bytes) {
+  error_slot error = nullptr;
+  const text_buffer buffer = text_buffer_create(&error);
+  EXPECT_EQ(error, nullptr);
+  EXPECT_EQ(buffer.error, &error);
+  EXPECT_EQ(buffer.length, 0U);
+  EXPECT_EQ(buffer.capacity, 1024U);
+  EXPECT_STREQ(buffer.data.get(), "");
+}
+
+TEST(text_buffer_test, says_so_when_it_cannot_begin) {
+  error_slot error = nullptr;
+  const allocation_limit limit(0);
+  const text_buffer buffer = text_buffer_create(&error);
+  EXPECT_STREQ(error, "malloc() failed");
+  EXPECT_EQ(buffer.data, nullptr);
+}
+
+TEST(text_buffer_test, begins_later_when_it_could_not_begin_at_first) {
+  error_slot error = nullptr;
+  text_buffer buffer = [&] {
+    const allocation_limit limit(0);
+    return text_buffer_create(&error);
+  }();
+  text_buffer_printf(buffer, "words");
+  EXPECT_STREQ(buffer.data.get(), "words");
+  EXPECT_EQ(buffer.capacity, 1024U);
+}
+
+TEST(text_buffer_test, appends_piece_by_piece) {
+  error_slot error = nullptr;
+  text_buffer buffer = text_buffer_create(&error);
+  text_buffer_printf(buffer, "average height: %.1f m\n", 12.25);
+  text_buffer_printf(buffer, "%s", "");
+  text_buffer_printf(buffer, "%d of %d\n", 3, 4);
+  EXPECT_EQ(error, nullptr);
+  EXPECT_STREQ(buffer.data.get(), "average height: 12.2 m\n3 of 4\n");
+  EXPECT_EQ(buffer.length, 30U);
+}
+
+struct growth_case {
+  const char *name;
+  std::size_t before;  // bytes in use before the append
+  std::size_t append;
+  std::uint32_t capacity;
+};
+
+// 1024 bytes hold 1023 characters and the NUL.
+const growth_case growth_cases[] = {
+    {"one below the room", 0, 1022, 1024},
+    {"exactly the room", 0, 1023, 1024},
+    {"one more", 0, 1024, 2048},
+    {"exactly the room behind a text", 24, 999, 1024},
+    {"one more behind a text", 24, 1000, 2048},
+    {"a full buffer and nothing", 1023, 0, 1024},
+    {"a full buffer and one", 1023, 1, 2048},
+    {"exactly the doubled room", 0, 2047, 2048},
+    {"one more than the doubled room", 0, 2048, 4096},
+    {"several doublings at once", 0, 3000, 4096},
+    {"several doublings behind a text", 1000, 7191, 8192},
+    {"one more than several doublings", 1000, 7192, 16384},
+};
+
+TEST(text_buffer_test, doubles_only_when_the_text_does_not_fit) {
+  for (const growth_case &c : growth_cases) {
+    SCOPED_TRACE(c.name);
+    error_slot error = nullptr;
+    text_buffer buffer = text_buffer_create(&error);
+    const std::string before(c.before, 'b');
+    const std::string append = std::string(c.append, 'a');
+    text_buffer_printf(buffer, "%s", before.c_str());
+    text_buffer_printf(buffer, "%s", append.c_str());
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(buffer.capacity, c.capacity);
+    EXPECT_EQ(buffer.length, c.before + c.append);
+    EXPECT_EQ(buffer.data.get(), before + append);
+  }
+}
+
+TEST(text_buffer_test, keeps_its_text_when_it_cannot_grow) {
+  error_slot error = nullptr;
+  text_buffer buffer = text_buffer_create(&error);
+  text_buffer_printf(buffer, "kept");
+  {
+    const allocation_limit limit(0);
+    text_buffer_printf(buffer, "%s", std::string(1020, 'x').c_str());
+  }
+  EXPECT_STREQ(error, "realloc failed");
+  EXPECT_STREQ(buffer.data.get(), "kept");
+  EXPECT_EQ(buffer.length, 4U);
+  EXPECT_EQ(buffer.capacity, 1024U);
+
+  text_buffer_printf(buffer, " and %s", "more");
+  EXPECT_STREQ(buffer.data.get(), "kept and more");
+  EXPECT_STREQ(error, "realloc failed");
+}
+
+TEST(text_buffer_test, keeps_its_text_when_printf_fails) {
+  error_slot error = nullptr;
+  text_buffer buffer = text_buffer_create(&error);
+  text_buffer_printf(buffer, "kept");
+  // The C locale has no bytes for this character.
+  text_buffer_printf(buffer, "lost %ls", L"\u0416");
+  EXPECT_STREQ(error, "vsnprintf() failed (-1)\n");
+  EXPECT_STREQ(buffer.data.get(), "kept");
+  EXPECT_EQ(buffer.length, 4U);
+  text_buffer_printf(buffer, "!");
+  EXPECT_STREQ(buffer.data.get(), "kept!");
+}
+
+// A capacity of 2^32 does not fit its field; one that wrapped to 0 would be doubled for ever.
+TEST(text_buffer_test, refuses_to_grow_to_4_gibibytes) {
+  error_slot error = nullptr;
+  text_buffer buffer;
+  buffer.error = &error;
+  // Only the last page is touched.
+  if (!try_resize(buffer.data, std::size_t{1} << 31)) GTEST_SKIP() << "no 2 GiB of addresses";
+  buffer.capacity = std::uint32_t{1} << 31;
+  buffer.length = buffer.capacity - 3;
+  text_buffer_printf(buffer, "ab");
+  EXPECT_EQ(error, nullptr);
+  text_buffer_printf(buffer, "c");
+  EXPECT_STREQ(error, "realloc failed");
+  EXPECT_EQ(buffer.length, buffer.capacity - 1);
+  EXPECT_STREQ(buffer.data.get() + buffer.length - 2, "ab");
+}
+
+}  // namespace
+}  // namespace tarvel
