@@ -1,4 +1,4 @@
-// Files: an owner for the handle, inputs that are remembered, and outputs that never destroy an input.
+// Files: an owner for the handle, opening and closing.
 #pragma once
 
 #include <cstdio>
@@ -12,12 +12,6 @@ struct file_closer {
   void operator()(std::FILE *stream) const noexcept { std::fclose(stream); }
 };
 using file_handle = std::unique_ptr<std::FILE, file_closer>;
-
-// Remembers the file as an input of this run, by device and inode, before anything is written. Called for each
-// track on the command line, since one mode writes before the next has read. A file that is not there is not an
-// input. Fails with "strdup() failed", or with "failed to open file: %s" when nobody can tell whether it is there, or
-// when standard output goes to it: what is said from then on goes to standard error, not into the file.
-void protect_input(const char *path, error_slot *error);
 
 // Opens a track or course file for reading and protects it. Null with "failed to open file: %s"; a FIFO is refused
 // in the same words, since a track is opened once by every reader that tries it, which no pipe survives, and so is the
@@ -49,17 +43,11 @@ enum class printing { goes_on, is_over };
 // would get both.
 [[nodiscard]] file_handle open_output(const char *path, error_slot *error, printing rest = printing::goes_on);
 
-// When standard output goes to that file, what is still said goes to standard error instead.
-void stop_printing_to(const char *path);
-
 // Writes out what is buffered and closes. Any write that failed since the opening fails with
 // "failed to write file: %s"; a message that is already in the slot stays.
 void close_output(file_handle file, const char *path, error_slot *error);
 
 // Empties an output that could not be written whole, so that nobody takes it for more than it is.
 void empty_output(const char *path);
-
-// True when both names lead to one existing file. Fails with "failed to open file: %s" when nobody can tell.
-[[nodiscard]] bool is_same_file(const char *path, const char *other_path, error_slot *error);
 
 }  // namespace tarvel

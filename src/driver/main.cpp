@@ -1,10 +1,10 @@
 #include <cstdlib>
 
 #include "driver/exit.h"
-#include "driver/file_handle.h"
 #include "driver/modes.h"
 #include "driver/options.h"
 #include "driver/process_setup.h"
+#include "driver/protected_inputs.h"
 
 namespace {
 

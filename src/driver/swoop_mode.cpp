@@ -5,6 +5,7 @@
 #include "driver/file_handle.h"
 #include "driver/modes.h"
 #include "driver/output_names.h"
+#include "driver/standard_streams.h"
 #include "formats/course_file.h"
 #include "formats/kml.h"
 #include "geo/angle.h"

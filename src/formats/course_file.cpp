@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "driver/file_handle.h"
+#include "driver/file_identity.h"
 
 namespace tarvel {
 

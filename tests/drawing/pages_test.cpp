@@ -19,6 +19,7 @@
 
 #include "chart/hand_made_swoop.h"
 #include "drawing/drawing_handles.h"
+#include "driver/protected_inputs.h"
 #include "support/allocation_limit.h"
 #include "support/files.h"
 

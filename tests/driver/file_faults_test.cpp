@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "driver/file_handle.h"
+#include "driver/file_identity.h"
+#include "driver/protected_inputs.h"
 #include "support/allocation_limit.h"
 #include "support/failing_calls.h"
 #include "support/files.h"

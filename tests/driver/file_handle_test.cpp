@@ -151,40 +151,8 @@ TEST(file_handle_test, fails_when_no_memory_is_left_to_remember_an_input) {
     was_refused = true;
     EXPECT_STREQ(error, "strdup() failed");
     EXPECT_LT(granted, 4U);
-
-    error = nullptr;
-    const allocation_limit limit(granted);
-    protect_input("run.csv", &error);
-    EXPECT_STREQ(error, "strdup() failed");
   }
   EXPECT_TRUE(was_refused);
-}
-
-TEST(file_handle_test, does_not_mind_an_input_that_is_not_there) {
-  const temp_dir dir;
-  error_slot error = nullptr;
-  protect_input("run.csv", &error);
-  EXPECT_EQ(error, nullptr);
-}
-
-TEST(file_handle_test, tells_whether_two_names_lead_to_one_file) {
-  const temp_dir dir;
-  write_text("matrix.txt", "course");
-  write_text("copy.txt", "course");
-  ASSERT_EQ(link("matrix.txt", "hard.txt"), 0);
-  ASSERT_EQ(symlink("matrix.txt", "soft.txt"), 0);
-  ASSERT_EQ(symlink("nowhere", "dangling.txt"), 0);
-  error_slot error = nullptr;
-  EXPECT_TRUE(is_same_file("matrix.txt", "matrix.txt", &error));
-  EXPECT_TRUE(is_same_file("matrix.txt", "./matrix.txt", &error));
-  EXPECT_TRUE(is_same_file("matrix.txt", "hard.txt", &error));
-  EXPECT_TRUE(is_same_file("soft.txt", "hard.txt", &error));
-  EXPECT_FALSE(is_same_file("matrix.txt", "copy.txt", &error));
-  EXPECT_FALSE(is_same_file("matrix.txt", "nowhere.txt", &error));
-  EXPECT_FALSE(is_same_file("nowhere.txt", "matrix.txt", &error));
-  EXPECT_FALSE(is_same_file("nowhere.txt", "nowhere.txt", &error));
-  EXPECT_FALSE(is_same_file("dangling.txt", "dangling.txt", &error));
-  EXPECT_EQ(error, nullptr);
 }
 
 }  // namespace

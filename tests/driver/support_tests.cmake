@@ -1,5 +1,6 @@
 tarvel_test(driver/file_handle_test USES tarvel_support)
-tarvel_test(driver/protected_input_test USES tarvel_support)
+tarvel_test(driver/file_identity_test USES tarvel_support)
+tarvel_test(driver/protected_inputs_test USES tarvel_support)
 tarvel_test(driver/output_names_test USES tarvel_driver)
 tarvel_test(driver/file_faults_test USES tarvel_support)
 target_sources(file_faults_test PRIVATE tests/support/failing_calls.cpp)

@@ -1,4 +1,5 @@
 // No output destroys an input, by whatever names the two are reached.
+#include "driver/protected_inputs.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -43,7 +44,7 @@ bool is_link(const char *path) {
   return lstat(path, &status) == 0 && S_ISLNK(status.st_mode);
 }
 
-TEST(protected_input_test, renames_an_input_that_has_the_name_of_an_output) {
+TEST(protected_inputs_test, renames_an_input_that_has_the_name_of_an_output) {
   const temp_dir dir;
   write_text("run.txt", samples);
   protect("run.txt");
@@ -53,7 +54,7 @@ TEST(protected_input_test, renames_an_input_that_has_the_name_of_an_output) {
   EXPECT_EQ(read_text("run.txt.orig"), samples);
 }
 
-TEST(protected_input_test, protects_what_was_opened_for_reading) {
+TEST(protected_inputs_test, protects_what_was_opened_for_reading) {
   const temp_dir dir;
   write_text("run.txt", samples);
   error_slot error = nullptr;
@@ -63,7 +64,7 @@ TEST(protected_input_test, protects_what_was_opened_for_reading) {
   EXPECT_EQ(read_text("run.txt.orig"), samples);
 }
 
-TEST(protected_input_test, writes_over_its_own_output) {
+TEST(protected_inputs_test, writes_over_its_own_output) {
   const temp_dir dir;
   write_text("run.kml", samples);
   protect("run.kml");
@@ -74,7 +75,7 @@ TEST(protected_input_test, writes_over_its_own_output) {
   EXPECT_FALSE(file_exists("run.kml.orig.2"));
 }
 
-TEST(protected_input_test, leaves_an_input_of_another_name_alone) {
+TEST(protected_inputs_test, leaves_an_input_of_another_name_alone) {
   const temp_dir dir;
   write_text("run.csv", samples);
   protect("run.csv");
@@ -84,7 +85,7 @@ TEST(protected_input_test, leaves_an_input_of_another_name_alone) {
   EXPECT_FALSE(file_exists("run.txt.orig"));
 }
 
-TEST(protected_input_test, counts_on_when_the_new_name_is_taken) {
+TEST(protected_inputs_test, counts_on_when_the_new_name_is_taken) {
   const temp_dir dir;
   write_text("run.txt", samples);
   write_text("run.txt.orig", "of the first run");
@@ -98,7 +99,7 @@ TEST(protected_input_test, counts_on_when_the_new_name_is_taken) {
   EXPECT_EQ(read_text("run.txt.orig.4"), samples);
 }
 
-TEST(protected_input_test, takes_the_second_name_first) {
+TEST(protected_inputs_test, takes_the_second_name_first) {
   const temp_dir dir;
   write_text("run.txt", samples);
   write_text("run.txt.orig", "of the first run");
@@ -107,7 +108,7 @@ TEST(protected_input_test, takes_the_second_name_first) {
   EXPECT_EQ(read_text("run.txt.orig.2"), samples);
 }
 
-TEST(protected_input_test, counts_past_nine) {
+TEST(protected_inputs_test, counts_past_nine) {
   const temp_dir dir;
   write_text("run.txt", samples);
   write_text("run.txt.orig", "1");
@@ -117,7 +118,7 @@ TEST(protected_input_test, counts_past_nine) {
   EXPECT_EQ(read_text("run.txt.orig.12"), samples);
 }
 
-TEST(protected_input_test, renames_beside_the_input_in_its_folder) {
+TEST(protected_inputs_test, renames_beside_the_input_in_its_folder) {
   const temp_dir dir;
   ASSERT_EQ(mkdir("tracks", 0700), 0);
   write_text("tracks/run.txt", samples);
@@ -128,7 +129,7 @@ TEST(protected_input_test, renames_beside_the_input_in_its_folder) {
 }
 
 // Both names of one file lose it: the input's by the rule, the output's because it would still lead to the samples.
-TEST(protected_input_test, follows_a_hard_link) {
+TEST(protected_inputs_test, follows_a_hard_link) {
   const temp_dir dir;
   write_text("run.csv", samples);
   ASSERT_EQ(link("run.csv", "run.txt"), 0);
@@ -140,7 +141,7 @@ TEST(protected_input_test, follows_a_hard_link) {
   EXPECT_EQ(read_text("run.txt.orig"), samples);
 }
 
-TEST(protected_input_test, follows_an_input_that_is_a_link_to_the_output) {
+TEST(protected_inputs_test, follows_an_input_that_is_a_link_to_the_output) {
   const temp_dir dir;
   write_text("run.txt", samples);
   ASSERT_EQ(symlink("run.txt", "run.csv"), 0);
@@ -154,7 +155,7 @@ TEST(protected_input_test, follows_an_input_that_is_a_link_to_the_output) {
   EXPECT_FALSE(file_exists("run.csv.orig"));
 }
 
-TEST(protected_input_test, follows_an_output_that_is_a_link_to_the_input) {
+TEST(protected_inputs_test, follows_an_output_that_is_a_link_to_the_input) {
   const temp_dir dir;
   write_text("run.csv", samples);
   ASSERT_EQ(symlink("run.csv", "run.txt"), 0);
@@ -165,7 +166,7 @@ TEST(protected_input_test, follows_an_output_that_is_a_link_to_the_input) {
   EXPECT_FALSE(is_link("run.csv.orig"));
 }
 
-TEST(protected_input_test, follows_two_links_to_one_file) {
+TEST(protected_inputs_test, follows_two_links_to_one_file) {
   const temp_dir dir;
   write_text("store", samples);
   ASSERT_EQ(symlink("store", "run.csv"), 0);
@@ -176,7 +177,7 @@ TEST(protected_input_test, follows_two_links_to_one_file) {
   EXPECT_EQ(read_text("store.orig"), samples);
 }
 
-TEST(protected_input_test, renames_the_link_when_input_and_output_are_that_link) {
+TEST(protected_inputs_test, renames_the_link_when_input_and_output_are_that_link) {
   const temp_dir dir;
   write_text("store", samples);
   ASSERT_EQ(symlink("store", "run.txt"), 0);
@@ -189,7 +190,7 @@ TEST(protected_input_test, renames_the_link_when_input_and_output_are_that_link)
   EXPECT_EQ(read_text("store"), samples);
 }
 
-TEST(protected_input_test, follows_an_input_that_was_renamed_since) {
+TEST(protected_inputs_test, follows_an_input_that_was_renamed_since) {
   const temp_dir dir;
   write_text("run.csv", samples);
   protect("run.csv");
@@ -201,7 +202,7 @@ TEST(protected_input_test, follows_an_input_that_was_renamed_since) {
   EXPECT_EQ(read_text("run.csv"), "somebody else's");
 }
 
-TEST(protected_input_test, protects_an_input_again_under_its_new_name) {
+TEST(protected_inputs_test, protects_an_input_again_under_its_new_name) {
   const temp_dir dir;
   write_text("run.txt", samples);
   protect("run.txt");
@@ -212,7 +213,7 @@ TEST(protected_input_test, protects_an_input_again_under_its_new_name) {
   EXPECT_EQ(read_text("run.txt.orig.orig"), samples);
 }
 
-TEST(protected_input_test, creates_an_output_in_place_of_an_input_that_is_gone) {
+TEST(protected_inputs_test, creates_an_output_in_place_of_an_input_that_is_gone) {
   const temp_dir dir;
   write_text("run.txt", samples);
   protect("run.txt");
@@ -222,7 +223,7 @@ TEST(protected_input_test, creates_an_output_in_place_of_an_input_that_is_gone) 
   EXPECT_FALSE(file_exists("run.txt.orig"));
 }
 
-TEST(protected_input_test, remembers_many_inputs) {
+TEST(protected_inputs_test, remembers_many_inputs) {
   const temp_dir dir;
   for (int i = 0; i < 70; ++i) {
     const std::string name = std::to_string(i) + ".txt";
@@ -239,7 +240,7 @@ TEST(protected_input_test, remembers_many_inputs) {
   }
 }
 
-TEST(protected_input_test, lets_a_pipe_keep_its_name) {
+TEST(protected_inputs_test, lets_a_pipe_keep_its_name) {
   const temp_dir dir;
   ASSERT_EQ(mkfifo("run.txt", 0600), 0);
   error_slot error = nullptr;
@@ -253,6 +254,25 @@ TEST(protected_input_test, lets_a_pipe_keep_its_name) {
   EXPECT_STREQ(bytes, report);
   close(reader);
   EXPECT_FALSE(file_exists("run.txt.orig"));
+}
+
+TEST(protected_inputs_test, fails_when_no_memory_is_left_to_remember_an_input) {
+  const temp_dir dir;
+  write_text("run.csv", samples);
+  const file_handle held(std::fopen("run.csv", "rb"));
+  error_slot error = nullptr;
+  {
+    const allocation_limit limit(0);
+    protect_input("run.csv", &error);
+  }
+  EXPECT_STREQ(error, "strdup() failed");
+}
+
+TEST(protected_inputs_test, does_not_mind_an_input_that_is_not_there) {
+  const temp_dir dir;
+  error_slot error = nullptr;
+  protect_input("run.csv", &error);
+  EXPECT_EQ(error, nullptr);
 }
 
 // An ordinary user for the time of the test, as nothing is unwritable to root.
@@ -271,7 +291,7 @@ class ordinary_user {
   bool is_root_;
 };
 
-TEST(protected_input_test, fails_when_the_input_cannot_be_moved) {
+TEST(protected_inputs_test, fails_when_the_input_cannot_be_moved) {
   const temp_dir dir;
   ASSERT_EQ(chmod(dir.path().c_str(), 0755), 0);
   ASSERT_EQ(mkdir("tracks", 0755), 0);
@@ -289,7 +309,7 @@ TEST(protected_input_test, fails_when_the_input_cannot_be_moved) {
   ASSERT_EQ(chmod("tracks", 0755), 0);
 }
 
-TEST(protected_input_test, fails_when_no_memory_is_left_for_the_new_name) {
+TEST(protected_inputs_test, fails_when_no_memory_is_left_for_the_new_name) {
   const temp_dir dir;
   write_text("run.txt", samples);
   protect("run.txt");
@@ -302,7 +322,7 @@ TEST(protected_input_test, fails_when_no_memory_is_left_for_the_new_name) {
   EXPECT_EQ(read_text("run.txt"), samples);
 }
 
-TEST(protected_input_test, fails_when_a_hard_link_cannot_be_moved_as_well) {
+TEST(protected_inputs_test, fails_when_a_hard_link_cannot_be_moved_as_well) {
   const temp_dir dir;
   ASSERT_EQ(chmod(dir.path().c_str(), 0777), 0);
   ASSERT_EQ(mkdir("locked", 0755), 0);

@@ -1,0 +1,152 @@
+#include "driver/protected_inputs.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "driver/file_identity.h"
+#include "driver/standard_streams.h"
+#include "support/memory.h"
+
+namespace tarvel {
+
+namespace {
+
+struct protected_file {
+  file_identity identity;
+  char *path = nullptr;  // as the user typed it, or as an index names it
+};
+
+// Two tracks and a chain of course files.
+struct protected_files {
+  owned_array<protected_file> entries;
+  std::size_t count = 0;
+  std::size_t capacity = 0;
+
+  protected_files() = default;
+  protected_files(const protected_files &) = delete;
+  protected_files &operator=(const protected_files &) = delete;
+  ~protected_files() {
+    for (std::size_t i = 0; i < count; ++i) owned_text(entries[i].path).reset();
+  }
+};
+
+// Process-wide, as the files themselves are: each output asks for all inputs of the run, whoever read them.
+protected_files &inputs() {
+  static protected_files files;
+  return files;
+}
+
+const protected_file *find_input(const file_identity &identity) {
+  const protected_files &files = inputs();
+  for (std::size_t i = 0; i < files.count; ++i) {
+    if (files.entries[i].identity == identity) return &files.entries[i];
+  }
+  return nullptr;
+}
+
+// Renames without ever replacing a file that has the new name.
+bool rename_to_free_name(const char *from, const char *to) {
+  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
+  // Some file systems do not know the flag.
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  struct stat status;
+  if (lstat(to, &status) == 0) {
+    errno = EEXIST;
+    return false;
+  }
+  return errno == ENOENT && std::rename(from, to) == 0;
+}
+
+bool set_aside(const char *path) {
+  const std::size_t room = std::strlen(path) + sizeof ".orig.4294967295";
+  owned_text aside;
+  if (!try_resize(aside, room)) return false;
+  for (unsigned number = 1; number != 0; ++number) {
+    if (number == 1) {
+      std::snprintf(aside.get(), room, "%s.orig", path);
+    } else {
+      std::snprintf(aside.get(), room, "%s.orig.%u", path, number);
+    }
+    if (rename_to_free_name(path, aside.get())) return true;
+    if (errno != EEXIST) return false;
+  }
+  return false;  // GCOVR_EXCL_LINE: after four billion names that are all taken
+}
+
+// The name behind every symbolic link: renaming the link alone would leave the samples in the output's way.
+bool set_aside_target(const char *path) {
+  const owned_text target(realpath(path, nullptr));
+  return target && set_aside(target.get());
+}
+
+// A link may be renamed in place of its target only if the output has that very link's name.
+bool set_aside_input(const protected_file &input, const char *output_path) {
+  struct stat name;
+  struct stat output_name;
+  struct stat target;
+  const lookup name_found = look_up_link(input.path, name);
+  const lookup output_found = look_up_link(output_path, output_name);
+  const lookup target_found = look_up(input.path, target);
+  for (const lookup found : {name_found, output_found, target_found}) {
+    if (found == lookup::failed) return false;
+  }
+  const bool through_link = name_found == lookup::there && S_ISLNK(name.st_mode);
+  const bool is_that_link = output_found == lookup::there && identity_of(name) == identity_of(output_name);
+  const bool is_elsewhere = target_found == lookup::absent || !(identity_of(target) == input.identity);
+  if ((through_link && !is_that_link) || is_elsewhere) return set_aside_target(output_path);
+  return set_aside(input.path);
+}
+
+}  // namespace
+
+void protect_input(const char *path, error_slot *error) {
+  struct stat status;
+  const lookup found = look_up(path, status);
+  const bool is_printed_to = found == lookup::there && is_standard_output(status);
+  if (is_printed_to) print_elsewhere(status);
+  if (found == lookup::failed || is_printed_to) {
+    *error = format_error("failed to open file: %s", path);
+  } else if (found == lookup::there && !remember_input(path, status)) {
+    *error = "strdup() failed";
+  }
+}
+
+bool remember_input(const char *path, const struct stat &status) {
+  // A device or directory loses nothing when it is written to.
+  if (!S_ISREG(status.st_mode)) return true;
+  protected_files &files = inputs();
+  const file_identity identity = identity_of(status);
+  for (std::size_t i = 0; i < files.count; ++i) {
+    if (files.entries[i].identity == identity) return true;
+  }
+  if (files.count == files.capacity) {
+    const std::size_t capacity = files.capacity == 0 ? 8 : 2 * files.capacity;
+    if (!try_resize(files.entries, capacity)) return false;
+    files.capacity = capacity;
+  }
+  owned_text copy = try_duplicate(path);
+  if (!copy) return false;
+  files.entries[files.count] = {identity, copy.release()};
+  ++files.count;
+  return true;
+}
+
+bool make_way(const char *path) {
+  // The second round is for a file of two names: after the input's own name the output's still leads to it.
+  for (int round = 0;; ++round) {
+    struct stat status;
+    const lookup found = look_up(path, status);
+    if (found != lookup::there) return found == lookup::absent;
+    const protected_file *const input = find_input(identity_of(status));
+    if (input == nullptr) return true;
+    if (round == 2) return false;
+    if (!(round == 0 ? set_aside_input(*input, path) : set_aside_target(path))) return false;
+  }
+}
+
+}  // namespace tarvel
