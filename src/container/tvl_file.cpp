@@ -196,7 +196,7 @@ void read_gate_file(const char *path, gate_file_data &gate_data, error_slot *err
   const file_handle file = open_input(path, error);
   if (!file) return;
   read_gate_stream(file.get(), gate_data, error);
-  if (*error) blame_input(file.get(), path, error);
+  if (*error) report_read_error(file.get(), path, error);
 }
 
 void read_swoop_file(const char *path, gps_track &track, error_slot *error) {
@@ -204,7 +204,7 @@ void read_swoop_file(const char *path, gps_track &track, error_slot *error) {
   const file_handle file = open_input(path, error);
   if (!file) return;
   read_swoop_stream(file.get(), track, error);
-  if (*error) blame_input(file.get(), path, error);
+  if (*error) report_read_error(file.get(), path, error);
 }
 
 void write_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error) {

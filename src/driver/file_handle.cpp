@@ -38,7 +38,7 @@ constexpr const char *read_failure = "failed to read file: ";
 bool may_be_written(const char *path, printing rest) {
   struct stat status;
   const lookup found = look_up(path, status);
-  if (found == lookup::there) return rest == printing::is_over || !is_standard_output(status);
+  if (found == lookup::there) return rest == printing::is_over || !is_stdout(status);
   return found == lookup::absent;
 }
 
@@ -49,8 +49,8 @@ void fail_opening(const char *path, error_slot *error) { *error = format_error("
 file_handle open_input(const char *path, error_slot *error) {
   struct stat status;
   file_handle file = open_for_reading(path, status);
-  if (file && is_standard_output(status)) {
-    print_elsewhere(status);
+  if (file && is_stdout(status)) {
+    redirect_stdout(status);
     file.reset();
   }
   if (!file) {
@@ -62,14 +62,14 @@ file_handle open_input(const char *path, error_slot *error) {
   return file;
 }
 
-file_handle open_own_file(const char *path) {
+file_handle open_written_file(const char *path) {
   struct stat status;
   file_handle file = open_for_reading(path, status);
   if (file && S_ISCHR(status.st_mode)) file.reset();
   return file;
 }
 
-void blame_input(std::FILE *stream, const char *path, error_slot *error) {
+void report_read_error(std::FILE *stream, const char *path, error_slot *error) {
   struct stat status;
   const bool is_folder = fstat(fileno(stream), &status) == 0 && S_ISDIR(status.st_mode);
   if (std::ferror(stream) != 0 && !is_folder) *error = format_error("%s%s", read_failure, path);
@@ -88,8 +88,9 @@ bool is_file_failure(error_slot message) {
 }
 
 file_handle open_output(const char *path, error_slot *error, printing rest) {
-  file_handle file(may_be_written(path, rest) && make_way(path) ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb")
-                                                                : nullptr);
+  file_handle file(may_be_written(path, rest) && set_aside_inputs(path)
+                       ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb")
+                       : nullptr);
   if (!file) fail_opening(path, error);
   return file;
 }

@@ -13,24 +13,23 @@ struct file_closer {
 };
 using file_handle = std::unique_ptr<std::FILE, file_closer>;
 
-// Opens a track or course file for reading and protects it. Null with "failed to open file: %s"; a FIFO is refused
-// in the same words, since a track is opened once by every reader that tries it, which no pipe survives, and so is the
-// file that standard output goes to, as by protect_input.
+// Opens a track or course file for reading and protects it. Null with "failed to open file: %s", also for a FIFO, since
+// several readers may try a file from its beginning, and for the file that standard output goes to, as by protect_input.
 [[nodiscard]] file_handle open_input(const char *path, error_slot *error);
 
-// Opens for reading what the program has written. Null when that fails, and for a FIFO or a device, which do not give
-// back what was written to them.
-[[nodiscard]] file_handle open_own_file(const char *path);
+// Opens for reading what the program has written. Null when that fails, and for a FIFO or a device, which do not return
+// what was written to them.
+[[nodiscard]] file_handle open_written_file(const char *path);
 
-// To be called when the reading of a stream has failed or ended: when the disk was the reason, the message becomes
-// "failed to read file: %s" whatever a reader has made of the bytes so far. Readers of a folder keep their words.
-void blame_input(std::FILE *stream, const char *path, error_slot *error);
+// After the reading of a stream has failed or ended: an I/O error of the stream puts "failed to read file: %s" in the
+// place of the reader's message. A directory keeps the reader's message.
+void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 
 // True when the file is there, or nobody can tell: after open_input has failed for it, its rights or the disk were the
 // reason, and what it says is not known.
 [[nodiscard]] bool is_unread_input(const char *path);
 
-// True for a message of open_input or blame_input: then no other reader is to try the same file.
+// True for a message of open_input or report_read_error: then no other reader is to try the same file.
 [[nodiscard]] bool is_file_failure(error_slot message);
 
 // Whether what is printed to standard output may go into the output, too: only once all that is to stand there has been

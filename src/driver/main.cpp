@@ -16,13 +16,13 @@ void protect_tracks(const tarvel::run_config &config) {
   tarvel::fatal_error(error);
 }
 
-void settle_standard_streams() {
+void prepare_standard_streams() {
   tarvel::error_slot error = nullptr;
-  tarvel::hold_standard_streams(&error);
+  tarvel::open_standard_streams(&error);
   tarvel::fatal_error(error);
 }
 
-void settle_time_zone() {
+void prepare_time_zone() {
   tarvel::error_slot error = nullptr;
   tarvel::load_time_zone(&error);
   tarvel::fatal_error(error);
@@ -31,12 +31,12 @@ void settle_time_zone() {
 }  // namespace
 
 int main(int argc, char *argv[]) {
-  settle_standard_streams();
-  tarvel::take_signals_as_failed_writes();
+  prepare_standard_streams();
+  tarvel::ignore_write_signals();
   tarvel::run_config config;
   tarvel::parse_options(argc, argv, config);
   protect_tracks(config);
-  settle_time_zone();
+  prepare_time_zone();
   if (config.gate_file) tarvel::run_gate_mode(config);
   if (config.swoop_file) tarvel::run_swoop_mode(config);
   tarvel::exit_program(EXIT_SUCCESS);

@@ -26,7 +26,7 @@ bool are_standard_streams_open() {
 
 }  // namespace
 
-void hold_standard_streams(error_slot *error) {
+void open_standard_streams(error_slot *error) {
   constexpr const char *empty_file = "/dev/null";
   int descriptor = 0;
   do {
@@ -39,7 +39,7 @@ void hold_standard_streams(error_slot *error) {
   }
 }
 
-void take_signals_as_failed_writes() {
+void ignore_write_signals() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
 }

@@ -107,8 +107,8 @@ bool set_aside_input(const protected_file &input, const char *output_path) {
 void protect_input(const char *path, error_slot *error) {
   struct stat status;
   const lookup found = look_up(path, status);
-  const bool is_printed_to = found == lookup::there && is_standard_output(status);
-  if (is_printed_to) print_elsewhere(status);
+  const bool is_printed_to = found == lookup::there && is_stdout(status);
+  if (is_printed_to) redirect_stdout(status);
   if (found == lookup::failed || is_printed_to) {
     *error = format_error("failed to open file: %s", path);
   } else if (found == lookup::there && !remember_input(path, status)) {
@@ -136,7 +136,7 @@ bool remember_input(const char *path, const struct stat &status) {
   return true;
 }
 
-bool make_way(const char *path) {
+bool set_aside_inputs(const char *path) {
   // The second round is for a file of two names: after the input's own name the output's still leads to it.
   for (int round = 0;; ++round) {
     struct stat status;

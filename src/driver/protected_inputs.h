@@ -18,6 +18,6 @@ void protect_input(const char *path, error_slot *error);
 
 // Renames an input of this run that the name leads to: ".orig" is appended to its name, ".orig.2", ".orig.3" and so on
 // when that is taken. False when it cannot be moved, or when nobody can tell whether there is one.
-[[nodiscard]] bool make_way(const char *path);
+[[nodiscard]] bool set_aside_inputs(const char *path);
 
 }  // namespace tarvel

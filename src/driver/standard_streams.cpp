@@ -17,18 +17,18 @@ bool is_standard_stream(int descriptor, const struct stat &status) {
 
 }  // namespace
 
-bool is_standard_output(const struct stat &file) { return is_standard_stream(STDOUT_FILENO, file); }
+bool is_stdout(const struct stat &file) { return is_standard_stream(STDOUT_FILENO, file); }
 
 // Not even a message may land in an input or behind a report.
-void print_elsewhere(const struct stat &file) {
+void redirect_stdout(const struct stat &file) {
   const bool is_everywhere = is_standard_stream(STDERR_FILENO, file);
   const int elsewhere = is_everywhere ? open("/dev/null", O_WRONLY | O_CLOEXEC) : STDERR_FILENO;
   if (dup2(elsewhere, STDOUT_FILENO) < 0) close(STDOUT_FILENO);
 }
 
-void stop_printing_to(const char *path) {
+void redirect_stdout_from(const char *path) {
   struct stat status;
-  if (look_up(path, status) == lookup::there && is_standard_output(status)) print_elsewhere(status);
+  if (look_up(path, status) == lookup::there && is_stdout(status)) redirect_stdout(status);
 }
 
 }  // namespace tarvel

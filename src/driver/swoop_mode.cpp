@@ -60,7 +60,7 @@ void publish_report(const swoop &run, bool metric, const char *path) {
   fatal_error(error);
   std::fputs(report.get(), file.get());
   close_output(std::move(file), path, &error);
-  stop_printing_to(path);
+  redirect_stdout_from(path);
   fatal_error(error);
 }
 

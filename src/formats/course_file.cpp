@@ -179,7 +179,7 @@ index_match read_one_file(const char *path, const char *swoop_file, course &resu
     return index_match::none;
   }
   const index_match match = read_lines(file.get(), reader, swoop_file, target, error);
-  if (match == index_match::none) blame_input(file.get(), path, error);
+  if (match == index_match::none) report_read_error(file.get(), path, error);
   result.is_unread = is_file_failure(*error);
   if (match == index_match::none && *error == nullptr) {
     result.matrix = std::move(reader.matrix);
@@ -257,7 +257,7 @@ void write_course_file(const char *path, const mat4 &matrix, const vec3 *pond, d
 
 void copy_file(const char *destination, const char *source, error_slot *error) {
   *error = nullptr;
-  const file_handle from = open_own_file(source);
+  const file_handle from = open_written_file(source);
   if (!from) {
     *error = format_error("could not open %s for reading", source);
     return;

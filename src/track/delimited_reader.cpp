@@ -19,7 +19,7 @@ void read_file(const char *path, stream_reader read, gps_track &track, error_slo
   if (!stream) return;
   read(stream.get(), track, error);
   // A disk that fails in mid-file would otherwise pass for a shorter run.
-  blame_input(stream.get(), path, error);
+  report_read_error(stream.get(), path, error);
   if (*error) track = gps_track();
 }
 

@@ -190,30 +190,30 @@ TEST(file_faults_test, does_not_guess_whether_two_names_are_one_file) {
   }
 }
 
-TEST(file_faults_test, blames_the_disk_for_what_it_could_not_read) {
+TEST(file_faults_test, reports_an_io_error_in_place_of_the_readers_message) {
   const temp_dir dir;
   write_text("run.csv", samples);
   const file_handle file(std::fopen("run.csv", "wb"));
   error_slot error = "not a swoop section";
-  blame_input(file.get(), "run.csv", &error);
+  report_read_error(file.get(), "run.csv", &error);
   EXPECT_STREQ(error, "not a swoop section");
   // A stream that is open for writing alone fails to read.
   EXPECT_EQ(std::getc(file.get()), EOF);
-  blame_input(file.get(), "run.csv", &error);
+  report_read_error(file.get(), "run.csv", &error);
   EXPECT_STREQ(error, "failed to read file: run.csv");
   const failing_call disk(c_call::fstat, 0, EIO);
   error = nullptr;
-  blame_input(file.get(), "run.csv", &error);
+  report_read_error(file.get(), "run.csv", &error);
   EXPECT_STREQ(error, "failed to read file: run.csv");
 }
 
-TEST(file_faults_test, leaves_the_words_about_a_folder_to_the_reader) {
+TEST(file_faults_test, keeps_the_readers_message_for_a_directory) {
   const temp_dir dir;
   const file_handle folder(std::fopen(".", "rb"));
   ASSERT_NE(folder, nullptr);
   EXPECT_EQ(std::getc(folder.get()), EOF);
   error_slot error = "failed to read TVL header";
-  blame_input(folder.get(), ".", &error);
+  report_read_error(folder.get(), ".", &error);
   EXPECT_STREQ(error, "failed to read TVL header");
 }
 
@@ -225,12 +225,12 @@ TEST(file_faults_test, knows_its_own_words) {
   EXPECT_FALSE(is_file_failure(nullptr));
 }
 
-TEST(file_faults_test, opens_files_of_its_own_alone) {
+TEST(file_faults_test, reopens_only_regular_files) {
   const temp_dir dir;
   write_text("matrix.txt", "");
-  EXPECT_NE(open_own_file("matrix.txt"), nullptr);
-  EXPECT_EQ(open_own_file("/dev/zero"), nullptr);  // would be read for ever
-  EXPECT_EQ(open_own_file("missing.txt"), nullptr);
+  EXPECT_NE(open_written_file("matrix.txt"), nullptr);
+  EXPECT_EQ(open_written_file("/dev/zero"), nullptr);  // would be read for ever
+  EXPECT_EQ(open_written_file("missing.txt"), nullptr);
 }
 
 TEST(file_faults_test, says_when_there_is_no_memory_for_one_more_input) {

@@ -17,11 +17,11 @@ namespace {
 
 // Each test runs in a process of its own, whose status is what it has found.
 
-// The numbers of standard input, output and error are taken, and no more than those.
-[[noreturn]] void close_and_hold(int first_closed) {
+// Descriptors 0 to 2 are open, and unwritable where they were closed.
+[[noreturn]] void close_and_open(int first_closed) {
   for (int number = first_closed; number <= STDERR_FILENO; ++number) close(number);
   error_slot error = nullptr;
-  hold_standard_streams(&error);
+  open_standard_streams(&error);
   if (error != nullptr) std::exit(3);
   for (int number = 0; number <= STDERR_FILENO; ++number) {
     if (fcntl(number, F_GETFD) < 0) std::exit(1);
@@ -32,37 +32,37 @@ namespace {
   std::exit(0);
 }
 
-TEST(process_setup_test, gives_the_standard_numbers_to_nobody_else) {
+TEST(process_setup_test, keeps_the_standard_descriptors_from_other_files) {
   for (const int first_closed : {0, 1, 2, 3}) {
     SCOPED_TRACE(first_closed);
-    EXPECT_EXIT(close_and_hold(first_closed), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(close_and_open(first_closed), testing::ExitedWithCode(0), "");
   }
 }
 
-[[noreturn]] void hold_without_numbers(int closed) {
+[[noreturn]] void open_without_descriptors(int closed) {
   if (closed >= 0) close(closed);
   rlimit usual;
   getrlimit(RLIMIT_NOFILE, &usual);
   const rlimit none = {0, usual.rlim_max};
   setrlimit(RLIMIT_NOFILE, &none);
   error_slot error = nullptr;
-  hold_standard_streams(&error);
-  // What runs at the end of a process may need numbers.
+  open_standard_streams(&error);
+  // What runs at the end of a process may need descriptors.
   setrlimit(RLIMIT_NOFILE, &usual);
   const std::string said = error != nullptr ? error : "";
   std::exit(said == (closed >= 0 ? "failed to open file: /dev/null" : "") ? 0 : 1);
 }
 
 // Which does not matter unless one of them is free.
-TEST(process_setup_test, says_when_no_number_can_be_held) {
+TEST(process_setup_test, reports_that_no_descriptor_is_left) {
   for (const int closed : {-1, 0, 1, 2}) {
     SCOPED_TRACE(closed);
-    EXPECT_EXIT(hold_without_numbers(closed), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(open_without_descriptors(closed), testing::ExitedWithCode(0), "");
   }
 }
 
 [[noreturn]] void write_to_nobody() {
-  take_signals_as_failed_writes();
+  ignore_write_signals();
   int ends[2];
   if (pipe(ends) != 0) std::exit(1);
   close(ends[0]);
@@ -88,7 +88,7 @@ TEST(process_setup_test, survives_a_reader_that_is_gone) {
   std::exit(std::getenv("TZ") != nullptr ? 0 : 2);
 }
 
-TEST(process_setup_test, settles_the_zone_that_is_named_or_the_system_s) {
+TEST(process_setup_test, loads_the_named_zone_or_that_of_the_system) {
   for (const char *const zone : {"UTC", "", "EST5EDT,M3.2.0,M11.1.0", "No/Such_Zone", "/", "/etc/passwd/zone"}) {
     SCOPED_TRACE(zone);
     EXPECT_EXIT(load_zone(zone), testing::ExitedWithCode(0), "");
