@@ -35,11 +35,10 @@ constexpr const char *open_failure = "failed to open file: ";
 constexpr const char *read_failure = "failed to read file: ";
 
 // False for the file that standard output goes to, and when nobody can tell.
-bool may_be_written(const char *path, printing rest) {
+bool may_be_written(const char *path) {
   struct stat status;
   const lookup found = look_up(path, status);
-  if (found == lookup::there) return rest == printing::is_over || !is_stdout(status);
-  return found == lookup::absent;
+  return found == lookup::absent || (found == lookup::there && !is_stdout(status));
 }
 
 void fail_opening(const char *path, error_slot *error) { *error = format_error("%s%s", open_failure, path); }
@@ -87,10 +86,9 @@ bool is_file_failure(error_slot message) {
   return words.starts_with(open_failure) || words.starts_with(read_failure);
 }
 
-file_handle open_output(const char *path, error_slot *error, printing rest) {
-  file_handle file(may_be_written(path, rest) && set_aside_inputs(path)
-                       ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb")
-                       : nullptr);
+file_handle open_output(const char *path, error_slot *error) {
+  const bool is_free = may_be_written(path) && set_aside_inputs(path);
+  file_handle file(is_free ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
   if (!file) fail_opening(path, error);
   return file;
 }

@@ -32,15 +32,10 @@ void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 // True for a message of open_input or report_read_error: then no other reader is to try the same file.
 [[nodiscard]] bool is_file_failure(error_slot message);
 
-// Whether what is printed to standard output may go into the output, too: only once all that is to stand there has been
-// printed.
-enum class printing { goes_on, is_over };
-
 // Opens a file for writing, emptied. When it is one of this run's inputs, that input is first renamed: ".orig" is
 // appended to its name, ".orig.2", ".orig.3" and so on when that is taken. Null with "failed to open file: %s", also
-// for a FIFO that nobody reads from, and for the file that standard output goes to as long as printing goes on: it
-// would get both.
-[[nodiscard]] file_handle open_output(const char *path, error_slot *error, printing rest = printing::goes_on);
+// for a FIFO that nobody reads from, and for the file that standard output goes to: it would get both.
+[[nodiscard]] file_handle open_output(const char *path, error_slot *error);
 
 // Writes out what is buffered and closes. Any write that failed since the opening fails with
 // "failed to write file: %s"; a message that is already in the slot stays.

@@ -55,12 +55,12 @@ void publish_report(const swoop &run, bool metric, const char *path) {
   std::printf("\n%s", report.get());
   std::fflush(stdout);
 
-  // It is a habit of pilots to print into run.txt.
-  file_handle file = open_output(path, &error, printing::is_over);
+  // Pilots print into run.txt: by now it holds the report and can be written as if nobody had.
+  redirect_stdout_from(path);
+  file_handle file = open_output(path, &error);
   fatal_error(error);
   std::fputs(report.get(), file.get());
   close_output(std::move(file), path, &error);
-  redirect_stdout_from(path);
   fatal_error(error);
 }
 
