@@ -34,11 +34,13 @@ file_handle open_for_reading(const char *path, struct stat &status) {
 constexpr const char *open_failure = "failed to open file: ";
 constexpr const char *read_failure = "failed to read file: ";
 
-// False for the file that standard output goes to, and when nobody can tell.
-bool may_be_written(const char *path) {
+// False for the file that standard output goes to, for an input that cannot be renamed, and when nobody can tell.
+bool prepare_output(const char *path) {
   struct stat status;
   const lookup found = look_up(path, status);
-  return found == lookup::absent || (found == lookup::there && !is_stdout(status));
+  if (found == lookup::failed) return false;
+  if (found == lookup::there && (is_stdout(status) || !silence_stderr(status))) return false;
+  return set_aside_inputs(path);
 }
 
 void fail_opening(const char *path, error_slot *error) { *error = format_error("%s%s", open_failure, path); }
@@ -48,15 +50,13 @@ void fail_opening(const char *path, error_slot *error) { *error = format_error("
 file_handle open_input(const char *path, error_slot *error) {
   struct stat status;
   file_handle file = open_for_reading(path, status);
-  if (file && is_stdout(status)) {
-    redirect_stdout(status);
-    file.reset();
-  }
-  if (!file) {
+  if (!file || !keep_streams_out(status)) {
     fail_opening(path, error);
-  } else if (!remember_input(path, status)) {
+    return nullptr;
+  }
+  if (!remember_input(path, status)) {
     *error = "strdup() failed";
-    file.reset();
+    return nullptr;
   }
   return file;
 }
@@ -87,8 +87,7 @@ bool is_file_failure(error_slot message) {
 }
 
 file_handle open_output(const char *path, error_slot *error) {
-  const bool is_free = may_be_written(path) && set_aside_inputs(path);
-  file_handle file(is_free ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
+  file_handle file(prepare_output(path) ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
   if (!file) fail_opening(path, error);
   return file;
 }

@@ -34,7 +34,8 @@ void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 
 // Opens a file for writing, emptied. When it is one of this run's inputs, that input is first renamed: ".orig" is
 // appended to its name, ".orig.2", ".orig.3" and so on when that is taken. Null with "failed to open file: %s", also
-// for a FIFO that nobody reads from, and for the file that standard output goes to: it would get both.
+// for a FIFO that nobody reads from, and for the file that standard output goes to: it would get both. What is printed
+// to standard error does not get into it.
 [[nodiscard]] file_handle open_output(const char *path, error_slot *error);
 
 // Writes out what is buffered and closes. Any write that failed since the opening fails with

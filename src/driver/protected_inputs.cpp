@@ -107,11 +107,10 @@ bool set_aside_input(const protected_file &input, const char *output_path) {
 void protect_input(const char *path, error_slot *error) {
   struct stat status;
   const lookup found = look_up(path, status);
-  const bool is_printed_to = found == lookup::there && is_stdout(status);
-  if (is_printed_to) redirect_stdout(status);
-  if (found == lookup::failed || is_printed_to) {
+  if (found == lookup::absent) return;
+  if (found == lookup::failed || !keep_streams_out(status)) {
     *error = format_error("failed to open file: %s", path);
-  } else if (found == lookup::there && !remember_input(path, status)) {
+  } else if (!remember_input(path, status)) {
     *error = "strdup() failed";
   }
 }

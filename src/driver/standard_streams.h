@@ -1,18 +1,25 @@
-// Standard output that the shell has sent into one of the run's own files.
+// Standard output and standard error that the shell has sent into files of this call.
+//
+// Whatever is printed, by the program or by the libraries that draw, must not get into an input or into the middle of an
+// output. Pipes and devices are left alone, and so are files that the call neither reads nor writes.
 #pragma once
 
 #include <sys/stat.h>
 
 namespace tarvel {
 
-// True when standard output goes to that file. A pipe or a device that both are is no file of the run's.
+// True when standard output goes to that file.
 [[nodiscard]] bool is_stdout(const struct stat &file);
 
-// For the file that standard output goes to: what is still said goes to standard error instead, or nowhere when that
-// goes to the file, too.
-void redirect_stdout(const struct stat &file);
+// When standard error goes to that file, what is printed there is discarded from now on. False when that fails.
+[[nodiscard]] bool silence_stderr(const struct stat &file);
 
-// The same for a name. When standard output goes elsewhere, it stays so.
+// The same for standard error and for standard output, whose text goes to standard error from now on. False also when
+// standard output went to that file.
+[[nodiscard]] bool keep_streams_out(const struct stat &file);
+
+// When standard output goes to that file, what is printed there goes to standard error from now on, or is discarded when
+// that goes to the file, too.
 void redirect_stdout_from(const char *path);
 
 }  // namespace tarvel

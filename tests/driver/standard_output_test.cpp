@@ -1,10 +1,12 @@
-// Standard output that the shell has sent into one of the run's own files.
+// Standard output and standard error that the shell has sent into one of the run's own files.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/files.h"
@@ -40,6 +42,13 @@ class standard_output_test : public testing::Test {
   const std::string course_ = simulated_course(small_run());
   const std::string walk_ = walk_text(sparse_walk(walk_marks(), walk_place()).samples);
 };
+
+// Charts say when they were drawn.
+std::string without_date(std::string content) {
+  const std::size_t begin = content.find("/CreationDate (D:");
+  if (begin != std::string::npos) content.erase(begin, content.find(')', begin) - begin);
+  return content;
+}
 
 struct output_case {
   std::vector<std::string> arguments;
@@ -123,6 +132,80 @@ TEST_F(standard_output_test, leaves_an_input_as_it_is) {
       EXPECT_EQ(read_text(c.path), before);
     }
   }
+}
+
+// Makes the font library print to standard error.
+void hide_fonts() { setenv("FONTCONFIG_FILE", "/nonexistent", 1); }
+
+TEST_F(standard_output_test, is_the_report_alone_when_standard_error_goes_there_too) {
+  ASSERT_EQ(run_program({"run.csv"}).status, 0);
+  const std::string report = read_text("run.txt");
+  program_setting setting;
+  setting.out_path = "run.txt";
+  setting.prepare = [] {
+    dup2(STDOUT_FILENO, STDERR_FILENO);
+    hide_fonts();
+  };
+  EXPECT_EQ(run_program({"run.csv"}, setting).status, 0);
+  EXPECT_EQ(read_text("run.txt"), report);
+}
+
+void send_standard_error_to(const char *path, int flags) {
+  const int file = open(path, O_WRONLY | O_CREAT | flags, 0666);
+  dup2(file, STDERR_FILENO);
+  close(file);
+}
+
+// The call as it is, and with standard error in each of its files in turn, as by the shell's "2>" or, for the inputs,
+// "2>>".
+TEST_F(standard_output_test, no_words_on_standard_error_get_into_a_file_of_the_call) {
+  const std::vector<std::string> arguments = {"-d", "-g", "walk.csv", "run.csv"};
+  const char *const inputs[] = {"run.csv", "walk.csv"};
+  const char *const outputs[] = {"walk.tvl", "walk.txt", "matrix.txt", "walk.kml", "coord.txt",
+                                 "run.tvl",  "run.txt",  "run.kml",    "run.pdf"};
+  program_setting setting;
+  setting.prepare = hide_fonts;
+  const program_result expected = run_program(arguments, setting);
+  ASSERT_EQ(expected.status, 0);
+  ASSERT_NE(expected.err, "");
+  std::vector<std::string> contents;
+  for (const char *const name : outputs) contents.push_back(without_date(read_text(name)));
+  std::vector<std::pair<const char *, int>> targets;
+  for (const char *const name : inputs) targets.emplace_back(name, O_APPEND);
+  for (const char *const name : outputs) targets.emplace_back(name, O_TRUNC);
+  for (const auto &[path, flags] : targets) {
+    SCOPED_TRACE(path);
+    setting.prepare = [path = path, flags = flags] {
+      send_standard_error_to(path, flags);
+      hide_fonts();
+    };
+    const program_result result = run_program(arguments, setting);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, expected.out);
+    EXPECT_EQ(read_text("run.csv"), run_);
+    EXPECT_EQ(read_text("walk.csv"), walk_);
+    for (std::size_t i = 0; i < contents.size(); ++i) EXPECT_EQ(without_date(read_text(outputs[i])), contents[i]);
+  }
+}
+
+TEST_F(standard_output_test, a_course_that_standard_error_is_appended_to_stays_as_it_is) {
+  program_setting setting;
+  setting.prepare = [] {
+    send_standard_error_to("matrix.txt", O_APPEND);
+    hide_fonts();
+  };
+  EXPECT_EQ(run_program({"run.csv"}, setting).status, 0);
+  EXPECT_EQ(read_text("matrix.txt"), course_);
+}
+
+TEST_F(standard_output_test, standard_error_may_be_any_other_file) {
+  program_setting setting;
+  setting.prepare = [] {
+    send_standard_error_to("errors.txt", O_TRUNC);
+    hide_fonts();
+  };
+  EXPECT_EQ(run_program({"run.csv"}, setting).status, 0);
+  EXPECT_NE(read_text("errors.txt"), "");
 }
 
 }  // namespace
