@@ -48,15 +48,16 @@ void analyze_over_course(swoop &run, const course &loaded) {
 
 // The report goes to the screen first, so that a pilot sees it even where the folder cannot be written to; and at once,
 // since the drawing libraries end the process themselves when they have no memory.
-void publish_report(const swoop &run, bool metric, const char *path) {
+void publish_report(const swoop &run, const run_config &config, const char *path) {
   error_slot error = nullptr;
-  const owned_text report = format_swoop_report(run, metric, &error);
+  const owned_text report = format_swoop_report(run, config.metric != 0, &error);
   fatal_error(error);
   std::printf("\n%s", report.get());
   std::fflush(stdout);
 
-  // Pilots print into run.txt: by now it holds the report and can be written as if nobody had.
-  redirect_stdout_from(path);
+  // Pilots print into run.txt: by now it holds the report and can be written as if nobody had. A survey's lines in it
+  // would be lost, so that it is then refused like any other output that is printed into.
+  if (!config.gate_file) redirect_stdout_from(path);
   file_handle file = open_output(path, &error);
   fatal_error(error);
   std::fputs(report.get(), file.get());
@@ -110,7 +111,7 @@ void run_swoop_mode(const run_config &config) {
   analyze_over_course(*run, loaded);
   if (run->debug) write_trimmed_swoop(outputs.tvl.get(), *run);
   rotate_pond(loaded, *run);
-  publish_report(*run, config.metric != 0, outputs.txt.get());
+  publish_report(*run, config, outputs.txt.get());
   write_run_kml(*run, outputs.kml.get());
   write_charts(*run, loaded, config.metric != 0, outputs.pdf.get());
 }

@@ -107,6 +107,18 @@ TEST_F(standard_output_test, may_be_the_report_of_a_run_without_charts) {
   EXPECT_EQ(read_text("run.txt"), report);
 }
 
+// The lines of the survey would be lost.
+TEST_F(standard_output_test, gets_no_report_after_a_survey) {
+  const std::string printed = run_program({"-g", "walk.csv", "run.csv"}).out;
+  program_setting printing_into;
+  printing_into.out_path = "run.txt";
+  for (const program_setting &setting : {printing_into, appending_to("run.txt", false)}) {
+    std::filesystem::remove("run.txt");
+    EXPECT_EQ(run_program({"-g", "walk.csv", "run.csv"}, setting).status, 1);
+    EXPECT_EQ(read_text("run.txt"), printed + "ERROR: failed to open file: run.txt\n");
+  }
+}
+
 struct input_case {
   std::vector<std::string> arguments;
   const char *path;
