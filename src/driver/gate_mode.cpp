@@ -1,10 +1,10 @@
 #include <cstdio>
 #include <utility>
 
+#include "driver/course_output.h"
 #include "driver/exit.h"
 #include "driver/modes.h"
 #include "driver/output_names.h"
-#include "formats/course_file.h"
 #include "formats/kml.h"
 #include "gate/gate_open.h"
 #include "geo/angle.h"

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "driver/course_output.h"
 #include "formats/course_file.h"
 #include "gate/gate_open.h"
 #include "support/files.h"
