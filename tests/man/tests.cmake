@@ -7,7 +7,7 @@ set(tarvel_page_environment
   "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>"
   ${tarvel_sanitizer_options})
 
-foreach(name options_test messages_test)
+foreach(name options_test messages_test figures_test)
   add_test(NAME man/${name} COMMAND Python3::Interpreter -B ${PROJECT_SOURCE_DIR}/tests/man/${name}.py)
 endforeach()
 
@@ -16,7 +16,7 @@ foreach(name examples_work pages_are_clean)
   add_test(NAME man/${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/man/${name})
 endforeach()
 
-set_tests_properties(man/options_test man/messages_test man/examples_work man/pages_are_clean PROPERTIES
+set_tests_properties(man/options_test man/messages_test man/figures_test man/examples_work man/pages_are_clean PROPERTIES
   ENVIRONMENT "${tarvel_page_environment}"
   SKIP_RETURN_CODE 77
   TIMEOUT 300)
