@@ -1,7 +1,7 @@
 #include "chart/chart_building.h"
 #include "chart/chart_units.h"
 #include "chart/run_charts.h"
-#include "swoop/sample_measures.h"
+#include "support/time.h"
 
 namespace tarvel {
 
@@ -9,9 +9,7 @@ namespace {
 
 // Negative before the reference, the entry gate or, without one, the top of the turn.
 double seconds_since(std::int64_t reference, const gps_point &sample) {
-  const auto difference =
-      static_cast<std::int64_t>(static_cast<std::uint64_t>(sample.time) - static_cast<std::uint64_t>(reference));
-  return static_cast<double>(difference) / 1000.0;
+  return static_cast<double>(elapsed(reference, sample.time)) / 1000.0;
 }
 
 template <typename measure>

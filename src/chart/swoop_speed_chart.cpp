@@ -3,6 +3,7 @@
 #include "chart/chart_building.h"
 #include "chart/chart_units.h"
 #include "chart/run_charts.h"
+#include "support/time.h"
 #include "track/track_frames.h"
 
 namespace tarvel {
@@ -32,10 +33,7 @@ bool add_annotation(chart &target, const annotation &note, const chart_units &un
 
 bool add_exit_gate(chart &target, const swoop &run, const chart_units &units) {
   const annotation note = {"exit gate", run.exit_gate_xpos, run.exit_gate_speed, purple};
-  // Unsigned, as in the report.
-  const double seconds = static_cast<double>(static_cast<std::uint64_t>(run.exit_gate_time) -
-                                             static_cast<std::uint64_t>(run.entry_gate_time)) /
-                         1000.0;
+  const double seconds = unsigned_seconds(run.entry_gate_time, run.exit_gate_time);
   owned_text label = format_text("%s (%.1f %s @ %.0f %s)(%.2f sec)", note.what, note.speed * units.speed_factor,
                                  units.speed, note.distance * units.length_factor, units.length, seconds);
   return add_point(target, note, units, std::move(label));

@@ -1,6 +1,7 @@
 #include "container/tvl_file.h"
 #include "driver/exit.h"
 #include "driver/modes.h"
+#include "support/time.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {
@@ -9,13 +10,8 @@ namespace {
 
 constexpr std::int64_t margin = 10000;  // ms
 
-// Sums and differences of hostile times wrap.
-std::int64_t time_plus(std::int64_t time, std::int64_t offset) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(time) + static_cast<std::uint64_t>(offset));
-}
-
 std::uint32_t start_before_exit(const swoop &run) {
-  const std::int64_t begin = time_plus(run.track[run.plane_exit].time, -margin);
+  const std::int64_t begin = plus(run.track[run.plane_exit].time, -margin);
   std::uint32_t i = run.plane_exit;
   while (i > 0 && !(run.track[i].time < begin)) --i;
   return i;
@@ -28,7 +24,7 @@ std::uint32_t start_before_highest(const swoop &run) {
   for (std::uint32_t i = run.rollout; i > 0; --i) {
     const gps_point &sample = run.track[i];
     if (raw_altitude(sample) > raw_altitude(run.track[highest])) highest = i;
-    if (elapsed(sample, run.track[highest]) > margin) return i;
+    if (elapsed(sample.time, run.track[highest].time) > margin) return i;
   }
   return 0;
 }
@@ -36,7 +32,7 @@ std::uint32_t start_before_highest(const swoop &run) {
 std::uint32_t end_after_stop(const swoop &run) {
   const std::uint32_t last = run.track_len - 1;
   if (run.touchdown_time != run.track[run.stop].time) return last;
-  const std::int64_t end = time_plus(run.touchdown_time, margin);
+  const std::int64_t end = plus(run.touchdown_time, margin);
   std::uint32_t i = run.stop;
   while (i < last && !(run.track[i].time > end)) ++i;
   return i;

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "geo/wgs84.h"
+#include "support/time.h"
 
 namespace tarvel {
 
@@ -21,8 +22,7 @@ double distance_between(std::span<const gps_point> track, std::size_t a, std::si
 }
 
 std::int64_t time_between(std::span<const gps_point> track, std::size_t a, std::size_t b) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(track[b].time) -
-                                   static_cast<std::uint64_t>(track[a].time));
+  return elapsed(track[a].time, track[b].time);
 }
 
 std::size_t find_start(std::span<const gps_point> track) {

@@ -6,6 +6,7 @@
 
 #include "geo/course_frame.h"
 #include "geo/wgs84.h"
+#include "support/time.h"
 #include "swoop/rollout.h"
 #include "swoop/sample_measures.h"
 #include "swoop/sample_tree.h"
@@ -101,7 +102,7 @@ double ground_height(std::span<const gps_point> samples, std::size_t landing) {
   for (std::size_t i = landing; i < samples.size(); ++i) {
     sum += raw_altitude(samples[i]);
     ++count;
-    if (elapsed(samples[landing], samples[i]) > ground_time) break;
+    if (elapsed(samples[landing].time, samples[i].time) > ground_time) break;
   }
   return sum / static_cast<double>(count) - carried_height;
 }

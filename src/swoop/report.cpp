@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "support/text_buffer.h"
+#include "support/time.h"
 #include "support/units.h"
 #include "track/track_frames.h"
 
@@ -35,11 +36,6 @@ struct short_text {
     std::snprintf(result.text, sizeof result.text, "%s", hyphens);
   }
   return result;
-}
-
-// Seconds. Times are unsigned here: a missing time, which is 0, gives a huge number that nobody takes for a score.
-double seconds_between(std::int64_t from, std::int64_t to) {
-  return static_cast<double>(static_cast<std::uint64_t>(to) - static_cast<std::uint64_t>(from)) / 1000.0;
 }
 
 vec3 scaled(const vec3 &v, double factor) { return {v.x * factor, v.y * factor, v.z * factor}; }
@@ -90,11 +86,11 @@ void print_turn(text_buffer &text, const swoop &run) {
   text_buffer_printf(text, "degrees of rotation:      %4.0f deg (%s)\n", std::fabs(run.turn_degrees),
                      run.turn_degrees >= 0.0 ? "right-hand" : "left-hand");
   text_buffer_printf(text, "time to execute turn:    %5.2f sec\n",
-                     seconds_between(track[run.top_of_turn].time, track[run.rollout].time));
+                     unsigned_seconds(track[run.top_of_turn].time, track[run.rollout].time));
   text_buffer_printf(text, "time during rollout:     %5.2f sec\n",
-                     seconds_between(track[run.rollout].time, run.bottom_time));
+                     unsigned_seconds(track[run.rollout].time, run.bottom_time));
   text_buffer_printf(text, "time aloft during swoop: %5.2f sec\n",
-                     seconds_between(run.bottom_time, run.touchdown_time));
+                     unsigned_seconds(run.bottom_time, run.touchdown_time));
 }
 
 // A speed or time that is not a number was found, though not well, and is shown.
@@ -102,7 +98,7 @@ void print_scores(text_buffer &text, const swoop &run, const display_units &unit
   const short_text entry_speed =
       value_or_hyphens(run.entry_gate_speed != 0.0, "----", run.entry_gate_speed * units.speed_factor, "%.1f");
   const short_text carve_time = value_or_hyphens(run.exit_gate_time != 0, "----",
-                                                 seconds_between(run.entry_gate_time, run.exit_gate_time), "%.2f");
+                                                 unsigned_seconds(run.entry_gate_time, run.exit_gate_time), "%.2f");
   const short_text exit_speed =
       value_or_hyphens(run.exit_gate_speed != 0.0, "----", run.exit_gate_speed * units.speed_factor, "%.1f");
   text_buffer_printf(text, "entry gate speed:      %s %s\n", entry_speed.text, units.speed);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "support/time.h"
 #include "support/units.h"
 #include "track/gps_point.h"
 #include "track/track_frames.h"
@@ -24,15 +25,10 @@ namespace tarvel {
 [[nodiscard]] inline double raw_altitude(const gps_point &sample) { return sample.pos_wgs84.z; }
 [[nodiscard]] inline double raw_descent(const gps_point &sample) { return sample.vel_ltp.z; }
 
-// ms. Differences wrap, so that hostile times cannot trap.
-[[nodiscard]] inline std::int64_t elapsed(const gps_point &from, const gps_point &to) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(to.time) - static_cast<std::uint64_t>(from.time));
-}
-
 // ms as a double for a divisor. 32-bit unsigned: a step back in time becomes a very long one, so that its rates come
 // out near zero instead of negative.
 [[nodiscard]] inline double time_step(const gps_point &from, const gps_point &to) {
-  return static_cast<double>(static_cast<std::uint32_t>(elapsed(from, to)));
+  return static_cast<double>(static_cast<std::uint32_t>(elapsed(from.time, to.time)));
 }
 
 // A heading difference folded into 0..180 degrees.

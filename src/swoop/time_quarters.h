@@ -9,7 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "swoop/sample_measures.h"
+#include "support/time.h"
+#include "track/gps_point.h"
 
 namespace tarvel {
 
@@ -40,10 +41,8 @@ struct taken_after {
   const gps_point &from;
   std::int64_t span = 0;
 
-  bool operator()(std::int64_t time) const {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(time) - static_cast<std::uint64_t>(from.time)) >= span;
-  }
-  bool operator()(const gps_point &sample) const { return elapsed(from, sample) >= span; }
+  bool operator()(std::int64_t time) const { return elapsed(from.time, time) >= span; }
+  bool operator()(const gps_point &sample) const { return elapsed(from.time, sample.time) >= span; }
   bool operator()(const time_quarters &times) const {
     return std::any_of(times.quarters.begin(), times.quarters.end(), [this](const time_quarters::quarter &q) {
       return q.least <= q.greatest && ((*this)(q.least) || (*this)(q.greatest));

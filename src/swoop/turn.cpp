@@ -1,5 +1,6 @@
 #include "swoop/turn.h"
 
+#include "support/time.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {
@@ -50,7 +51,7 @@ std::int64_t earlier_start(std::span<const gps_point> samples, std::int64_t top,
     const double change = folded_heading_change(before.heading, sample.heading);
     climb += height_feet(before) - height_feet(sample);
     gain = accelerates_downward(sample) ? gain + (descent_mph(sample) - descent_mph(before)) : 0.0;
-    const double rate = change * 1000.0 / static_cast<double>(elapsed(before, sample));
+    const double rate = change * 1000.0 / static_cast<double>(elapsed(before.time, sample.time));
     if (rate > turning_rate || climb > longest_climb) return top;
     if (gain > dive_gain) return k - 1;
   }

@@ -34,7 +34,7 @@ std::size_t landing_by_rescanning(std::span<const gps_point> s, std::size_t flig
     if (s[i].vacc >= 10.0F) return i;
     bool is_landing = true;
     for (std::size_t j = i; j < s.size(); ++j) {
-      if (elapsed(s[i], s[j]) > 15000) break;
+      if (elapsed(s[i].time, s[j].time) > 15000) break;
       if (!(feet_per_metre * std::fabs(s[j].pos_wgs84.z - s[i].pos_wgs84.z) <= 100.0)) {
         is_landing = false;
         break;

@@ -254,7 +254,7 @@ std::uint32_t exit_by_rescanning(const swoop &run) {
       const double a = downward_acceleration(s[j]);
       if (a < 0.0 || a > 44.0) break;
       sum += a;
-      if (elapsed(s[i], s[j]) >= 1500) {
+      if (elapsed(s[i].time, s[j].time) >= 1500) {
         is_candidate = sum / static_cast<double>(j - i + 1) > 12.0;
         break;
       }
