@@ -10,7 +10,6 @@
 #include "swoop/rollout.h"
 #include "swoop/sample_measures.h"
 #include "swoop/sample_tree.h"
-#include "swoop/time_quarters.h"
 
 namespace tarvel {
 
@@ -48,7 +47,7 @@ bool has_moved_away(const gps_point &from, double altitude) {
 struct ground_summary {
   double least = std::numeric_limits<double>::infinity();  // m; greater than the greatest: no samples
   double greatest = -std::numeric_limits<double>::infinity();
-  time_quarters times;
+  latest_time latest;
 
   void add(const gps_point &sample) {
     const double altitude = raw_altitude(sample);
@@ -56,13 +55,13 @@ struct ground_summary {
     greatest = std::max(greatest, altitude);
     // No altitude is near one that is not a number.
     if (std::isnan(altitude)) greatest = std::numeric_limits<double>::infinity();
-    times.add(sample);
+    latest.add(sample);
   }
 
   void add(const ground_summary &others) {
     least = std::min(least, others.least);
     greatest = std::max(greatest, others.greatest);
-    times.add(others.times);
+    latest.add(others.latest);
   }
 };
 
@@ -76,9 +75,9 @@ struct has_left {
 };
 
 struct has_stayed {
-  taken_after is_after;
-  bool operator()(const gps_point &sample) const { return is_after(sample); }
-  bool operator()(const ground_summary &summary) const { return is_after(summary.times); }
+  std::int64_t start;
+  bool operator()(const gps_point &sample) const { return elapsed(start, sample.time) > landed_time; }
+  bool operator()(const ground_summary &summary) const { return summary.latest.is_after(start, landed_time + 1); }
 };
 
 // 0 when there is none. The last sample is not examined.
@@ -88,7 +87,7 @@ std::size_t find_landing(std::span<const gps_point> samples, std::size_t flight)
   const auto lasts = [&](std::size_t i) {
     const std::size_t left = tree.find_first(i, samples.size(), has_left{samples[i]});
     if (left == samples.size()) return true;
-    return tree.find_first(i, left + 1, has_stayed{{samples[i], landed_time + 1}}) <= left;
+    return tree.find_first(i, left + 1, has_stayed{samples[i].time}) <= left;
   };
   for (std::size_t i = flight; i + 1 < samples.size(); ++i) {
     if (is_slow(samples[i]) && (samples[i].vacc >= unusable_vacc || lasts(i))) return i;

@@ -6,7 +6,6 @@
 
 #include "swoop/sample_measures.h"
 #include "swoop/sample_tree.h"
-#include "swoop/time_quarters.h"
 
 namespace tarvel {
 
@@ -31,25 +30,25 @@ constexpr float trusted_vacc = 10.0F;
 struct fall_summary {
   double lowest = std::numeric_limits<double>::infinity();  // ft; heights that are no numbers do not count
   double accelerations = 0.0;                               // their sum, mph per second
-  time_quarters times;
+  latest_time latest;
 
   void add(const gps_point &sample) {
     lowest = std::min(lowest, height_feet(sample));
     accelerations += downward_acceleration(sample);
-    times.add(sample);
+    latest.add(sample);
   }
 
   void add(const fall_summary &others) {
     lowest = std::min(lowest, others.lowest);
     accelerations += others.accelerations;
-    times.add(others.times);
+    latest.add(others.latest);
   }
 };
 
 struct has_lasted {
-  taken_after is_after;
-  bool operator()(const gps_point &sample) const { return is_after(sample); }
-  bool operator()(const fall_summary &summary) const { return is_after(summary.times); }
+  std::int64_t start;
+  bool operator()(const gps_point &sample) const { return elapsed(start, sample.time) >= fall_time; }
+  bool operator()(const fall_summary &summary) const { return summary.latest.is_after(start, fall_time); }
 };
 
 // An acceleration that is not a number ends a fall, too: no mean with it exceeds anything.
@@ -71,7 +70,7 @@ class fall_check {
   bool has_begun(std::size_t i) {
     fall_end_ = std::max(fall_end_, i);
     while (fall_end_ < samples_.size() && may_be_fall(samples_[fall_end_])) ++fall_end_;
-    const std::size_t last = tree_.find_first(i, fall_end_, has_lasted{{samples_[i], fall_time}});
+    const std::size_t last = tree_.find_first(i, fall_end_, has_lasted{samples_[i].time});
     return last < fall_end_ && mean_exceeds_least(i, last);
   }
 

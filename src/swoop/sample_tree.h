@@ -9,12 +9,27 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 #include "support/memory.h"
+#include "support/time.h"
 #include "track/gps_point.h"
 
 namespace tarvel {
+
+// The latest of several samples, for the question whether one of them is so much later than a given time. Over times 292
+// million years apart, whose differences wrap, the latest may answer no where an earlier one would answer yes.
+struct latest_time {
+  std::int64_t time = INT64_MIN;  // of no samples, later than nothing
+
+  void add(const gps_point &sample) { time = std::max(time, sample.time); }
+  void add(const latest_time &others) { time = std::max(time, others.time); }
+
+  [[nodiscard]] bool is_after(std::int64_t from, std::int64_t span) const {
+    return time > from && elapsed(from, time) >= span;
+  }
+};
 
 // A summary is that of no samples by default; add() takes a sample or another summary.
 template <typename summary>
@@ -42,8 +57,8 @@ class sample_tree {
     return total;
   }
 
-  // The first sample of [first, end) that meets the condition, or the end. A summary must meet it if and only if one of
-  // its samples does.
+  // The first sample of [first, end) that meets the condition, or the end. A summary may meet it only if one
+  // of its samples does; samples that meet it without their summary are found or missed.
   template <typename condition>
   [[nodiscard]] std::size_t find_first(std::size_t first, std::size_t end, condition is_met) {
     const std::size_t near_end = first + near;

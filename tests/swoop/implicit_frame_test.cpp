@@ -109,14 +109,14 @@ std::vector<gps_point> long_wandering_walk(std::mt19937 &random) {
   const double spread = 20.0 + up_to(25);  // m; 100 ft are 30.48 m
   const int seldom = 1 + up_to(200);
   std::vector<gps_point> samples = {raw_sample(0, {48.0, 0.0, 3000.0}, {30.0, 0.0, 0.0})};
-  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{1} << 63;
+  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{3} << 62;
   for (int i = 1; i < 600; ++i) {
     double altitude = up_to(seldom) == 0 ? spread * (up_to(201) - 100) / 100.0 : spread * (up_to(21) - 10) / 100.0;
     if (up_to(1500) == 0) altitude = up_to(2) == 0 ? not_a_number : endless;
     samples.push_back(raw_sample(static_cast<std::int64_t>(time), {48.0, static_cast<double>(i), altitude},
                                  {up_to(4) != 0 ? 1.0 : 9.0, 0.0, 0.0}, 3.0F));
     time += up_to(40) == 0 ? std::uint64_t{0} - static_cast<unsigned>(up_to(500)) : pace;
-    if (up_to(600) == 0) time += std::uint64_t{1} << (10 + up_to(54));
+    if (up_to(600) == 0) time += std::uint64_t{1} << (10 + up_to(50));
   }
   samples.push_back(raw_sample(static_cast<std::int64_t>(time), {48.0, 600.0, 500.0}, {9.0, 0.0, 0.0}));
   return samples;

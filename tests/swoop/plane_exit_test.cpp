@@ -312,7 +312,7 @@ fall_rows long_wandering_fall(std::mt19937 &random) {
   const int rest = up_to(3) == 0 ? 2 : 100;  // how seldom the clock goes back
   const double other = 12.0 - 3.0 * up_to(5);
   fall_rows rows;
-  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{1} << 63;
+  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{3} << 62;
   double feet = 2600.0;
   for (int i = 0; i < 600; ++i) {
     const double acceleration = up_to(2) == 0 ? 24.0 - other : other;
@@ -321,7 +321,7 @@ fall_rows long_wandering_fall(std::mt19937 &random) {
     if (up_to(400) == 0) rows.back().acceleration = not_a_number;
     if (up_to(400) == 0) rows.back().height = not_a_number;
     time += up_to(rest) == 0 ? std::uint64_t{0} - static_cast<unsigned>(up_to(pace + 2)) : static_cast<unsigned>(pace);
-    if (up_to(300) == 0) time += std::uint64_t{1} << (40 + up_to(24));
+    if (up_to(300) == 0) time += std::uint64_t{1} << (40 + up_to(20));
     feet += 0.25 * (up_to(9) - 4) + 0.1;
     if (up_to(300) == 0) feet += 50.0;
   }
