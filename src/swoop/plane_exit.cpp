@@ -1,7 +1,6 @@
 #include "swoop/plane_exit.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 #include "swoop/sample_measures.h"
@@ -23,33 +22,11 @@ constexpr double least_fall = 12.0;
 constexpr double greatest_fall = 44.0;
 constexpr std::int64_t fall_time = 1500;  // ms for which the mean must exceed least_fall
 
+// The sum of more samples is put together from partial sums. 340 a second: receivers reach 100.
+constexpr std::size_t most_added_in_order = 512;
+
 // Vertical accuracies from here on (m) say too little to end the search.
 constexpr float trusted_vacc = 10.0F;
-
-// What candidates ask about the samples behind them.
-struct fall_summary {
-  double lowest = std::numeric_limits<double>::infinity();  // ft; heights that are no numbers do not count
-  double accelerations = 0.0;                               // their sum, mph per second
-  latest_time latest;
-
-  void add(const gps_point &sample) {
-    lowest = std::min(lowest, height_feet(sample));
-    accelerations += downward_acceleration(sample);
-    latest.add(sample);
-  }
-
-  void add(const fall_summary &others) {
-    lowest = std::min(lowest, others.lowest);
-    accelerations += others.accelerations;
-    latest.add(others.latest);
-  }
-};
-
-struct has_lasted {
-  std::int64_t start;
-  bool operator()(const gps_point &sample) const { return elapsed(start, sample.time) >= fall_time; }
-  bool operator()(const fall_summary &summary) const { return summary.latest.is_after(start, fall_time); }
-};
 
 // An acceleration that is not a number ends a fall, too: no mean with it exceeds anything.
 bool may_be_fall(const gps_point &sample) {
@@ -57,59 +34,74 @@ bool may_be_fall(const gps_point &sample) {
   return acceleration >= 0.0 && acceleration <= greatest_fall;
 }
 
-// Tells falls from shocks and climbs. A candidate that looked at all samples behind it would make a search quadratic,
-// as would its mean over a clock that hardly advances.
-class fall_check {
- public:
-  explicit fall_check(std::span<const gps_point> samples) : samples_(samples), tree_(samples) {}
+// What candidates ask about many samples behind them.
+struct fall_summary {
+  double accelerations = 0.0;  // their sum, mph per second
+  bool is_fall = true;         // each of them may be one
+  latest_time latest;
 
-  bool confirm(std::size_t i) { return has_begun(i) && ends_below(i); }
-
- private:
-  // True when the mean downward acceleration over the fall time from sample i exceeds the least of a fall.
-  bool has_begun(std::size_t i) {
-    fall_end_ = std::max(fall_end_, i);
-    while (fall_end_ < samples_.size() && may_be_fall(samples_[fall_end_])) ++fall_end_;
-    const std::size_t last = tree_.find_first(i, fall_end_, has_lasted{samples_[i].time});
-    return last < fall_end_ && mean_exceeds_least(i, last);
+  void add(const gps_point &sample) {
+    accelerations += downward_acceleration(sample);
+    is_fall = is_fall && may_be_fall(sample);
+    latest.add(sample);
   }
 
-  // As the sum from the first to the last sample has it, which differs from any other order's by its rounding.
-  bool mean_exceeds_least(std::size_t first, std::size_t last) {
-    const auto count = static_cast<double>(last - first + 1);
-    const double sum = tree_.between(first, last + 1).accelerations;
-    const double rounding = 2.0 * count * std::numeric_limits<double>::epsilon() * sum;
-    if (std::fabs(sum - count * least_fall) > rounding) return sum > count * least_fall;
-    double in_order = 0.0;
-    for (std::size_t j = first; j <= last; ++j) in_order += downward_acceleration(samples_[j]);
-    return in_order / count > least_fall;
+  void add(const fall_summary &others) {
+    accelerations += others.accelerations;
+    is_fall = is_fall && others.is_fall;
+    latest.add(others.latest);
   }
-
-  // False when the height climbs again before it comes down to the ground. No climb ends sooner behind a later
-  // candidate: the search goes on where the climb of the candidate before was found.
-  bool ends_below(std::size_t i) {
-    std::size_t j = std::max(i, climb_);
-    double lowest = j == i ? height_feet(samples_[i]) : tree_.between(i, j).lowest;
-    for (; j < samples_.size(); ++j) {
-      const double height = height_feet(samples_[j]);
-      if (height < lowest) lowest = height;
-      if (height < landing_height_feet) return true;
-      if (height - lowest > climb_feet) {
-        climb_ = j;
-        return false;
-      }
-    }
-    return true;
-  }
-
-  std::span<const gps_point> samples_;
-  sample_tree<fall_summary> tree_;
-  std::size_t fall_end_ = 0;  // first sample that is no fall, from the last candidate on
-  std::size_t climb_ = 0;     // refused the last candidate that had begun to fall
 };
 
+// True where the fall ends or has lasted.
+struct is_decided {
+  std::int64_t start;
+
+  bool operator()(const gps_point &sample) const {
+    return !may_be_fall(sample) || elapsed(start, sample.time) >= fall_time;
+  }
+  bool operator()(const fall_summary &summary) const {
+    return !summary.is_fall || summary.latest.is_after(start, fall_time);
+  }
+};
+
+// True when the mean downward acceleration over the fall time from sample i exceeds the least of a fall.
+bool has_begun(std::span<const gps_point> samples, sample_tree<fall_summary> &tree, std::size_t i) {
+  const is_decided decides = {samples[i].time};
+  const std::size_t end_in_order = std::min(samples.size(), i + most_added_in_order);
+  double sum = 0.0;
+  std::size_t last = i;
+  while (last < end_in_order && !decides(samples[last])) sum += downward_acceleration(samples[last++]);
+  if (last == end_in_order) {
+    last = tree.find_first(last, samples.size(), decides);
+    if (last == samples.size()) return false;
+    sum = tree.between(i, last).accelerations;
+  }
+  sum += downward_acceleration(samples[last]);
+  return may_be_fall(samples[last]) && sum / static_cast<double>(last - i + 1) > least_fall;
+}
+
+// The candidates from one sample to the next landing: those before the first kept one climb again.
+struct descent {
+  std::size_t first_kept = 0;
+  std::size_t landing = 0;
+};
+
+descent find_descent(std::span<const gps_point> samples, std::size_t first) {
+  std::size_t landing = first;
+  while (landing < samples.size() && !(height_feet(samples[landing]) < landing_height_feet)) ++landing;
+  double highest = -std::numeric_limits<double>::infinity();
+  for (std::size_t i = landing; i > first; --i) {
+    const double height = height_feet(samples[i - 1]);
+    if (highest - height > climb_feet) return {i, landing};
+    if (height > highest) highest = height;
+  }
+  return {first, landing};
+}
+
 std::size_t find_plane_exit(std::span<const gps_point> samples) {
-  fall_check fall(samples);
+  sample_tree<fall_summary> tree(samples);
+  descent current;
   bool was_high = false;
   for (std::size_t i = 0; i < samples.size(); ++i) {
     const double height = height_feet(samples[i]);
@@ -119,7 +111,9 @@ std::size_t find_plane_exit(std::span<const gps_point> samples) {
     }
     const bool may_fall =
         height > pattern_height_feet && height < highest_exit_feet && downward_acceleration(samples[i]) > least_fall;
-    if (may_fall && fall.confirm(i)) return i;
+    if (!may_fall || i < current.first_kept || !has_begun(samples, tree, i)) continue;
+    if (i >= current.landing) current = find_descent(samples, i);
+    if (i >= current.first_kept) return i;
   }
   return 0;
 }
