@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "support/integer.h"
 
@@ -15,13 +14,21 @@ constexpr double default_span = 100.0;
 constexpr double margin = 0.02;             // of the span, on both sides
 constexpr double most_half_steps = 1000.0;  // a fixed step that gives more is no help to anybody
 constexpr double flat_ticks = 1.2;          // a flat chart's y labels may stand closer
+// No coordinate is larger and no span smaller, so that neither overflows when it is multiplied or divided by a page's
+// size.
+constexpr double largest_coordinate = 1e300;
+constexpr double smallest_span = 1e-300;
 
-// The least and greatest finite coordinates.
+bool is_shown(vec2 point) {
+  return std::fabs(point.x) <= largest_coordinate && std::fabs(point.y) <= largest_coordinate;
+}
+
+// The least and greatest coordinates that are shown.
 void find_ranges(const chart &source, axis &x, axis &y) {
   bool is_first = true;
   for (const series *curve = source.first_series.get(); curve != nullptr; curve = curve->next.get()) {
     for (const vec2 point : points_of(*curve)) {
-      if (!std::isfinite(point.x) || !std::isfinite(point.y)) continue;
+      if (!is_shown(point)) continue;
       if (is_first) {
         x.min = x.max = point.x;
         y.min = y.max = point.y;
@@ -55,15 +62,12 @@ void widen(axis &range, double span) {
   range.max = std::ceil(range.max / (range.step / 2.0)) * range.step / 2.0;
 }
 
-// Coordinates so large that their span overflows, or that a margin is lost in their last digit.
+// Coordinates so large that a margin is lost in their last digit.
 void repair(axis &range, const axis &found, std::uint32_t count) {
-  if (range.min < range.max && std::isfinite(range.max - range.min)) return;
-  constexpr double limit = std::numeric_limits<double>::max() / 4.0;
-  const double low = std::clamp(found.min, -limit, limit);
-  const double high = std::clamp(found.max, -limit, limit);
-  const double room = std::max({1.0, std::fabs(low) * margin, std::fabs(high) * margin});
-  range.min = low - room;
-  range.max = high + room;
+  if (range.min < range.max) return;
+  const double room = std::max({1.0, std::fabs(found.min) * margin, std::fabs(found.max) * margin});
+  range.min = found.min - room;
+  range.max = found.max + room;
   range.step = nice_step(count, range.max - range.min);
 }
 
@@ -72,8 +76,7 @@ void repair(axis &range, const axis &found, std::uint32_t count) {
 double nice_step(std::uint32_t count, double range) {
   const double divisor = count == 0 ? 1.0 : static_cast<double>(count);
   double r = range / divisor;
-  // Below the smallest normal number the divisions by ten would end in zero.
-  if (!(r >= std::numeric_limits<double>::min()) || !std::isfinite(r)) r = default_span / divisor;
+  if (!(r >= smallest_span) || !std::isfinite(r)) r = default_span / divisor;
 
   int e = 0;
   for (; r > 10.0; ++e) r = r / 10.0;

@@ -30,7 +30,7 @@ struct series {
   owned_record<series> next;
   series_style style = series_style::solid;
   std::uint32_t colour = 0;
-  double radius = 0.0;  // of markers, in x data units; 0 means the style's own size
+  double radius = 0.0;  // of markers, in x data units; unless positive, the style's own size
   owned_text name;      // the run's file, or the marker's name; null when there is none
   owned_text label;     // legend text; null keeps the series out of the legend
   owned_array<vec2> points;

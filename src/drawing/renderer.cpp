@@ -201,8 +201,6 @@ void draw_titles(const drawing &d) {
   draw_vertical_title(d, words_of(d.source.y_title));
 }
 
-bool is_drawn(vec2 point) { return std::isfinite(point.x) && std::isfinite(point.y); }
-
 vec2 place(const drawing &d, vec2 point) {
   const cell_layout &l = d.layout;
   const double along_x = (point.x - d.axes.x.min) * d.x_scale;
@@ -211,49 +209,59 @@ vec2 place(const drawing &d, vec2 point) {
           d.source.reverse_y ? l.plot_top + along_y : bottom_of(l) - along_y};
 }
 
+// False also for what is not a number.
+bool is_in_cell(const cell_layout &l, vec2 position) {
+  return position.x >= l.cell_x && position.x <= l.cell_x + l.cell_width && position.y >= l.cell_y &&
+         position.y <= l.cell_y + l.cell_height;
+}
+
+// Calls draw(position) for every point of a curve that lies in the cell. The drawing library keeps coordinates in 32
+// bits and gets none that are infinite or not numbers.
+template <typename action>
+void for_each_position(const drawing &d, const series &curve, action draw) {
+  for (const vec2 point : points_of(curve)) {
+    const vec2 position = place(d, point);
+    if (is_in_cell(d.layout, position)) draw(position);
+  }
+}
+
 void draw_polyline(const drawing &d, const series &curve) {
   cairo_new_path(d.cr);
-  for (const vec2 point : points_of(curve)) {
-    if (!is_drawn(point)) continue;
-    const vec2 position = place(d, point);
-    cairo_line_to(d.cr, position.x, position.y);
-  }
+  for_each_position(d, curve, [&](vec2 position) { cairo_line_to(d.cr, position.x, position.y); });
   cairo_stroke(d.cr);
 }
 
 void fill_circles(const drawing &d, const series &curve, double radius) {
-  for (const vec2 point : points_of(curve)) {
-    if (!is_drawn(point)) continue;
-    add_circle(d.cr, place(d, point), radius);
+  for_each_position(d, curve, [&](vec2 position) {
+    add_circle(d.cr, position, radius);
     cairo_fill(d.cr);
-  }
+  });
 }
 
 void stroke_circles(const drawing &d, const series &curve, double radius) {
-  for (const vec2 point : points_of(curve)) {
-    if (!is_drawn(point)) continue;
-    add_circle(d.cr, place(d, point), radius);
+  for_each_position(d, curve, [&](vec2 position) {
+    add_circle(d.cr, position, radius);
     cairo_stroke(d.cr);
-  }
+  });
 }
 
 // Four quarter arcs that bend inwards between the star's tips.
 void fill_stars(const drawing &d, const series &curve, double radius) {
   const double r = 2.0 * radius;
-  for (const vec2 point : points_of(curve)) {
-    if (!is_drawn(point)) continue;
-    const vec2 p = place(d, point);
+  for_each_position(d, curve, [&](vec2 p) {
     cairo_new_path(d.cr);
     cairo_arc(d.cr, p.x - r, p.y - r, r, 0.0, pi / 2.0);
     cairo_arc(d.cr, p.x + r, p.y - r, r, pi / 2.0, pi);
     cairo_arc(d.cr, p.x + r, p.y + r, r, pi, 3.0 * pi / 2.0);
     cairo_arc(d.cr, p.x - r, p.y + r, r, 3.0 * pi / 2.0, 2.0 * pi);
     cairo_fill(d.cr);
-  }
+  });
 }
 
+// Never larger than the cell: the drawing library cuts a circle into the more arcs the larger it is, an infinite one for
+// ever.
 double marker_radius(const drawing &d, const series &curve) {
-  if (curve.radius != 0.0) return curve.radius * d.x_scale;
+  if (curve.radius > 0.0) return std::min(curve.radius * d.x_scale, d.layout.cell_width);
   switch (curve.style) {
     case series_style::solid_with_dots: return 1.7 * d.layout.line_width;
     case series_style::open_circle: return 2.0 * d.layout.line_width;

@@ -73,6 +73,66 @@ TEST(renderer_limits_test, draws_arbitrary_numbers_with_a_bounded_number_of_word
   }
 }
 
+owned_record<series> poles_of(const std::vector<vec2> &points, double radius) {
+  owned_record<series> poles = series_new(1);
+  poles->style = series_style::open_circle;
+  poles->radius = radius;
+  for (const vec2 point : points) EXPECT_TRUE(series_add_point(*poles, point));
+  return poles;
+}
+
+bool is_on_page(vec2 corner) { return corner.x >= 0.0 && corner.x <= 396.0 && corner.y >= 0.0 && corner.y <= 306.0; }
+
+// The drawing library never ends with a circle of an infinite radius, and draws a coordinate that is too large for it
+// anywhere.
+TEST(renderer_limits_test, draws_all_there_is_on_the_page_however_far_a_point_lies) {
+  const double greatest = std::numeric_limits<double>::max();
+  for (const double far : {1e290, 1e300, 1.01e300, 2e300, 7e305, 1e306, 2e307, greatest}) {
+    for (const vec2 point : {vec2{3e7, far}, vec2{far, 3e7}, vec2{-far, far}, vec2{3e7, -far}, vec2{-far, 0.0}}) {
+      for (const bool equal_scale : {false, true}) {
+        SCOPED_TRACE(testing::Message() << point.x << ' ' << point.y << ' ' << equal_scale);
+        const owned_record<chart> source = chart_of({{-10.0, -20.0}, point, {30.0, 20.0}});
+        source->equal_scale = equal_scale;
+        chart_add_series(*source, poles_of({{0.0, 5.0}, {50.0, -5.0}}, 2.5));
+        for (const drawn_shape &shape : shapes_of(draw_logged(*source, page_kind::vector, 396.0, 306.0))) {
+          ASSERT_TRUE(is_on_page(shape.low) && is_on_page(shape.high)) << shape.path;
+        }
+      }
+    }
+  }
+}
+
+TEST(renderer_limits_test, draws_points_closer_together_than_numbers_can_be_scaled) {
+  for (const double span : {5e-324, 1e-310, 1e-307, 1e-300, 1e-299}) {
+    const owned_record<chart> source = chart_of({{0.0, 0.0}, {span, span}});
+    chart_add_series(*source, poles_of({{0.0, 0.0}}, span / 10.0));
+    const std::vector<drawn_shape> shapes = shapes_of(draw_logged(*source, page_kind::vector, 396.0, 306.0));
+    ASSERT_TRUE(is_on_page(shapes.back().low) && is_on_page(shapes.back().high)) << span << shapes.back().path;
+    // The line's two dots are there, too.
+    EXPECT_TRUE(shapes[shapes.size() - 2].is_round && shapes[shapes.size() - 3].is_round) << span;
+  }
+}
+
+struct radius_case {
+  double radius;
+  double drawn;  // points
+};
+
+// From -5 to 105 on 0.84 of the cell: 3.024 points a unit across.
+const radius_case radius_cases[] = {{10.0, 30.24},  {200.0, 396.0},  // as wide as the cell
+                                    {1e300, 396.0}, {std::numeric_limits<double>::infinity(), 396.0},
+                                    {0.0, 1.224},  // two lines of 0.002 of the height
+                                    {-1.0, 1.224},  {std::numeric_limits<double>::quiet_NaN(), 1.224}};
+
+TEST(renderer_limits_test, draws_no_marker_larger_than_the_cell) {
+  for (const radius_case &c : radius_cases) {
+    const owned_record<chart> source = chart_of({{0.0, 0.0}, {100.0, 100.0}});
+    chart_add_series(*source, poles_of({{50.0, 50.0}}, c.radius));
+    const drawn_shape pole = shapes_of(draw_logged(*source, page_kind::vector, 396.0, 306.0)).back();
+    EXPECT_NEAR((pole.high.x - pole.low.x) / 2.0, c.drawn, 0.05) << c.radius;
+  }
+}
+
 TEST(renderer_limits_test, draws_one_scale_for_a_line_a_hundred_times_as_long_as_wide_both_ways) {
   for (const bool is_high : {false, true}) {
     const owned_record<chart> source = chart_of({{0.0, 0.0}, is_high ? vec2{3.0, 300.0} : vec2{300.0, 3.0}});

@@ -1,5 +1,6 @@
 // Files that cannot be read or written, full disks, and damaged tracks: the program says so and ends.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -120,6 +121,33 @@ TEST_F(program_hostile_test, does_not_wait_for_a_course_from_a_pipe) {
   const program_result result = run_program({"run.csv"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "ERROR: failed to open file: matrix.txt\n");
+}
+
+// The example with another position in its first row of the turn.
+std::string run_with_turn_through(const std::string &latitude, const std::string &longitude,
+                                  const std::string &height) {
+  std::string track = read_text(source_dir() + "/examples/straight.csv");
+  const std::size_t row = track.find("2026-05-16T11:45:17.80Z,");
+  const std::size_t begin = track.find(',', row) + 1;
+  std::size_t end = begin;
+  for (int field = 0; field < 3; ++field) end = track.find(',', end + 1);
+  return track.replace(begin, end - begin, latitude + "," + longitude + "," + height);
+}
+
+TEST_F(program_hostile_test, draws_a_run_of_which_one_sample_is_as_far_out_as_numbers_go) {
+  copy_example("matrix.txt");
+  program_setting setting;
+  setting.prepare = [] {
+    const rlimit seconds = {10, 10};
+    setrlimit(RLIMIT_CPU, &seconds);
+  };
+  for (const char *const height : {"1e299", "7e305", "1e306", "-2e307", "1.7e308"}) {
+    SCOPED_TRACE(height);
+    write_text("run.csv", run_with_turn_through("20", "60", height));
+    const program_result result = run_program({"run.csv"}, setting);
+    EXPECT_EQ(result.status, 0) << result.out;
+    EXPECT_EQ(read_text("run.pdf").substr(0, 5), "%PDF-");
+  }
 }
 
 void expect_answer(const program_result &result) {
