@@ -1,6 +1,7 @@
 // A chart of arbitrary numbers. The first byte holds the hints: reversed axes, equal scale, the legend's corner, fixed
-// steps; then come points of 17 bytes, the first of which starts a new series of a style or goes on with the last. Every
-// chart is drawn, in bounded time and with a bounded number of texts.
+// steps, markers with a radius of their own; then come points of 17 bytes, the first of which starts a new series of a
+// style or goes on with the last. With that radius the numbers behind the first byte of a series are the radius and
+// nothing instead of a point. Every chart is drawn, in bounded time and with a bounded number of texts.
 #include <cairo-pdf.h>
 
 #include <cmath>
@@ -21,6 +22,13 @@ using namespace tarvel;
 constexpr std::size_t point_size = 17;
 constexpr double most_half_steps = 1100.0;
 
+vec2 read_numbers(const std::uint8_t *data) {
+  vec2 numbers;
+  std::memcpy(&numbers.x, data, sizeof numbers.x);
+  std::memcpy(&numbers.y, data + sizeof numbers.x, sizeof numbers.y);
+  return numbers;
+}
+
 owned_record<chart> read_chart(const std::uint8_t *data, std::size_t size) {
   owned_record<chart> made = chart_new();
   made->reverse_x = (data[0] & 1) != 0;
@@ -29,9 +37,11 @@ owned_record<chart> read_chart(const std::uint8_t *data, std::size_t size) {
   made->legend_right = (data[0] & 8) != 0 ? 1 : 0;
   made->x_step = (data[0] & 16) != 0 ? 200.0 : 0.0;
   made->y_step = (data[0] & 32) != 0 ? 10.0 : 0.0;
+  const bool has_radius = (data[0] & 64) != 0;
   made->title = format_text("title");
   series *last = nullptr;
   for (std::size_t at = 1; at + point_size <= size; at += point_size) {
+    const vec2 numbers = read_numbers(data + at + 1);
     if (last == nullptr || (data[at] & 1) != 0) {
       owned_record<series> curve = series_new(1);
       curve->style = static_cast<series_style>((data[at] >> 1) % 7);
@@ -39,11 +49,12 @@ owned_record<chart> read_chart(const std::uint8_t *data, std::size_t size) {
       if ((data[at] & 16) != 0) curve->label = format_text("label");
       last = curve.get();
       chart_add_series(*made, std::move(curve));
+      if (has_radius) {
+        last->radius = numbers.x;
+        continue;
+      }
     }
-    vec2 point;
-    std::memcpy(&point.x, data + at + 1, sizeof point.x);
-    std::memcpy(&point.y, data + at + 9, sizeof point.y);
-    require(series_add_point(*last, point));
+    require(series_add_point(*last, numbers));
   }
   return made;
 }

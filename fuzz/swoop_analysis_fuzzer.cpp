@@ -1,5 +1,9 @@
 // A whole run from its bytes to its report, map and charts. The first byte holds the options: two bits of gate type, one
-// for metres, one for a time aloft.
+// for metres, one for a time aloft, one for a course of its own. Such a course comes before the track: theta in radians,
+// the twelve numbers of its frame, the number of its pond's points in a byte, and their x and y.
+#include <algorithm>
+#include <array>
+#include <cstring>
 #include <utility>
 
 #include "container/tvl_file.h"
@@ -22,11 +26,50 @@ const mat4 course_frame = {{{0.756989892, -0.198146063, -0.622659170, -19949.301
                             {0.000000000, 0.000000000, 0.000000000, 1.000}}};
 constexpr double course_theta = -0.0872;  // radians
 
+// What is left to read; zeros behind its end.
+struct input {
+  const std::uint8_t *data = nullptr;
+  std::size_t size = 0;
+
+  template <typename T>
+  T take() {
+    T value = {};
+    const std::size_t length = std::min(size, sizeof value);
+    std::memcpy(&value, data, length);
+    data += length;
+    size -= length;
+    return value;
+  }
+};
+
+struct flown_course {
+  double theta = course_theta;
+  mat4 frame = course_frame;
+  bool has_pond = false;
+  std::array<vec3, 256> pond = {};  // ended by a point of zeros
+};
+
+flown_course take_course(input &rest) {
+  flown_course course;
+  course.theta = rest.take<double>();
+  for (std::size_t row = 0; row < 3; ++row) {
+    for (double &number : course.frame.m[row]) number = rest.take<double>();
+  }
+  const std::size_t points = rest.take<std::uint8_t>();
+  course.has_pond = points > 0;
+  for (std::size_t i = 0; i < points; ++i) {
+    course.pond[i].x = rest.take<double>();
+    course.pond[i].y = rest.take<double>();
+  }
+  return course;
+}
+
 using stream_reader = void (*)(std::FILE *stream, gps_track &track, error_slot *error);
 
-bool load(const std::uint8_t *data, std::size_t size, gps_track &track) {
+bool load(const input &rest, gps_track &track) {
+  if (rest.size == 0) return false;
   for (const stream_reader read : {read_swoop_stream, read_track_tagged_stream, read_track_header_csv_stream}) {
-    const file_handle stream = open_fuzz_input(data, size);
+    const file_handle stream = open_fuzz_input(rest.data, rest.size);
     error_slot error = nullptr;
     read(stream.get(), track, &error);
     if (error == nullptr) return true;
@@ -34,7 +77,7 @@ bool load(const std::uint8_t *data, std::size_t size, gps_track &track) {
   return false;
 }
 
-void require_outputs(const swoop &run, bool metric) {
+void require_outputs(const swoop &run, const vec3 *pond, bool metric) {
   require(run.top_of_turn <= run.stop && run.stop < run.track_len);
   error_slot error = nullptr;
   require(format_swoop_report(run, metric, &error) != nullptr && error == nullptr);
@@ -42,23 +85,28 @@ void require_outputs(const swoop &run, bool metric) {
   const std::span<const gps_point> samples = samples_of(run).subspan(run.top_of_turn, run.stop - run.top_of_turn);
   write_kml("/dev/null", run.track[run.top_of_turn].time, samples, &ends, &error);
   require(error == nullptr);
-  write_swoop_pdf("/dev/null", run, nullptr, metric, false, &error);
+  write_swoop_pdf("/dev/null", run, pond, metric, false, &error);
   require(error == nullptr);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  if (size < 2) return 0;
+  input rest = {data, size};
+  const auto options = rest.take<std::uint8_t>();
+  flown_course course = (options & 16) != 0 ? take_course(rest) : flown_course();
   gps_track track;
-  if (!load(data + 1, size - 1, track)) return 0;
+  if (!load(rest, track)) return 0;
   swoop run;
   run.track = std::move(track.points);
   run.track_len = track.count;
-  run.time_aloft = (data[0] & 8) != 0 ? 5000 : 0;
+  run.time_aloft = (options & 8) != 0 ? 5000 : 0;
 
   error_slot error = nullptr;
-  analyze_swoop(run, data[0] & 3, course_frame, course_theta, &error);
-  if (error == nullptr) require_outputs(run, (data[0] & 4) != 0);
+  analyze_swoop(run, options & 3, course.frame, course.theta, &error);
+  if (error != nullptr) return 0;
+  vec3 *const pond = course.has_pond ? course.pond.data() : nullptr;
+  rotate_point_list(pond, correction_angle(run));
+  require_outputs(run, pond, (options & 4) != 0);
   return 0;
 }
