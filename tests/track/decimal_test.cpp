@@ -44,7 +44,23 @@ const decimal_case decimal_cases[] = {
     {"1e400", HUGE_VAL},
     {"-1e400", -HUGE_VAL},
     {"1e-400", 0.0},
+    {"1e3.5", 1000.0},
+    {"1e3e3", 1000.0},
+    {"1e-", 1.0},
+    {"1 e3", 1.0},
+    {".e3", 0.0},
+    {"-.e3", 0.0},
+    {"0e99999999999999999999", 0.0},
+    {"1e99999999999999999999", HUGE_VAL},
+    {"-1e-99999999999999999999", -0.0},
+    {"1e0000000000000000000002", 100.0},
     {"0x10", 16.0},
+    {"0X1P4", 16.0},
+    {"+0x1.8", 1.5},
+    {"0x.8", 0.5},
+    {"0xg", 0.0},
+    {"1d5", 1.0},
+    {"1f", 1.0},
     {"0x", 0.0},
     {"-0x1.8p1", -3.0},
     {"  5.5", 5.5},
@@ -54,6 +70,16 @@ const decimal_case decimal_cases[] = {
     {"5,5", 5.0},
     {"1.2.3", 1.2},
     {"12 34", 12.0},
+    {"\n-5.5", -5.5},
+    {"\r5.5\r", 5.5},
+    {"- 5", 0.0},
+    {"0007", 7.0},
+    {"-0007.50", -7.5},
+    {"+.5", 0.5},
+    {"+-.5", 0.0},
+    {"\xC2\xA0"
+     "5",
+     0.0},
     {"m5", 0.0},
     {"inf", HUGE_VAL},
     {"-inf", -HUGE_VAL},
@@ -95,7 +121,21 @@ TEST(decimal_test, reads_numbers_beyond_the_range) {
                                "0." + std::string(323, '0') + "49406564584124654",
                                "0." + std::string(307, '0') + "22250738585072011",
                                std::string(1000, '0') + "1.5",
-                               "0." + std::string(1000, '3')};
+                               "0." + std::string(1000, '3'),
+                               "1e308",
+                               "1.7976931348623157e308",
+                               "1.7976931348623158e308",
+                               "1.7976931348623159e308",  // past half way to the next: too large
+                               "179769313486231580793" + std::string(288, '0'),
+                               "4.9406564584124654e-324",
+                               "2.4703282292062327e-324",  // half of the smallest, rounded down and up
+                               "2.4703282292062328e-324",
+                               "2.2250738585072011e-308",
+                               "2.2250738585072014e-308",
+                               std::string(32000, '9') + "e-31990",
+                               "0." + std::string(32000, '0') + "7e32000",
+                               "-" + std::string(31000, '0') + "." + std::string(1000, '0') + "12m",
+                               std::string(16000, '1') + "." + std::string(16000, '1')};
   for (const std::string &text : texts) {
     SCOPED_TRACE(text);
     EXPECT_EQ(bits_of(read_decimal(text)), bits_of(std::strtod(text.c_str(), nullptr)));
@@ -123,12 +163,12 @@ const plain_case plain_cases[] = {
     {"-99999999.9999999", true, -99999999.9999999},
     {"999999999999999.", true, 999999999999999.0},
     {"000000000000001", true, 1.0},
-    {"9999999999999999", false, 42.0},
-    {"9999999999999999.", false, 42.0},
-    {".9999999999999999", false, 42.0},
-    {"99999999.99999999", false, 42.0},
-    {"0000000000000001", false, 42.0},
-    {"18446744073709551617", false, 42.0},
+    {"9999999999999999", true, 9999999999999999.0},
+    {"9999999999999999.", true, 9999999999999999.0},
+    {".9999999999999999", true, 0.9999999999999999},
+    {"99999999.99999999", true, 99999999.99999999},
+    {"0000000000000001", true, 1.0},
+    {"18446744073709551617", true, 18446744073709551616.0},
     {"", false, 42.0},
     {"-", false, 42.0},
     {".", false, 42.0},
@@ -140,10 +180,27 @@ const plain_case plain_cases[] = {
     {"5 ", false, 42.0},
     {"1.2.3", false, 42.0},
     {"1..2", false, 42.0},
-    {"1e3", false, 42.0},
+    {"1e3", true, 1000.0},
+    {"-1.5E-2", true, -0.015},
+    {"1e+3", true, 1000.0},
+    {"1e308", true, 1e308},
+    {"1e309", false, 42.0},
+    {"-1e309", false, 42.0},
+    {"1e-400", true, 0.0},
+    {"1e", false, 42.0},
+    {"1e+", false, 42.0},
+    {"e3", false, 42.0},
+    {"-e3", false, 42.0},
+    {"1f3", false, 42.0},
+    {"1p3", false, 42.0},
+    {"0x10", false, 42.0},
     {"1/2", false, 42.0},  // the characters before 0 and behind 9
     {"1:2", false, 42.0},
+    {"1,2", false, 42.0},
     {"inf", false, 42.0},
+    {"-infinity", false, 42.0},
+    {"nan", false, 42.0},
+    {"nan(1)", false, 42.0},
     {"\xB5", false, 42.0},
 };
 
@@ -202,6 +259,25 @@ TEST(decimal_test, rounds_as_strtod_does) {
     std::snprintf(text, sizeof text, "%.*f", static_cast<int>(random() % 18), value);
     ASSERT_EQ(bits_of(read_decimal(text)), bits_of(std::strtod(text, nullptr))) << text;
   }
+}
+
+// Signs, zeros, digits, exponents and what follows them, in every combination.
+TEST(decimal_test, agrees_with_strtod_on_every_combination_of_parts) {
+  const char *const signs[] = {"", "-", "+", "--", "+-", " ", "\t-"};
+  const char *const wholes[] = {"",   "0",   "00", "7", "007", "9007199254740993", "18446744073709551616",
+                                "0x", "inf", "nan"};
+  const char *const fractions[] = {"", ".", ".0", ".5", ".0625", ".1234567890123456789012345", "..5", ",5"};
+  const char *const exponents[] = {"",     "e",     "e5",    "E-5",    "e+22", "e-23",
+                                   "e308", "e-320", "e4000", "e-4000", "p3",   "e5.5"};
+  const char *const endings[] = {"", " ", "m", "Z", "\r", "-", "(1)"};
+  for (const char *const sign : signs)
+    for (const char *const whole : wholes)
+      for (const char *const fraction : fractions)
+        for (const char *const exponent : exponents)
+          for (const char *const ending : endings) {
+            const std::string text = std::string(sign) + whole + fraction + exponent + ending;
+            ASSERT_EQ(bits_of(read_decimal(text)), bits_of(std::strtod(text.c_str(), nullptr))) << '"' << text << '"';
+          }
 }
 
 }  // namespace
