@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <system_error>
 
 #include "track/decimal.h"
 #include "track/time_field.h"
@@ -12,10 +14,12 @@ namespace tarvel {
 
 namespace {
 
-// The low 8 bits of what strtoul gives. Counts are one or two digits.
+// The low 8 bits of what strtoul gives. Nearly every count is a short row of digits.
 std::uint8_t read_small_count(std::string_view text) {
-  double count = 0.0;
-  if (text.size() <= 2 && read_plain_decimal(text, count) && count >= 0.0) return static_cast<std::uint8_t>(count);
+  const char *const last = text.data() + text.size();
+  std::uint8_t count = 0;
+  const auto [end, error] = std::from_chars(text.data(), last, count);
+  if (error == std::errc() && end == last) return count;
   return static_cast<std::uint8_t>(std::strtoul(text.data(), nullptr, 10));
 }
 
