@@ -44,8 +44,8 @@ TEST(fixed_decimal_test, ties_go_to_the_even_digit) {
   EXPECT_EQ(printed(0.1875, 3), "0.188");
 }
 
-// Products on both sides of 2^40 = 1099511627776, and next to ties, where the rounded product tells nothing.
-TEST(fixed_decimal_test, what_the_product_does_not_tell_is_that_of_printf_too) {
+// Numbers of 13 digits on both sides of 2^40 = 1099511627776 and next to ties of the last decimal.
+TEST(fixed_decimal_test, long_numbers_beside_ties_are_those_of_printf) {
   for (int decimals = 0; decimals <= 12; ++decimals) {
     const double edge = 1099511627776.0 / std::pow(10.0, decimals);
     for (const double offset : {-1.0, -0.5, -0.0009, 0.0, 0.0009, 0.5, 1.0}) {
@@ -64,6 +64,17 @@ TEST(fixed_decimal_test, any_count_of_decimals_is_that_of_printf) {
   for (int i = 0; i < 200000; ++i) {
     const double value = (i % 2 == 0 ? 1.0 : -1.0) * std::pow(10.0, exponents(random));
     ASSERT_EQ(printed(value, i % 21), printed_by_printf(value, i % 21)) << value << " with " << i % 21;
+  }
+}
+
+// A logger may write any spelling of nan, and strtod keeps its sign and its bits.
+TEST(fixed_decimal_test, words_for_what_is_not_finite) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(printed(infinity, 7), "inf");
+  EXPECT_EQ(printed(-infinity, 7), "-inf");
+  for (const double kind : {std::nan(""), std::nan("1"), std::numeric_limits<double>::signaling_NaN()}) {
+    EXPECT_EQ(printed(std::copysign(kind, 1.0), 7), "nan");
+    EXPECT_EQ(printed(std::copysign(kind, -1.0), 7), "-nan");
   }
 }
 
