@@ -1,6 +1,5 @@
 #include "chart/chart.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -22,14 +21,7 @@ owned_record<series> series_new(std::uint32_t capacity) {
 }
 
 bool series_add_point(series &curve, vec2 point) {
-  if (curve.count == curve.capacity) {
-    const std::uint64_t capacity = std::max(std::uint64_t{curve.capacity} * 2, std::uint64_t{1});
-    if (capacity > UINT32_MAX || !try_resize(curve.points, capacity)) return false;
-    curve.capacity = static_cast<std::uint32_t>(capacity);
-  }
-  curve.points[curve.count] = point;
-  ++curve.count;
-  return true;
+  return try_append(curve.points, curve.count, curve.capacity, 1, point);
 }
 
 void chart_add_series(chart &target, owned_record<series> curve) {

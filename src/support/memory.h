@@ -1,9 +1,11 @@
 // The only place that meets the allocator: owners that free themselves, and requests that may say no.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <new>
 #include <type_traits>
@@ -47,6 +49,32 @@ template <typename T>
   if (block == nullptr) return false;
   static_cast<void>(array.release());
   array.reset(static_cast<T *>(block));
+  return true;
+}
+
+// Makes room for that many elements: for first_capacity at first, then for twice as many, as often as it takes. False
+// when memory is short or the capacity would not fit its type: array and capacity are as they were.
+template <typename T, std::unsigned_integral size_type>
+[[nodiscard]] bool try_reserve(owned_array<T> &array, size_type &capacity, std::uint64_t needed,
+                               std::type_identity_t<size_type> first_capacity) {
+  size_type grown = capacity == 0 ? first_capacity : capacity;
+  while (grown < needed) {
+    if (grown > std::numeric_limits<size_type>::max() / 2) return false;
+    grown = static_cast<size_type>(grown * 2);
+  }
+  if (grown == capacity) return true;
+  if (!try_resize(array, grown)) return false;
+  capacity = grown;
+  return true;
+}
+
+// Appends one element, with room as try_reserve makes it. False when memory is short: nothing has changed.
+template <typename T, std::unsigned_integral size_type>
+[[nodiscard]] bool try_append(owned_array<T> &array, size_type &count, size_type &capacity,
+                              std::type_identity_t<size_type> first_capacity, std::type_identity_t<T> element) {
+  if (!try_reserve(array, capacity, std::uint64_t{count} + 1, first_capacity)) return false;
+  array[count] = element;
+  ++count;
   return true;
 }
 

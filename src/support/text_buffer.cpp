@@ -17,17 +17,6 @@ text_buffer text_buffer_create(error_slot *error) {
   return buffer;
 }
 
-namespace {
-
-// 64 bits, so that doubling towards a text near 4 GiB cannot wrap to a smaller capacity.
-std::uint64_t grown_capacity(std::uint32_t capacity, std::uint64_t needed) {
-  std::uint64_t grown = capacity == 0 ? text_buffer_initial_capacity : capacity;
-  while (grown < needed) grown *= 2;
-  return grown;
-}
-
-}  // namespace
-
 void text_buffer_printf(text_buffer &buffer, const char *format, ...) {
   std::va_list arguments;
   std::va_list arguments_again;
@@ -43,12 +32,10 @@ void text_buffer_printf(text_buffer &buffer, const char *format, ...) {
     buffer.length += static_cast<std::uint32_t>(printed);
   } else {
     const std::uint64_t needed = std::uint64_t{buffer.length} + static_cast<std::uint32_t>(printed) + 1;
-    const std::uint64_t capacity = grown_capacity(buffer.capacity, needed);
-    if (capacity > UINT32_MAX || !try_resize(buffer.data, capacity)) {
+    if (!try_reserve(buffer.data, buffer.capacity, needed, text_buffer_initial_capacity)) {
       *buffer.error = "realloc failed";
       buffer.data[buffer.length] = '\0';
     } else {
-      buffer.capacity = static_cast<std::uint32_t>(capacity);
       std::vsnprintf(buffer.data.get() + buffer.length, buffer.capacity - buffer.length, format, arguments_again);
       buffer.length += static_cast<std::uint32_t>(printed);
     }

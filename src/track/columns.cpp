@@ -78,29 +78,18 @@ bool has_required_fields(std::span<const column_action> actions) {
   });
 }
 
-// Adds one action; the final null action must fit as well.
-bool append_action(column_actions &actions, std::size_t &count, std::size_t &capacity, column_action action) {
-  if (count + 2 > capacity) {
-    const std::size_t grown = capacity == 0 ? 16 : 2 * capacity;
-    if (!try_resize(actions, grown)) return false;
-    capacity = grown;
-  }
-  actions[count] = action;
-  actions[count + 1] = nullptr;
-  ++count;
-  return true;
-}
-
 }  // namespace
 
 bool parse_field_names(track_file &file, column_actions &actions) {
+  constexpr std::size_t first_capacity = 16;
   column_actions named;
   std::size_t count = 0;
   std::size_t capacity = 0;
   for (std::string_view name = next_field(file); name.data() != nullptr; name = next_field(file)) {
-    if (!append_action(named, count, capacity, action_for(name))) return false;
+    if (!try_append(named, count, capacity, first_capacity, action_for(name))) return false;
   }
   if (!has_required_fields({named.get(), count})) return false;
+  if (!try_append(named, count, capacity, first_capacity, nullptr)) return false;
   actions = std::move(named);
   return true;
 }

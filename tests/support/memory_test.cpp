@@ -63,6 +63,89 @@ TEST(memory_test, zeroes_every_element) {
   EXPECT_EQ(std::count(array.get(), array.get() + 5000, '\0'), 5000);
 }
 
+struct reserve_case {
+  const char *name;
+  std::uint8_t capacity;
+  std::uint64_t needed;
+  std::uint8_t first_capacity;
+  int expected;  // the capacity afterwards, or -1 for a refusal
+};
+
+const reserve_case reserve_cases[] = {
+    {"the first room", 0, 1, 5, 5},
+    {"no room needed yet", 0, 0, 5, 5},
+    {"more than the first room", 0, 11, 5, 20},
+    {"room that is there", 5, 5, 9, 5},
+    {"one more", 5, 6, 9, 10},
+    {"several doublings", 5, 41, 9, 80},
+    {"the last doubling that fits", 127, 128, 9, 254},
+    {"a doubling that would wrap", 128, 129, 9, -1},
+    {"a doubling that would wrap to a fit", 192, 193, 9, -1},
+    {"several doublings, the last of which would wrap", 40, 161, 9, -1},
+    {"more than the type holds", 200, 256, 9, -1},
+    {"more than 64 bits can double", 1, UINT64_MAX, 9, -1},
+};
+
+TEST(memory_test, doubles_the_room_as_often_as_it_takes) {
+  for (const reserve_case &c : reserve_cases) {
+    SCOPED_TRACE(c.name);
+    owned_array<int> array;
+    ASSERT_TRUE(try_resize(array, c.capacity));
+    std::fill_n(array.get(), c.capacity, 7);
+    const int *const block = array.get();
+    std::uint8_t capacity = c.capacity;
+    EXPECT_EQ(try_reserve(array, capacity, c.needed, c.first_capacity), c.expected >= 0);
+    EXPECT_EQ(capacity, c.expected >= 0 ? c.expected : c.capacity);
+    EXPECT_EQ(std::count(array.get(), array.get() + c.capacity, 7), c.capacity);
+    EXPECT_TRUE(capacity != c.capacity || array.get() == block);
+    std::fill_n(array.get(), capacity, 8);
+  }
+}
+
+TEST(memory_test, appends_one_element_after_the_other) {
+  owned_array<int> array;
+  std::uint32_t count = 0;
+  std::uint32_t capacity = 0;
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_TRUE(try_append(array, count, capacity, 3, i * i));
+    EXPECT_EQ(capacity, i < 3 ? 3U : i < 6 ? 6U : i < 12 ? 12U : i < 24 ? 24U : i < 48 ? 48U : i < 96 ? 96U : 192U);
+  }
+  EXPECT_EQ(count, 100U);
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(array[static_cast<std::size_t>(i)], i * i);
+}
+
+TEST(memory_test, appends_nothing_when_memory_is_short) {
+  owned_array<int> array;
+  std::size_t count = 0;
+  std::size_t capacity = 0;
+  {
+    const allocation_limit limit(0);
+    EXPECT_FALSE(try_append(array, count, capacity, 2, 5));
+  }
+  EXPECT_EQ(array, nullptr);
+  ASSERT_TRUE(try_append(array, count, capacity, 2, 5));
+  const allocation_limit limit(0);
+  ASSERT_TRUE(try_append(array, count, capacity, 2, 6));
+  EXPECT_FALSE(try_append(array, count, capacity, 2, 7));
+  EXPECT_EQ(count, 2U);
+  EXPECT_EQ(capacity, 2U);
+  EXPECT_EQ(array[0], 5);
+  EXPECT_EQ(array[1], 6);
+}
+
+// 2^32 elements do not fit the count: nothing is asked of the allocator, and nothing is written.
+TEST(memory_test, appends_nothing_that_a_count_of_32_bits_cannot_count) {
+  for (const std::uint32_t full : {std::uint32_t{1} << 31, UINT32_MAX}) {
+    owned_array<char> array;
+    std::uint32_t count = full;
+    std::uint32_t capacity = full;
+    EXPECT_FALSE(try_append(array, count, capacity, 1, 'x'));
+    EXPECT_EQ(count, full);
+    EXPECT_EQ(capacity, full);
+    EXPECT_EQ(array, nullptr);
+  }
+}
+
 struct record {
   int number = 5;
   owned_text text;
