@@ -123,11 +123,7 @@ bool remember_input(const char *path, const struct stat &status) {
   for (std::size_t i = 0; i < files.count; ++i) {
     if (files.entries[i].identity == identity) return true;
   }
-  if (files.count == files.capacity) {
-    const std::size_t capacity = files.capacity == 0 ? 8 : 2 * files.capacity;
-    if (!try_resize(files.entries, capacity)) return false;
-    files.capacity = capacity;
-  }
+  if (!try_reserve(files.entries, files.capacity, files.count + 1, 8)) return false;
   owned_text copy = try_duplicate(path);
   if (!copy) return false;
   files.entries[files.count] = {identity, copy.release()};

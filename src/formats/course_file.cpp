@@ -84,11 +84,7 @@ void read_matrix_row(course_reader &reader, const char *line, error_slot *error)
 
 // The terminator must fit behind the new point as well.
 bool append_pond_point(course_reader &reader, const vec3 &point) {
-  if (reader.pond_count + 2 > reader.pond_capacity) {
-    const std::size_t capacity = reader.pond_capacity == 0 ? 512 : 2 * reader.pond_capacity;
-    if (!try_resize(reader.pond, capacity)) return false;
-    reader.pond_capacity = capacity;
-  }
+  if (!try_reserve(reader.pond, reader.pond_capacity, reader.pond_count + 2, 512)) return false;
   reader.pond[reader.pond_count] = point;
   reader.pond[reader.pond_count + 1] = vec3();
   ++reader.pond_count;

@@ -21,11 +21,7 @@ struct pond_list {
   std::size_t capacity = 0;
 
   bool append(const vec3 &point) {
-    if (count + 2 > capacity) {
-      const std::size_t grown = capacity == 0 ? 512 : 2 * capacity;
-      if (!try_resize(points, grown)) return false;
-      capacity = grown;
-    }
+    if (!try_reserve(points, capacity, count + 2, 512)) return false;
     points[count] = point;
     ++count;
     return true;
