@@ -265,11 +265,15 @@ def make_commands(place):
     return commands
 
 
+# What a survey writes beside it, under the name with ".new" behind it, and then renames.
+COURSES = ("matrix.txt", "walk.txt")
+
+
 def cut_courses(command, files):
-    """Course files that hold only a part of what they should, which a later run could take for the whole."""
-    return [name for name in ("matrix.txt", "walk.txt")
+    """Course files that hold only a part of what they should, or nothing."""
+    return [name for name in COURSES
             if isinstance(whole := command.reference.files.get(name), bytes)
-            and isinstance(part := files.get(name), bytes) and part and whole.startswith(part)
+            and isinstance(part := files.get(name), bytes) and whole.startswith(part)
             and part not in (whole, command.before.get(name))]
 
 
@@ -405,7 +409,7 @@ STRACE = ["strace", "-f", "--quiet=all", "--seccomp-bpf"]
 def own_paths(command, streams=("@OUT@",)):
     """strace options that confine it to the command line's own files and standard output."""
     words = []
-    for name in command.names:
+    for name in [*command.names, *(course + ".new" for course in COURSES if course in command.names)]:
         words += ["-P", name, "-P", "@FOLDER@/" + name]
     return words + [word for stream in streams for word in ("-P", stream)]
 

@@ -34,15 +34,6 @@ file_handle open_for_reading(const char *path, struct stat &status) {
 constexpr const char *open_failure = "failed to open file: ";
 constexpr const char *read_failure = "failed to read file: ";
 
-// False for the file that standard output goes to, for an input that cannot be renamed, and when nobody can tell.
-bool prepare_output(const char *path) {
-  struct stat status;
-  const lookup found = look_up(path, status);
-  if (found == lookup::failed) return false;
-  if (found == lookup::there && (is_stdout(status) || !silence_stderr(status))) return false;
-  return set_aside_inputs(path);
-}
-
 void fail_opening(const char *path, error_slot *error) { *error = format_error("%s%s", open_failure, path); }
 
 }  // namespace
@@ -86,6 +77,14 @@ bool is_file_failure(error_slot message) {
   return words.starts_with(open_failure) || words.starts_with(read_failure);
 }
 
+bool prepare_output(const char *path) {
+  struct stat status;
+  const lookup found = look_up(path, status);
+  if (found == lookup::failed) return false;
+  if (found == lookup::there && (is_stdout(status) || !silence_stderr(status))) return false;
+  return set_aside_inputs(path);
+}
+
 file_handle open_output(const char *path, error_slot *error) {
   file_handle file(prepare_output(path) ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
   if (!file) fail_opening(path, error);
@@ -96,11 +95,6 @@ void close_output(file_handle file, const char *path, error_slot *error) {
   const bool had_error = std::ferror(file.get()) != 0;
   const bool is_closed = std::fclose(file.release()) == 0;
   if (*error == nullptr && (had_error || !is_closed)) *error = format_error("failed to write file: %s", path);
-}
-
-void empty_output(const char *path) {
-  // Where even that fails, there is nothing more to be done.
-  [[maybe_unused]] const int result = truncate(path, 0);
 }
 
 }  // namespace tarvel

@@ -32,17 +32,16 @@ void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 // True for a message of open_input or report_read_error: then no other reader is to try the same file.
 [[nodiscard]] bool is_file_failure(error_slot message);
 
-// Opens a file for writing, emptied. When it is one of this run's inputs, that input is first renamed: ".orig" is
-// appended to its name, ".orig.2", ".orig.3" and so on when that is taken. Null with "failed to open file: %s", also
-// for a FIFO that nobody reads from, and for the file that standard output goes to: it would get both. What is printed
-// to standard error does not get into it.
+// Before an output takes the place of what has its name: an input of this run is renamed, ".orig" being appended to its
+// name, ".orig.2", ".orig.3" and so on when that is taken, and what is printed to standard error is kept out of the file.
+// False when that fails, and for the file that standard output goes to, which would get both.
+[[nodiscard]] bool prepare_output(const char *path);
+
+// Prepares an output and opens it, emptied. Null with "failed to open file: %s", also for a FIFO that nobody reads from.
 [[nodiscard]] file_handle open_output(const char *path, error_slot *error);
 
 // Writes out what is buffered and closes. Any write that failed since the opening fails with
 // "failed to write file: %s"; a message that is already in the slot stays.
 void close_output(file_handle file, const char *path, error_slot *error);
-
-// Empties an output that could not be written whole, so that nobody takes it for more than it is.
-void empty_output(const char *path);
 
 }  // namespace tarvel

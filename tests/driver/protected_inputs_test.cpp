@@ -12,6 +12,7 @@
 #include "driver/file_handle.h"
 #include "support/allocation_limit.h"
 #include "support/files.h"
+#include "support/ordinary_user.h"
 
 namespace tarvel {
 namespace {
@@ -274,22 +275,6 @@ TEST(protected_inputs_test, does_not_mind_an_input_that_is_not_there) {
   protect_input("run.csv", &error);
   EXPECT_EQ(error, nullptr);
 }
-
-// An ordinary user for the time of the test, as nothing is unwritable to root.
-class ordinary_user {
- public:
-  ordinary_user() : is_root_(geteuid() == 0) {
-    if (is_root_ && seteuid(65534) != 0) ADD_FAILURE() << "cannot become an ordinary user";
-  }
-  ~ordinary_user() {
-    if (is_root_ && seteuid(0) != 0) ADD_FAILURE() << "cannot become root again";
-  }
-  ordinary_user(const ordinary_user &) = delete;
-  ordinary_user &operator=(const ordinary_user &) = delete;
-
- private:
-  bool is_root_;
-};
 
 TEST(protected_inputs_test, fails_when_the_input_cannot_be_moved) {
   const temp_dir dir;

@@ -127,6 +127,21 @@ int rename(const char *from, const char *to) noexcept {
   return fails(c_call::rename) ? -1 : real(from, to);
 }
 
+int fsync(int descriptor) {
+  static const auto real = next<decltype(&fsync)>("fsync");
+  return fails(c_call::fsync) ? -1 : real(descriptor);
+}
+
+int fchown(int descriptor, uid_t owner, gid_t group) noexcept {
+  static const auto real = next<int (*)(int, uid_t, gid_t)>("fchown");
+  return fails(c_call::fchown) ? -1 : real(descriptor, owner, group);
+}
+
+int fchmod(int descriptor, mode_t mode) noexcept {
+  static const auto real = next<int (*)(int, mode_t)>("fchmod");
+  return fails(c_call::fchmod) ? -1 : real(descriptor, mode);
+}
+
 std::tm *localtime_r(const std::time_t *time, std::tm *fields) noexcept {
   static const auto real = next<std::tm *(*)(const std::time_t *, std::tm *)>("localtime_r");
   return fails(c_call::localtime_r) ? nullptr : real(time, fields);

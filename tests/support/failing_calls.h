@@ -18,6 +18,9 @@ enum class c_call {
   realpath,
   renameat2,
   rename,
+  fsync,
+  fchown,
+  fchmod,
   localtime_r,
   strftime,
   count_of_calls

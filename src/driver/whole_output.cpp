@@ -1,0 +1,91 @@
+#include "driver/whole_output.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "driver/file_identity.h"
+
+namespace tarvel {
+
+namespace {
+
+// A new file beside that one, without a stream when there is no memory for it. Existing files are left alone.
+whole_output open_beside(owned_text target, mode_t permissions) {
+  const std::size_t room = std::strlen(target.get()) + sizeof ".new.4294967295";
+  owned_text name;
+  if (!try_resize(name, room)) return {};
+  int descriptor = -1;
+  for (unsigned number = 1; descriptor < 0; ++number) {
+    if (number == 1) {
+      std::snprintf(name.get(), room, "%s.new", target.get());
+    } else {
+      std::snprintf(name.get(), room, "%s.new.%u", target.get(), number);
+    }
+    descriptor = open(name.get(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
+    if (descriptor < 0 && errno != EEXIST) return {};
+  }
+  whole_output output;
+  output.temporary.reset(name.release());
+  output.target = std::move(target);
+  output.file.reset(fdopen(descriptor, "wb"));
+  if (!output.file) close(descriptor);
+  return output;
+}
+
+// The permissions come last, since a new owner takes some of them away.
+bool copy_rights(const struct stat &old, int descriptor) {
+  constexpr mode_t permissions = 07777;
+  return fchown(descriptor, old.st_uid, old.st_gid) == 0 && fchmod(descriptor, old.st_mode & permissions) == 0;
+}
+
+// Without a temporary file when the output must be written in place.
+whole_output open_replacement(const char *path) {
+  struct stat old;
+  if (look_up_link(path, old) == lookup::absent) {
+    owned_text name = try_duplicate(path);
+    return name ? open_beside(std::move(name), 0666) : whole_output();
+  }
+  // A file that may not be written may not be replaced either.
+  if (stat(path, &old) != 0 || !S_ISREG(old.st_mode) || faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return {};
+  owned_text target(realpath(path, nullptr));
+  if (!target) return {};
+  // Nobody else may open it before it has the old one's permissions.
+  whole_output output = open_beside(std::move(target), 0600);
+  if (output.file && !copy_rights(old, fileno(output.file.get()))) return {};
+  return output;
+}
+
+bool is_on_disk(std::FILE *file) { return std::fflush(file) == 0 && fsync(fileno(file)) == 0; }
+
+}  // namespace
+
+whole_output open_whole_output(const char *path, error_slot *error) {
+  whole_output output;
+  if (prepare_output(path)) output = open_replacement(path);
+  if (!output.temporary) {
+    output.file = open_output(path, error);
+  } else if (!output.file) {
+    *error = format_error("failed to open file: %s", path);
+  }
+  return output;
+}
+
+void close_whole_output(whole_output output, const char *path, error_slot *error) {
+  const bool is_stored = !output.temporary || is_on_disk(output.file.get());
+  close_output(std::move(output.file), path, error);
+  if (*error || !output.temporary) return;
+  if (is_stored && std::rename(output.temporary.get(), output.target.get()) == 0) {
+    owned_text(output.temporary.release()).reset();
+  } else {
+    *error = format_error("failed to write file: %s", path);
+  }
+}
+
+}  // namespace tarvel
