@@ -3,10 +3,12 @@
 
 #include <cstdlib>
 
+#include "driver/file_handle.h"
 #include "formats/coord_dump.h"
 #include "formats/course_file.h"
 #include "formats/kml.h"
 #include "simulated_files.h"
+#include "support/warnings.h"
 #include "swoop/analysis.h"
 #include "swoop/gates.h"
 #include "swoop/implicit_gate.h"
@@ -31,7 +33,8 @@ swoop &analysed_run() {
   static const owned_record<swoop> run = [] {
     const track_folder folder(sample_count);
     error_slot error = nullptr;
-    owned_record<swoop> created = swoop_create("track.csv", &error);
+    warning_buffer warnings;
+    owned_record<swoop> created = swoop_create(open_input("track.csv", &error).get(), "track.csv", warnings, &error);
     if (error) std::abort();
     course loaded;
     read_course_file(course_file_name, "track.csv", loaded, &error);

@@ -10,7 +10,8 @@ void read_as_swoop(const std::uint8_t *data, std::size_t size) {
   const file_handle stream = open_fuzz_input(data, size);
   gps_track track;
   error_slot error = nullptr;
-  read_swoop_stream(stream.get(), track, &error);
+  const outcome result = read_swoop_stream(stream.get(), track, &error);
+  require_answer(result, error);
   // A container may hold no samples; its sections may overlap, but not its samples one another.
   require(error == nullptr || (track.points == nullptr && track.count == 0));
   require(track.count <= size / 70);
@@ -20,8 +21,8 @@ void read_as_gate(const std::uint8_t *data, std::size_t size) {
   const file_handle stream = open_fuzz_input(data, size);
   gate_file_data gate;
   error_slot error = nullptr;
-  read_gate_stream(stream.get(), gate, &error);
-  require_all_or_nothing(error, gate.pond != nullptr);
+  const outcome result = read_gate_stream(stream.get(), gate, &error);
+  require_all_or_nothing(result, error, gate.pond != nullptr);
   require(pond_points(gate.pond.get()).size() <= size / 16);
 }
 

@@ -1,23 +1,28 @@
 // A whole survey from the bytes of a walk to the course, its pond, its map and its container.
 #include <utility>
 
-#include "container/tvl_file.h"
 #include "formats/kml.h"
 #include "fuzz_input.h"
 #include "gate/pond.h"
 #include "gate/survey.h"
 #include "geo/course_frame.h"
-#include "track/delimited_reader.h"
+#include "loader/track_loader.h"
 
 namespace {
 
 using namespace tarvel;
 
-void load_walk(const std::uint8_t *data, std::size_t size, gps_track &track, error_slot *error) {
-  read_track_tagged_stream(open_fuzz_input(data, size).get(), track, error);
-  if (*error == nullptr) return;
-  *error = nullptr;
-  read_track_header_csv_stream(open_fuzz_input(data, size).get(), track, error);
+// A finished course has no walk.
+bool load_walk(const std::uint8_t *data, std::size_t size, gps_track &track) {
+  const file_handle stream = open_fuzz_input(data, size);
+  gate_file_data loaded;
+  warning_buffer warnings;
+  error_slot error = nullptr;
+  const outcome result = load_gate_stream(stream.get(), loaded, warnings.buffer, &error);
+  require_all_or_nothing(result, error, loaded.pond != nullptr || loaded.track.count > 0);
+  require(loaded.pond == nullptr || loaded.track.points == nullptr);
+  track = std::move(loaded.track);
+  return track.count > 0;
 }
 
 void require_course(gate &course) {
@@ -32,7 +37,8 @@ void require_course(gate &course) {
   data.matrix = course.matrix;
   data.theta = course.theta;
   data.pond = std::move(course.pond);
-  write_gate_file("/dev/null", data, &error);
+  const file_handle nowhere(std::fopen("/dev/null", "wb"));
+  write_gate_stream(nowhere.get(), data, &error);
   require(error == nullptr);
 }
 
@@ -41,14 +47,13 @@ void require_course(gate &course) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   if (size == 0) return 0;
   gps_track track;
-  error_slot error = nullptr;
-  load_walk(data, size, track, &error);
-  if (error != nullptr) return 0;
+  if (!load_walk(data, size, track)) return 0;
   gate course;
   course.track = std::move(track.points);
   course.track_len = track.count;
 
   owned_text log;
+  error_slot error = nullptr;
   survey_gate(course, &log, &error);
   require(error == nullptr || *error != '\0');
   require(error != nullptr || log != nullptr);

@@ -6,14 +6,13 @@
 #include <cstring>
 #include <utility>
 
-#include "container/tvl_file.h"
 #include "drawing/pages.h"
 #include "formats/kml.h"
 #include "fuzz_input.h"
 #include "geo/course_frame.h"
+#include "loader/track_loader.h"
 #include "swoop/analysis.h"
 #include "swoop/report.h"
-#include "track/delimited_reader.h"
 
 namespace {
 
@@ -64,17 +63,15 @@ flown_course take_course(input &rest) {
   return course;
 }
 
-using stream_reader = void (*)(std::FILE *stream, gps_track &track, error_slot *error);
-
 bool load(const input &rest, gps_track &track) {
   if (rest.size == 0) return false;
-  for (const stream_reader read : {read_swoop_stream, read_track_tagged_stream, read_track_header_csv_stream}) {
-    const file_handle stream = open_fuzz_input(rest.data, rest.size);
-    error_slot error = nullptr;
-    read(stream.get(), track, &error);
-    if (error == nullptr) return true;
-  }
-  return false;
+  const file_handle stream = open_fuzz_input(rest.data, rest.size);
+  warning_buffer warnings;
+  error_slot error = nullptr;
+  const outcome result = load_swoop_stream(stream.get(), track, warnings.buffer, &error);
+  require_answer(result, error);
+  require(error == nullptr || track.points == nullptr);
+  return error == nullptr;
 }
 
 void require_outputs(const swoop &run, const vec3 *pond, bool metric) {

@@ -8,7 +8,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   const file_handle stream = open_fuzz_input(data, size);
   gps_track track;
   error_slot error = nullptr;
-  read_track_tagged_stream(stream.get(), track, &error);
-  require_all_or_nothing(error, track.points != nullptr && track.count > 0);
+  warning_buffer warnings;
+  const outcome result = read_track_tagged_stream(stream.get(), track, warnings.buffer, &error);
+  require_all_or_nothing(result, error, track.points != nullptr && track.count > 0);
   return 0;
 }

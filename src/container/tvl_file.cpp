@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "container/tvl_records.h"
-#include "driver/file_handle.h"
 
 namespace tarvel {
 
@@ -18,6 +17,11 @@ struct section_words {
 
 constexpr section_words gate_words = {tvl_gate_section, "not a gate section", "failed to read gate header"};
 constexpr section_words swoop_words = {tvl_swoop_section, "not a swoop section", "failed to read swoop header"};
+
+// Bytes that cannot be read say nothing about their form.
+outcome failed_reading(std::FILE *stream) {
+  return std::ferror(stream) != 0 ? outcome::unreadable : outcome::not_this_form;
+}
 
 // False when the offset lies outside what the C library can seek to, as well.
 bool seek_to(std::FILE *stream, std::uint64_t offset) {
@@ -53,29 +57,40 @@ bool has_bytes_left(std::FILE *stream, std::uint64_t bytes) {
          fseeko(stream, position, SEEK_SET) == 0;
 }
 
-void read_gate_samples(std::FILE *stream, std::uint32_t count, owned_array<vec3> &pond, error_slot *error) {
+outcome read_gate_samples(std::FILE *stream, std::uint32_t count, owned_array<vec3> &pond, error_slot *error) {
   // One more than the file holds: the last point stays zero and ends the list.
   if (!has_bytes_left(stream, std::uint64_t{tvl_gate_sample_size} * count)) {
     *error = "failed to read gate sample";
-  } else if (!try_zeroed(pond, std::size_t{count} + 1)) {
+    return failed_reading(stream);
+  }
+  if (!try_zeroed(pond, std::size_t{count} + 1)) {
     *error = "malloc() failed";
+    return outcome::no_memory;
   }
-  for (std::uint32_t i = 0; i < count && *error == nullptr; ++i) {
-    // cppcheck-suppress nullPointer  // without an error try_zeroed() has made the pond
-    if (!read_gate_sample(stream, pond[i])) *error = "failed to read gate sample";
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (read_gate_sample(stream, pond[i])) continue;
+    *error = "failed to read gate sample";
+    return failed_reading(stream);
   }
+  return outcome::done;
 }
 
-void read_swoop_samples(std::FILE *stream, std::uint32_t count, gps_track &track, error_slot *error) {
+outcome read_swoop_samples(std::FILE *stream, std::uint32_t count, gps_track &track, error_slot *error) {
   if (!has_bytes_left(stream, std::uint64_t{tvl_swoop_sample_size} * count)) {
     *error = "failed to read swoop sample";
-  } else if (!try_zeroed(track.points, count)) {
-    *error = "malloc() failed";
+    return failed_reading(stream);
   }
-  for (std::uint32_t i = 0; i < count && *error == nullptr; ++i) {
-    if (!read_swoop_sample(stream, track.points[i])) *error = "failed to read swoop sample";
+  if (!try_zeroed(track.points, count)) {
+    *error = "malloc() failed";
+    return outcome::no_memory;
+  }
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (read_swoop_sample(stream, track.points[i])) continue;
+    *error = "failed to read swoop sample";
+    return failed_reading(stream);
   }
   track.count = track.capacity = count;
+  return outcome::done;
 }
 
 void write_section_start(std::FILE *stream, const tvl_section_entry &entry, error_slot *error) {
@@ -86,7 +101,65 @@ void write_section_start(std::FILE *stream, const tvl_section_entry &entry, erro
   }
 }
 
-void write_gate_section(std::FILE *stream, const gate_file_data &gate_data, error_slot *error) {
+}  // namespace
+
+std::span<const vec3> pond_points(const vec3 *pond) {
+  if (pond == nullptr) return {};
+  std::size_t count = 0;
+  while (pond[count].x != 0.0 || pond[count].y != 0.0 || pond[count].z != 0.0) ++count;
+  return {pond, count};
+}
+
+outcome read_gate_stream(std::FILE *stream, gate_file_data &gate_data, error_slot *error) {
+  *error = nullptr;
+  tvl_section_entry entry;
+  open_section(stream, gate_words, entry, error);
+  if (*error) return failed_reading(stream);
+
+  tvl_gate_header header;
+  if (!read_gate_header(stream, header)) {
+    *error = gate_words.short_header;
+  } else if (header.header_size != tvl_gate_header_size || header.sample_size != tvl_gate_sample_size) {
+    *error = "invalid gate header";
+  } else if (entry.section_size != std::uint64_t{tvl_gate_sample_size} * (std::uint64_t{header.count} + 9)) {
+    *error = "incorrect gate section size";
+  }
+  if (*error) return failed_reading(stream);
+
+  owned_array<vec3> pond;
+  const outcome samples = read_gate_samples(stream, header.count, pond, error);
+  if (samples != outcome::done) return samples;
+
+  gate_data.matrix = header.matrix;
+  gate_data.theta = header.theta;
+  gate_data.pond = std::move(pond);
+  return outcome::done;
+}
+
+outcome read_swoop_stream(std::FILE *stream, gps_track &track, error_slot *error) {
+  *error = nullptr;
+  tvl_section_entry entry;
+  open_section(stream, swoop_words, entry, error);
+  if (*error) return failed_reading(stream);
+
+  tvl_swoop_header header;
+  if (!read_swoop_header(stream, header)) {
+    *error = swoop_words.short_header;
+  } else if (header.header_size != tvl_swoop_header_size || header.sample_size != tvl_swoop_sample_size) {
+    *error = "invalid swoop header";
+  } else if (entry.section_size != std::uint64_t{tvl_swoop_sample_size} * header.count + tvl_swoop_header_size) {
+    *error = "incorrect swoop section size";
+  }
+  if (*error) return failed_reading(stream);
+
+  gps_track loaded;
+  const outcome samples = read_swoop_samples(stream, header.count, loaded, error);
+  if (samples == outcome::done) track = std::move(loaded);
+  return samples;
+}
+
+void write_gate_stream(std::FILE *stream, const gate_file_data &gate_data, error_slot *error) {
+  *error = nullptr;
   const std::span<const vec3> points = pond_points(gate_data.pond.get());
   const auto count = static_cast<std::uint32_t>(points.size());
   tvl_section_entry entry;
@@ -111,7 +184,8 @@ void write_gate_section(std::FILE *stream, const gate_file_data &gate_data, erro
   }
 }
 
-void write_swoop_section(std::FILE *stream, std::span<const gps_point> samples, error_slot *error) {
+void write_swoop_stream(std::FILE *stream, std::span<const gps_point> samples, error_slot *error) {
+  *error = nullptr;
   const auto count = static_cast<std::uint32_t>(samples.size());
   tvl_section_entry entry;
   entry.type = tvl_swoop_section;
@@ -131,96 +205,6 @@ void write_swoop_section(std::FILE *stream, std::span<const gps_point> samples, 
       return;
     }
   }
-}
-
-}  // namespace
-
-std::span<const vec3> pond_points(const vec3 *pond) {
-  if (pond == nullptr) return {};
-  std::size_t count = 0;
-  while (pond[count].x != 0.0 || pond[count].y != 0.0 || pond[count].z != 0.0) ++count;
-  return {pond, count};
-}
-
-void read_gate_stream(std::FILE *stream, gate_file_data &gate_data, error_slot *error) {
-  *error = nullptr;
-  tvl_section_entry entry;
-  open_section(stream, gate_words, entry, error);
-  if (*error) return;
-
-  tvl_gate_header header;
-  if (!read_gate_header(stream, header)) {
-    *error = gate_words.short_header;
-  } else if (header.header_size != tvl_gate_header_size || header.sample_size != tvl_gate_sample_size) {
-    *error = "invalid gate header";
-  } else if (entry.section_size != std::uint64_t{tvl_gate_sample_size} * (std::uint64_t{header.count} + 9)) {
-    *error = "incorrect gate section size";
-  }
-  if (*error) return;
-
-  owned_array<vec3> pond;
-  read_gate_samples(stream, header.count, pond, error);
-  if (*error) return;
-
-  gate_data.matrix = header.matrix;
-  gate_data.theta = header.theta;
-  gate_data.pond = std::move(pond);
-}
-
-void read_swoop_stream(std::FILE *stream, gps_track &track, error_slot *error) {
-  *error = nullptr;
-  tvl_section_entry entry;
-  open_section(stream, swoop_words, entry, error);
-  if (*error) return;
-
-  tvl_swoop_header header;
-  if (!read_swoop_header(stream, header)) {
-    *error = swoop_words.short_header;
-  } else if (header.header_size != tvl_swoop_header_size || header.sample_size != tvl_swoop_sample_size) {
-    *error = "invalid swoop header";
-  } else if (entry.section_size != std::uint64_t{tvl_swoop_sample_size} * header.count + tvl_swoop_header_size) {
-    *error = "incorrect swoop section size";
-  }
-  if (*error) return;
-
-  gps_track loaded;
-  read_swoop_samples(stream, header.count, loaded, error);
-  if (*error) return;
-
-  track = std::move(loaded);
-}
-
-// A failure leaves the caller's record as it was: the half-read one goes with the stream reader's scope.
-void read_gate_file(const char *path, gate_file_data &gate_data, error_slot *error) {
-  *error = nullptr;
-  const file_handle file = open_input(path, error);
-  if (!file) return;
-  read_gate_stream(file.get(), gate_data, error);
-  if (*error) report_read_error(file.get(), path, error);
-}
-
-void read_swoop_file(const char *path, gps_track &track, error_slot *error) {
-  *error = nullptr;
-  const file_handle file = open_input(path, error);
-  if (!file) return;
-  read_swoop_stream(file.get(), track, error);
-  if (*error) report_read_error(file.get(), path, error);
-}
-
-void write_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error) {
-  *error = nullptr;
-  file_handle file = open_output(path, error);
-  if (!file) return;
-  write_gate_section(file.get(), gate_data, error);
-  close_output(std::move(file), path, error);
-}
-
-void write_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error) {
-  *error = nullptr;
-  file_handle file = open_output(path, error);
-  if (!file) return;
-  write_swoop_section(file.get(), samples, error);
-  close_output(std::move(file), path, error);
 }
 
 }  // namespace tarvel

@@ -7,6 +7,7 @@
 #include "geo/mat4.h"
 #include "support/error_slot.h"
 #include "support/memory.h"
+#include "support/outcome.h"
 #include "track/gps_track.h"
 
 namespace tarvel {
@@ -23,27 +24,20 @@ struct gate_file_data {
 // included. None for null.
 [[nodiscard]] std::span<const vec3> pond_points(const vec3 *pond);
 
-// Fills matrix, theta and pond. Fails with "failed to open file: %s", "failed to read file: %s" or what is wrong with
-// the container, in the words of read_gate_stream; the record then stays as it was.
-void read_gate_file(const char *path, gate_file_data &gate_data, error_slot *error);
+// Fill matrix, theta and pond, or the track with samples whose derived fields are zero, from a seekable stream; a file
+// of no samples gives an empty track. Unless done the record is as it was. The message is "failed to read TVL header",
+// "invalid TVL header", "more/less than one section", "failed to read section header table entry", "malloc() failed"
+// and, for a gate, "not a gate section", "failed to read gate header", "invalid gate header", "incorrect gate section
+// size", "failed to read gate sample"; for a swoop the same five of a swoop. No memory is asked for before the file is
+// known to hold the samples it counts.
+[[nodiscard]] outcome read_gate_stream(std::FILE *stream, gate_file_data &gate_data, error_slot *error);
+[[nodiscard]] outcome read_swoop_stream(std::FILE *stream, gps_track &track, error_slot *error);
 
-// Fills the track with samples whose derived fields are zero; a file of no samples gives an empty track. Fails like
-// read_gate_file.
-void read_swoop_file(const char *path, gps_track &track, error_slot *error);
-
-// The same from an open, seekable stream. Fail with "failed to read TVL header", "invalid TVL header", "more/less than
-// one section", "failed to read section header table entry", "malloc() failed" and, for a gate, "not a gate section",
-// "failed to read gate header", "invalid gate header", "incorrect gate section size", "failed to read gate sample"; for
-// a swoop the same five of a swoop. No memory is asked for before the file is known to hold the samples it counts.
-void read_gate_stream(std::FILE *stream, gate_file_data &gate_data, error_slot *error);
-void read_swoop_stream(std::FILE *stream, gps_track &track, error_slot *error);
-
-// Writes matrix, theta and pond, without the pond's terminator and heights. Fails with "failed to open file: %s",
-// "failed to write TVL header", "failed to write section header table entry", "failed to write gate header", "failed
-// to write gate sample" or "failed to write file: %s"; a failed write leaves a partial file.
-void write_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error);
-
-// Writes the measured fields of the samples. Fails like write_gate_file, in the words of a swoop.
-void write_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error);
+// Write matrix, theta and pond, without the pond's terminator and heights, or the measured fields of the samples. Fail
+// with "failed to write TVL header", "failed to write section header table entry", "failed to write gate header",
+// "failed to write gate sample" or, for a swoop, the same two of a swoop. What the stream still buffers is the caller's
+// to look after.
+void write_gate_stream(std::FILE *stream, const gate_file_data &gate_data, error_slot *error);
+void write_swoop_stream(std::FILE *stream, std::span<const gps_point> samples, error_slot *error);
 
 }  // namespace tarvel

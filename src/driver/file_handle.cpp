@@ -41,6 +41,8 @@ void fail_opening(const char *path, error_slot *error) { *error = format_error("
 file_handle open_input(const char *path, error_slot *error) {
   struct stat status;
   file_handle file = open_for_reading(path, status);
+  // To every reader a directory is an empty file.
+  if (file && S_ISDIR(status.st_mode)) file = open_stream("/dev/null", O_RDONLY, "rb");
   if (!file || !keep_streams_out(status)) {
     fail_opening(path, error);
     return nullptr;
@@ -60,9 +62,7 @@ file_handle open_written_file(const char *path) {
 }
 
 void report_read_error(std::FILE *stream, const char *path, error_slot *error) {
-  struct stat status;
-  const bool is_folder = fstat(fileno(stream), &status) == 0 && S_ISDIR(status.st_mode);
-  if (std::ferror(stream) != 0 && !is_folder) *error = format_error("%s%s", read_failure, path);
+  if (std::ferror(stream) != 0) *error = format_error("%s%s", read_failure, path);
 }
 
 bool is_unread_input(const char *path) {

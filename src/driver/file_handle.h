@@ -15,6 +15,7 @@ using file_handle = std::unique_ptr<std::FILE, file_closer>;
 
 // Opens a track or course file for reading and protects it. Null with "failed to open file: %s", also for a FIFO, since
 // several readers may try a file from its beginning, and for the file that standard output goes to, as by protect_input.
+// A directory reads as an empty file.
 [[nodiscard]] file_handle open_input(const char *path, error_slot *error);
 
 // Opens for reading what the program has written. Null when that fails, and for a FIFO or a device, which do not return
@@ -22,7 +23,7 @@ using file_handle = std::unique_ptr<std::FILE, file_closer>;
 [[nodiscard]] file_handle open_written_file(const char *path);
 
 // After the reading of a stream has failed or ended: an I/O error of the stream puts "failed to read file: %s" in the
-// place of the reader's message. A directory keeps the reader's message.
+// place of the reader's message.
 void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 
 // True when the file is there, or nobody can tell: after open_input has failed for it, its rights or the disk were the

@@ -5,11 +5,11 @@
 #include "driver/exit.h"
 #include "driver/modes.h"
 #include "driver/output_names.h"
+#include "driver/track_files.h"
+#include "formats/course_file.h"
 #include "formats/kml.h"
-#include "gate/gate_open.h"
 #include "geo/angle.h"
 #include "geo/course_frame.h"
-#include "loader/track_loader.h"
 
 namespace tarvel {
 
@@ -41,7 +41,7 @@ void write_gate_copy(gate &course, const char *path) {
   data.theta = course.theta;
   data.pond = std::move(course.pond);
   error_slot error = nullptr;
-  write_gate_file(path, data, &error);
+  export_gate_file(path, data, &error);
   fatal_error(error);
   course.pond = std::move(data.pond);
 }

@@ -6,6 +6,7 @@
 #include "driver/modes.h"
 #include "driver/output_names.h"
 #include "driver/standard_streams.h"
+#include "driver/track_files.h"
 #include "formats/course_file.h"
 #include "formats/kml.h"
 #include "geo/angle.h"

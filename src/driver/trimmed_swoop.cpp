@@ -1,6 +1,6 @@
-#include "container/tvl_file.h"
 #include "driver/exit.h"
 #include "driver/modes.h"
+#include "driver/track_files.h"
 #include "support/time.h"
 #include "swoop/sample_measures.h"
 
@@ -48,7 +48,7 @@ void write_trimmed_swoop(const char *filename, const swoop &run) {
   const sample_range range = trimmed_range(run);
   const std::uint32_t count = range.last - range.first + 1;
   error_slot error = nullptr;
-  write_swoop_file(filename, samples_of(run).subspan(range.first, count), &error);
+  export_swoop_file(filename, samples_of(run).subspan(range.first, count), &error);
   fatal_error(error);
 }
 

@@ -26,26 +26,22 @@ void take_course(gate &course, gate_file_data &data) {
 
 }  // namespace
 
-owned_record<gate> gate_open(const char *file, owned_text *log_text, error_slot *error) {
+owned_record<gate> gate_open(std::FILE *stream, const char *name, text_buffer &warnings, owned_text *log_text,
+                             error_slot *error) {
   *error = nullptr;
-  if (file == nullptr) {
-    *error = "gate filename not specified";
-    return nullptr;
-  }
   owned_record<gate> course = try_make<gate>();
   if (!course) {
     *error = "failed to allocate memory for gate";
     return nullptr;
   }
-  course->file = try_duplicate(file);
+  course->file = try_duplicate(name);
   if (!course->file) {
     *error = "strdup() failed";
     return nullptr;
   }
 
   gate_file_data data;
-  load_gate_track(file, data, error);
-  if (*error) return nullptr;
+  if (load_gate_stream(stream, data, warnings, error) != outcome::done) return nullptr;
   if (data.track.count == 0) {
     take_course(*course, data);
     return course;

@@ -1,17 +1,22 @@
-// Which reader fits a file: decided by content, whatever the name says.
+// Which reader fits a stream: decided by content, whatever the name says.
 #pragma once
+
+#include <cstdio>
 
 #include "container/tvl_file.h"
 #include "support/error_slot.h"
+#include "support/outcome.h"
+#include "support/text_buffer.h"
 #include "track/gps_track.h"
 
 namespace tarvel {
 
-// Try the container, then tagged lines, then header lines. A file that cannot be opened or read, or that there is no
-// memory for, is not tried again: the slot has that reader's message. When no reader fits, the slot has the header-line
-// reader's message. Either way the target is as it was. A gate container fills matrix, theta and pond; a text file
-// fills only the track.
-void load_gate_track(const char *path, gate_file_data &gate_data, error_slot *error);
-void load_swoop_track(const char *path, gps_track &track, error_slot *error);
+// Try the container, then tagged lines, then header lines, each from the start of the seekable stream. A stream that
+// cannot be read, or that there is no memory for, is not tried again: the slot has that reader's message. When no
+// reader fits, the slot has the header-line reader's message. Unless done the target is as it was. A gate container
+// fills matrix, theta and pond; text fills only the track.
+[[nodiscard]] outcome load_gate_stream(std::FILE *stream, gate_file_data &gate_data, text_buffer &warnings,
+                                       error_slot *error);
+[[nodiscard]] outcome load_swoop_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error);
 
 }  // namespace tarvel

@@ -34,23 +34,22 @@ void dump_matrix(std::FILE *stream, const char *name, const mat4 &matrix) {
 
 }  // namespace
 
-owned_record<swoop> swoop_create(const char *path, error_slot *error) {
-  *error = nullptr;
+owned_record<swoop> swoop_create(error_slot *error) {
   owned_record<swoop> run = try_make<swoop>();
-  if (!run) {
-    *error = "failed to allocate memory for swoop";
-    return nullptr;
-  }
-  if (path == nullptr) return run;
+  *error = run ? nullptr : "failed to allocate memory for swoop";
+  return run;
+}
 
-  run->file = try_duplicate(path);
+owned_record<swoop> swoop_create(std::FILE *stream, const char *name, text_buffer &warnings, error_slot *error) {
+  owned_record<swoop> run = swoop_create(error);
+  if (!run) return nullptr;
+  run->file = try_duplicate(name);
   if (!run->file) {
     *error = "strdup() failed";
     return nullptr;
   }
   gps_track track;
-  load_swoop_track(path, track, error);
-  if (*error) return nullptr;
+  if (load_swoop_stream(stream, track, warnings, error) != outcome::done) return nullptr;
   run->track = std::move(track.points);
   run->track_len = track.count;
   return run;

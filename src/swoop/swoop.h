@@ -8,6 +8,7 @@
 #include "geo/mat4.h"
 #include "support/error_slot.h"
 #include "support/memory.h"
+#include "support/text_buffer.h"
 #include "track/gps_track.h"
 
 namespace tarvel {
@@ -70,9 +71,13 @@ struct swoop {
   return {run.track.get(), run.track_len};
 }
 
-// A new record with the track of that file; an empty record for null. Null on failure, with "failed to allocate memory
-// for swoop", "strdup() failed" or the loader's message. Releasing the owner frees it all.
-[[nodiscard]] owned_record<swoop> swoop_create(const char *path, error_slot *error);
+// A new, empty record. Null with "failed to allocate memory for swoop".
+[[nodiscard]] owned_record<swoop> swoop_create(error_slot *error);
+
+// A new record of that name with the track that the stream holds. Null on failure, with "failed to allocate memory for
+// swoop", "strdup() failed" or the loader's message. Releasing the owner frees it all.
+[[nodiscard]] owned_record<swoop> swoop_create(std::FILE *stream, const char *name, text_buffer &warnings,
+                                               error_slot *error);
 
 // The debug print: one line per field, an empty line, then the first three samples. Nothing for null.
 void swoop_dump(std::FILE *stream, const swoop *run);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <system_error>
 
@@ -64,11 +63,11 @@ constexpr std::array known_fields = {
     known_field{"heading", ignore, false},       known_field{"cAcc", ignore, false},
 };
 
-column_action action_for(std::string_view name) {
+column_action action_for(std::string_view name, text_buffer &warnings) {
   for (const known_field &field : known_fields) {
     if (field.name == name) return field.action;
   }
-  std::printf("WARNING: unknown field (%s)\n", name.data());
+  text_buffer_printf(warnings, "WARNING: unknown field (%s)\n", name.data());
   return ignore;
 }
 
@@ -78,35 +77,46 @@ bool has_required_fields(std::span<const column_action> actions) {
   });
 }
 
-}  // namespace
-
-bool parse_field_names(track_file &file, column_actions &actions) {
+// A warning that there is no memory for counts as one for the list.
+outcome list_actions(track_file &file, column_actions &actions, text_buffer &warnings) {
   constexpr std::size_t first_capacity = 16;
-  column_actions named;
   std::size_t count = 0;
   std::size_t capacity = 0;
   for (std::string_view name = next_field(file); name.data() != nullptr; name = next_field(file)) {
-    if (!try_append(named, count, capacity, first_capacity, action_for(name))) return false;
+    if (!try_append(actions, count, capacity, first_capacity, action_for(name, warnings))) return outcome::no_memory;
   }
-  if (!has_required_fields({named.get(), count})) return false;
-  if (!try_append(named, count, capacity, first_capacity, nullptr)) return false;
-  actions = std::move(named);
-  return true;
+  if (*warnings.error != nullptr) return outcome::no_memory;
+  if (!has_required_fields({actions.get(), count})) return outcome::not_this_form;
+  return try_append(actions, count, capacity, first_capacity, nullptr) ? outcome::done : outcome::no_memory;
 }
 
-void append_gps_point(track_file &file, const column_actions &actions, gps_track &track, error_slot *error) {
-  if (!grow_track(track, error)) return;
+}  // namespace
+
+outcome parse_field_names(track_file &file, column_actions &actions, text_buffer &warnings, error_slot *error) {
+  column_actions named;
+  const outcome result = list_actions(file, named, warnings);
+  if (result == outcome::done) {
+    actions = std::move(named);
+  } else {
+    *error = *warnings.error != nullptr ? *warnings.error : "invalid field names";
+  }
+  return result;
+}
+
+outcome append_gps_point(track_file &file, const column_actions &actions, gps_track &track, error_slot *error) {
+  if (!grow_track(track, error)) return outcome::no_memory;
   gps_point &sample = track.points[track.count];
   sample = gps_point();
 
   const column_action *action = actions.get();
   for (std::string_view text = next_field(file); text.data() != nullptr; text = next_field(file)) {
-    if (*action == nullptr) return;
+    if (*action == nullptr) return outcome::done;
     (*action)(text, sample, error);
-    if (*error) return;
+    if (*error) return outcome::not_this_form;
     ++action;
   }
   ++track.count;
+  return outcome::done;
 }
 
 }  // namespace tarvel

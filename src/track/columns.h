@@ -6,6 +6,8 @@
 
 #include "support/error_slot.h"
 #include "support/memory.h"
+#include "support/outcome.h"
+#include "support/text_buffer.h"
 #include "track/gps_track.h"
 #include "track/line_reader.h"
 
@@ -17,13 +19,16 @@ using column_action = void (*)(std::string_view text, gps_point &sample, error_s
 // One action per column in column order, then a null action.
 using column_actions = owned_array<column_action>;
 
-// Reads the rest of the current line as field names. Names that Tarvel does not know are warned of on standard output
-// and ignored. False when a required name is missing or memory is short; the list is then empty.
-[[nodiscard]] bool parse_field_names(track_file &file, column_actions &actions);
+// Reads the rest of the current line as field names. A name that Tarvel does not know is ignored, with a line in the
+// warnings. Not this form when a required name is missing; unless done, the slot says "invalid field names", or has the
+// message of the warnings that there was no memory for, and the list is as it was.
+[[nodiscard]] outcome parse_field_names(track_file &file, column_actions &actions, text_buffer &warnings,
+                                        error_slot *error);
 
 // Reads the rest of the current line as one sample and appends it. A row with more fields than columns is dropped
 // without a word, as a logger that was cut off in mid-line writes them; a row with fewer leaves the rest of the sample
 // zero. Fails with "failed to realloc gps_points" or "invalid time field".
-void append_gps_point(track_file &file, const column_actions &actions, gps_track &track, error_slot *error);
+[[nodiscard]] outcome append_gps_point(track_file &file, const column_actions &actions, gps_track &track,
+                                       error_slot *error);
 
 }  // namespace tarvel

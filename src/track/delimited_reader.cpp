@@ -1,6 +1,7 @@
 #include "track/delimited_reader.h"
 
 #include <cstring>
+#include <utility>
 
 #include "track/columns.h"
 #include "track/line_reader.h"
@@ -10,101 +11,96 @@ namespace tarvel {
 
 namespace {
 
-using stream_reader = void (*)(std::FILE *stream, gps_track &track, error_slot *error);
-
-void read_file(const char *path, stream_reader read, gps_track &track, error_slot *error) {
-  *error = nullptr;
-  track = gps_track();
-  const file_handle stream = open_input(path, error);
-  if (!stream) return;
-  read(stream.get(), track, error);
-  // A disk that fails in mid-file would otherwise pass for a shorter run.
-  report_read_error(stream.get(), path, error);
-  if (*error) track = gps_track();
-}
-
 // The rest of the line when it begins with the prefix, otherwise null.
 char *after_prefix(char *line, std::string_view prefix) {
   return std::strncmp(line, prefix.data(), prefix.size()) == 0 ? line + prefix.size() : nullptr;
 }
 
-void read_header_lines(track_file &file, column_actions &actions, error_slot *error) {
+outcome read_header_lines(track_file &file, column_actions &actions, text_buffer &warnings, error_slot *error) {
   if (!read_line(file)) {
     *error = "missing field names";
-  } else if (!parse_field_names(file, actions)) {
-    *error = "invalid field names";
-  } else if (!read_line(file)) {
+    return outcome::not_this_form;
+  }
+  const outcome names = parse_field_names(file, actions, warnings, error);
+  if (names == outcome::done && !read_line(file)) {
     *error = "missing field units";
+    return outcome::not_this_form;
   }
+  return names;
 }
 
-void read_sample_lines(track_file &file, gps_track &track, error_slot *error) {
+outcome read_sample_lines(track_file &file, gps_track &track, text_buffer &warnings, error_slot *error) {
   column_actions actions;
-  read_header_lines(file, actions, error);
-  while (*error == nullptr && read_line(file)) {
-    if (*file.line != '\0') append_gps_point(file, actions, track, error);
+  outcome result = read_header_lines(file, actions, warnings, error);
+  while (result == outcome::done && read_line(file)) {
+    if (*file.line != '\0') result = append_gps_point(file, actions, track, error);
   }
+  return result;
 }
 
-void read_tagged_line(track_file &file, column_actions &actions, gps_track &track, error_slot *error) {
-  if (*file.line == '\0') return;
+outcome read_tagged_line(track_file &file, column_actions &actions, gps_track &track, text_buffer &warnings,
+                         error_slot *error) {
+  if (*file.line == '\0') return outcome::done;
   if (*file.line != '$') {
     *error = "missing $ prefix";
-    return;
+    return outcome::not_this_form;
   }
   char *const rest = after_prefix(file.line, actions ? "$GNSS," : "$COL,GNSS,");
-  if (rest == nullptr) return;
+  if (rest == nullptr) return outcome::done;
   file.line = rest;
-  if (actions) {
-    append_gps_point(file, actions, track, error);
-  } else if (!parse_field_names(file, actions)) {
-    *error = "invalid field names";
-  }
+  return actions ? append_gps_point(file, actions, track, error) : parse_field_names(file, actions, warnings, error);
 }
 
-void read_tagged_lines(track_file &file, gps_track &track, error_slot *error) {
+outcome read_tagged_lines(track_file &file, gps_track &track, text_buffer &warnings, error_slot *error) {
   column_actions actions;
-  while (*error == nullptr && read_line(file)) read_tagged_line(file, actions, track, error);
+  outcome result = outcome::done;
+  while (result == outcome::done && read_line(file)) result = read_tagged_line(file, actions, track, warnings, error);
+  return result;
 }
 
-using line_reader = void (*)(track_file &file, gps_track &track, error_slot *error);
+// What the lines have left to be said.
+outcome finish_reading(const track_file &file, const gps_track &loaded, error_slot *error) {
+  if (file.overflow) {
+    *error = "line length exceeded size of buffer";
+    return outcome::not_this_form;
+  }
+  if (loaded.count == 0) {
+    *error = "no GPS points found";
+    return outcome::not_this_form;
+  }
+  return outcome::done;
+}
 
-void read_stream(std::FILE *stream, line_reader read_lines, gps_track &track, error_slot *error) {
+using lines_reader = outcome (*)(track_file &file, gps_track &track, text_buffer &warnings, error_slot *error);
+
+outcome read_stream(std::FILE *stream, lines_reader read_lines, gps_track &track, text_buffer &warnings,
+                    error_slot *error) {
   *error = nullptr;
   track = gps_track();
   gps_track loaded;
   track_file file;
-  open_track_stream(stream, file, error);
-  if (*error) return;
+  if (!open_track_stream(stream, file, error)) return outcome::no_memory;
 
   forget_calendar_minute();
-  read_lines(file, loaded, error);
-  if (*error) return;
-  if (file.overflow) {
-    *error = "line length exceeded size of buffer";
-  } else if (loaded.count == 0) {
-    *error = "no GPS points found";
-  } else {
-    track = std::move(loaded);
+  outcome result = read_lines(file, loaded, warnings, error);
+  if (result == outcome::done) result = finish_reading(file, loaded, error);
+  // A disk that fails in mid-file would otherwise pass for a shorter run.
+  if (std::ferror(stream) != 0) {
+    *error = "failed to read track";
+    return outcome::unreadable;
   }
+  if (result == outcome::done) track = std::move(loaded);
+  return result;
 }
 
 }  // namespace
 
-void read_track_header_csv_stream(std::FILE *stream, gps_track &track, error_slot *error) {
-  read_stream(stream, read_sample_lines, track, error);
+outcome read_track_header_csv_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error) {
+  return read_stream(stream, read_sample_lines, track, warnings, error);
 }
 
-void read_track_tagged_stream(std::FILE *stream, gps_track &track, error_slot *error) {
-  read_stream(stream, read_tagged_lines, track, error);
-}
-
-void read_track_header_csv(const char *path, gps_track &track, error_slot *error) {
-  read_file(path, read_track_header_csv_stream, track, error);
-}
-
-void read_track_tagged(const char *path, gps_track &track, error_slot *error) {
-  read_file(path, read_track_tagged_stream, track, error);
+outcome read_track_tagged_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error) {
+  return read_stream(stream, read_tagged_lines, track, warnings, error);
 }
 
 }  // namespace tarvel

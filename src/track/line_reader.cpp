@@ -43,15 +43,16 @@ char *find_line_end(char *first, char *last) {
 
 }  // namespace
 
-void open_track_stream(std::FILE *stream, track_file &file, error_slot *error) {
+bool open_track_stream(std::FILE *stream, track_file &file, error_slot *error) {
   file.stream = stream;
   file.block_size = track_block_size;
   if (!try_resize(file.block_ptr, track_block_size)) {
     *error = "failed to malloc file.block_ptr";
-    return;
+    return false;
   }
   file.line = file.cursor = file.end = file.block_ptr.get();
   file.overflow = 0;
+  return true;
 }
 
 bool read_line(track_file &file) {

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <string_view>
 
-#include "driver/file_handle.h"
 #include "support/error_slot.h"
 #include "support/memory.h"
 
@@ -22,8 +21,8 @@ struct track_file {
   std::uint8_t overflow = 0;  // set when a line did not fit in the block
 };
 
-// Reads from an open stream, which must outlive the reader. Fails with "failed to malloc file.block_ptr".
-void open_track_stream(std::FILE *stream, track_file &file, error_slot *error);
+// Reads from an open stream, which must outlive the reader. False with "failed to malloc file.block_ptr".
+[[nodiscard]] bool open_track_stream(std::FILE *stream, track_file &file, error_slot *error);
 
 // Cuts the next line: its text without the terminator, which is '\n', '\r', or one of each in either order. A last line
 // without a terminator counts. False at the end of the file, and when a line with its terminator fills the block of

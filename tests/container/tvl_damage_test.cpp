@@ -16,6 +16,7 @@ namespace tarvel {
 namespace {
 
 using std::string_literals::operator""s;
+using enum outcome;
 
 std::string big_endian(std::uint64_t value, std::size_t width) {
   std::string bytes(width, '\0');
@@ -43,7 +44,7 @@ const std::string points_11_22 = std::string(16, '\x11') + std::string(16, '\x22
 const std::string good_swoop = file_header(26) + entry(1, 42, 148) + swoop_header(2) + samples_11_22;
 const std::string good_gate = file_header(26) + entry(2, 42, 176) + gate_header(2) + points_11_22;
 
-// Reads into records that hold something and checks that a failure leaves that.
+// Reads into records that hold something and checks that a failure leaves that, and is one of the bytes alone.
 error_slot read_swoop(const std::string &bytes) {
   gps_track track;
   EXPECT_TRUE(try_zeroed(track.points, 1));
@@ -51,7 +52,8 @@ error_slot read_swoop(const std::string &bytes) {
   track.count = 1;
   const file_handle stream = open_bytes(bytes);
   error_slot error = "not cleared";
-  read_swoop_stream(stream.get(), track, &error);
+  const outcome result = read_swoop_stream(stream.get(), track, &error);
+  EXPECT_EQ(result, error == nullptr ? done : not_this_form);
   if (error == nullptr) {
     EXPECT_EQ(track.count, 2U);
     EXPECT_EQ(track.points[0].time, 0x1111111111111111);
@@ -71,7 +73,8 @@ error_slot read_gate(const std::string &bytes) {
   gate.matrix.m[0][0] = 44.0;
   const file_handle stream = open_bytes(bytes);
   error_slot error = "not cleared";
-  read_gate_stream(stream.get(), gate, &error);
+  const outcome result = read_gate_stream(stream.get(), gate, &error);
+  EXPECT_EQ(result, error == nullptr ? done : not_this_form);
   if (error == nullptr) {
     EXPECT_EQ(pond_points(gate.pond.get()).size(), 2U);
     EXPECT_NE(gate.theta, 43.0);
@@ -197,7 +200,7 @@ TEST(tvl_damage_test, follows_the_offsets) {
     const file_handle stream = open_bytes(c.bytes);
     gps_track track;
     error_slot error = nullptr;
-    read_swoop_stream(stream.get(), track, &error);
+    ASSERT_EQ(read_swoop_stream(stream.get(), track, &error), done);
     ASSERT_STREQ(error, nullptr);
     ASSERT_EQ(track.count, 2U);
     EXPECT_EQ(track.points[0].time, 0x1111111111111111);
@@ -235,7 +238,7 @@ TEST(tvl_damage_test, takes_a_pipe_for_a_short_file) {
   const file_handle stream(fdopen(ends[0], "rb"));
   gps_track track;
   error_slot error = nullptr;
-  read_swoop_stream(stream.get(), track, &error);
+  EXPECT_EQ(read_swoop_stream(stream.get(), track, &error), not_this_form);
   EXPECT_STREQ(error, "failed to read section header table entry");
 }
 
@@ -244,33 +247,34 @@ struct count_case {
   std::uint32_t count;
   std::uint64_t size;  // of the section, as 64 bits would have it
   std::size_t bytes;   // of samples that are there
+  outcome result;
   error_slot message;
 };
 
 // 61356675 * 70 + 8 = 4294967258 is the last size that fits 32 bits; one sample more wraps to 32.
 const count_case swoop_counts[] = {
-    {"the largest count and no sample", 61356675, 4294967258, 0, "failed to read swoop sample"},
-    {"the largest count and a sample", 61356675, 4294967258, 70, "failed to read swoop sample"},
-    {"a count whose size wraps to 32", 61356676, 4294967328, 140, "incorrect swoop section size"},
-    {"the last count of all", UINT32_MAX, 300647710658, 140, "incorrect swoop section size"},
-    {"a byte short", 2, 148, 139, "failed to read swoop sample"},
-    {"nothing short", 2, 148, 140, "malloc() failed"},
-    {"a size one byte too small", 2, 147, 140, "incorrect swoop section size"},
-    {"a size one byte too large", 2, 149, 141, "incorrect swoop section size"},
-    {"no sample", 0, 8, 0, "malloc() failed"},
+    {"the largest count and no sample", 61356675, 4294967258, 0, not_this_form, "failed to read swoop sample"},
+    {"the largest count and a sample", 61356675, 4294967258, 70, not_this_form, "failed to read swoop sample"},
+    {"a count whose size wraps to 32", 61356676, 4294967328, 140, not_this_form, "incorrect swoop section size"},
+    {"the last count of all", UINT32_MAX, 300647710658, 140, not_this_form, "incorrect swoop section size"},
+    {"a byte short", 2, 148, 139, not_this_form, "failed to read swoop sample"},
+    {"nothing short", 2, 148, 140, no_memory, "malloc() failed"},
+    {"a size one byte too small", 2, 147, 140, not_this_form, "incorrect swoop section size"},
+    {"a size one byte too large", 2, 149, 141, not_this_form, "incorrect swoop section size"},
+    {"no sample", 0, 8, 0, no_memory, "malloc() failed"},
 };
 
 // 16 (268435446 + 9) = 4294967280 is the last size that fits 32 bits; one point more wraps to 0.
 const count_case gate_counts[] = {
-    {"the largest count and no point", 268435446, 4294967280, 0, "failed to read gate sample"},
-    {"the largest count and a point", 268435446, 4294967280, 16, "failed to read gate sample"},
-    {"a count whose size wraps to 0", 268435447, 4294967296, 32, "incorrect gate section size"},
-    {"the last count of all", UINT32_MAX, 68719476864, 32, "incorrect gate section size"},
-    {"a byte short", 2, 176, 31, "failed to read gate sample"},
-    {"nothing short", 2, 176, 32, "malloc() failed"},
-    {"a size one byte too small", 2, 175, 32, "incorrect gate section size"},
-    {"a size one byte too large", 2, 177, 33, "incorrect gate section size"},
-    {"no point", 0, 144, 0, "malloc() failed"},
+    {"the largest count and no point", 268435446, 4294967280, 0, not_this_form, "failed to read gate sample"},
+    {"the largest count and a point", 268435446, 4294967280, 16, not_this_form, "failed to read gate sample"},
+    {"a count whose size wraps to 0", 268435447, 4294967296, 32, not_this_form, "incorrect gate section size"},
+    {"the last count of all", UINT32_MAX, 68719476864, 32, not_this_form, "incorrect gate section size"},
+    {"a byte short", 2, 176, 31, not_this_form, "failed to read gate sample"},
+    {"nothing short", 2, 176, 32, no_memory, "malloc() failed"},
+    {"a size one byte too small", 2, 175, 32, not_this_form, "incorrect gate section size"},
+    {"a size one byte too large", 2, 177, 33, not_this_form, "incorrect gate section size"},
+    {"no point", 0, 144, 0, no_memory, "malloc() failed"},
 };
 
 // Every request is refused: where the words are others than "malloc() failed", none was made.
@@ -283,7 +287,7 @@ TEST(tvl_damage_test, asks_for_no_memory_that_the_file_cannot_fill) {
     gps_track track;
     error_slot error = nullptr;
     const allocation_limit limit(0);
-    read_swoop_stream(stream.get(), track, &error);
+    EXPECT_EQ(read_swoop_stream(stream.get(), track, &error), c.result);
     EXPECT_STREQ(error, c.message);
     EXPECT_EQ(track.points, nullptr);
   }
@@ -295,7 +299,7 @@ TEST(tvl_damage_test, asks_for_no_memory_that_the_file_cannot_fill) {
     gate_file_data gate;
     error_slot error = nullptr;
     const allocation_limit limit(0);
-    read_gate_stream(stream.get(), gate, &error);
+    EXPECT_EQ(read_gate_stream(stream.get(), gate, &error), c.result);
     EXPECT_STREQ(error, c.message);
     EXPECT_EQ(gate.pond, nullptr);
   }

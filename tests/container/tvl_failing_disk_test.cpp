@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "container/tvl_file.h"
+#include "support/container_bytes.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
 
@@ -19,24 +20,16 @@ std::vector<gps_point> two_samples() {
   return samples;
 }
 
-void write_swoop() {
-  error_slot error = nullptr;
-  write_swoop_file("run.tvl", two_samples(), &error);
-  ASSERT_EQ(error, nullptr);
-}
-
-void write_gate() {
+gate_file_data gate_of_two_points() {
   gate_file_data gate;
   gate.theta = 0.5;
-  ASSERT_TRUE(try_zeroed(gate.pond, 3));
+  EXPECT_TRUE(try_zeroed(gate.pond, 3));
   gate.pond[0] = {1.0, 2.0, 0.0};
   gate.pond[1] = {3.0, 4.0, 0.0};
-  error_slot error = nullptr;
-  write_gate_file("walk.tvl", gate, &error);
-  ASSERT_EQ(error, nullptr);
+  return gate;
 }
 
-// What a read of the file says when the n-th call and those after it fail, for n = 0, 1, 2 and so on until none does.
+// What a call says when the n-th call of the library and those after it fail, for n = 0, 1, 2 and so on until none does.
 template <typename reading>
 std::vector<std::string> messages_of(c_call call, reading read) {
   std::vector<std::string> messages;
@@ -48,24 +41,24 @@ std::vector<std::string> messages_of(c_call call, reading read) {
   }
 }
 
-error_slot read_swoop() {
+error_slot read_swoop(const std::string &bytes, outcome failure) {
   gps_track track;
   track.count = 7;
-  const std::string bytes = read_text("run.tvl");
   const file_handle stream = open_bytes(bytes);
   error_slot error = nullptr;
-  read_swoop_stream(stream.get(), track, &error);
+  const outcome result = read_swoop_stream(stream.get(), track, &error);
+  EXPECT_EQ(result, error == nullptr ? outcome::done : failure);
   EXPECT_EQ(track.count, error == nullptr ? 2U : 7U);
   return error;
 }
 
-error_slot read_gate() {
+error_slot read_gate(const std::string &bytes, outcome failure) {
   gate_file_data gate;
   gate.theta = 7.0;
-  const std::string bytes = read_text("walk.tvl");
   const file_handle stream = open_bytes(bytes);
   error_slot error = nullptr;
-  read_gate_stream(stream.get(), gate, &error);
+  const outcome result = read_gate_stream(stream.get(), gate, &error);
+  EXPECT_EQ(result, error == nullptr ? outcome::done : failure);
   EXPECT_EQ(gate.theta, error == nullptr ? 0.5 : 7.0);
   EXPECT_EQ(gate.pond != nullptr, error == nullptr);
   return error;
@@ -73,59 +66,80 @@ error_slot read_gate() {
 
 // Each part of the file takes one read; two seeks lead to the section, two measure what is left of the file.
 TEST(tvl_failing_disk_test, names_the_part_of_a_swoop_that_cannot_be_read) {
-  const temp_dir dir;
-  write_swoop();
+  const std::string bytes = swoop_bytes(two_samples());
+  const auto read_unreadable = [&] { return read_swoop(bytes, outcome::unreadable); };
+  const auto read_unseekable = [&] { return read_swoop(bytes, outcome::not_this_form); };
   const std::vector<std::string> reads = {"failed to read TVL header", "failed to read section header table entry",
                                           "failed to read swoop header", "failed to read swoop sample",
                                           "failed to read swoop sample"};
   const std::vector<std::string> seeks = {"failed to read section header table entry", "failed to read swoop header",
                                           "failed to read swoop sample", "failed to read swoop sample"};
   const std::vector<std::string> tells = {"failed to read swoop sample", "failed to read swoop sample"};
-  EXPECT_EQ(messages_of(c_call::fread, read_swoop), reads);
-  EXPECT_EQ(messages_of(c_call::fseeko, read_swoop), seeks);
-  EXPECT_EQ(messages_of(c_call::ftello, read_swoop), tells);
+  EXPECT_EQ(messages_of(c_call::fread, read_unreadable), reads);
+  EXPECT_EQ(messages_of(c_call::fseeko, read_unseekable), seeks);
+  EXPECT_EQ(messages_of(c_call::ftello, read_unseekable), tells);
 }
 
 TEST(tvl_failing_disk_test, names_the_part_of_a_gate_that_cannot_be_read) {
-  const temp_dir dir;
-  write_gate();
+  const std::string bytes = gate_bytes(gate_of_two_points());
+  const auto read_unreadable = [&] { return read_gate(bytes, outcome::unreadable); };
+  const auto read_unseekable = [&] { return read_gate(bytes, outcome::not_this_form); };
   const std::vector<std::string> reads = {"failed to read TVL header", "failed to read section header table entry",
                                           "failed to read gate header", "failed to read gate sample",
                                           "failed to read gate sample"};
   const std::vector<std::string> seeks = {"failed to read section header table entry", "failed to read gate header",
                                           "failed to read gate sample", "failed to read gate sample"};
   const std::vector<std::string> tells = {"failed to read gate sample", "failed to read gate sample"};
-  EXPECT_EQ(messages_of(c_call::fread, read_gate), reads);
-  EXPECT_EQ(messages_of(c_call::fseeko, read_gate), seeks);
-  EXPECT_EQ(messages_of(c_call::ftello, read_gate), tells);
+  EXPECT_EQ(messages_of(c_call::fread, read_unreadable), reads);
+  EXPECT_EQ(messages_of(c_call::fseeko, read_unseekable), seeks);
+  EXPECT_EQ(messages_of(c_call::ftello, read_unseekable), tells);
+}
+
+// A disk that fails behind so many bytes: where the reader needs a byte that it does not give, the bytes that it did give
+// are taken for nothing.
+TEST(tvl_failing_disk_test, takes_no_byte_of_a_file_that_cannot_be_read) {
+  const std::string swoop = swoop_bytes(two_samples());
+  const std::string gate = gate_bytes(gate_of_two_points());
+  for (std::size_t position = 0; position < swoop.size(); ++position) {
+    SCOPED_TRACE(position);
+    gps_track track;
+    error_slot error = nullptr;
+    EXPECT_EQ(read_swoop_stream(open_failing_bytes(swoop, position).get(), track, &error), outcome::unreadable);
+    EXPECT_NE(error, nullptr);
+    EXPECT_EQ(track.points, nullptr);
+  }
+  for (std::size_t position = 0; position < gate.size(); ++position) {
+    SCOPED_TRACE(position);
+    gate_file_data data;
+    error_slot error = nullptr;
+    EXPECT_EQ(read_gate_stream(open_failing_bytes(gate, position).get(), data, &error), outcome::unreadable);
+    EXPECT_NE(error, nullptr);
+    EXPECT_EQ(data.pond, nullptr);
+  }
 }
 
 TEST(tvl_failing_disk_test, names_the_part_of_a_swoop_that_cannot_be_written) {
-  const temp_dir dir;
   const std::vector<std::string> expected = {"failed to write TVL header", "failed to write section header table entry",
                                              "failed to write swoop header", "failed to write swoop sample",
                                              "failed to write swoop sample"};
   const std::vector<std::string> messages = messages_of(c_call::fwrite, [] {
     error_slot error = nullptr;
-    write_swoop_file("run.tvl", two_samples(), &error);
+    const memory_output output;
+    write_swoop_stream(output.stream(), two_samples(), &error);
     return error;
   });
   EXPECT_EQ(messages, expected);
 }
 
 TEST(tvl_failing_disk_test, names_the_part_of_a_gate_that_cannot_be_written) {
-  const temp_dir dir;
-  write_gate();
-  gate_file_data gate;
-  error_slot read_error = nullptr;
-  read_gate_file("walk.tvl", gate, &read_error);
-  ASSERT_EQ(read_error, nullptr);
+  const gate_file_data gate = gate_of_two_points();
   const std::vector<std::string> expected = {"failed to write TVL header", "failed to write section header table entry",
                                              "failed to write gate header", "failed to write gate sample",
                                              "failed to write gate sample"};
   const std::vector<std::string> messages = messages_of(c_call::fwrite, [&] {
     error_slot error = nullptr;
-    write_gate_file("copy.tvl", gate, &error);
+    const memory_output output;
+    write_gate_stream(output.stream(), gate, &error);
     return error;
   });
   EXPECT_EQ(messages, expected);

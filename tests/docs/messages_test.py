@@ -25,6 +25,8 @@ NEW_MESSAGES = {
     'void f() { std::printf("WARNING: unknown tree (%s)\\n", name()); }': "WARNING: unknown tree (%s)",
     'void f() { std::fputs("ERROR: a tree "\n "fell\\n", stderr); }': "a tree fell",
     'void f(text_buffer &log) { text_buffer_printf(log, "tree found: %3d\\n", 1); }': "tree found: %3d",
+    'void f(text_buffer &warnings) { text_buffer_printf(warnings, "WARNING: tree (%s)\\n", name()); }':
+        "WARNING: tree (%s)",
     'constexpr words tree_words = {1, "not a tree"};': "not a tree",
     'constexpr const char *tree_failure = "failed to climb tree: ";': "failed to climb tree: ",
     'const char *f(bool b) { return b ? "in a tree" : nullptr; }': "in a tree",

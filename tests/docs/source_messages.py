@@ -119,8 +119,8 @@ def is_said(words, place):
         return False
     if place.call in TO_A_STREAM and not {"stdout", "stderr"} & set(place.arguments):
         return False
-    # The buffer of the survey's progress is called log; the others hold files.
-    if place.call == "text_buffer_printf" and place.arguments[0] != "log":
+    # What the survey tells is printed from log, what the readers tell from warnings; the other buffers hold files.
+    if place.call == "text_buffer_printf" and place.arguments[0] not in ("log", "warnings"):
         return False
     fixed = re.findall(r"[A-Za-z]{2,}", CONVERSION.sub(" ", words))
     if place.call in ALWAYS_SAID or re.search(r"\berror =", place.statement):

@@ -201,20 +201,23 @@ TEST(file_faults_test, reports_an_io_error_in_place_of_the_readers_message) {
   EXPECT_EQ(std::getc(file.get()), EOF);
   report_read_error(file.get(), "run.csv", &error);
   EXPECT_STREQ(error, "failed to read file: run.csv");
-  const failing_call disk(c_call::fstat, 0, EIO);
   error = nullptr;
   report_read_error(file.get(), "run.csv", &error);
   EXPECT_STREQ(error, "failed to read file: run.csv");
 }
 
-TEST(file_faults_test, keeps_the_readers_message_for_a_directory) {
+// The empty file that stands for it is opened as well.
+TEST(file_faults_test, names_the_folder_that_it_cannot_open) {
   const temp_dir dir;
-  const file_handle folder(std::fopen(".", "rb"));
-  ASSERT_NE(folder, nullptr);
-  EXPECT_EQ(std::getc(folder.get()), EOF);
-  error_slot error = "failed to read TVL header";
-  report_read_error(folder.get(), ".", &error);
-  EXPECT_STREQ(error, "failed to read TVL header");
+  for (const c_call call : {c_call::fcntl, c_call::fdopen}) {
+    for (const std::size_t granted : {0U, 1U, 2U}) {
+      SCOPED_TRACE(testing::Message() << "call " << static_cast<int>(call) << " after " << granted);
+      error_slot error = nullptr;
+      const failing_call disk(call, granted, EIO);
+      EXPECT_EQ(open_input(".", &error) == nullptr, granted < 2);
+      EXPECT_STREQ(error, granted < 2 ? "failed to open file: ." : nullptr);
+    }
+  }
 }
 
 TEST(file_faults_test, knows_its_own_words) {

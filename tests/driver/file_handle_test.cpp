@@ -58,6 +58,20 @@ TEST(file_handle_test, refuses_a_pipe_without_waiting_for_a_writer) {
   EXPECT_STREQ(error, "failed to open file: run.csv");
 }
 
+TEST(file_handle_test, opens_a_folder_as_an_empty_file) {
+  const temp_dir dir;
+  ASSERT_EQ(mkdir("run.csv", 0700), 0);
+  error_slot error = nullptr;
+  const file_handle file = open_input("run.csv", &error);
+  EXPECT_EQ(error, nullptr);
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(std::getc(file.get()), EOF);
+  EXPECT_NE(std::feof(file.get()), 0);
+  EXPECT_EQ(std::ferror(file.get()), 0);
+  report_read_error(file.get(), "run.csv", &error);
+  EXPECT_EQ(error, nullptr);
+}
+
 TEST(file_handle_test, waits_for_the_bytes_of_an_input) {
   const temp_dir dir;
   write_text("run.csv", "time");

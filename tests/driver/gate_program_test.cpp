@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "driver/course_output.h"
+#include "driver/track_files.h"
 #include "formats/course_file.h"
-#include "gate/gate_open.h"
 #include "support/files.h"
 #include "support/golden.h"
 #include "support/hand_made_walk.h"

@@ -4,8 +4,8 @@
 #include <limits>
 #include <vector>
 
-#include "container/tvl_file.h"
 #include "driver/modes.h"
+#include "driver/track_files.h"
 #include "support/files.h"
 
 namespace tarvel {

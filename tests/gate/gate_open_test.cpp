@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "container/tvl_file.h"
 #include "support/allocation_limit.h"
-#include "support/files.h"
+#include "support/container_bytes.h"
+#include "support/gate_of_bytes.h"
 #include "support/hand_made_walk.h"
 
 namespace tarvel {
@@ -24,11 +24,11 @@ struct opened {
   std::string message;  // empty for success
 };
 
-opened open_course(const char *file) {
+opened open_course(const std::string &bytes) {
   opened result;
   owned_text log;
   error_slot error = "not cleared";
-  result.course = gate_open(file, &log, &error);
+  result.course = gate_of_bytes(bytes, &log, &error);
   result.has_log = log != nullptr;
   if (log) result.log = log.get();
   if (error != nullptr) result.message = error;
@@ -36,10 +36,7 @@ opened open_course(const char *file) {
   return result;
 }
 
-opened open_walk(const std::vector<gps_point> &samples) {
-  write_text("walk.csv", walk_text(samples));
-  return open_course("walk.csv");
-}
+opened open_walk(const std::vector<gps_point> &samples) { return open_course(walk_text(samples)); }
 
 mat4 some_frame() {
   mat4 frame;
@@ -47,25 +44,16 @@ mat4 some_frame() {
   return frame;
 }
 
-void write_course(const char *path, const std::vector<vec3> &pond) {
+std::string course_bytes(const std::vector<vec3> &pond) {
   gate_file_data data;
   data.matrix = some_frame();
   data.theta = -0.75;
-  ASSERT_TRUE(try_zeroed(data.pond, pond.size() + 1));
+  EXPECT_TRUE(try_zeroed(data.pond, pond.size() + 1));
   std::copy(pond.begin(), pond.end(), data.pond.get());
-  error_slot error = nullptr;
-  write_gate_file(path, data, &error);
-  ASSERT_STREQ(error, nullptr);
-}
-
-TEST(gate_open_test, needs_a_file_name) {
-  const opened result = open_course(nullptr);
-  EXPECT_EQ(result.message, "gate filename not specified");
-  EXPECT_FALSE(result.has_log);
+  return gate_bytes(data);
 }
 
 TEST(gate_open_test, surveys_a_walk_and_its_pond) {
-  const temp_dir folder;
   const hand_made_walk walk = course_walk();
   const opened result = open_walk(walk.samples);
   ASSERT_EQ(result.message, "");
@@ -91,12 +79,10 @@ TEST(gate_open_test, surveys_a_walk_and_its_pond) {
 }
 
 TEST(gate_open_test, takes_a_finished_course_as_it_is) {
-  const temp_dir folder;
-  write_course("course.tvl", {{1.5, 2.5, 0.0}, {-3.25, 4.0, 0.0}, {1.5, 2.5, 0.0}});
-  const opened result = open_course("course.tvl");
+  const opened result = open_course(course_bytes({{1.5, 2.5, 0.0}, {-3.25, 4.0, 0.0}, {1.5, 2.5, 0.0}}));
   ASSERT_EQ(result.message, "");
   const gate &course = *result.course;
-  EXPECT_STREQ(course.file.get(), "course.tvl");
+  EXPECT_STREQ(course.file.get(), "walk.csv");
   EXPECT_EQ(course.matrix, some_frame());
   EXPECT_EQ(course.theta, -0.75);
   const std::span<const vec3> points = pond_points(course.pond.get());
@@ -109,17 +95,12 @@ TEST(gate_open_test, takes_a_finished_course_as_it_is) {
   EXPECT_FALSE(result.has_log);
 }
 
-TEST(gate_open_test, takes_a_finished_course_whatever_its_name) {
-  const temp_dir folder;
-  write_course("walk.csv", {});
-  const opened result = open_course("walk.csv");
+TEST(gate_open_test, takes_a_finished_course_without_a_pond) {
+  const opened result = open_course(course_bytes({}));
   ASSERT_EQ(result.message, "");
   // No pond is a list that ends at once.
   ASSERT_NE(result.course->pond, nullptr);
   EXPECT_TRUE(pond_points(result.course->pond.get()).empty());
-
-  write_text("walk.tvl", walk_text(course_walk().samples));
-  EXPECT_GT(open_course("walk.tvl").course->track_len, 0U);
 }
 
 struct failing_case {
@@ -144,7 +125,6 @@ std::string text_with_accuracy(float accuracy) {
 }
 
 TEST(gate_open_test, passes_on_what_is_wrong_with_the_walk) {
-  const temp_dir folder;
   // Within 50 ft of B at C: one gate mark is 11 m from the centre line's end.
   const walk_marks close = {.b = {0.0, 5.0, 0.0}, .c = {-10.0, 0.0, 0.0}, .d = {0.0, -5.0, 0.0}};
   const std::vector<failing_case> cases = {
@@ -163,16 +143,30 @@ TEST(gate_open_test, passes_on_what_is_wrong_with_the_walk) {
   };
   for (const failing_case &c : cases) {
     SCOPED_TRACE(c.name);
-    write_text("walk.csv", c.text);
-    const opened result = open_course("walk.csv");
+    const opened result = open_course(c.text);
     EXPECT_EQ(result.message, c.message == nullptr ? "" : c.message);
   }
-  EXPECT_EQ(open_course("nowhere.csv").message, "failed to open file: nowhere.csv");
+}
+
+TEST(gate_open_test, passes_on_the_loaders_warnings) {
+  warning_buffer warnings;
+  text_buffer &buffer = warnings;
+  error_slot error = nullptr;
+  EXPECT_EQ(gate_of_bytes("hello\n", nullptr, &error, &buffer), nullptr);
+  EXPECT_STREQ(error, "invalid field names");
+  EXPECT_EQ(warnings.text(), "WARNING: unknown field (hello)\n");
+}
+
+TEST(gate_open_test, fails_when_the_disk_does) {
+  const std::string walk = walk_text(course_walk().samples);
+  warning_buffer warnings;
+  error_slot error = nullptr;
+  EXPECT_EQ(gate_open(open_failing_bytes(walk, 1000).get(), "walk.csv", warnings, nullptr, &error), nullptr);
+  EXPECT_STREQ(error, "failed to read track");
 }
 
 // Marks 10 to 15 m from each other: a standstill each, but none is ever left for good.
 TEST(gate_open_test, fails_when_a_mark_is_never_left_by_50_ft) {
-  const temp_dir folder;
   const walk_marks marks = {.start = {0.0, -6.0, 0.0},
                             .b = {0.0, 6.0, 0.0},
                             .c = {-8.5, 0.0, 0.0},
@@ -186,7 +180,6 @@ TEST(gate_open_test, fails_when_a_mark_is_never_left_by_50_ft) {
 // A lies 13.4 m from D. From A the walker returns to D and only then leaves it by 50 ft: the last leg begins there, and
 // never comes to A again.
 TEST(gate_open_test, fails_when_the_last_leg_does_not_lead_to_its_mark) {
-  const temp_dir folder;
   const walk_marks marks = {.start = {0.0, 40.0, 0.0},
                             .b = {0.0, 6.0, 0.0},
                             .c = {-8.5, 0.0, 0.0},
@@ -203,32 +196,30 @@ TEST(gate_open_test, fails_when_the_last_leg_does_not_lead_to_its_mark) {
 }
 
 TEST(gate_open_test, hands_out_the_log_of_a_walk_that_fails) {
-  const temp_dir folder;
-  write_text("walk.csv", text_until(12.0));
-  const opened result = open_course("walk.csv");
+  const opened result = open_course(text_until(12.0));
   EXPECT_EQ(result.message, "could not detect motion");
   EXPECT_EQ(result.log, "waypoint detected:  41 points,  8000ms interval, 0.00m deviation\n");
 }
 
 TEST(gate_open_test, needs_no_one_to_take_the_log) {
-  const temp_dir folder;
-  write_text("walk.csv", walk_text(sparse_walk().samples));
   error_slot error = nullptr;
-  EXPECT_NE(gate_open("walk.csv", nullptr, &error), nullptr);
+  EXPECT_NE(gate_of_bytes(walk_text(sparse_walk().samples), nullptr, &error), nullptr);
   EXPECT_STREQ(error, nullptr);
 }
 
 // Every request refused in turn: a message, no course, and never a crash.
-std::vector<std::string> messages_when_memory_is_short(const char *file) {
+std::vector<std::string> messages_when_memory_is_short(const std::string &bytes) {
   std::vector<std::string> messages;
   for (std::size_t granted = 0;; ++granted) {
     SCOPED_TRACE(granted);
     owned_text log;
     error_slot error = nullptr;
     owned_record<gate> course;
+    warning_buffer warnings;
     {
+      const file_handle stream = open_bytes(bytes);
       const allocation_limit limit(granted);
-      course = gate_open(file, &log, &error);
+      course = gate_open(stream.get(), "walk.csv", warnings, &log, &error);
     }
     if (error == nullptr) {
       EXPECT_NE(course, nullptr);
@@ -241,19 +232,15 @@ std::vector<std::string> messages_when_memory_is_short(const char *file) {
 }
 
 TEST(gate_open_test, says_when_memory_is_short) {
-  const temp_dir folder;
-  write_text("walk.csv", walk_text(sparse_walk().samples));
   EXPECT_EQ(
-      messages_when_memory_is_short("walk.csv"),
+      messages_when_memory_is_short(walk_text(sparse_walk().samples)),
       (std::vector<std::string>{"failed to allocate memory for gate", "strdup() failed",
                                 "failed to malloc file.block_ptr", "invalid field names",
                                 "failed to realloc gps_points", "malloc() failed", "failed to realloc pond array"}));
 }
 
 TEST(gate_open_test, says_when_memory_is_short_for_a_finished_course) {
-  const temp_dir folder;
-  write_course("course.tvl", {{1.5, 2.5, 0.0}});
-  EXPECT_EQ(messages_when_memory_is_short("course.tvl"),
+  EXPECT_EQ(messages_when_memory_is_short(course_bytes({{1.5, 2.5, 0.0}})),
             (std::vector<std::string>{"failed to allocate memory for gate", "strdup() failed", "malloc() failed"}));
 }
 

@@ -6,10 +6,14 @@
 #include <vector>
 
 #include "support/allocation_limit.h"
+#include "support/container_bytes.h"
 #include "support/files.h"
+#include "support/warnings.h"
 
 namespace tarvel {
 namespace {
+
+using enum outcome;
 
 const std::string names = "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV";
 const std::string row = "1970-01-01T00:00:01Z,50.5,-4.25,100,1,2,3,0.5,0.25,0.125,12";
@@ -18,169 +22,244 @@ const std::string tagged_lines = "$FLYS,1\n$COL,GNSS," + names + "\n$GNSS," + ro
 
 struct text_case {
   const char *name;
-  const char *path;
   std::string text;
   std::uint32_t count;
+  outcome result;
   error_slot error;
-  const char *printed = "";
+  const char *warnings = "";
 };
 
 const text_case text_cases[] = {
-    {"header lines", "run.csv", header_lines, 2, nullptr},
-    {"tagged lines", "tagged.csv", tagged_lines, 1, nullptr},
-    {"header lines under another name", "run.tvl", header_lines, 2, nullptr},
-    {"tagged lines under another name", "tagged.tvl", tagged_lines, 1, nullptr},
-    {"header lines that begin with the tag sign", "sign.csv", "$x," + names + "\n\n1," + row + "\n2," + row + "\n", 2,
+    {"header lines", header_lines, 2, done, nullptr},
+    {"tagged lines", tagged_lines, 1, done, nullptr},
+    {"header lines that begin with the tag sign", "$x," + names + "\n\n1," + row + "\n2," + row + "\n", 2, done,
      nullptr, "WARNING: unknown field ($x)\n"},
-    {"header lines that look like tagged ones", "both.csv",
-     "$COL,GNSS," + names + "\n$\n1,2," + row + "\n3,4," + row + "\n", 2, nullptr,
+    {"header lines that look like tagged ones", "$COL,GNSS," + names + "\n$\n1,2," + row + "\n3,4," + row + "\n", 2,
+     done, nullptr, "WARNING: unknown field ($COL)\nWARNING: unknown field (GNSS)\n"},
+    {"an unknown name that both readers meet", "$COL,GNSS,a," + names + "\n1\n1,2,3," + row + "\n", 1, done, nullptr,
+     "WARNING: unknown field (a)\nWARNING: unknown field ($COL)\nWARNING: unknown field (GNSS)\n"
+     "WARNING: unknown field (a)\n"},
+    {"an empty file", "", 0, not_this_form, "missing field names"},
+    {"some other text", "hello\n", 0, not_this_form, "invalid field names", "WARNING: unknown field (hello)\n"},
+    {"tagged lines without a sample", "$COL,GNSS," + names + "\n", 0, not_this_form, "missing field units",
      "WARNING: unknown field ($COL)\nWARNING: unknown field (GNSS)\n"},
-    {"an empty file", "empty.csv", "", 0, "missing field names"},
-    {"some other text", "text.csv", "hello\n", 0, "invalid field names", "WARNING: unknown field (hello)\n"},
-    {"tagged lines without a sample", "none.csv", "$COL,GNSS," + names + "\n", 0, "missing field units",
-     "WARNING: unknown field ($COL)\nWARNING: unknown field (GNSS)\n"},
-    {"a container that is cut", "cut.tvl", "uTVL", 0, "invalid field names", "WARNING: unknown field (uTVL)\n"},
+    {"a container that is cut", "uTVL", 0, not_this_form, "invalid field names", "WARNING: unknown field (uTVL)\n"},
 };
 
+// Where the stream stands makes no difference.
 TEST(track_loader_test, decides_by_content) {
-  const temp_dir dir;
   for (const text_case &c : text_cases) {
     SCOPED_TRACE(c.name);
-    write_text(c.path, c.text);
     for (const bool is_gate : {false, true}) {
-      SCOPED_TRACE(is_gate);
-      gate_file_data gate;
-      gps_track track;
-      error_slot error = "not cleared";
-      EXPECT_EQ(printed_by([&] {
-                  if (is_gate) {
-                    load_gate_track(c.path, gate, &error);
-                  } else {
-                    load_swoop_track(c.path, track, &error);
-                  }
-                }),
-                c.printed);
-      EXPECT_STREQ(error, c.error);
-      const gps_track &loaded = is_gate ? gate.track : track;
-      ASSERT_EQ(loaded.count, c.count);
-      EXPECT_EQ(loaded.points != nullptr, c.count > 0);
-      if (c.count > 0) {
-        EXPECT_EQ(loaded.points[0].time, 1000);
+      for (const bool is_at_end : {false, true}) {
+        SCOPED_TRACE(is_gate);
+        SCOPED_TRACE(is_at_end);
+        gate_file_data gate;
+        gps_track track;
+        warning_buffer warnings;
+        error_slot error = "not cleared";
+        const file_handle stream = open_bytes(c.text);
+        if (is_at_end) std::fseek(stream.get(), 0, SEEK_END);
+        const outcome result = is_gate ? load_gate_stream(stream.get(), gate, warnings, &error)
+                                       : load_swoop_stream(stream.get(), track, warnings, &error);
+        EXPECT_EQ(result, c.result);
+        EXPECT_STREQ(error, c.error);
+        EXPECT_EQ(warnings.text(), c.warnings);
+        const gps_track &loaded = is_gate ? gate.track : track;
+        ASSERT_EQ(loaded.count, c.count);
+        EXPECT_EQ(loaded.points != nullptr, c.count > 0);
+        if (c.count > 0) {
+          EXPECT_EQ(loaded.points[0].time, 1000);
+        }
+        EXPECT_EQ(gate.pond, nullptr);
+        EXPECT_EQ(gate.theta, 0.0);
       }
-      EXPECT_EQ(gate.pond, nullptr);
-      EXPECT_EQ(gate.theta, 0.0);
     }
   }
 }
 
 TEST(track_loader_test, loads_a_swoop_container) {
-  const temp_dir dir;
   std::vector<gps_point> samples(2);
   samples[1].time = 7;
-  error_slot error = nullptr;
-  write_swoop_file("run.csv", samples, &error);
-  gps_track track;
-  load_swoop_track("run.csv", track, &error);
-  EXPECT_EQ(error, nullptr);
-  ASSERT_EQ(track.count, 2U);
-  EXPECT_EQ(track.points[1].time, 7);
+  const std::string bytes = swoop_bytes(samples);
+  for (const long position : {0L, 10L}) {
+    SCOPED_TRACE(position);
+    const file_handle stream = open_bytes(bytes);
+    std::fseek(stream.get(), position, SEEK_SET);
+    gps_track track;
+    warning_buffer warnings;
+    error_slot error = "not cleared";
+    EXPECT_EQ(load_swoop_stream(stream.get(), track, warnings, &error), done);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(warnings.text(), "");
+    ASSERT_EQ(track.count, 2U);
+    EXPECT_EQ(track.points[1].time, 7);
+  }
 }
 
-TEST(track_loader_test, loads_a_gate_container) {
-  const temp_dir dir;
+std::string walk_bytes() {
   gate_file_data written;
   written.theta = 0.5;
   written.matrix.m[1][2] = 3.0;
-  ASSERT_TRUE(try_zeroed(written.pond, 2));
+  EXPECT_TRUE(try_zeroed(written.pond, 2));
   written.pond[0] = {1.0, 2.0, 0.0};
-  error_slot error = nullptr;
-  write_gate_file("walk.csv", written, &error);
-  gate_file_data gate;
-  load_gate_track("walk.csv", gate, &error);
-  EXPECT_EQ(error, nullptr);
-  EXPECT_EQ(gate.theta, 0.5);
-  EXPECT_EQ(gate.matrix.m[1][2], 3.0);
-  EXPECT_EQ(pond_points(gate.pond.get()).size(), 1U);
-  EXPECT_EQ(gate.track.count, 0U);
-  EXPECT_EQ(gate.track.points, nullptr);
+  return gate_bytes(written);
+}
+
+TEST(track_loader_test, loads_a_gate_container) {
+  const std::string bytes = walk_bytes();
+  for (const long position : {0L, 10L}) {
+    SCOPED_TRACE(position);
+    const file_handle stream = open_bytes(bytes);
+    std::fseek(stream.get(), position, SEEK_SET);
+    gate_file_data gate;
+    warning_buffer warnings;
+    error_slot error = "not cleared";
+    EXPECT_EQ(load_gate_stream(stream.get(), gate, warnings, &error), done);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(warnings.text(), "");
+    EXPECT_EQ(gate.theta, 0.5);
+    EXPECT_EQ(gate.matrix.m[1][2], 3.0);
+    EXPECT_EQ(pond_points(gate.pond.get()).size(), 1U);
+    EXPECT_EQ(gate.track.count, 0U);
+    EXPECT_EQ(gate.track.points, nullptr);
+  }
 }
 
 // The words are the last reader's: the container's first line is no line of names.
 TEST(track_loader_test, refuses_a_container_of_the_other_kind) {
-  const temp_dir dir;
-  error_slot error = nullptr;
-  write_swoop_file("run.tvl", std::vector<gps_point>(1), &error);
-  write_gate_file("walk.tvl", gate_file_data(), &error);
+  const std::string run = swoop_bytes(std::vector<gps_point>(1));
+  const std::string walk = gate_bytes(gate_file_data());
   gate_file_data gate;
   gps_track track;
-  EXPECT_EQ(printed_by([&] { load_gate_track("run.tvl", gate, &error); }), "WARNING: unknown field (uTVL)\n");
-  EXPECT_STREQ(error, "invalid field names");
-  EXPECT_EQ(printed_by([&] { load_swoop_track("walk.tvl", track, &error); }), "WARNING: unknown field (uTVL)\n");
-  EXPECT_STREQ(error, "invalid field names");
-}
-
-TEST(track_loader_test, names_the_file_that_is_not_there) {
-  const temp_dir dir;
-  gate_file_data gate;
-  gps_track track;
+  warning_buffer run_warnings;
+  warning_buffer walk_warnings;
   error_slot error = nullptr;
-  load_gate_track("nowhere.csv", gate, &error);
-  EXPECT_STREQ(error, "failed to open file: nowhere.csv");
-  error = nullptr;
-  load_swoop_track("nowhere.csv", track, &error);
-  EXPECT_STREQ(error, "failed to open file: nowhere.csv");
+  EXPECT_EQ(load_gate_stream(open_bytes(run).get(), gate, run_warnings, &error), not_this_form);
+  EXPECT_STREQ(error, "invalid field names");
+  EXPECT_EQ(run_warnings.text(), "WARNING: unknown field (uTVL)\n");
+  EXPECT_EQ(load_swoop_stream(open_bytes(walk).get(), track, walk_warnings, &error), not_this_form);
+  EXPECT_STREQ(error, "invalid field names");
+  EXPECT_EQ(walk_warnings.text(), "WARNING: unknown field (uTVL)\n");
 }
 
 TEST(track_loader_test, leaves_the_target_when_it_fails) {
-  const temp_dir dir;
-  write_text("bad.csv", names + "\n\n");
   gps_track track;
   ASSERT_TRUE(try_zeroed(track.points, 1));
   track.points[0].time = 42;
   track.count = 1;
+  warning_buffer warnings;
   error_slot error = nullptr;
-  load_swoop_track("bad.csv", track, &error);
+  EXPECT_EQ(load_swoop_stream(open_bytes(names + "\n\n").get(), track, warnings, &error), not_this_form);
   EXPECT_STREQ(error, "no GPS points found");
   ASSERT_EQ(track.count, 1U);
   EXPECT_EQ(track.points[0].time, 42);
 }
 
-TEST(track_loader_test, fails_wherever_memory_is_short) {
-  const temp_dir dir;
-  write_text("run.csv", header_lines);
-  std::size_t granted = 0;
-  for (error_slot error = ""; error != nullptr; ++granted) {
-    SCOPED_TRACE(granted);
-    ASSERT_LT(granted, 20U);
-    gps_track track;
-    const allocation_limit limit(granted);
-    load_swoop_track("run.csv", track, &error);
-    EXPECT_EQ(track.count, error == nullptr ? 2U : 0U);
-    EXPECT_EQ(track.points != nullptr, error == nullptr);
+struct memory_case {
+  const char *name;
+  std::string bytes;
+  std::vector<error_slot> messages;  // when none but the first 0, 1, 2, ... requests are granted
+};
+
+const std::string long_name(1000, 'x');
+
+// Each text reader asks for its block, the columns and the samples; the second one begins anew.
+const memory_case memory_cases[] = {
+    {"tagged lines",
+     tagged_lines,
+     {"failed to malloc file.block_ptr", "invalid field names", "failed to realloc gps_points"}},
+    {"header lines",
+     header_lines,
+     {"failed to malloc file.block_ptr", "failed to malloc file.block_ptr", "invalid field names",
+      "failed to realloc gps_points"}},
+    {"tagged lines with a long warning",
+     "$COL,GNSS," + names + "," + long_name + "\n$GNSS," + row + "\n",
+     {"failed to malloc file.block_ptr", "invalid field names", "realloc failed", "failed to realloc gps_points"}},
+    {"a container", swoop_bytes(std::vector<gps_point>(1)), {"malloc() failed"}},
+};
+
+// A reader that runs out of memory might leave the stream to one that takes it for something else, and warns of that.
+TEST(track_loader_test, tries_no_other_reader_when_memory_is_short) {
+  for (const memory_case &c : memory_cases) {
+    SCOPED_TRACE(c.name);
+    for (std::size_t granted = 0; granted <= c.messages.size(); ++granted) {
+      SCOPED_TRACE(granted);
+      const bool is_enough = granted == c.messages.size();
+      gps_track track;
+      warning_buffer warnings;
+      error_slot error = nullptr;
+      const allocation_limit limit(granted);
+      EXPECT_EQ(load_swoop_stream(open_bytes(c.bytes).get(), track, warnings, &error), is_enough ? done : no_memory);
+      EXPECT_STREQ(error, is_enough ? nullptr : c.messages[granted]);
+      EXPECT_EQ(warnings.text().find("unknown field ($COL)"), std::string::npos);
+      EXPECT_EQ(warnings.text().find("unknown field (uTVL)"), std::string::npos);
+      EXPECT_EQ(track.count > 0, is_enough);
+      EXPECT_EQ(track.points != nullptr, is_enough);
+    }
   }
-  EXPECT_GT(granted, 3U);
 }
 
-// A reader that runs out of memory might leave the file to one that takes it for something else.
-TEST(track_loader_test, tries_no_other_reader_when_memory_is_short) {
-  const temp_dir dir;
+TEST(track_loader_test, tries_no_other_reader_when_memory_is_short_for_a_course) {
+  gate_file_data gate;
+  warning_buffer warnings;
   error_slot error = nullptr;
-  write_swoop_file("run.tvl", std::vector<gps_point>(1), &error);
-  // The first requests remember the file as an input; the last is for its samples.
-  error_slot last_error = nullptr;
-  error = "";
-  for (std::size_t granted = 0; error != nullptr; ++granted) {
-    SCOPED_TRACE(granted);
-    ASSERT_LT(granted, 5U);
-    gps_track track;
-    last_error = error;
-    const std::string printed = printed_by([&] {
-      const allocation_limit limit(granted);
-      load_swoop_track("run.tvl", track, &error);
-    });
-    EXPECT_EQ(printed, "");
+  const std::string bytes = walk_bytes();
+  const allocation_limit limit(0);
+  EXPECT_EQ(load_gate_stream(open_bytes(bytes).get(), gate, warnings, &error), no_memory);
+  EXPECT_STREQ(error, "malloc() failed");
+  EXPECT_EQ(warnings.text(), "");
+}
+
+struct failing_disk_case {
+  const char *name;
+  std::string bytes;
+  std::size_t first;  // the disk fails at this byte, and in turn at each multiple of the step behind it
+  std::size_t step;
+  error_slot error;
+  const char *warnings;
+};
+
+std::string many_rows(const std::string &head, const std::string &prefix) {
+  std::string text = head;
+  while (text.size() < 70000) text += prefix + row + "\n";
+  return text;
+}
+
+// The text readers read blocks of 32768 bytes. That of tagged lines has no use for the second block of the others.
+const failing_disk_case failing_disk_cases[] = {
+    {"a container's header", swoop_bytes(std::vector<gps_point>(2)), 0, 1, "failed to read TVL header", ""},
+    {"tagged lines", many_rows("$COL,GNSS,foo," + names + "\n", "$GNSS,1,"), 26, 1009, "failed to read track",
+     "WARNING: unknown field (foo)\n"},
+    {"header lines", many_rows("foo," + names + "\n\n", "1,"), 32768, 1009, "failed to read track",
+     "WARNING: unknown field (foo)\n"},
+};
+
+// What a later reader makes of the bytes so far would pass for the whole of them.
+TEST(track_loader_test, tries_no_other_reader_when_the_disk_fails) {
+  for (const failing_disk_case &c : failing_disk_cases) {
+    SCOPED_TRACE(c.name);
+    const std::size_t last = c.first == 0 ? 26 : c.bytes.size();
+    for (std::size_t position = c.first; position < last; position += c.step) {
+      SCOPED_TRACE(position);
+      for (const bool is_gate : {false, true}) {
+        gate_file_data gate;
+        gps_track track;
+        warning_buffer warnings;
+        error_slot error = nullptr;
+        const file_handle stream = open_failing_bytes(c.bytes, position);
+        const outcome result = is_gate ? load_gate_stream(stream.get(), gate, warnings, &error)
+                                       : load_swoop_stream(stream.get(), track, warnings, &error);
+        EXPECT_EQ(result, unreadable);
+        EXPECT_STREQ(error, c.error);
+        if (position >= 100) {
+          EXPECT_EQ(warnings.text(), c.warnings);
+        }
+        EXPECT_EQ(track.points, nullptr);
+        EXPECT_EQ(gate.track.points, nullptr);
+      }
+    }
   }
-  EXPECT_STREQ(last_error, "malloc() failed");
 }
 
 }  // namespace

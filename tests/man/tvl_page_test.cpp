@@ -6,10 +6,10 @@
 #include <sstream>
 #include <vector>
 
-#include "container/tvl_file.h"
-#include "gate/gate_open.h"
 #include "loader/track_loader.h"
 #include "man/page.h"
+#include "support/container_bytes.h"
+#include "support/gate_of_bytes.h"
 
 namespace tarvel {
 namespace {
@@ -137,7 +137,7 @@ TEST(tvl_page_test, the_run_is_read_as_listed) {
   const file_handle stream = open_bytes(example.bytes);
   gps_track track;
   error_slot error = nullptr;
-  read_swoop_stream(stream.get(), track, &error);
+  ASSERT_EQ(read_swoop_stream(stream.get(), track, &error), outcome::done);
   ASSERT_STREQ(error, nullptr);
   ASSERT_EQ(track.count, 1);
   const gps_point &sample = track.points[0];
@@ -156,14 +156,13 @@ TEST(tvl_page_test, the_run_is_read_as_listed) {
 }
 
 TEST(tvl_page_test, the_run_is_what_is_written_for_the_first_example_sample) {
-  const temp_dir folder;
+  const std::string text = read_text(source_dir() + "/examples/straight.csv");
   gps_track track;
+  warning_buffer warnings;
   error_slot error = nullptr;
-  load_swoop_track((source_dir() + "/examples/straight.csv").c_str(), track, &error);
+  ASSERT_EQ(load_swoop_stream(open_bytes(text).get(), track, warnings, &error), outcome::done);
   ASSERT_STREQ(error, nullptr);
-  write_swoop_file("run.tvl", samples_of(track).first(1), &error);
-  ASSERT_STREQ(error, nullptr);
-  EXPECT_EQ(read_text("run.tvl"), read_example("run").bytes);
+  EXPECT_EQ(swoop_bytes(samples_of(track).first(1)), read_example("run").bytes);
 }
 
 TEST(tvl_page_test, the_course_is_read_as_listed) {
@@ -171,7 +170,7 @@ TEST(tvl_page_test, the_course_is_read_as_listed) {
   const file_handle stream = open_bytes(example.bytes);
   gate_file_data course;
   error_slot error = nullptr;
-  read_gate_stream(stream.get(), course, &error);
+  ASSERT_EQ(read_gate_stream(stream.get(), course, &error), outcome::done);
   ASSERT_STREQ(error, nullptr);
   for (std::size_t i = 0; i < 16; ++i) EXPECT_EQ(course.matrix.m[i / 4][i % 4], example.value_at(44 + 8 * i));
   EXPECT_EQ(course.theta, example.value_at(172));
@@ -181,17 +180,13 @@ TEST(tvl_page_test, the_course_is_read_as_listed) {
     EXPECT_EQ(pond[i].x, example.value_at(186 + 16 * i));
     EXPECT_EQ(pond[i].y, example.value_at(194 + 16 * i));
   }
-
-  const temp_dir folder;
-  write_gate_file("course.tvl", course, &error);
-  ASSERT_STREQ(error, nullptr);
-  EXPECT_EQ(read_text("course.tvl"), example.bytes);
+  EXPECT_EQ(gate_bytes(course), example.bytes);
 }
 
 TEST(tvl_page_test, the_course_is_that_of_the_example_walk) {
   const worked_example example = read_example("course");
   error_slot error = nullptr;
-  const owned_record<gate> course = gate_open((source_dir() + "/examples/walk.csv").c_str(), nullptr, &error);
+  const owned_record<gate> course = gate_of_bytes(read_text(source_dir() + "/examples/walk.csv"), nullptr, &error);
   ASSERT_STREQ(error, nullptr);
   for (std::size_t i = 0; i < 16; ++i) EXPECT_NEAR(course->matrix.m[i / 4][i % 4], example.value_at(44 + 8 * i), 1e-6);
   EXPECT_NEAR(course->theta, example.value_at(172), 1e-9);

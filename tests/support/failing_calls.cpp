@@ -65,7 +65,9 @@ extern "C" {
 
 std::size_t fread(void *target, std::size_t size, std::size_t count, std::FILE *stream) {
   static const auto real = next<decltype(&fread)>("fread");
-  return fails(c_call::fread) ? 0 : real(target, size, count, stream);
+  if (!fails(c_call::fread)) return real(target, size, count, stream);
+  stream->_flags |= _IO_ERR_SEEN;  // what ferror() asks for
+  return 0;
 }
 
 std::size_t fwrite(const void *source, std::size_t size, std::size_t count, std::FILE *stream) {

@@ -1,6 +1,8 @@
 // Files for tests: folders of their own, whole texts, streams over bytes in memory.
 #pragma once
 
+#include <cstddef>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -30,6 +32,36 @@ void write_text(const std::string &path, std::string_view text);
 
 // A read-only, seekable stream over the bytes, which must outlive it. Works for no bytes as well.
 [[nodiscard]] file_handle open_bytes(std::string_view bytes);
+
+// The same from a disk that fails to read the byte of that position and those behind it.
+[[nodiscard]] file_handle open_failing_bytes(std::string_view bytes, std::size_t position);
+
+// What the action writes to the stream that it is given.
+template <typename action>
+[[nodiscard]] std::string bytes_written_by(action act);
+
+class memory_output {
+ public:
+  memory_output() : stream_(open_memstream(&bytes_, &size_)) {}
+  ~memory_output();
+  memory_output(const memory_output &) = delete;
+  memory_output &operator=(const memory_output &) = delete;
+
+  [[nodiscard]] std::FILE *stream() const { return stream_; }
+  [[nodiscard]] std::string bytes() const;
+
+ private:
+  char *bytes_ = nullptr;
+  std::size_t size_ = 0;
+  std::FILE *stream_;
+};
+
+template <typename action>
+std::string bytes_written_by(action act) {
+  const memory_output output;
+  act(output.stream());
+  return output.bytes();
+}
 
 // What the action prints to standard output.
 template <typename action>

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "support/allocation_limit.h"
 #include "support/files.h"
 #include "support/hand_made_run.h"
+#include "support/warnings.h"
 
 namespace tarvel {
 
@@ -22,9 +22,9 @@ constexpr const char *two_rows =
     "2024-06-01T10:00:00.00Z,48.0,11.0,500.0,1.0,2.0,3.0,1.5,2.5,0.5,3,12\n"
     "2024-06-01T10:00:00.20Z,48.0001,11.0,499.0,1.0,2.0,3.0,1.5,2.5,0.5,3,12\n";
 
-TEST(swoop_test, is_empty_without_a_path) {
+TEST(swoop_test, is_empty_without_a_track) {
   error_slot error = "left over";
-  const owned_record<swoop> run = swoop_create(nullptr, &error);
+  const owned_record<swoop> run = swoop_create(&error);
   ASSERT_NE(run, nullptr);
   EXPECT_EQ(error, nullptr);
   EXPECT_EQ(run->file, nullptr);
@@ -34,11 +34,14 @@ TEST(swoop_test, is_empty_without_a_path) {
   EXPECT_TRUE(run->matrix == mat4());
 }
 
-TEST(swoop_test, holds_the_track_of_its_file) {
-  const temp_dir folder;
-  write_text("run.csv", two_rows);
+owned_record<swoop> swoop_of(const std::string &text, text_buffer &warnings, error_slot *error) {
+  return swoop_create(open_bytes(text).get(), "run.csv", warnings, error);
+}
+
+TEST(swoop_test, holds_the_track_of_its_stream) {
+  warning_buffer warnings;
   error_slot error = "left over";
-  const owned_record<swoop> run = swoop_create("run.csv", &error);
+  const owned_record<swoop> run = swoop_of(two_rows, warnings, &error);
   ASSERT_NE(run, nullptr);
   EXPECT_EQ(error, nullptr);
   EXPECT_STREQ(run->file.get(), "run.csv");
@@ -51,23 +54,25 @@ TEST(swoop_test, holds_the_track_of_its_file) {
 }
 
 TEST(swoop_test, passes_the_loaders_message_on) {
-  const temp_dir folder;
+  warning_buffer warnings;
   error_slot error = nullptr;
-  EXPECT_EQ(swoop_create("missing.csv", &error), nullptr);
-  EXPECT_STREQ(error, "failed to open file: missing.csv");
+  EXPECT_EQ(swoop_of("hello\n", warnings, &error), nullptr);
+  EXPECT_STREQ(error, "invalid field names");
+  EXPECT_EQ(warnings.text(), "WARNING: unknown field (hello)\n");
+  EXPECT_EQ(swoop_create(open_failing_bytes(two_rows, 40).get(), "run.csv", warnings, &error), nullptr);
+  EXPECT_STREQ(error, "failed to read track");
 }
 
 TEST(swoop_test, says_what_could_not_be_allocated) {
-  const temp_dir folder;
-  write_text("run.csv", two_rows);
   std::size_t granted = 0;
   for (;; ++granted) {
     SCOPED_TRACE(granted);
     error_slot error = nullptr;
     owned_record<swoop> run;
+    warning_buffer warnings;
     {
       const allocation_limit limit(granted);
-      run = swoop_create("run.csv", &error);
+      run = swoop_of(two_rows, warnings, &error);
     }
     if (run) break;
     ASSERT_NE(error, nullptr);
@@ -81,15 +86,15 @@ TEST(swoop_test, says_what_could_not_be_allocated) {
   EXPECT_GT(granted, 2U);
 }
 
+TEST(swoop_test, fails_without_memory_for_an_empty_record) {
+  const allocation_limit limit(0);
+  error_slot error = nullptr;
+  EXPECT_EQ(swoop_create(&error), nullptr);
+  EXPECT_STREQ(error, "failed to allocate memory for swoop");
+}
+
 std::string dump_of(const swoop *run) {
-  char *text = nullptr;
-  std::size_t size = 0;
-  std::FILE *const stream = open_memstream(&text, &size);
-  swoop_dump(stream, run);
-  std::fclose(stream);
-  std::string result(text, size);
-  std::free(text);
-  return result;
+  return bytes_written_by([&](std::FILE *stream) { swoop_dump(stream, run); });
 }
 
 swoop full_record() {

@@ -9,10 +9,13 @@
 
 #include "support/allocation_limit.h"
 #include "support/files.h"
+#include "support/warnings.h"
 #include "track/time_field.h"
 
 namespace tarvel {
 namespace {
+
+using enum outcome;
 
 const std::string required_names = "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV";
 
@@ -20,7 +23,7 @@ const std::string required_names = "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,s
 struct open_text {
   explicit open_text(std::string lines) : text(std::move(lines)), stream(open_bytes(text)) {
     error_slot error = nullptr;
-    open_track_stream(stream.get(), file, &error);
+    EXPECT_TRUE(open_track_stream(stream.get(), file, &error));
     EXPECT_TRUE(read_line(file));
   }
 
@@ -29,9 +32,20 @@ struct open_text {
   track_file file;
 };
 
-bool parse_names(const std::string &names, column_actions &actions) {
+struct names_result {
+  column_actions actions;
+  outcome result = done;
+  error_slot error = nullptr;
+  std::string warnings;
+};
+
+names_result parse_names(const std::string &names) {
   open_text line(names + "\n");
-  return parse_field_names(line.file, actions);
+  warning_buffer warnings;
+  names_result parsed;
+  parsed.result = parse_field_names(line.file, parsed.actions, warnings, &parsed.error);
+  parsed.warnings = warnings.text();
+  return parsed;
 }
 
 std::size_t count_of(const column_actions &actions) {
@@ -41,18 +55,20 @@ std::size_t count_of(const column_actions &actions) {
 }
 
 TEST(columns_test, needs_each_of_the_eleven_names) {
-  column_actions all;
-  EXPECT_TRUE(parse_names(required_names, all));
-  EXPECT_EQ(count_of(all), 11U);
+  const names_result all = parse_names(required_names);
+  EXPECT_EQ(all.result, done);
+  EXPECT_EQ(all.error, nullptr);
+  EXPECT_EQ(count_of(all.actions), 11U);
 
   for (std::size_t first = 0; first < required_names.size();) {
     const std::size_t last = std::min(required_names.find(',', first), required_names.size());
     std::string names = required_names;
     names.replace(first, last - first, "heading");
     SCOPED_TRACE(names);
-    column_actions actions;
-    EXPECT_FALSE(parse_names(names, actions));
-    EXPECT_EQ(actions, nullptr);
+    const names_result parsed = parse_names(names);
+    EXPECT_EQ(parsed.result, not_this_form);
+    EXPECT_STREQ(parsed.error, "invalid field names");
+    EXPECT_EQ(parsed.actions, nullptr);
     first = last + 1;
   }
 }
@@ -60,37 +76,37 @@ TEST(columns_test, needs_each_of_the_eleven_names) {
 struct names_case {
   const char *name;
   std::string names;
-  bool is_good;
-  const char *printed;
+  outcome result;
+  const char *warnings;
 };
 
 const names_case names_cases[] = {
-    {"all that are known", required_names + ",gpsFix,heading,cAcc", true, ""},
-    {"another order", "numSV,sAcc,vAcc,hAcc,velD,velE,velN,hMSL,lon,lat,time", true, ""},
-    {"one that is unknown", required_names + ",foo", true, "WARNING: unknown field (foo)\n"},
-    {"two that are unknown", "foo," + required_names + ",bar", true,
+    {"all that are known", required_names + ",gpsFix,heading,cAcc", done, ""},
+    {"another order", "numSV,sAcc,vAcc,hAcc,velD,velE,velN,hMSL,lon,lat,time", done, ""},
+    {"one that is unknown", required_names + ",foo", done, "WARNING: unknown field (foo)\n"},
+    {"two that are unknown", "foo," + required_names + ",bar", done,
      "WARNING: unknown field (foo)\nWARNING: unknown field (bar)\n"},
-    {"one without letters", "," + required_names, true, "WARNING: unknown field ()\n"},
-    {"a trailing comma", required_names + ",", true, ""},
-    {"a name twice", required_names + ",lat,lat", true, ""},
-    {"upper case", "Time" + required_names.substr(4), false, "WARNING: unknown field (Time)\n"},
-    {"a blank before the name", " " + required_names, false, "WARNING: unknown field ( time)\n"},
-    {"a blank behind the name", required_names + " ", false, "WARNING: unknown field (numSV )\n"},
-    {"the start of a name", required_names.substr(0, required_names.size() - 1), false,
+    {"one without letters", "," + required_names, done, "WARNING: unknown field ()\n"},
+    {"a trailing comma", required_names + ",", done, ""},
+    {"a name twice", required_names + ",lat,lat", done, ""},
+    {"upper case", "Time" + required_names.substr(4), not_this_form, "WARNING: unknown field (Time)\n"},
+    {"a blank before the name", " " + required_names, not_this_form, "WARNING: unknown field ( time)\n"},
+    {"a blank behind the name", required_names + " ", not_this_form, "WARNING: unknown field (numSV )\n"},
+    {"the start of a name", required_names.substr(0, required_names.size() - 1), not_this_form,
      "WARNING: unknown field (numS)\n"},
-    {"more than a name", required_names + "x", false, "WARNING: unknown field (numSVx)\n"},
-    {"the optional ones alone", "gpsFix,heading,cAcc", false, ""},
-    {"an empty line", "", false, ""},
+    {"more than a name", required_names + "x", not_this_form, "WARNING: unknown field (numSVx)\n"},
+    {"the optional ones alone", "gpsFix,heading,cAcc", not_this_form, ""},
+    {"an empty line", "", not_this_form, ""},
 };
 
 TEST(columns_test, warns_of_unknown_names_and_ignores_them) {
   for (const names_case &c : names_cases) {
     SCOPED_TRACE(c.name);
-    column_actions actions;
-    bool is_good = false;
-    EXPECT_EQ(printed_by([&] { is_good = parse_names(c.names, actions); }), c.printed);
-    EXPECT_EQ(is_good, c.is_good);
-    EXPECT_EQ(actions != nullptr, c.is_good);
+    const names_result parsed = parse_names(c.names);
+    EXPECT_EQ(parsed.warnings, c.warnings);
+    EXPECT_EQ(parsed.result, c.result);
+    EXPECT_STREQ(parsed.error, c.result == done ? nullptr : "invalid field names");
+    EXPECT_EQ(parsed.actions != nullptr, c.result == done);
   }
 }
 
@@ -100,9 +116,9 @@ TEST(columns_test, makes_room_for_any_number_of_columns) {
     SCOPED_TRACE(count);
     std::string names = required_names;
     for (std::size_t i = 11; i < count; ++i) names += ",heading";
-    column_actions actions;
-    ASSERT_TRUE(parse_names(names, actions));
-    EXPECT_EQ(count_of(actions), count);
+    const names_result parsed = parse_names(names);
+    ASSERT_EQ(parsed.result, done);
+    EXPECT_EQ(count_of(parsed.actions), count);
   }
 }
 
@@ -119,24 +135,45 @@ TEST(columns_test, fails_when_memory_is_short_for_the_columns) {
       SCOPED_TRACE(granted);
       open_text line(names + "\n");
       column_actions actions;
+      warning_buffer warnings;
+      error_slot error = nullptr;
       const allocation_limit limit(granted);
-      EXPECT_EQ(parse_field_names(line.file, actions), granted == c.requests);
+      EXPECT_EQ(parse_field_names(line.file, actions, warnings, &error), granted == c.requests ? done : no_memory);
+      EXPECT_STREQ(error, granted == c.requests ? nullptr : "invalid field names");
       EXPECT_EQ(actions != nullptr, granted == c.requests);
     }
   }
 }
 
+// One request is for the columns, the other for more than a thousand bytes of warnings.
+TEST(columns_test, fails_when_memory_is_short_for_the_warnings) {
+  const std::string name(1000, 'x');
+  for (const std::size_t granted : {1U, 2U}) {
+    SCOPED_TRACE(granted);
+    open_text line(required_names + "," + name + "\n");
+    column_actions actions;
+    warning_buffer warnings;
+    error_slot error = nullptr;
+    const allocation_limit limit(granted);
+    EXPECT_EQ(parse_field_names(line.file, actions, warnings, &error), granted == 1 ? no_memory : done);
+    EXPECT_STREQ(error, granted == 1 ? "realloc failed" : nullptr);
+    EXPECT_EQ(actions != nullptr, granted == 2);
+    EXPECT_EQ(warnings.text(), granted == 1 ? "" : "WARNING: unknown field (" + name + ")\n");
+  }
+}
+
 struct row_result {
   gps_track track;
+  outcome result = done;
   error_slot error = nullptr;
 };
 
 row_result read_row(const std::string &names, const std::string &row) {
-  column_actions actions;
-  EXPECT_TRUE(parse_names(names, actions));
+  const names_result parsed = parse_names(names);
+  EXPECT_EQ(parsed.result, done);
   row_result result;
   open_text line(row + "\n");
-  append_gps_point(line.file, actions, result.track, &result.error);
+  result.result = append_gps_point(line.file, parsed.actions, result.track, &result.error);
   return result;
 }
 
@@ -145,6 +182,7 @@ TEST(columns_test, stores_each_column_in_its_field) {
   const row_result result = read_row("cAcc,numSV,gpsFix,sAcc,vAcc,hAcc,cAcc,velD,velE,velN,hMSL,lon,lat,heading,time",
                                      "91,12,3,0.5,1.25,2.5,92,-1,-2,-3,1234.5,-4.25,50.5,93,1970-01-02T00:00:01.5Z");
   ASSERT_EQ(result.error, nullptr);
+  EXPECT_EQ(result.result, done);
   ASSERT_EQ(result.track.count, 1U);
   const gps_point &point = result.track.points[0];
   EXPECT_EQ(point.time, 86401500);
@@ -244,31 +282,33 @@ struct row_case {
   const char *name;
   const char *row;
   std::uint32_t count;
+  outcome result;
   error_slot error;
 };
 
 const std::string lat_first = "lat,time,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV";
 
 const row_case row_cases[] = {
-    {"as many fields as columns", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11", 1, nullptr},
-    {"a trailing comma", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11,", 1, nullptr},
-    {"one field more", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11,12", 0, nullptr},
-    {"one empty field more", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11,,", 0, nullptr},
-    {"one field fewer", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10", 1, nullptr},
-    {"one field alone", "1", 1, nullptr},
-    {"no field", "", 1, nullptr},
-    {"a bad time", "1,2024-06-01 12:30:05Z,3", 0, "invalid time field"},
-    {"an empty time", "1,,3", 0, "invalid time field"},
-    {"a bad time and a field more", "1,junk,3,4,5,6,7,8,9,10,11,12", 0, "invalid time field"},
+    {"as many fields as columns", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11", 1, done, nullptr},
+    {"a trailing comma", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11,", 1, done, nullptr},
+    {"one field more", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11,12", 0, done, nullptr},
+    {"one empty field more", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10,11,,", 0, done, nullptr},
+    {"one field fewer", "1,2024-06-01T12:30:05Z,3,4,5,6,7,8,9,10", 1, done, nullptr},
+    {"one field alone", "1", 1, done, nullptr},
+    {"no field", "", 1, done, nullptr},
+    {"a bad time", "1,2024-06-01 12:30:05Z,3", 0, not_this_form, "invalid time field"},
+    {"an empty time", "1,,3", 0, not_this_form, "invalid time field"},
+    {"a bad time and a field more", "1,junk,3,4,5,6,7,8,9,10,11,12", 0, not_this_form, "invalid time field"},
 };
 
 TEST(columns_test, drops_a_row_of_too_many_fields_without_a_word) {
   for (const row_case &c : row_cases) {
     SCOPED_TRACE(c.name);
-    row_result result;
-    EXPECT_EQ(printed_by([&] { result = read_row(lat_first, c.row); }), "");
-    EXPECT_STREQ(result.error, c.error);
-    EXPECT_EQ(result.track.count, c.count);
+    row_result row;
+    EXPECT_EQ(printed_by([&] { row = read_row(lat_first, c.row); }), "");
+    EXPECT_EQ(row.result, c.result);
+    EXPECT_STREQ(row.error, c.error);
+    EXPECT_EQ(row.track.count, c.count);
   }
 }
 
@@ -276,15 +316,16 @@ TEST(columns_test, drops_a_row_of_too_many_fields_without_a_word) {
 TEST(columns_test, begins_each_sample_with_zeros) {
   open_text lines(required_names + "\n1970-01-01T00:00:09Z,1,2,3,4,5,6,7,8,9,10,11\n,\n");
   column_actions actions;
-  ASSERT_TRUE(parse_field_names(lines.file, actions));
+  warning_buffer warnings;
   row_result result;
+  ASSERT_EQ(parse_field_names(lines.file, actions, warnings, &result.error), done);
   ASSERT_TRUE(read_line(lines.file));
-  append_gps_point(lines.file, actions, result.track, &result.error);
+  EXPECT_EQ(append_gps_point(lines.file, actions, result.track, &result.error), done);
   ASSERT_EQ(result.track.count, 0U);
   result.track.points[0].pos_ecef = {1.0, 2.0, 3.0};
   result.track.points[0].turn_rate = 4.0;
   open_text empty("\n");
-  append_gps_point(empty.file, actions, result.track, &result.error);
+  EXPECT_EQ(append_gps_point(empty.file, actions, result.track, &result.error), done);
   ASSERT_EQ(result.error, nullptr);
   ASSERT_EQ(result.track.count, 1U);
   const gps_point &point = result.track.points[0];
@@ -298,12 +339,12 @@ TEST(columns_test, begins_each_sample_with_zeros) {
 }
 
 TEST(columns_test, fails_when_memory_is_short_for_the_sample) {
-  column_actions actions;
-  ASSERT_TRUE(parse_names(required_names, actions));
+  const names_result parsed = parse_names(required_names);
+  ASSERT_EQ(parsed.result, done);
   open_text line("1970-01-01T00:00:00Z\n");
   row_result result;
   const allocation_limit limit(0);
-  append_gps_point(line.file, actions, result.track, &result.error);
+  EXPECT_EQ(append_gps_point(line.file, parsed.actions, result.track, &result.error), no_memory);
   EXPECT_STREQ(result.error, "failed to realloc gps_points");
   EXPECT_EQ(result.track.count, 0U);
 }

@@ -23,7 +23,7 @@ lines_read read_lines(const std::string &text) {
   const file_handle stream = open_bytes(text);
   error_slot error = nullptr;
   track_file file;
-  open_track_stream(stream.get(), file, &error);
+  EXPECT_TRUE(open_track_stream(stream.get(), file, &error));
   EXPECT_EQ(error, nullptr);
   EXPECT_EQ(file.overflow, 0);
   lines_read result;
@@ -165,7 +165,7 @@ TEST(line_reader_test, fails_without_memory_for_its_block) {
   const allocation_limit limit(0);
   error_slot error = nullptr;
   track_file file;
-  open_track_stream(stream.get(), file, &error);
+  EXPECT_FALSE(open_track_stream(stream.get(), file, &error));
   EXPECT_STREQ(error, "failed to malloc file.block_ptr");
 }
 
@@ -196,7 +196,7 @@ TEST(line_reader_test, cuts_fields_at_commas) {
     const file_handle stream = open_bytes(text);
     error_slot error = nullptr;
     track_file file;
-    open_track_stream(stream.get(), file, &error);
+    ASSERT_TRUE(open_track_stream(stream.get(), file, &error));
     ASSERT_TRUE(read_line(file));
     std::vector<std::string> fields;
     for (std::string_view field = next_field(file); field.data() != nullptr; field = next_field(file)) {

@@ -1,0 +1,112 @@
+#include "driver/track_files.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "gate/gate_open.h"
+#include "loader/track_loader.h"
+#include "track/delimited_reader.h"
+
+namespace tarvel {
+
+namespace {
+
+template <typename reader>
+void read_file(const char *path, error_slot *error, reader read) {
+  *error = nullptr;
+  const file_handle stream = open_track_file(path, error);
+  if (!stream) return;
+  error_slot warning_error = nullptr;
+  text_buffer warnings = text_buffer_create(&warning_error);
+  if (warning_error == nullptr) {
+    read(stream.get(), warnings);
+    std::printf("%s", warnings.data.get());
+  }
+  if (*error == nullptr) *error = warning_error;
+  if (*error) report_read_error(stream.get(), path, error);
+}
+
+template <typename writer>
+void write_file(const char *path, error_slot *error, writer write) {
+  *error = nullptr;
+  file_handle stream = open_output(path, error);
+  if (!stream) return;
+  write(stream.get());
+  close_output(std::move(stream), path, error);
+}
+
+}  // namespace
+
+file_handle open_track_file(const char *path, error_slot *error) { return open_input(path, error); }
+
+void read_track_header_csv(const char *path, gps_track &track, error_slot *error) {
+  track = gps_track();
+  read_file(path, error, [&](std::FILE *stream, text_buffer &warnings) {
+    return read_track_header_csv_stream(stream, track, warnings, error);
+  });
+}
+
+void read_track_tagged(const char *path, gps_track &track, error_slot *error) {
+  track = gps_track();
+  read_file(path, error, [&](std::FILE *stream, text_buffer &warnings) {
+    return read_track_tagged_stream(stream, track, warnings, error);
+  });
+}
+
+void read_gate_file(const char *path, gate_file_data &gate_data, error_slot *error) {
+  read_file(path, error, [&](std::FILE *stream, text_buffer &) { return read_gate_stream(stream, gate_data, error); });
+}
+
+void read_swoop_file(const char *path, gps_track &track, error_slot *error) {
+  read_file(path, error, [&](std::FILE *stream, text_buffer &) { return read_swoop_stream(stream, track, error); });
+}
+
+void load_gate_track(const char *path, gate_file_data &gate_data, error_slot *error) {
+  read_file(path, error, [&](std::FILE *stream, text_buffer &warnings) {
+    return load_gate_stream(stream, gate_data, warnings, error);
+  });
+}
+
+void load_swoop_track(const char *path, gps_track &track, error_slot *error) {
+  read_file(path, error, [&](std::FILE *stream, text_buffer &warnings) {
+    return load_swoop_stream(stream, track, warnings, error);
+  });
+}
+
+owned_record<gate> gate_open(const char *path, owned_text *log_text, error_slot *error) {
+  if (path == nullptr) {
+    *error = "gate filename not specified";
+    return nullptr;
+  }
+  owned_record<gate> course;
+  read_file(path, error, [&](std::FILE *stream, text_buffer &warnings) {
+    course = gate_open(stream, path, warnings, log_text, error);
+  });
+  return *error == nullptr ? std::move(course) : nullptr;
+}
+
+owned_record<swoop> swoop_create(const char *path, error_slot *error) {
+  if (path == nullptr) return swoop_create(error);
+  owned_record<swoop> run;
+  read_file(path, error,
+            [&](std::FILE *stream, text_buffer &warnings) { run = swoop_create(stream, path, warnings, error); });
+  return *error == nullptr ? std::move(run) : nullptr;
+}
+
+void write_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error) {
+  write_file(path, error, [&](std::FILE *stream) { write_gate_stream(stream, gate_data, error); });
+}
+
+void write_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error) {
+  write_file(path, error, [&](std::FILE *stream) { write_swoop_stream(stream, samples, error); });
+}
+
+void export_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error) {
+  write_gate_file(path, gate_data, error);
+}
+
+void export_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error) {
+  write_swoop_file(path, samples, error);
+}
+
+}  // namespace tarvel

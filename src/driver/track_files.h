@@ -1,0 +1,43 @@
+// Tracks, courses and runs by the names of their files. Each name stands for one function over a stream: the file is
+// opened and remembered as an input, the reader's warnings are printed, and a disk that fails is told with the file's
+// name.
+#pragma once
+
+#include <span>
+
+#include "container/tvl_file.h"
+#include "driver/file_handle.h"
+#include "gate/gate.h"
+#include "support/error_slot.h"
+#include "swoop/swoop.h"
+#include "track/gps_track.h"
+
+namespace tarvel {
+
+// Opens a track for every reader that will try it. Null with "failed to open file: %s".
+[[nodiscard]] file_handle open_track_file(const char *path, error_slot *error);
+
+// These read, and fail with "strdup() failed" or "failed to open file: %s" of the opening, "failed to read file: %s",
+// "malloc() failed" (the warnings), or a message of the function over the stream. A failure leaves in the target what
+// that function leaves there, even when the file cannot be opened.
+void read_track_header_csv(const char *path, gps_track &track, error_slot *error);
+void read_track_tagged(const char *path, gps_track &track, error_slot *error);
+void read_gate_file(const char *path, gate_file_data &gate_data, error_slot *error);
+void read_swoop_file(const char *path, gps_track &track, error_slot *error);
+void load_gate_track(const char *path, gate_file_data &gate_data, error_slot *error);
+void load_swoop_track(const char *path, gps_track &track, error_slot *error);
+
+// Null on failure; "gate filename not specified" for a gate without a name, an empty record for a run without one.
+[[nodiscard]] owned_record<gate> gate_open(const char *path, owned_text *log_text, error_slot *error);
+[[nodiscard]] owned_record<swoop> swoop_create(const char *path, error_slot *error);
+
+// These write, and fail with "failed to open file: %s", "failed to write file: %s" or a message of the function over
+// the stream; a write that fails leaves a partial file.
+void write_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error);
+void write_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error);
+
+// What the modes call for the copies of debug mode.
+void export_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error);
+void export_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error);
+
+}  // namespace tarvel

@@ -1,0 +1,541 @@
+#include "driver/track_files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "driver/protected_inputs.h"
+#include "support/allocation_limit.h"
+#include "support/container_bytes.h"
+#include "support/failing_calls.h"
+#include "support/files.h"
+#include "support/hand_made_walk.h"
+
+namespace tarvel {
+namespace {
+
+const std::string names = "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV";
+const std::string row_1 = "1970-01-01T00:00:01Z,50.5,-4.25,100,1,2,3,0.5,0.25,0.125,12";
+const std::string row_2 = "1970-01-01T00:00:02Z,50.75,-4.25,90,1,2,3,0.5,0.25,0.125,13";
+const std::string header_lines = names + "\n,(deg)\n" + row_1 + "\n" + row_2 + "\n";
+const std::string tagged_lines = "$COL,GNSS," + names + "\n$GNSS," + row_2 + "\n";
+
+std::string run_container() {
+  std::vector<gps_point> samples(3);
+  samples[1].time = 7;
+  return swoop_bytes(samples);
+}
+
+gate_file_data finished_course() {
+  gate_file_data course;
+  course.theta = 0.5;
+  course.matrix.m[1][2] = 3.0;
+  EXPECT_TRUE(try_zeroed(course.pond, 2));
+  course.pond[0] = {1.0, 2.0, 0.0};
+  return course;
+}
+
+std::string course_container() { return gate_bytes(finished_course()); }
+
+// Inputs are remembered for the whole process by their inode. An open file keeps its number from being given to a file
+// of a later test.
+void write_input(const char *path, const std::string &bytes) {
+  static std::vector<file_handle> held;
+  std::remove(path);
+  write_text(path, bytes);
+  held.emplace_back(std::fopen(path, "rb"));
+}
+
+// A track of one sample at 42 ms, whatever limit there is for memory.
+gps_track track_of_before() {
+  gps_track track;
+  track.points.reset(static_cast<gps_point *>(std::calloc(1, sizeof(gps_point))));
+  track.points[0].time = 42;
+  track.count = track.capacity = 1;
+  return track;
+}
+
+void expect_track_of_before(const gps_track &track, error_slot error) {
+  if (error == nullptr) return;
+  ASSERT_EQ(track.count, 1U);
+  EXPECT_EQ(track.points[0].time, 42);
+}
+
+void expect_no_track(const gps_track &track, error_slot error) {
+  EXPECT_EQ(track.points == nullptr, error != nullptr);
+  EXPECT_EQ(track.count == 0, error != nullptr);
+}
+
+// One function that reads, over a file that it accepts. Each checks what a failure leaves in its target.
+struct reading {
+  const char *name;
+  void (*read)(const char *path, error_slot *error);
+  std::string bytes;
+  error_slot message_for_a_folder;
+};
+
+void read_header_lines(const char *path, error_slot *error) {
+  gps_track track = track_of_before();
+  read_track_header_csv(path, track, error);
+  expect_no_track(track, *error);
+}
+
+void read_tagged_lines(const char *path, error_slot *error) {
+  gps_track track = track_of_before();
+  read_track_tagged(path, track, error);
+  expect_no_track(track, *error);
+}
+
+void read_swoop_container(const char *path, error_slot *error) {
+  gps_track track = track_of_before();
+  read_swoop_file(path, track, error);
+  expect_track_of_before(track, *error);
+}
+
+void read_gate_container(const char *path, error_slot *error) {
+  gate_file_data course;
+  read_gate_file(path, course, error);
+  EXPECT_EQ(course.pond == nullptr, *error != nullptr);
+}
+
+void load_run(const char *path, error_slot *error) {
+  gps_track track = track_of_before();
+  load_swoop_track(path, track, error);
+  expect_track_of_before(track, *error);
+}
+
+void load_walk(const char *path, error_slot *error) {
+  gate_file_data course;
+  course.track = track_of_before();
+  load_gate_track(path, course, error);
+  EXPECT_EQ(course.pond, nullptr);
+  expect_track_of_before(course.track, *error);
+}
+
+void open_course(const char *path, error_slot *error) {
+  const owned_record<gate> course = gate_open(path, nullptr, error);
+  EXPECT_EQ(course == nullptr, *error != nullptr);
+}
+
+void create_run(const char *path, error_slot *error) {
+  const owned_record<swoop> run = swoop_create(path, error);
+  EXPECT_EQ(run == nullptr, *error != nullptr);
+}
+
+const reading readings[] = {
+    {"read_track_header_csv", read_header_lines, header_lines, "missing field names"},
+    {"read_track_tagged", read_tagged_lines, tagged_lines, "no GPS points found"},
+    {"read_swoop_file", read_swoop_container, run_container(), "failed to read TVL header"},
+    {"read_gate_file", read_gate_container, course_container(), "failed to read TVL header"},
+    {"load_swoop_track of header lines", load_run, header_lines, "missing field names"},
+    {"load_swoop_track of tagged lines", load_run, tagged_lines, "missing field names"},
+    {"load_gate_track of header lines", load_walk, header_lines, "missing field names"},
+    {"gate_open of a course", open_course, course_container(), "missing field names"},
+    {"gate_open of a walk", open_course, walk_text(sparse_walk().samples), "missing field names"},
+    {"swoop_create", create_run, header_lines, "missing field names"},
+};
+
+TEST(track_files_test, reads_files_by_their_path) {
+  const temp_dir dir;
+  write_input("run.csv", header_lines);
+  write_input("run.tag", tagged_lines);
+  gps_track track;
+  error_slot error = "not cleared";
+  read_track_header_csv("run.csv", track, &error);
+  EXPECT_EQ(error, nullptr);
+  ASSERT_EQ(track.count, 2U);
+  EXPECT_EQ(track.points[0].time, 1000);
+  error = "not cleared";
+  read_track_tagged("run.tag", track, &error);
+  EXPECT_EQ(error, nullptr);
+  ASSERT_EQ(track.count, 1U);
+  EXPECT_EQ(track.points[0].time, 2000);
+}
+
+TEST(track_files_test, restores_what_was_written) {
+  const temp_dir dir;
+  std::vector<gps_point> samples(2);
+  samples[1].time = 7;
+  const gate_file_data course = finished_course();
+  const auto write_swoop = {write_swoop_file, export_swoop_file};
+  const auto write_gate = {write_gate_file, export_gate_file};
+  for (std::size_t i = 0; i < 2; ++i) {
+    SCOPED_TRACE(i);
+    const std::string run_name = std::to_string(i) + "run.tvl";
+    const std::string walk_name = std::to_string(i) + "walk.tvl";
+    error_slot error = "not cleared";
+    write_swoop.begin()[i](run_name.c_str(), samples, &error);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(read_text(run_name), swoop_bytes(samples));
+    gps_track track;
+    error = "not cleared";
+    read_swoop_file(run_name.c_str(), track, &error);
+    EXPECT_EQ(error, nullptr);
+    ASSERT_EQ(track.count, 2U);
+    EXPECT_EQ(track.points[1].time, 7);
+
+    error = "not cleared";
+    write_gate.begin()[i](walk_name.c_str(), course, &error);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(read_text(walk_name), gate_bytes(course));
+    gate_file_data read;
+    error = "not cleared";
+    read_gate_file(walk_name.c_str(), read, &error);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(read.theta, 0.5);
+    EXPECT_EQ(read.matrix.m[1][2], 3.0);
+    EXPECT_EQ(pond_points(read.pond.get()).size(), 1U);
+  }
+}
+
+struct name_case {
+  const char *path;
+  std::string bytes;
+  std::uint32_t count;
+  std::int64_t last_time;
+};
+
+const name_case name_cases[] = {
+    {"run.csv", header_lines, 2, 2000},    {"tagged.csv", tagged_lines, 1, 2000},    {"run.tvl", header_lines, 2, 2000},
+    {"tagged.tvl", tagged_lines, 1, 2000}, {"container.csv", run_container(), 3, 0},
+};
+
+TEST(track_files_test, decides_by_content_whatever_the_name_says) {
+  const temp_dir dir;
+  for (const name_case &c : name_cases) {
+    SCOPED_TRACE(c.path);
+    write_input(c.path, c.bytes);
+    gps_track track;
+    error_slot error = "not cleared";
+    EXPECT_EQ(printed_by([&] { load_swoop_track(c.path, track, &error); }), "");
+    EXPECT_STREQ(error, nullptr);
+    ASSERT_EQ(track.count, c.count);
+    EXPECT_EQ(track.points[c.count - 1].time, c.last_time);
+    const owned_record<swoop> run = swoop_create(c.path, &error);
+    ASSERT_NE(run, nullptr);
+    EXPECT_STREQ(run->file.get(), c.path);
+    EXPECT_EQ(run->track_len, c.count);
+  }
+}
+
+TEST(track_files_test, opens_a_course_and_a_walk_whatever_their_names_say) {
+  const temp_dir dir;
+  write_input("walk.tvl", walk_text(sparse_walk().samples));
+  write_input("course.csv", course_container());
+  gate_file_data loaded;
+  error_slot error = "not cleared";
+  load_gate_track("course.csv", loaded, &error);
+  EXPECT_EQ(error, nullptr);
+  EXPECT_EQ(loaded.theta, 0.5);
+  EXPECT_EQ(loaded.track.count, 0U);
+
+  owned_text log;
+  const owned_record<gate> course = gate_open("course.csv", &log, &error);
+  ASSERT_NE(course, nullptr);
+  EXPECT_STREQ(course->file.get(), "course.csv");
+  EXPECT_EQ(course->theta, 0.5);
+  EXPECT_EQ(course->track_len, 0U);
+  EXPECT_EQ(log, nullptr);
+  const owned_record<gate> walk = gate_open("walk.tvl", &log, &error);
+  ASSERT_NE(walk, nullptr);
+  EXPECT_STREQ(walk->file.get(), "walk.tvl");
+  EXPECT_GT(walk->track_len, 0U);
+  EXPECT_NE(log, nullptr);
+}
+
+TEST(track_files_test, names_the_file_that_is_not_there) {
+  const temp_dir dir;
+  for (const reading &c : readings) {
+    SCOPED_TRACE(c.name);
+    error_slot error = nullptr;
+    c.read("nowhere.csv", &error);
+    EXPECT_STREQ(error, "failed to open file: nowhere.csv");
+  }
+  error_slot error = nullptr;
+  EXPECT_EQ(open_track_file("nowhere.csv", &error), nullptr);
+  EXPECT_STREQ(error, "failed to open file: nowhere.csv");
+}
+
+TEST(track_files_test, finds_nothing_in_a_folder) {
+  const temp_dir dir;
+  ASSERT_EQ(mkdir("run.csv", 0700), 0);
+  for (const reading &c : readings) {
+    SCOPED_TRACE(c.name);
+    error_slot error = nullptr;
+    EXPECT_EQ(printed_by([&] { c.read("run.csv", &error); }), "");
+    EXPECT_STREQ(error, c.message_for_a_folder);
+  }
+}
+
+TEST(track_files_test, refuses_a_pipe_without_waiting_for_a_writer) {
+  const temp_dir dir;
+  ASSERT_EQ(mkfifo("run.csv", 0600), 0);
+  for (const reading &c : readings) {
+    SCOPED_TRACE(c.name);
+    error_slot error = nullptr;
+    c.read("run.csv", &error);
+    EXPECT_STREQ(error, "failed to open file: run.csv");
+  }
+}
+
+// Each time that a file is opened, its name could lead to another one.
+TEST(track_files_test, opens_a_file_once_for_all_readers) {
+  const temp_dir dir;
+  write_input("other.csv", "hello\n");
+  for (const reading &c : readings) {
+    SCOPED_TRACE(c.name);
+    write_input("run.csv", c.bytes);
+    const failing_call disk(c_call::fdopen, 1, EMFILE);
+    error_slot error = nullptr;
+    c.read("run.csv", &error);
+    EXPECT_STREQ(error, nullptr);
+    c.read("other.csv", &error);
+    EXPECT_STREQ(error, "failed to open file: other.csv");
+    EXPECT_EQ(disk.refused(), 1U);
+  }
+}
+
+// Whatever the reader has made of the bytes before, and whichever reader it is.
+TEST(track_files_test, names_the_file_that_cannot_be_read) {
+  const temp_dir dir;
+  for (const reading &c : readings) {
+    SCOPED_TRACE(c.name);
+    write_input("run.csv", c.bytes);
+    std::size_t granted = 0;
+    for (;; ++granted) {
+      SCOPED_TRACE(granted);
+      const failing_call disk(c_call::fread, granted, EIO);
+      error_slot error = nullptr;
+      c.read("run.csv", &error);
+      EXPECT_STREQ(error, disk.refused() == 0 ? nullptr : "failed to read file: run.csv");
+      if (disk.refused() == 0) break;
+    }
+    EXPECT_GE(granted, 1U);
+  }
+}
+
+// The kernel does not let the process read its memory at 0.
+TEST(track_files_test, names_a_file_that_the_system_fails_to_read) {
+  for (const reading &c : readings) {
+    SCOPED_TRACE(c.name);
+    error_slot error = nullptr;
+    EXPECT_EQ(printed_by([&] { c.read("/proc/self/mem", &error); }), "");
+    EXPECT_STREQ(error, "failed to read file: /proc/self/mem");
+  }
+}
+
+// The words are the last reader's: the container's first line is no line of names.
+TEST(track_files_test, refuses_a_container_of_the_other_kind) {
+  const temp_dir dir;
+  write_input("run.tvl", run_container());
+  write_input("walk.tvl", course_container());
+  const std::string warning = "WARNING: unknown field (uTVL)\n";
+  error_slot error = nullptr;
+  EXPECT_EQ(printed_by([&] { load_walk("run.tvl", &error); }), warning);
+  EXPECT_STREQ(error, "invalid field names");
+  EXPECT_EQ(printed_by([&] { open_course("run.tvl", &error); }), warning);
+  EXPECT_STREQ(error, "invalid field names");
+  EXPECT_EQ(printed_by([&] { load_run("walk.tvl", &error); }), warning);
+  EXPECT_STREQ(error, "invalid field names");
+  EXPECT_EQ(printed_by([&] { create_run("walk.tvl", &error); }), warning);
+  EXPECT_STREQ(error, "invalid field names");
+  EXPECT_EQ(printed_by([&] { read_gate_container("run.tvl", &error); }), "");
+  EXPECT_STREQ(error, "not a gate section");
+  EXPECT_EQ(printed_by([&] { read_swoop_container("walk.tvl", &error); }), "");
+  EXPECT_STREQ(error, "not a swoop section");
+}
+
+struct warning_case {
+  const char *name;
+  std::string bytes;
+  error_slot error;
+  const char *printed;
+};
+
+const warning_case warning_cases[] = {
+    {"two names", "a," + names + ",b%s\n\n1," + row_1 + "\n", nullptr,
+     "WARNING: unknown field (a)\nWARNING: unknown field (b%s)\n"},
+    {"a name that both readers meet", "$COL,GNSS,a," + names + "\n1\n1,2,3," + row_1 + "\n", nullptr,
+     "WARNING: unknown field (a)\nWARNING: unknown field ($COL)\nWARNING: unknown field (GNSS)\n"
+     "WARNING: unknown field (a)\n"},
+    {"no track", "hello\n", "invalid field names", "WARNING: unknown field (hello)\n"},
+};
+
+TEST(track_files_test, prints_the_warnings_in_the_order_of_the_readers) {
+  const temp_dir dir;
+  for (const warning_case &c : warning_cases) {
+    SCOPED_TRACE(c.name);
+    write_input("run.csv", c.bytes);
+    for (const auto read : {load_run, load_walk, create_run}) {
+      error_slot error = nullptr;
+      EXPECT_EQ(printed_by([&] { read("run.csv", &error); }), c.printed);
+      EXPECT_STREQ(error, c.error);
+    }
+  }
+}
+
+// From some read on the names have been taken apart, and the disk fails behind them.
+TEST(track_files_test, prints_the_warnings_of_a_file_that_cannot_be_read_to_its_end) {
+  const temp_dir dir;
+  std::string text = "foo," + names + "\n\n";
+  while (text.size() < 70000) text += "1," + row_1 + "\n";
+  write_input("run.csv", text);
+  std::vector<std::string> printed;
+  for (std::size_t granted = 0;; ++granted) {
+    error_slot error = nullptr;
+    std::size_t refused = 0;
+    std::string answer = printed_by([&] {
+      const failing_call disk(c_call::fread, granted, EIO);
+      load_run("run.csv", &error);
+      refused = disk.refused();
+    });
+    if (refused == 0) break;
+    EXPECT_STREQ(error, "failed to read file: run.csv");
+    printed.push_back(std::move(answer));
+  }
+  EXPECT_EQ(printed.front(), "");
+  EXPECT_EQ(printed.back(), "WARNING: unknown field (foo)\n");
+}
+
+TEST(track_files_test, needs_the_name_of_a_course) {
+  owned_text log;
+  error_slot error = "not cleared";
+  EXPECT_EQ(gate_open(nullptr, &log, &error), nullptr);
+  EXPECT_STREQ(error, "gate filename not specified");
+  EXPECT_EQ(log, nullptr);
+}
+
+TEST(track_files_test, makes_an_empty_run_without_a_path) {
+  error_slot error = "left over";
+  const owned_record<swoop> run = swoop_create(nullptr, &error);
+  ASSERT_NE(run, nullptr);
+  EXPECT_EQ(error, nullptr);
+  EXPECT_EQ(run->file, nullptr);
+  EXPECT_EQ(run->track, nullptr);
+  EXPECT_EQ(run->track_len, 0U);
+  EXPECT_EQ(run->gate_type, 0);
+  EXPECT_TRUE(run->matrix == mat4());
+  const allocation_limit limit(0);
+  EXPECT_EQ(swoop_create(nullptr, &error), nullptr);
+  EXPECT_STREQ(error, "failed to allocate memory for swoop");
+}
+
+// What a reading says when none but the first 0, 1, 2, ... requests are granted; what is said again is left out.
+std::vector<std::string> messages_when_memory_is_short(const reading &c, const std::string &bytes) {
+  write_input("run.csv", bytes);
+  std::vector<std::string> messages;
+  error_slot opening = nullptr;
+  {
+    const allocation_limit limit(0);
+    c.read("run.csv", &opening);
+  }
+  messages.emplace_back(opening);
+  // From then on the file is remembered without a request.
+  protect_input("run.csv", &opening);
+  for (std::size_t granted = 0; granted < 100; ++granted) {
+    error_slot error = nullptr;
+    const std::string printed = printed_by([&] {
+      const allocation_limit limit(granted);
+      c.read("run.csv", &error);
+    });
+    EXPECT_EQ(printed.find("(uTVL)"), std::string::npos);  // no container is tried as text
+    if (error == nullptr) return messages;
+    if (std::find(messages.begin(), messages.end(), error) == messages.end()) messages.emplace_back(error);
+  }
+  return messages;
+}
+
+using messages = std::vector<std::string>;
+
+TEST(track_files_test, says_what_memory_was_short_for) {
+  const temp_dir dir;
+  const messages text = {"strdup() failed", "malloc() failed", "failed to malloc file.block_ptr", "invalid field names",
+                         "failed to realloc gps_points"};
+  const messages container = {"strdup() failed", "malloc() failed"};
+  const messages expected[] = {
+      text,
+      text,
+      container,
+      container,
+      text,
+      text,
+      text,
+      {"strdup() failed", "malloc() failed", "failed to allocate memory for gate"},
+      {"strdup() failed", "malloc() failed", "failed to allocate memory for gate", "failed to malloc file.block_ptr",
+       "invalid field names", "failed to realloc gps_points", "failed to realloc pond array"},
+      {"strdup() failed", "malloc() failed", "failed to allocate memory for swoop", "failed to malloc file.block_ptr",
+       "invalid field names", "failed to realloc gps_points"}};
+  ASSERT_EQ(std::size(expected), std::size(readings));
+  for (std::size_t i = 0; i < std::size(readings); ++i) {
+    SCOPED_TRACE(readings[i].name);
+    EXPECT_EQ(messages_when_memory_is_short(readings[i], readings[i].bytes), expected[i]);
+  }
+}
+
+// A run without the warnings that belong to it would pass for one without any.
+TEST(track_files_test, fails_without_memory_for_the_warnings) {
+  const temp_dir dir;
+  const std::string text = names + "," + std::string(1000, 'x') + "\n\n" + row_1 + "\n";
+  for (const std::size_t i : {0U, 4U, 6U, 9U}) {
+    SCOPED_TRACE(readings[i].name);
+    const messages said = messages_when_memory_is_short(readings[i], text);
+    EXPECT_NE(std::find(said.begin(), said.end(), "realloc failed"), said.end());
+  }
+}
+
+TEST(track_files_test, names_the_file_that_cannot_be_written) {
+  const temp_dir dir;
+  const gate_file_data course = finished_course();
+  for (const auto write : {write_gate_file, export_gate_file}) {
+    error_slot error = nullptr;
+    write("nowhere/walk.tvl", course, &error);
+    EXPECT_STREQ(error, "failed to open file: nowhere/walk.tvl");
+  }
+  for (const auto write : {write_swoop_file, export_swoop_file}) {
+    error_slot error = nullptr;
+    write("nowhere/run.tvl", {}, &error);
+    EXPECT_STREQ(error, "failed to open file: nowhere/run.tvl");
+  }
+}
+
+// A short file fails when it is closed, a long one in the middle of its samples.
+TEST(track_files_test, reports_a_full_disk) {
+  gate_file_data course = finished_course();
+  error_slot error = nullptr;
+  write_gate_file("/dev/full", course, &error);
+  EXPECT_STREQ(error, "failed to write file: /dev/full");
+  write_swoop_file("/dev/full", {}, &error);
+  EXPECT_STREQ(error, "failed to write file: /dev/full");
+
+  constexpr std::size_t many = 100000;
+  ASSERT_TRUE(try_zeroed(course.pond, many));
+  for (std::size_t i = 0; i + 1 < many; ++i) course.pond[i] = {1.0, 1.0, 1.0};
+  write_gate_file("/dev/full", course, &error);
+  EXPECT_STREQ(error, "failed to write gate sample");
+  write_swoop_file("/dev/full", std::vector<gps_point>(10000), &error);
+  EXPECT_STREQ(error, "failed to write swoop sample");
+}
+
+TEST(track_files_test, never_writes_over_a_container_that_it_read) {
+  for (const auto write : {write_swoop_file, export_swoop_file}) {
+    const temp_dir dir;
+    std::vector<gps_point> samples(3);
+    write_input("run.tvl", swoop_bytes(samples));
+    gps_track track;
+    error_slot error = nullptr;
+    read_swoop_file("run.tvl", track, &error);
+    write("run.tvl", std::span(samples).subspan(1), &error);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(read_text("run.tvl").size(), 50U + 140);
+    EXPECT_EQ(read_text("run.tvl.orig").size(), 50U + 210);
+  }
+}
+
+}  // namespace
+}  // namespace tarvel

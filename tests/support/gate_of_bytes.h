@@ -1,0 +1,20 @@
+// A course from the bytes of its file.
+#pragma once
+
+#include <string_view>
+
+#include "gate/gate_open.h"
+#include "support/files.h"
+#include "support/warnings.h"
+
+namespace tarvel {
+
+// Its name is walk.csv. The log and the warnings are left out where they are null.
+[[nodiscard]] inline owned_record<gate> gate_of_bytes(std::string_view bytes, owned_text *log, error_slot *error,
+                                                      text_buffer *warnings = nullptr) {
+  warning_buffer unread;
+  text_buffer &used = unread;
+  return gate_open(open_bytes(bytes).get(), "walk.csv", warnings != nullptr ? *warnings : used, log, error);
+}
+
+}  // namespace tarvel
