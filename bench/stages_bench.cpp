@@ -1,10 +1,10 @@
 // Time per sample of each stage of the analysis, over a whole run of 20,000 samples.
 #include <benchmark/benchmark.h>
 
+#include <cstdio>
 #include <cstdlib>
 
 #include "driver/file_handle.h"
-#include "formats/coord_dump.h"
 #include "formats/course_file.h"
 #include "formats/kml.h"
 #include "simulated_files.h"
@@ -37,9 +37,14 @@ swoop &analysed_run() {
     owned_record<swoop> created = swoop_create(open_input("track.csv", &error).get(), "track.csv", warnings, &error);
     if (error) std::abort();
     course loaded;
-    read_course_file(course_file_name, "track.csv", loaded, &error);
-    if (error) std::abort();
-    analyze_swoop(*created, gate_type_course, *loaded.matrix, 0.0, &error);
+    course_link link;
+    const file_handle course_file = open_input(course_file_name, &error);
+    if (!course_file) std::abort();
+    if (read_course(course_file.get(), course_file_name, "track.csv", loaded, link, &error) != course_answer::here ||
+        error) {
+      std::abort();
+    }
+    analyze_swoop(*created, gate_type_course, loaded.matrix, 0.0, &error);
     if (error) std::abort();
     return created;
   }();
@@ -76,7 +81,11 @@ void implicit_gate(swoop &run, error_slot *error) {
 }
 
 void report(swoop &run, error_slot *error) { benchmark::DoNotOptimize(format_swoop_report(run, false, error)); }
-void map(swoop &run, error_slot *error) { write_kml("/dev/null", run.track[0].time, samples_of(run), nullptr, error); }
+
+void map(swoop &run, error_slot *) {
+  const file_handle nowhere(std::fopen("/dev/null", "wb"));
+  write_kml(nowhere.get(), run.track[0].time, samples_of(run), nullptr);
+}
 
 BENCHMARK_CAPTURE(measure, derive_ecef, ecef);
 BENCHMARK_CAPTURE(measure, derive_local, local);

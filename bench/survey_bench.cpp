@@ -41,16 +41,16 @@ gate restless_walk() {
   return gate_of(walk.samples);
 }
 
-void measure(benchmark::State &state, gate course, std::string_view expected) {
+void measure(benchmark::State &state, gate walked, std::string_view expected) {
   error_slot error = nullptr;
   for (auto round : state) {
-    survey_gate(course, nullptr, &error);
-    if (error == nullptr) survey_pond(course, &error);
+    survey_gate(walked, nullptr, &error);
+    if (error == nullptr) survey_pond(walked, &error);
     benchmark::ClobberMemory();
   }
   if (std::string_view(error == nullptr ? "" : error) != expected) state.SkipWithError("another answer than expected");
   state.counters["per_sample"] =
-      benchmark::Counter(course.track_len, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+      benchmark::Counter(walked.track_len, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void survey_standing(benchmark::State &state) { measure(state, standing_walk(), ""); }

@@ -19,11 +19,11 @@ void read_as_swoop(const std::uint8_t *data, std::size_t size) {
 
 void read_as_gate(const std::uint8_t *data, std::size_t size) {
   const file_handle stream = open_fuzz_input(data, size);
-  gate_file_data gate;
+  course gate;
   error_slot error = nullptr;
   const outcome result = read_gate_stream(stream.get(), gate, &error);
-  require_all_or_nothing(result, error, gate.pond != nullptr);
-  require(pond_points(gate.pond.get()).size() <= size / 16);
+  require_all_or_nothing(result, error, gate.pond.has_value());
+  require(!gate.pond || gate.pond->count <= size / 16);
 }
 
 }  // namespace

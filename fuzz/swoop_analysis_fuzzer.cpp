@@ -2,7 +2,6 @@
 // for metres, one for a time aloft, one for a course of its own. Such a course comes before the track: theta in radians,
 // the twelve numbers of its frame, the number of its pond's points in a byte, and their x and y.
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <utility>
 
@@ -41,30 +40,25 @@ struct input {
   }
 };
 
-struct flown_course {
-  double theta = course_theta;
-  mat4 frame = course_frame;
-  bool has_pond = false;
-  std::array<vec3, 256> pond = {};  // ended by a point of zeros
-};
-
-flown_course take_course(input &rest) {
-  flown_course course;
-  course.theta = rest.take<double>();
+course flown_course(input *rest) {
+  course flown;
+  flown.matrix = course_frame;
+  flown.theta = course_theta;
+  if (rest == nullptr) return flown;
+  flown.theta = rest->take<double>();
   for (std::size_t row = 0; row < 3; ++row) {
-    for (double &number : course.frame.m[row]) number = rest.take<double>();
+    for (double &number : flown.matrix.m[row]) number = rest->take<double>();
   }
-  const std::size_t points = rest.take<std::uint8_t>();
-  course.has_pond = points > 0;
+  const std::size_t points = rest->take<std::uint8_t>();
+  if (points > 0) flown.pond.emplace();
   for (std::size_t i = 0; i < points; ++i) {
-    course.pond[i].x = rest.take<double>();
-    course.pond[i].y = rest.take<double>();
+    const auto x = rest->take<double>();
+    require(append_pond_point(*flown.pond, {x, rest->take<double>(), 0.0}));
   }
-  return course;
+  return flown;
 }
 
 bool load(const input &rest, gps_track &track) {
-  if (rest.size == 0) return false;
   const file_handle stream = open_fuzz_input(rest.data, rest.size);
   warning_buffer warnings;
   error_slot error = nullptr;
@@ -74,14 +68,14 @@ bool load(const input &rest, gps_track &track) {
   return error == nullptr;
 }
 
-void require_outputs(const swoop &run, const vec3 *pond, bool metric) {
+void require_outputs(const swoop &run, const pond_outline *pond, bool metric) {
   require(run.top_of_turn <= run.stop && run.stop < run.track_len);
   error_slot error = nullptr;
   require(format_swoop_report(run, metric, &error) != nullptr && error == nullptr);
   const gate_ends ends = entry_gate_ends(run.matrix);
   const std::span<const gps_point> samples = samples_of(run).subspan(run.top_of_turn, run.stop - run.top_of_turn);
-  write_kml("/dev/null", run.track[run.top_of_turn].time, samples, &ends, &error);
-  require(error == nullptr);
+  const file_handle nowhere(std::fopen("/dev/null", "wb"));
+  write_kml(nowhere.get(), run.track[run.top_of_turn].time, samples, &ends);
   write_swoop_pdf("/dev/null", run, pond, metric, false, &error);
   require(error == nullptr);
 }
@@ -91,19 +85,18 @@ void require_outputs(const swoop &run, const vec3 *pond, bool metric) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   input rest = {data, size};
   const auto options = rest.take<std::uint8_t>();
-  flown_course course = (options & 16) != 0 ? take_course(rest) : flown_course();
+  course flown = flown_course((options & 16) != 0 ? &rest : nullptr);
   gps_track track;
-  if (!load(rest, track)) return 0;
+  if (rest.size == 0 || !load(rest, track)) return 0;
   swoop run;
   run.track = std::move(track.points);
   run.track_len = track.count;
   run.time_aloft = (options & 8) != 0 ? 5000 : 0;
 
   error_slot error = nullptr;
-  analyze_swoop(run, options & 3, course.frame, course.theta, &error);
+  analyze_swoop(run, options & 3, flown.matrix, flown.theta, &error);
   if (error != nullptr) return 0;
-  vec3 *const pond = course.has_pond ? course.pond.data() : nullptr;
-  rotate_point_list(pond, correction_angle(run));
-  require_outputs(run, pond, (options & 4) != 0);
+  if (flown.pond) rotate_point_list(points_of(*flown.pond), correction_angle(run));
+  require_outputs(run, flown.pond ? &*flown.pond : nullptr, (options & 4) != 0);
   return 0;
 }

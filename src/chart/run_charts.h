@@ -4,14 +4,14 @@
 #include "chart/chart.h"
 #include "support/memory.h"
 #include "swoop/swoop.h"
+#include "track/course.h"
 
 namespace tarvel {
 
 // What the charts of one document share.
 struct chart_context {
   const swoop &run;
-  const vec3 *pond =
-      nullptr;  // perimeter in the run's frame, ended by a point whose x and y are 0; null without a pond
+  const pond_outline *pond = nullptr;  // in the run's frame; null without a pond
   bool metric = false;
   bool from_exit = false;  // draw from the exit instead of the top of the turn
 };

@@ -61,14 +61,13 @@ owned_record<series> make_outline(double factor) {
   return outline && add_scaled_points(*outline, course_outline, factor) ? std::move(outline) : nullptr;
 }
 
-owned_record<series> make_pond(const vec3 *pond, double factor) {
+owned_record<series> make_pond(const pond_outline &pond, double factor) {
   owned_record<series> outline = series_new(track_series_capacity);
   if (!outline) return nullptr;
-  for (const vec3 *point = pond;; ++point) {
-    const vec2 scaled = {point->x * factor, point->y * factor};
-    if (scaled.x == 0.0 && scaled.y == 0.0) return outline;
-    if (!series_add_point(*outline, scaled)) return nullptr;
+  for (const vec3 &point : points_of(pond)) {
+    if (!series_add_point(*outline, {point.x * factor, point.y * factor})) return nullptr;
   }
+  return outline;
 }
 
 bool add_course(chart &target, const chart_context &context, double factor) {
@@ -99,7 +98,7 @@ owned_record<chart> build_overhead_chart(const chart_context &context) {
                                              return vec2{s.pos_local.x * length, s.pos_local.y * length};
                                            }) &&
                            add_course(*made, context, length) &&
-                           (context.pond == nullptr || add_series(*made, make_pond(context.pond, length),
+                           (context.pond == nullptr || add_series(*made, make_pond(*context.pond, length),
                                                                   series_style::thick_dashed, blue, nullptr));
   return is_complete ? std::move(made) : nullptr;
 }

@@ -1,6 +1,7 @@
 #include "container/tvl_file.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "container/tvl_records.h"
 
@@ -9,14 +10,56 @@ namespace tarvel {
 namespace {
 
 // What tells the two kinds of section apart, messages included.
-struct section_words {
+struct section_form {
   std::uint32_t type;
-  const char *wrong_type;
-  const char *short_header;
+  std::uint16_t header_size;
+  std::uint16_t sample_size;
+  error_slot wrong_type;
+  error_slot short_header;
+  error_slot invalid_header;
+  error_slot wrong_size;
+  error_slot short_sample;
+  error_slot unwritten_header;
+  error_slot unwritten_sample;
 };
 
-constexpr section_words gate_words = {tvl_gate_section, "not a gate section", "failed to read gate header"};
-constexpr section_words swoop_words = {tvl_swoop_section, "not a swoop section", "failed to read swoop header"};
+struct gate_section {
+  static constexpr section_form form = {tvl_gate_section,
+                                        tvl_gate_header_size,
+                                        tvl_gate_sample_size,
+                                        "not a gate section",
+                                        "failed to read gate header",
+                                        "invalid gate header",
+                                        "incorrect gate section size",
+                                        "failed to read gate sample",
+                                        "failed to write gate header",
+                                        "failed to write gate sample"};
+  using header = tvl_gate_header;
+  using sample = vec3;
+  static constexpr auto read_header = read_gate_header;
+  static constexpr auto read_sample = read_gate_sample;
+  static constexpr auto write_header = write_gate_header;
+  static constexpr auto write_sample = write_gate_sample;
+};
+
+struct swoop_section {
+  static constexpr section_form form = {tvl_swoop_section,
+                                        tvl_swoop_header_size,
+                                        tvl_swoop_sample_size,
+                                        "not a swoop section",
+                                        "failed to read swoop header",
+                                        "invalid swoop header",
+                                        "incorrect swoop section size",
+                                        "failed to read swoop sample",
+                                        "failed to write swoop header",
+                                        "failed to write swoop sample"};
+  using header = tvl_swoop_header;
+  using sample = gps_point;
+  static constexpr auto read_header = read_swoop_header;
+  static constexpr auto read_sample = read_swoop_sample;
+  static constexpr auto write_header = write_swoop_header;
+  static constexpr auto write_sample = write_swoop_sample;
+};
 
 // Bytes that cannot be read say nothing about their form.
 outcome failed_reading(std::FILE *stream) {
@@ -29,7 +72,7 @@ bool seek_to(std::FILE *stream, std::uint64_t offset) {
 }
 
 // Leaves the stream at the section that the header and its table lead to.
-void open_section(std::FILE *stream, const section_words &words, tvl_section_entry &entry, error_slot *error) {
+void open_section(std::FILE *stream, const section_form &form, tvl_section_entry &entry, error_slot *error) {
   tvl_file_header header;
   const tvl_file_header expected;
   if (!read_file_header(stream, header)) {
@@ -41,10 +84,10 @@ void open_section(std::FILE *stream, const section_words &words, tvl_section_ent
     *error = "more/less than one section";
   } else if (!seek_to(stream, header.table_offset) || !read_section_entry(stream, entry)) {
     *error = "failed to read section header table entry";
-  } else if (entry.type != words.type) {
-    *error = words.wrong_type;
+  } else if (entry.type != form.type) {
+    *error = form.wrong_type;
   } else if (!seek_to(stream, entry.section_offset)) {
-    *error = words.short_header;
+    *error = form.short_header;
   }
 }
 
@@ -57,154 +100,99 @@ bool has_bytes_left(std::FILE *stream, std::uint64_t bytes) {
          fseeko(stream, position, SEEK_SET) == 0;
 }
 
-outcome read_gate_samples(std::FILE *stream, std::uint32_t count, owned_array<vec3> &pond, error_slot *error) {
-  // One more than the file holds: the last point stays zero and ends the list.
-  if (!has_bytes_left(stream, std::uint64_t{tvl_gate_sample_size} * count)) {
-    *error = "failed to read gate sample";
-    return failed_reading(stream);
+template <typename section>
+void read_header(std::FILE *stream, typename section::header &header, error_slot *error) {
+  constexpr const section_form &form = section::form;
+  tvl_section_entry entry;
+  open_section(stream, form, entry, error);
+  if (*error) return;
+  if (!section::read_header(stream, header)) {
+    *error = form.short_header;
+  } else if (header.header_size != form.header_size || header.sample_size != form.sample_size) {
+    *error = form.invalid_header;
+  } else if (entry.section_size != std::uint64_t{form.sample_size} * header.count + form.header_size) {
+    *error = form.wrong_size;
+  } else if (!has_bytes_left(stream, std::uint64_t{form.sample_size} * header.count)) {
+    *error = form.short_sample;
   }
-  if (!try_zeroed(pond, std::size_t{count} + 1)) {
+}
+
+template <typename section>
+outcome read_section(std::FILE *stream, typename section::header &header,
+                     owned_array<typename section::sample> &samples, error_slot *error) {
+  *error = nullptr;
+  read_header<section>(stream, header, error);
+  if (*error) return failed_reading(stream);
+  if (!try_zeroed(samples, header.count)) {
     *error = "malloc() failed";
     return outcome::no_memory;
   }
-  for (std::uint32_t i = 0; i < count; ++i) {
-    if (read_gate_sample(stream, pond[i])) continue;
-    *error = "failed to read gate sample";
+  for (std::uint32_t i = 0; i < header.count; ++i) {
+    if (section::read_sample(stream, samples[i])) continue;
+    *error = section::form.short_sample;
     return failed_reading(stream);
   }
   return outcome::done;
 }
 
-outcome read_swoop_samples(std::FILE *stream, std::uint32_t count, gps_track &track, error_slot *error) {
-  if (!has_bytes_left(stream, std::uint64_t{tvl_swoop_sample_size} * count)) {
-    *error = "failed to read swoop sample";
-    return failed_reading(stream);
-  }
-  if (!try_zeroed(track.points, count)) {
-    *error = "malloc() failed";
-    return outcome::no_memory;
-  }
-  for (std::uint32_t i = 0; i < count; ++i) {
-    if (read_swoop_sample(stream, track.points[i])) continue;
-    *error = "failed to read swoop sample";
-    return failed_reading(stream);
-  }
-  track.count = track.capacity = count;
-  return outcome::done;
-}
-
-void write_section_start(std::FILE *stream, const tvl_section_entry &entry, error_slot *error) {
+// Takes the header without its count.
+template <typename section>
+void write_section(std::FILE *stream, typename section::header header,
+                   std::span<const typename section::sample> samples, error_slot *error) {
+  constexpr const section_form &form = section::form;
+  *error = nullptr;
+  header.count = static_cast<std::uint32_t>(samples.size());
+  tvl_section_entry entry;
+  entry.type = form.type;
+  entry.section_size = form.header_size + form.sample_size * header.count;
   if (!write_file_header(stream, tvl_file_header())) {
     *error = "failed to write TVL header";
   } else if (!write_section_entry(stream, entry)) {
     *error = "failed to write section header table entry";
+  } else if (!section::write_header(stream, header)) {
+    *error = form.unwritten_header;
+  } else if (!std::all_of(samples.begin(), samples.end(),
+                          [&](const auto &sample) { return section::write_sample(stream, sample); })) {
+    *error = form.unwritten_sample;
   }
 }
 
 }  // namespace
 
-std::span<const vec3> pond_points(const vec3 *pond) {
-  if (pond == nullptr) return {};
-  std::size_t count = 0;
-  while (pond[count].x != 0.0 || pond[count].y != 0.0 || pond[count].z != 0.0) ++count;
-  return {pond, count};
-}
-
-outcome read_gate_stream(std::FILE *stream, gate_file_data &gate_data, error_slot *error) {
-  *error = nullptr;
-  tvl_section_entry entry;
-  open_section(stream, gate_words, entry, error);
-  if (*error) return failed_reading(stream);
-
+outcome read_gate_stream(std::FILE *stream, course &result, error_slot *error) {
   tvl_gate_header header;
-  if (!read_gate_header(stream, header)) {
-    *error = gate_words.short_header;
-  } else if (header.header_size != tvl_gate_header_size || header.sample_size != tvl_gate_sample_size) {
-    *error = "invalid gate header";
-  } else if (entry.section_size != std::uint64_t{tvl_gate_sample_size} * (std::uint64_t{header.count} + 9)) {
-    *error = "incorrect gate section size";
-  }
-  if (*error) return failed_reading(stream);
-
-  owned_array<vec3> pond;
-  const outcome samples = read_gate_samples(stream, header.count, pond, error);
-  if (samples != outcome::done) return samples;
-
-  gate_data.matrix = header.matrix;
-  gate_data.theta = header.theta;
-  gate_data.pond = std::move(pond);
+  pond_outline pond;
+  const outcome section = read_section<gate_section>(stream, header, pond.points, error);
+  if (section != outcome::done) return section;
+  pond.capacity = pond.count = header.count;
+  // A point in the origin ends the list.
+  pond.count = filed_points(pond).size();
+  result.matrix = header.matrix;
+  result.theta = header.theta;
+  result.pond = std::move(pond);
   return outcome::done;
 }
 
 outcome read_swoop_stream(std::FILE *stream, gps_track &track, error_slot *error) {
-  *error = nullptr;
-  tvl_section_entry entry;
-  open_section(stream, swoop_words, entry, error);
-  if (*error) return failed_reading(stream);
-
   tvl_swoop_header header;
-  if (!read_swoop_header(stream, header)) {
-    *error = swoop_words.short_header;
-  } else if (header.header_size != tvl_swoop_header_size || header.sample_size != tvl_swoop_sample_size) {
-    *error = "invalid swoop header";
-  } else if (entry.section_size != std::uint64_t{tvl_swoop_sample_size} * header.count + tvl_swoop_header_size) {
-    *error = "incorrect swoop section size";
-  }
-  if (*error) return failed_reading(stream);
-
   gps_track loaded;
-  const outcome samples = read_swoop_samples(stream, header.count, loaded, error);
-  if (samples == outcome::done) track = std::move(loaded);
-  return samples;
+  const outcome section = read_section<swoop_section>(stream, header, loaded.points, error);
+  if (section != outcome::done) return section;
+  loaded.capacity = loaded.count = header.count;
+  track = std::move(loaded);
+  return outcome::done;
 }
 
-void write_gate_stream(std::FILE *stream, const gate_file_data &gate_data, error_slot *error) {
-  *error = nullptr;
-  const std::span<const vec3> points = pond_points(gate_data.pond.get());
-  const auto count = static_cast<std::uint32_t>(points.size());
-  tvl_section_entry entry;
-  entry.type = tvl_gate_section;
-  entry.section_size = tvl_gate_header_size + tvl_gate_sample_size * count;
-  write_section_start(stream, entry, error);
-  if (*error) return;
-
+void write_gate_stream(std::FILE *stream, const course &surveyed, error_slot *error) {
   tvl_gate_header header;
-  header.matrix = gate_data.matrix;
-  header.theta = gate_data.theta;
-  header.count = count;
-  if (!write_gate_header(stream, header)) {
-    *error = "failed to write gate header";
-    return;
-  }
-  for (const vec3 &point : points) {
-    if (!write_gate_sample(stream, point)) {
-      *error = "failed to write gate sample";
-      return;
-    }
-  }
+  header.matrix = surveyed.matrix;
+  header.theta = surveyed.theta;
+  const std::span<const vec3> points = surveyed.pond ? filed_points(*surveyed.pond) : std::span<const vec3>();
+  write_section<gate_section>(stream, header, points, error);
 }
 
 void write_swoop_stream(std::FILE *stream, std::span<const gps_point> samples, error_slot *error) {
-  *error = nullptr;
-  const auto count = static_cast<std::uint32_t>(samples.size());
-  tvl_section_entry entry;
-  entry.type = tvl_swoop_section;
-  entry.section_size = tvl_swoop_header_size + tvl_swoop_sample_size * count;
-  write_section_start(stream, entry, error);
-  if (*error) return;
-
-  tvl_swoop_header header;
-  header.count = count;
-  if (!write_swoop_header(stream, header)) {
-    *error = "failed to write swoop header";
-    return;
-  }
-  for (const gps_point &sample : samples) {
-    if (!write_swoop_sample(stream, sample)) {
-      *error = "failed to write swoop sample";
-      return;
-    }
-  }
+  write_section<swoop_section>(stream, tvl_swoop_header(), samples, error);
 }
 
 }  // namespace tarvel

@@ -89,7 +89,7 @@ void close_document(file_handle file, cairo_status_t status, error_slot gap, con
 
 }  // namespace
 
-void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool metric, bool from_exit,
+void write_swoop_pdf(const char *path, const swoop &run, const pond_outline *pond, bool metric, bool from_exit,
                      error_slot *error) {
   const chart_context charts = {run, pond, metric, from_exit};
   file_handle file = open_document(path, charts, error);
@@ -109,7 +109,7 @@ void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool 
   close_document(std::move(file), cairo_surface_status(surface.get()), gap, path, error);
 }
 
-void write_swoop_png(const swoop &run, const vec3 *pond, bool metric, bool from_exit, error_slot *error) {
+void write_swoop_png(const swoop &run, const pond_outline *pond, bool metric, bool from_exit, error_slot *error) {
   constexpr const char *path = "out.png";
   const chart_context charts = {run, pond, metric, from_exit};
   file_handle file = open_document(path, charts, error);

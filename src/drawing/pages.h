@@ -10,11 +10,11 @@ namespace tarvel {
 // %s"; with "failed to allocate memory for charts" before the file is opened, when the system has no room for what the
 // drawing libraries need, or later, with the cells empty of the charts that memory does not suffice for and the rest
 // drawn; or, without words in them, with "failed to read font for charts".
-void write_swoop_pdf(const char *path, const swoop &run, const vec3 *pond, bool metric, bool from_exit,
+void write_swoop_pdf(const char *path, const swoop &run, const pond_outline *pond, bool metric, bool from_exit,
                      error_slot *error);
 
 // Writes the first page's charts to out.png, 1200 by 928 pixels, for the tests and the documentation's pictures. Fails
 // like write_swoop_pdf.
-void write_swoop_png(const swoop &run, const vec3 *pond, bool metric, bool from_exit, error_slot *error);
+void write_swoop_png(const swoop &run, const pond_outline *pond, bool metric, bool from_exit, error_slot *error);
 
 }  // namespace tarvel

@@ -24,11 +24,11 @@ void copy_bytes(std::FILE *from, std::FILE *to, const char *destination, const c
 
 }  // namespace
 
-void write_course_file(const char *path, const mat4 &matrix, const vec3 *pond, double theta, error_slot *error) {
+void write_course_file(const char *path, const course &surveyed, error_slot *error) {
   *error = nullptr;
   whole_output output = open_whole_output(path, error);
   if (*error) return;
-  write_course_text(output.file.get(), matrix, pond, theta);
+  write_course(output.file.get(), surveyed);
   close_whole_output(std::move(output), path, error);
   if (*error) return;
 

@@ -1,16 +1,14 @@
 // The course file of a survey and its copy for swoop mode.
 #pragma once
 
-#include "geo/mat4.h"
-#include "geo/vec3.h"
 #include "support/error_slot.h"
+#include "track/course.h"
 
 namespace tarvel {
 
 // Writes a course file and its copy for swoop mode, matrix.txt, unless they are the same file; each appears whole or not
-// at all. The pond may be null; it ends at the first point whose x, y and z are all 0. Theta in degrees. Fails with
-// "failed to open file: %s", "failed to write file: %s" or a message of copy_file.
-void write_course_file(const char *path, const mat4 &matrix, const vec3 *pond, double theta, error_slot *error);
+// at all. Fails with "failed to open file: %s", "failed to write file: %s" or a message of copy_file.
+void write_course_file(const char *path, const course &surveyed, error_slot *error);
 
 // Copies byte by byte, whole or not at all; FIFOs and devices are refused as the source. Fails with "could not open %s
 // for reading", "could not open %s for writing", "failure during write to %s", "failed to read file: %s" or "failed to

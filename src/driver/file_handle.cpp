@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <string_view>
+#include <utility>
 
 #include "driver/file_identity.h"
 #include "driver/protected_inputs.h"
@@ -31,10 +31,7 @@ file_handle open_for_reading(const char *path, struct stat &status) {
   return file;
 }
 
-constexpr const char *open_failure = "failed to open file: ";
-constexpr const char *read_failure = "failed to read file: ";
-
-void fail_opening(const char *path, error_slot *error) { *error = format_error("%s%s", open_failure, path); }
+void fail_opening(const char *path, error_slot *error) { *error = format_error("failed to open file: %s", path); }
 
 }  // namespace
 
@@ -62,19 +59,7 @@ file_handle open_written_file(const char *path) {
 }
 
 void report_read_error(std::FILE *stream, const char *path, error_slot *error) {
-  if (std::ferror(stream) != 0) *error = format_error("%s%s", read_failure, path);
-}
-
-bool is_unread_input(const char *path) {
-  struct stat status;
-  const lookup found = look_up(path, status);
-  return found == lookup::failed || (found == lookup::there && S_ISREG(status.st_mode));
-}
-
-bool is_file_failure(error_slot message) {
-  if (message == nullptr) return false;
-  const std::string_view words = message;
-  return words.starts_with(open_failure) || words.starts_with(read_failure);
+  if (std::ferror(stream) != 0) *error = format_error("failed to read file: %s", path);
 }
 
 bool prepare_output(const char *path) {
@@ -89,6 +74,11 @@ file_handle open_output(const char *path, error_slot *error) {
   file_handle file(prepare_output(path) ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
   if (!file) fail_opening(path, error);
   return file;
+}
+
+void create_output(const char *path, error_slot *error) {
+  file_handle file = open_output(path, error);
+  if (file) close_output(std::move(file), path, error);
 }
 
 void close_output(file_handle file, const char *path, error_slot *error) {

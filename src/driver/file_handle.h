@@ -14,8 +14,8 @@ struct file_closer {
 using file_handle = std::unique_ptr<std::FILE, file_closer>;
 
 // Opens a track or course file for reading and protects it. Null with "failed to open file: %s", also for a FIFO, since
-// several readers may try a file from its beginning, and for the file that standard output goes to, as by protect_input.
-// A directory reads as an empty file.
+// every reader that tries a track begins at its start and a pipe cannot go back, and for the file that standard output
+// goes to, as by protect_input. A directory reads as an empty file.
 [[nodiscard]] file_handle open_input(const char *path, error_slot *error);
 
 // Opens for reading what the program has written. Null when that fails, and for a FIFO or a device, which do not return
@@ -26,13 +26,6 @@ using file_handle = std::unique_ptr<std::FILE, file_closer>;
 // place of the reader's message.
 void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 
-// True when the file is there, or nobody can tell: after open_input has failed for it, its rights or the disk were the
-// reason, and what it says is not known.
-[[nodiscard]] bool is_unread_input(const char *path);
-
-// True for a message of open_input or report_read_error: then no other reader is to try the same file.
-[[nodiscard]] bool is_file_failure(error_slot message);
-
 // Before an output takes the place of what has its name: an input of this run is renamed, ".orig" being appended to its
 // name, ".orig.2", ".orig.3" and so on when that is taken, and what is printed to standard error is kept out of the file.
 // False when that fails, and for the file that standard output goes to, which would get both.
@@ -40,6 +33,9 @@ void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 
 // Prepares an output and opens it, emptied. Null with "failed to open file: %s", also for a FIFO that nobody reads from.
 [[nodiscard]] file_handle open_output(const char *path, error_slot *error);
+
+// Opens and closes an output that is written later, so that a call that cannot write it fails before its work.
+void create_output(const char *path, error_slot *error);
 
 // Writes out what is buffered and closes. Any write that failed since the opening fails with
 // "failed to write file: %s"; a message that is already in the slot stays.

@@ -25,7 +25,7 @@ struct sample_range {
 // rollout) to the stop, or to the end when the touchdown is not at the stop.
 [[nodiscard]] sample_range trimmed_range(const swoop &run);
 
-// Writes the .tvl copy of the trimmed run.
-void write_trimmed_swoop(const char *filename, const swoop &run);
+// Writes the .tvl copy of the trimmed run. Fails like write_swoop_file.
+void write_trimmed_swoop(const char *filename, const swoop &run, error_slot *error);
 
 }  // namespace tarvel

@@ -3,8 +3,9 @@
 #include <cstdio>
 #include <utility>
 
+#include "container/tvl_file.h"
+#include "formats/coord_dump.h"
 #include "gate/gate_open.h"
-#include "loader/track_loader.h"
 #include "track/delimited_reader.h"
 
 namespace tarvel {
@@ -53,8 +54,8 @@ void read_track_tagged(const char *path, gps_track &track, error_slot *error) {
   });
 }
 
-void read_gate_file(const char *path, gate_file_data &gate_data, error_slot *error) {
-  read_file(path, error, [&](std::FILE *stream, text_buffer &) { return read_gate_stream(stream, gate_data, error); });
+void read_gate_file(const char *path, course &result, error_slot *error) {
+  read_file(path, error, [&](std::FILE *stream, text_buffer &) { return read_gate_stream(stream, result, error); });
 }
 
 void read_swoop_file(const char *path, gps_track &track, error_slot *error) {
@@ -78,11 +79,11 @@ owned_record<gate> gate_open(const char *path, owned_text *log_text, error_slot 
     *error = "gate filename not specified";
     return nullptr;
   }
-  owned_record<gate> course;
+  owned_record<gate> surveyed;
   read_file(path, error, [&](std::FILE *stream, text_buffer &warnings) {
-    course = gate_open(stream, path, warnings, log_text, error);
+    surveyed = gate_open(stream, path, warnings, log_text, error);
   });
-  return *error == nullptr ? std::move(course) : nullptr;
+  return *error == nullptr ? std::move(surveyed) : nullptr;
 }
 
 owned_record<swoop> swoop_create(const char *path, error_slot *error) {
@@ -93,16 +94,25 @@ owned_record<swoop> swoop_create(const char *path, error_slot *error) {
   return *error == nullptr ? std::move(run) : nullptr;
 }
 
-void write_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error) {
-  write_file(path, error, [&](std::FILE *stream) { write_gate_stream(stream, gate_data, error); });
+void write_gate_file(const char *path, const course &surveyed, error_slot *error) {
+  write_file(path, error, [&](std::FILE *stream) { write_gate_stream(stream, surveyed, error); });
 }
 
 void write_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error) {
   write_file(path, error, [&](std::FILE *stream) { write_swoop_stream(stream, samples, error); });
 }
 
-void export_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error) {
-  write_gate_file(path, gate_data, error);
+void write_kml(const char *path, std::int64_t start_time, std::span<const gps_point> samples, const gate_ends *ends,
+               error_slot *error) {
+  write_file(path, error, [&](std::FILE *stream) { write_kml(stream, start_time, samples, ends); });
+}
+
+void write_coord_dump(std::span<const gps_point> samples, error_slot *error) {
+  write_file("coord.txt", error, [&](std::FILE *stream) { write_coord_dump(stream, samples); });
+}
+
+void export_gate_file(const char *path, const course &surveyed, error_slot *error) {
+  write_gate_file(path, surveyed, error);
 }
 
 void export_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error) {

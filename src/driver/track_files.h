@@ -3,11 +3,13 @@
 // name.
 #pragma once
 
+#include <cstdint>
 #include <span>
 
-#include "container/tvl_file.h"
 #include "driver/file_handle.h"
+#include "formats/kml.h"
 #include "gate/gate.h"
+#include "loader/track_loader.h"
 #include "support/error_slot.h"
 #include "swoop/swoop.h"
 #include "track/gps_track.h"
@@ -22,7 +24,7 @@ namespace tarvel {
 // that function leaves there, even when the file cannot be opened.
 void read_track_header_csv(const char *path, gps_track &track, error_slot *error);
 void read_track_tagged(const char *path, gps_track &track, error_slot *error);
-void read_gate_file(const char *path, gate_file_data &gate_data, error_slot *error);
+void read_gate_file(const char *path, course &result, error_slot *error);
 void read_swoop_file(const char *path, gps_track &track, error_slot *error);
 void load_gate_track(const char *path, gate_file_data &gate_data, error_slot *error);
 void load_swoop_track(const char *path, gps_track &track, error_slot *error);
@@ -33,11 +35,16 @@ void load_swoop_track(const char *path, gps_track &track, error_slot *error);
 
 // These write, and fail with "failed to open file: %s", "failed to write file: %s" or a message of the function over
 // the stream; a write that fails leaves a partial file.
-void write_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error);
+void write_gate_file(const char *path, const course &surveyed, error_slot *error);
 void write_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error);
 
+// The map, and coord.txt in the working directory. Fail with "failed to open file: %s" or "failed to write file: %s".
+void write_kml(const char *path, std::int64_t start_time, std::span<const gps_point> samples, const gate_ends *ends,
+               error_slot *error);
+void write_coord_dump(std::span<const gps_point> samples, error_slot *error);
+
 // What the modes call for the copies of debug mode.
-void export_gate_file(const char *path, const gate_file_data &gate_data, error_slot *error);
+void export_gate_file(const char *path, const course &surveyed, error_slot *error);
 void export_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error);
 
 }  // namespace tarvel

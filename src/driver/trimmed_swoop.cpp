@@ -1,4 +1,3 @@
-#include "driver/exit.h"
 #include "driver/modes.h"
 #include "driver/track_files.h"
 #include "support/time.h"
@@ -44,12 +43,10 @@ sample_range trimmed_range(const swoop &run) {
   return {run.plane_exit != 0 ? start_before_exit(run) : start_before_highest(run), end_after_stop(run)};
 }
 
-void write_trimmed_swoop(const char *filename, const swoop &run) {
+void write_trimmed_swoop(const char *filename, const swoop &run, error_slot *error) {
   const sample_range range = trimmed_range(run);
   const std::uint32_t count = range.last - range.first + 1;
-  error_slot error = nullptr;
-  export_swoop_file(filename, samples_of(run).subspan(range.first, count), &error);
-  fatal_error(error);
+  export_swoop_file(filename, samples_of(run).subspan(range.first, count), error);
 }
 
 }  // namespace tarvel

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <string_view>
 
-#include "driver/file_handle.h"
 #include "formats/fixed_decimal.h"
 #include "support/units.h"
 
@@ -67,17 +66,11 @@ void write_row(std::FILE *file, const gps_point &sample) {
 
 }  // namespace
 
-void write_coord_dump(std::span<const gps_point> samples, error_slot *error) {
-  constexpr const char *path = "coord.txt";
-  *error = nullptr;
-  file_handle file = open_output(path, error);
-  if (!file) return;
-
+void write_coord_dump(std::FILE *stream, std::span<const gps_point> samples) {
   std::fputs("time  (posx,posy,posz)  (velx,vely,velz)  (accx,accy,accz)  gforce  dive_angle  heading  turn_rate\n",
-             file.get());
-  std::fputs("(sec) (ft) (ft) (ft) (mph) (mph) (mph) (mph/s) (mph/s) (mph/s)  () (deg) (deg) (deg/s)\n", file.get());
-  for (const gps_point &sample : samples) write_row(file.get(), sample);
-  close_output(std::move(file), path, error);
+             stream);
+  std::fputs("(sec) (ft) (ft) (ft) (mph) (mph) (mph) (mph/s) (mph/s) (mph/s)  () (deg) (deg) (deg/s)\n", stream);
+  for (const gps_point &sample : samples) write_row(stream, sample);
 }
 
 }  // namespace tarvel

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <ctime>
 
-#include "driver/file_handle.h"
 #include "formats/fixed_decimal.h"
 
 namespace tarvel {
@@ -86,24 +85,18 @@ void write_entry_gate(std::FILE *file, const gate_ends &ends) {
 
 }  // namespace
 
-void write_kml(const char *path, std::int64_t start_time, std::span<const gps_point> samples, const gate_ends *ends,
-               error_slot *error) {
-  *error = nullptr;
-  file_handle file = open_output(path, error);
-  if (!file) return;
-
+void write_kml(std::FILE *stream, std::int64_t start_time, std::span<const gps_point> samples, const gate_ends *ends) {
   std::fputs(
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       "<kml xmlns=\"http://www.opengis.net/kml/2.2\">\n"
       "  <Document>\n",
-      file.get());
-  write_track(file.get(), start_time, samples);
-  if (ends != nullptr) write_entry_gate(file.get(), *ends);
+      stream);
+  write_track(stream, start_time, samples);
+  if (ends != nullptr) write_entry_gate(stream, *ends);
   std::fputs(
       "  </Document>\n"
       "</kml>\n",
-      file.get());
-  close_output(std::move(file), path, error);
+      stream);
 }
 
 }  // namespace tarvel

@@ -3,10 +3,10 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <span>
 
 #include "geo/vec3.h"
-#include "support/error_slot.h"
 #include "track/gps_point.h"
 
 namespace tarvel {
@@ -15,8 +15,7 @@ using gate_ends = std::array<vec3, 2>;  // WGS84: latitude, longitude (deg), hei
 
 // Writes the samples as a line down to the ground, and the entry gate when ends is not null. The document is named
 // after the local clock time of start_time (ms), that of the first sample; it has no name when the calendar cannot
-// express that. Fails with "failed to open file: %s" or "failed to write file: %s".
-void write_kml(const char *path, std::int64_t start_time, std::span<const gps_point> samples, const gate_ends *ends,
-               error_slot *error);
+// express that. Whether the stream has failed is the caller's to look after.
+void write_kml(std::FILE *stream, std::int64_t start_time, std::span<const gps_point> samples, const gate_ends *ends);
 
 }  // namespace tarvel

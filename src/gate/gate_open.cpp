@@ -10,18 +10,12 @@ namespace tarvel {
 
 namespace {
 
-void survey_walk(gate &course, gps_track &walk, owned_text *log_text, error_slot *error) {
-  course.track = std::move(walk.points);
-  course.track_len = walk.count;
-  survey_gate(course, log_text, error);
+void survey_walk(gate &surveyed, gps_track &walk, owned_text *log_text, error_slot *error) {
+  surveyed.track = std::move(walk.points);
+  surveyed.track_len = walk.count;
+  survey_gate(surveyed, log_text, error);
   if (*error) return;
-  survey_pond(course, error);
-}
-
-void take_course(gate &course, gate_file_data &data) {
-  course.matrix = data.matrix;
-  course.theta = data.theta;
-  course.pond = std::move(data.pond);
+  survey_pond(surveyed, error);
 }
 
 }  // namespace
@@ -29,13 +23,13 @@ void take_course(gate &course, gate_file_data &data) {
 owned_record<gate> gate_open(std::FILE *stream, const char *name, text_buffer &warnings, owned_text *log_text,
                              error_slot *error) {
   *error = nullptr;
-  owned_record<gate> course = try_make<gate>();
-  if (!course) {
+  owned_record<gate> surveyed = try_make<gate>();
+  if (!surveyed) {
     *error = "failed to allocate memory for gate";
     return nullptr;
   }
-  course->file = try_duplicate(name);
-  if (!course->file) {
+  surveyed->file = try_duplicate(name);
+  if (!surveyed->file) {
     *error = "strdup() failed";
     return nullptr;
   }
@@ -43,12 +37,12 @@ owned_record<gate> gate_open(std::FILE *stream, const char *name, text_buffer &w
   gate_file_data data;
   if (load_gate_stream(stream, data, warnings, error) != outcome::done) return nullptr;
   if (data.track.count == 0) {
-    take_course(*course, data);
-    return course;
+    surveyed->course = std::move(data.course);
+    return surveyed;
   }
-  survey_walk(*course, data.track, log_text, error);
+  survey_walk(*surveyed, data.track, log_text, error);
   if (*error) return nullptr;
-  return course;
+  return surveyed;
 }
 
 }  // namespace tarvel

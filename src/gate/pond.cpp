@@ -14,20 +14,6 @@ constexpr double away_feet = 50.0;  // the walker has left a mark for good
 
 double feet_between(const vec3 &a, const vec3 &b) { return distance_2d(a, b) * feet_per_metre; }
 
-// A list under construction, with room for the closing point and the terminator.
-struct pond_list {
-  owned_array<vec3> points;
-  std::size_t count = 0;
-  std::size_t capacity = 0;
-
-  bool append(const vec3 &point) {
-    if (!try_reserve(points, capacity, count + 2, 512)) return false;
-    points[count] = point;
-    ++count;
-    return true;
-  }
-};
-
 // The sample after the walker was last near the mark, before leaving it. The search begins at sample i; the sample
 // count when the walker did not leave.
 std::size_t find_departure(std::span<const gps_point> walk, std::size_t i, const vec3 &mark) {
@@ -41,7 +27,7 @@ std::size_t find_departure(std::span<const gps_point> walk, std::size_t i, const
 }
 
 // Stores the leg's perimeter points from sample i on until the walker is near the next mark, and returns that sample.
-std::size_t walk_leg(std::span<const gps_point> walk, std::size_t i, const vec3 &next_mark, pond_list &pond,
+std::size_t walk_leg(std::span<const gps_point> walk, std::size_t i, const vec3 &next_mark, pond_outline &pond,
                      error_slot *error) {
   const std::size_t first_of_leg = pond.count;
   for (; i < walk.size(); ++i) {
@@ -49,7 +35,7 @@ std::size_t walk_leg(std::span<const gps_point> walk, std::size_t i, const vec3 
     if (feet_between(position, next_mark) < near_feet) return i;
     const bool is_first = pond.count == first_of_leg;
     if (!is_first && !(feet_between(pond.points[pond.count - 1], position) >= near_feet)) continue;
-    if (!pond.append(position)) {
+    if (!append_pond_point(pond, position)) {
       *error = "failed to realloc pond array";
       return i;
     }
@@ -58,35 +44,31 @@ std::size_t walk_leg(std::span<const gps_point> walk, std::size_t i, const vec3 
   return i;
 }
 
-bool close_pond(pond_list &pond) {
-  const vec3 first = pond.points[0];
-  return pond.append(first) && pond.append(vec3());
-}
-
 }  // namespace
 
-void survey_pond(gate &course, error_slot *error) {
+void survey_pond(gate &surveyed, error_slot *error) {
   *error = nullptr;
-  const std::span<gps_point> walk = samples_of(course);
-  derive_local(walk, course.matrix);
+  const std::span<gps_point> walk = samples_of(surveyed);
+  derive_local(walk, surveyed.course.matrix);
 
-  pond_list pond;
+  pond_outline pond;
   std::size_t i = 0;
-  for (std::size_t leg = 0; leg + 1 < course.waypoints.size(); ++leg) {
-    i = find_departure(walk, i, course.waypoints[leg]);
+  for (std::size_t leg = 0; leg + 1 < surveyed.waypoints.size(); ++leg) {
+    i = find_departure(walk, i, surveyed.waypoints[leg]);
     if (i == walk.size()) {
       *error = "no point 50' from waypoint";
       return;
     }
-    i = walk_leg(walk, i, course.waypoints[leg + 1], pond, error);
+    i = walk_leg(walk, i, surveyed.waypoints[leg + 1], pond, error);
     if (*error) return;
   }
   if (pond.count == 0) return;
-  if (!close_pond(pond)) {
+  const vec3 first = pond.points[0];
+  if (!append_pond_point(pond, first)) {
     *error = "failed to realloc pond array";
     return;
   }
-  course.pond = std::move(pond.points);
+  surveyed.course.pond = std::move(pond);
 }
 
 }  // namespace tarvel

@@ -6,10 +6,10 @@
 
 namespace tarvel {
 
-// Fills course.pond with points of the walk at least 5 ft apart within each of its four legs, closed by a copy of the
-// first point and ended by (0, 0, 0); leaves it null when there are none. Derives the walk's local fields. Needs matrix
+// Fills surveyed.course.pond with points of the walk at least 5 ft apart within each of its four legs, closed by a copy of the
+// first point; leaves it absent when there are none. Derives the walk's local fields. Needs matrix
 // and waypoints. Fails with "no point 50' from waypoint", "no point near next waypoint" or "failed to realloc pond
 // array".
-void survey_pond(gate &course, error_slot *error);
+void survey_pond(gate &surveyed, error_slot *error);
 
 }  // namespace tarvel

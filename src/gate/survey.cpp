@@ -51,9 +51,9 @@ double survey_theta(const mat4 &frame, const vec3 &b, const vec3 &exit_waypoint,
   return theta;
 }
 
-void survey_waypoints(gate &course, text_buffer &log) {
+void survey_waypoints(gate &surveyed, text_buffer &log) {
   waypoint_list waypoints;
-  find_waypoints(samples_of(course), waypoints, log);
+  find_waypoints(samples_of(surveyed), waypoints, log);
   if (*log.error) return;
   const course_corners corners = level_corners(waypoints, log);
   if (*log.error) return;
@@ -62,24 +62,24 @@ void survey_waypoints(gate &course, text_buffer &log) {
   const double theta = survey_theta(frame, corners.b, waypoints[5], log);
   if (*log.error) return;
 
-  course.theta = theta;
-  course.matrix = frame;
-  for (std::size_t i = 0; i < course.waypoints.size(); ++i) {
-    course.waypoints[i] = mat4_transform_point(frame, waypoints[i]);
+  surveyed.course.theta = theta;
+  surveyed.course.matrix = frame;
+  for (std::size_t i = 0; i < surveyed.waypoints.size(); ++i) {
+    surveyed.waypoints[i] = mat4_transform_point(frame, waypoints[i]);
   }
 }
 
 }  // namespace
 
-void survey_gate(gate &course, owned_text *log_text, error_slot *error) {
+void survey_gate(gate &surveyed, owned_text *log_text, error_slot *error) {
   *error = nullptr;
-  course.theta = 0.0;
+  surveyed.course.theta = 0.0;
   if (log_text != nullptr) log_text->reset();
   text_buffer log = text_buffer_create(error);
   if (*error) return;
 
-  derive_ecef(samples_of(course));
-  survey_waypoints(course, log);
+  derive_ecef(samples_of(surveyed));
+  survey_waypoints(surveyed, log);
   if (log_text != nullptr && log.length != 0) *log_text = std::move(log.data);
 }
 

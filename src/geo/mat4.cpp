@@ -57,15 +57,15 @@ mat4 mat4_from_axes(const frame_axes &axes, const vec3 &origin) {
   return frame;
 }
 
-void rotate_point_list(vec3 *points, double angle) {
-  if (points == nullptr || angle == 0.0) return;
+void rotate_point_list(std::span<vec3> points, double angle) {
+  if (angle == 0.0) return;
   const double c = std::cos(angle);
   const double s = std::sin(angle);
   const mat4 turn = {{{c, -s, 0.0, 0.0}, {s, c, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}};
-  for (vec3 *point = points; point->x != 0.0 || point->y != 0.0; ++point) {
-    const vec3 turned = mat4_transform_point(turn, *point);
-    point->x = turned.x;
-    point->y = turned.y;
+  for (vec3 &point : points) {
+    const vec3 turned = mat4_transform_point(turn, point);
+    point.x = turned.x;
+    point.y = turned.y;
   }
 }
 

@@ -1,6 +1,8 @@
 // Frame matrices: how ECEF positions become positions on the course.
 #pragma once
 
+#include <span>
+
 #include "geo/vec3.h"
 
 namespace tarvel {
@@ -31,8 +33,7 @@ void mat4_rotate_z(mat4 &frame, double angle);
 // The frame with these axes whose origin is an ECEF point.
 [[nodiscard]] mat4 mat4_from_axes(const frame_axes &axes, const vec3 &origin);
 
-// Turns the plan positions of a list about z by an angle in radians; z stays. The list ends at the first element whose
-// x and y are both 0. Null or an angle of exactly 0 does nothing.
-void rotate_point_list(vec3 *points, double angle);
+// Turns the plan positions of the points about z by an angle in radians; z stays. An angle of exactly 0 does nothing.
+void rotate_point_list(std::span<vec3> points, double angle);
 
 }  // namespace tarvel

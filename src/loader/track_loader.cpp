@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "container/tvl_file.h"
 #include "track/delimited_reader.h"
 
 namespace tarvel {
@@ -24,7 +25,7 @@ outcome load_text_stream(std::FILE *stream, gps_track &track, text_buffer &warni
 
 outcome load_gate_stream(std::FILE *stream, gate_file_data &gate_data, text_buffer &warnings, error_slot *error) {
   std::rewind(stream);
-  const outcome result = read_gate_stream(stream, gate_data, error);
+  const outcome result = read_gate_stream(stream, gate_data.course, error);
   if (result != outcome::not_this_form) return result;
   return load_text_stream(stream, gate_data.track, warnings, error);
 }

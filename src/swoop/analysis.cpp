@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "formats/coord_dump.h"
 #include "geo/angle.h"
 #include "swoop/gates.h"
 #include "swoop/implicit_gate.h"
@@ -23,17 +22,13 @@ namespace {
 
 using detector = void (*)(swoop &run, error_slot *error);
 
-void dump_coordinates(swoop &run, error_slot *error) {
-  if (run.debug) write_coord_dump(samples_of(run), error);
-}
-
 void estimate_run_touchdown(swoop &run, error_slot *error) { estimate_touchdown(run, run.time_aloft, error); }
 
 // Each relies on what the ones before it have found.
-constexpr std::array<detector, 13> detectors = {
-    dump_coordinates,  check_gate_location, detect_plane_exit,      detect_pattern_entry, detect_top_of_turn,
-    detect_stop,       detect_rollout,      detect_bottom_of_turn,  detect_entry_gate,    detect_speed_carve,
-    detect_max_speeds, sum_turn_degrees,    estimate_run_touchdown,
+constexpr std::array<detector, 12> detectors = {
+    check_gate_location, detect_plane_exit, detect_pattern_entry,  detect_top_of_turn,
+    detect_stop,         detect_rollout,    detect_bottom_of_turn, detect_entry_gate,
+    detect_speed_carve,  detect_max_speeds, sum_turn_degrees,      estimate_run_touchdown,
 };
 
 // Small enough to stay in the processor's cache from one stage to the next; fetching a long track from memory once for
@@ -55,6 +50,7 @@ void derive_samples(swoop &run, ecef_state ecef) {
   }
   derive_turn_angle(run);
   derive_turn_rate(run);
+  run.is_derived = true;
 }
 
 void run_pipeline(swoop &run, ecef_state ecef, error_slot *error) {

@@ -28,7 +28,8 @@ struct swoop {
   owned_text file;  // path of the track
   owned_array<gps_point> track;
   std::uint32_t track_len = 0;
-  bool debug = false;            // write coord.txt
+  bool debug = false;            // coord.txt is wanted
+  bool is_derived = false;       // the samples have their local fields
   std::uint32_t time_aloft = 0;  // between entry gate and touchdown, ms; 0 when not given
   std::int32_t gate_type = gate_type_course;
   double rotate_theta = 0.0;  // speed-carve rotation given by the course, radians

@@ -6,6 +6,7 @@
 #include "chart_text.h"
 #include "hand_made_swoop.h"
 #include "support/allocation_limit.h"
+#include "support/pond_of.h"
 
 namespace tarvel {
 namespace {
@@ -28,8 +29,8 @@ const memory_case memory_cases[] = {
 TEST(chart_memory_test, builds_a_whole_chart_or_none) {
   swoop run = hand_made_swoop();
   run.track[2].heading = 90.0;  // three runs of heading
-  const vec3 pond[] = {{9, 8, 0}, {0, 0, 0}};
-  const chart_context context = {run, pond, true};
+  const pond_outline pond = pond_of({{9, 8, 0}});
+  const chart_context context = {run, &pond, true};
   for (const memory_case &c : memory_cases) {
     SCOPED_TRACE(c.name);
     const owned_record<chart> whole = c.build(context);
@@ -68,12 +69,11 @@ TEST(chart_memory_test, grows_a_long_track_or_gives_up) {
 
 TEST(chart_memory_test, grows_a_long_pond_or_gives_up) {
   const swoop run = hand_made_swoop();
-  std::vector<vec3> pond(700, vec3{1.0, 2.0, 3.0});
-  pond.push_back({});
+  const pond_outline pond = pond_of(std::vector<vec3>(700, vec3{1.0, 2.0, 3.0}));
   std::size_t granted = 0;
   for (;; ++granted) {
     const allocation_limit limit(granted);
-    const owned_record<chart> made = build_overhead_chart({run, pond.data(), true});
+    const owned_record<chart> made = build_overhead_chart({run, &pond, true});
     if (!made) continue;
     const series *last = made->first_series.get();
     while (last->next) last = last->next.get();

@@ -7,6 +7,7 @@
 #include "chart/run_charts.h"
 #include "chart_text.h"
 #include "hand_made_swoop.h"
+#include "support/pond_of.h"
 
 namespace tarvel {
 namespace {
@@ -30,8 +31,8 @@ TEST(view_charts_test, draws_the_straight_course_under_the_flight_path) {
 
 TEST(view_charts_test, converts_path_poles_outline_and_pond_to_feet) {
   const swoop run = hand_made_swoop();
-  const vec3 pond[] = {{-10, 20, 7}, {100, 0, 0}, {0, -1, 0}, {0, 0, 5}};
-  const owned_record<chart> made = build_overhead_chart({run, pond, false});
+  const pond_outline pond = pond_of({{-10, 20, 7}, {100, 0, 0}, {0, -1, 0}});
+  const owned_record<chart> made = build_overhead_chart({run, &pond, false});
   EXPECT_EQ(heading_text(*made),
             "overhead view of flight path | x-axis distance from gate (feet) | y-axis distance from gate (feet) | "
             "equal_scale steps 0, 0\n");
@@ -67,36 +68,39 @@ const course_case course_cases[] = {
 };
 
 TEST(view_charts_test, leaves_the_course_out_for_a_run_without_one) {
-  const vec3 pond[] = {{9, 8, 0}, {0, 0, 0}};
+  const pond_outline pond = pond_of({{9, 8, 0}});
   for (const course_case &c : course_cases) {
     SCOPED_TRACE(c.name);
     swoop run = hand_made_swoop();
     run.gate_type = c.gate_type;
     const std::string course = c.has_course ? std::string(metric_poles) + metric_outline : "";
     const std::string outline = c.has_pond ? "thick dashed 1010e0: (9, 8)\n" : "";
-    EXPECT_EQ(series_text(*build_overhead_chart({run, c.has_pond ? pond : nullptr, true})),
+    EXPECT_EQ(series_text(*build_overhead_chart({run, c.has_pond ? &pond : nullptr, true})),
               metric_path + course + outline);
     run.carve_detected = true;
-    const owned_record<chart> carved = build_overhead_chart({run, c.has_pond ? pond : nullptr, true});
+    const owned_record<chart> carved = build_overhead_chart({run, c.has_pond ? &pond : nullptr, true});
     EXPECT_EQ(carved->first_series->next != nullptr, c.has_course);
   }
 }
 
 TEST(view_charts_test, adds_an_empty_series_for_a_pond_of_no_points) {
   const swoop run = hand_made_swoop();
-  const vec3 pond[] = {{0, 0, 3}};
-  EXPECT_EQ(series_text(*build_overhead_chart({run, pond, true})),
+  const pond_outline pond;
+  EXPECT_EQ(series_text(*build_overhead_chart({run, &pond, true})),
             std::string(metric_path) + metric_poles + metric_outline + "thick dashed 1010e0:\n");
 }
 
-TEST(view_charts_test, ends_the_pond_where_both_coordinates_vanish_in_the_units_drawn) {
+TEST(view_charts_test, draws_every_point_of_the_pond_wherever_it_lies) {
   const swoop run = hand_made_swoop();
-  // A metre of 5e-324 is three times that in feet: neither vanishes.
-  const vec3 pond[] = {{0, 3, 0}, {4, 0, 0}, {5e-324, 0, 0}, {not_a_number, 0, 0}, {0, -0.0, 0}, {6, 6, 0}};
-  const owned_record<chart> made = build_overhead_chart({run, pond, false});
+  const pond_outline pond =
+      pond_of({{0, 3, 0}, {4, 0, 0}, {5e-324, 0, 0}, {not_a_number, 0, 0}, {0, -0.0, 0}, {6, 6, 0}});
+  const owned_record<chart> made = build_overhead_chart({run, &pond, false});
   const series *last = made->first_series.get();
   while (last->next) last = last->next.get();
-  EXPECT_EQ(last->count, 4U);
+  ASSERT_EQ(last->count, 6U);
+  EXPECT_GT(last->points[2].x, 0.0);
+  EXPECT_EQ(last->points[4].x, 0.0);
+  EXPECT_DOUBLE_EQ(last->points[5].x, 19.6850394);
 }
 
 // sin and cos of 18.75 k degrees at 100 digits would not differ in the ninth.
@@ -134,8 +138,8 @@ TEST(view_charts_test, bends_the_gates_of_a_speed_carve_to_its_side) {
 
 TEST(view_charts_test, draws_the_side_view) {
   const swoop run = hand_made_swoop();
-  const vec3 pond[] = {{9, 8, 0}, {0, 0, 0}};
-  EXPECT_EQ(text_of(*build_side_view_chart({run, pond, true})),
+  const pond_outline pond = pond_of({{9, 8, 0}});
+  EXPECT_EQ(text_of(*build_side_view_chart({run, &pond, true})),
             "side view of flight path | x-axis distance from gate (meters) | height (meters) | equal_scale steps 0, 0\n"
             "solid with dots ff0000 of run.csv: (-200, 300) (-100, 100) (-10, 10) (60, 1)\n");
   EXPECT_EQ(text_of(*build_side_view_chart({run, nullptr, false})),

@@ -11,6 +11,7 @@
 #include "container/tvl_file.h"
 #include "support/allocation_limit.h"
 #include "support/files.h"
+#include "support/pond_of.h"
 
 namespace tarvel {
 namespace {
@@ -66,20 +67,18 @@ error_slot read_swoop(const std::string &bytes) {
 }
 
 error_slot read_gate(const std::string &bytes) {
-  gate_file_data gate;
-  EXPECT_TRUE(try_zeroed(gate.pond, 1));
-  gate.pond[0].x = 42.0;
-  gate.theta = 43.0;
+  course gate = course_with(43.0, {{42.0, 0.0, 0.0}});
   gate.matrix.m[0][0] = 44.0;
   const file_handle stream = open_bytes(bytes);
   error_slot error = "not cleared";
   const outcome result = read_gate_stream(stream.get(), gate, &error);
   EXPECT_EQ(result, error == nullptr ? done : not_this_form);
   if (error == nullptr) {
-    EXPECT_EQ(pond_points(gate.pond.get()).size(), 2U);
+    EXPECT_EQ(gate.pond->count, 2U);
     EXPECT_NE(gate.theta, 43.0);
   } else {
-    EXPECT_EQ(gate.pond[0].x, 42.0);
+    EXPECT_EQ(gate.pond->count, 1U);
+    EXPECT_EQ(gate.pond->points[0].x, 42.0);
     EXPECT_EQ(gate.theta, 43.0);
     EXPECT_EQ(gate.matrix.m[0][0], 44.0);
   }
@@ -296,12 +295,12 @@ TEST(tvl_damage_test, asks_for_no_memory_that_the_file_cannot_fill) {
     const std::string bytes = file_header(26) + entry(2, 42, static_cast<std::uint32_t>(c.size)) +
                               gate_header(c.count) + std::string(c.bytes, '\0');
     const file_handle stream = open_bytes(bytes);
-    gate_file_data gate;
+    course gate;
     error_slot error = nullptr;
     const allocation_limit limit(0);
     EXPECT_EQ(read_gate_stream(stream.get(), gate, &error), c.result);
     EXPECT_STREQ(error, c.message);
-    EXPECT_EQ(gate.pond, nullptr);
+    EXPECT_FALSE(gate.pond);
   }
 }
 

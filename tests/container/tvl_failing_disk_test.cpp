@@ -9,6 +9,7 @@
 #include "support/container_bytes.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
+#include "support/pond_of.h"
 
 namespace tarvel {
 namespace {
@@ -20,14 +21,7 @@ std::vector<gps_point> two_samples() {
   return samples;
 }
 
-gate_file_data gate_of_two_points() {
-  gate_file_data gate;
-  gate.theta = 0.5;
-  EXPECT_TRUE(try_zeroed(gate.pond, 3));
-  gate.pond[0] = {1.0, 2.0, 0.0};
-  gate.pond[1] = {3.0, 4.0, 0.0};
-  return gate;
-}
+course gate_of_two_points() { return course_with(0.5, {{1.0, 2.0, 0.0}, {3.0, 4.0, 0.0}}); }
 
 // What a call says when the n-th call of the library and those after it fail, for n = 0, 1, 2 and so on until none does.
 template <typename reading>
@@ -53,14 +47,14 @@ error_slot read_swoop(const std::string &bytes, outcome failure) {
 }
 
 error_slot read_gate(const std::string &bytes, outcome failure) {
-  gate_file_data gate;
+  course gate;
   gate.theta = 7.0;
   const file_handle stream = open_bytes(bytes);
   error_slot error = nullptr;
   const outcome result = read_gate_stream(stream.get(), gate, &error);
   EXPECT_EQ(result, error == nullptr ? outcome::done : failure);
   EXPECT_EQ(gate.theta, error == nullptr ? 0.5 : 7.0);
-  EXPECT_EQ(gate.pond != nullptr, error == nullptr);
+  EXPECT_EQ(gate.pond.has_value(), error == nullptr);
   return error;
 }
 
@@ -110,11 +104,11 @@ TEST(tvl_failing_disk_test, takes_no_byte_of_a_file_that_cannot_be_read) {
   }
   for (std::size_t position = 0; position < gate.size(); ++position) {
     SCOPED_TRACE(position);
-    gate_file_data data;
+    course data;
     error_slot error = nullptr;
     EXPECT_EQ(read_gate_stream(open_failing_bytes(gate, position).get(), data, &error), outcome::unreadable);
     EXPECT_NE(error, nullptr);
-    EXPECT_EQ(data.pond, nullptr);
+    EXPECT_FALSE(data.pond);
   }
 }
 
@@ -132,7 +126,7 @@ TEST(tvl_failing_disk_test, names_the_part_of_a_swoop_that_cannot_be_written) {
 }
 
 TEST(tvl_failing_disk_test, names_the_part_of_a_gate_that_cannot_be_written) {
-  const gate_file_data gate = gate_of_two_points();
+  const course gate = gate_of_two_points();
   const std::vector<std::string> expected = {"failed to write TVL header", "failed to write section header table entry",
                                              "failed to write gate header", "failed to write gate sample",
                                              "failed to write gate sample"};

@@ -22,6 +22,7 @@
 #include "driver/protected_inputs.h"
 #include "support/allocation_limit.h"
 #include "support/files.h"
+#include "support/pond_of.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ extern "C" cairo_status_t cairo_surface_status(cairo_surface_t *surface) {
 namespace tarvel {
 namespace {
 
-const vec3 pond[] = {{-10, 20, 0}, {80, 25, 0}, {85, -18, 0}, {-12, -22, 0}, {-10, 20, 0}, {0, 0, 0}};
+const pond_outline pond = pond_of({{-10, 20, 0}, {80, 25, 0}, {85, -18, 0}, {-12, -22, 0}, {-10, 20, 0}});
 
 struct page_word {
   std::size_t page = 0;
@@ -82,7 +83,7 @@ document read_pdf(const char *path) {
 
 std::string write_pdf(const char *path, const swoop &run, bool metric = false) {
   error_slot error = "stale";
-  write_swoop_pdf(path, run, pond, metric, false, &error);
+  write_swoop_pdf(path, run, &pond, metric, false, &error);
   return error != nullptr ? error : "";
 }
 
@@ -396,7 +397,7 @@ TEST(pages_test, paints_the_first_page_as_it_always_was) {
     swoop run = hand_made_swoop();
     run.carve_detected = c.is_carve;
     error_slot error = "stale";
-    write_swoop_png(run, pond, c.metric, false, &error);
+    write_swoop_png(run, &pond, c.metric, false, &error);
     ASSERT_EQ(error, nullptr);
     picture whole = read_png("out.png");
     ASSERT_EQ(whole.width, 1200);

@@ -15,6 +15,7 @@
 #include "driver/file_handle.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
+#include "support/pond_of.h"
 
 namespace tarvel {
 
@@ -37,10 +38,20 @@ const std::string matrix_text =
     "[ 0.649887990,  0.129270759,  0.748955721, -6366570.434]\n"
     "[ 0.000000000,  0.000000000,  0.000000000,        1.000]\n";
 
+// With a pond unless it has no points.
+course course_of(std::size_t points) {
+  course surveyed;
+  surveyed.matrix = matrix;
+  std::vector<vec3> pond;
+  for (std::size_t i = 0; i < points; ++i) pond.push_back({-1234.5, 1234.5 + static_cast<double>(i), 0.0});
+  if (points != 0) surveyed.pond = pond_of(pond);
+  return surveyed;
+}
+
 TEST(course_output_test, writes_the_course_and_its_copy) {
   const temp_dir folder;
   error_slot error = "left over";
-  write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+  write_course_file("gate.txt", course_of(0), &error);
   EXPECT_STREQ(error, nullptr);
   EXPECT_EQ(read_text("gate.txt"), matrix_text);
   EXPECT_EQ(read_text("matrix.txt"), matrix_text);
@@ -51,7 +62,7 @@ TEST(course_output_test, a_gate_track_named_matrix_keeps_its_course) {
   error_slot error = nullptr;
   for (const char *path : {"matrix.txt", "./matrix.txt"}) {
     SCOPED_TRACE(path);
-    write_course_file(path, matrix, nullptr, 0.0, &error);
+    write_course_file(path, course_of(0), &error);
     EXPECT_STREQ(error, nullptr);
     EXPECT_EQ(read_text("matrix.txt"), matrix_text);
   }
@@ -67,7 +78,7 @@ TEST(course_output_test, linked_names_of_one_file_keep_the_course) {
       std::filesystem::create_hard_link("gate.txt", "matrix.txt");
     }
     error_slot error = nullptr;
-    write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+    write_course_file("gate.txt", course_of(0), &error);
     EXPECT_STREQ(error, nullptr);
     EXPECT_EQ(read_text("gate.txt"), matrix_text);
     EXPECT_EQ(read_text("matrix.txt"), matrix_text);
@@ -79,7 +90,7 @@ TEST(course_output_test, a_course_that_was_read_is_set_aside_before_a_new_one_is
   write_text("matrix.txt", "an index");
   error_slot error = nullptr;
   static const file_handle held = open_input("matrix.txt", &error);  // no other file may get its inode
-  write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+  write_course_file("gate.txt", course_of(0), &error);
   EXPECT_STREQ(error, nullptr);
   EXPECT_EQ(read_text("matrix.txt.orig"), "an index");
   EXPECT_EQ(read_text("matrix.txt"), matrix_text);
@@ -89,7 +100,7 @@ TEST(course_output_test, copies_nothing_when_the_course_file_cannot_be_opened) {
   const temp_dir folder;
   write_text("matrix.txt", "old");
   error_slot error = nullptr;
-  write_course_file("missing/gate.txt", matrix, nullptr, 0.0, &error);
+  write_course_file("missing/gate.txt", course_of(0), &error);
   EXPECT_STREQ(error, "failed to open file: missing/gate.txt");
   EXPECT_EQ(read_text("matrix.txt"), "old");
 }
@@ -98,7 +109,7 @@ TEST(course_output_test, copies_nothing_when_the_disk_is_full) {
   const temp_dir folder;
   std::filesystem::create_symlink("/dev/full", "gate.txt");
   error_slot error = nullptr;
-  write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+  write_course_file("gate.txt", course_of(0), &error);
   EXPECT_STREQ(error, "failed to write file: gate.txt");
   EXPECT_FALSE(file_exists("matrix.txt"));
 }
@@ -107,12 +118,12 @@ TEST(course_output_test, says_when_the_copy_fails) {
   const temp_dir folder;
   std::filesystem::create_directory("matrix.txt");
   error_slot error = nullptr;
-  write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+  write_course_file("gate.txt", course_of(0), &error);
   EXPECT_STREQ(error, "could not open matrix.txt for writing");
   EXPECT_EQ(read_text("gate.txt"), matrix_text);
   std::filesystem::remove("matrix.txt");
   std::filesystem::create_symlink("/dev/full", "matrix.txt");
-  write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+  write_course_file("gate.txt", course_of(0), &error);
   EXPECT_STREQ(error, "failed to write file: matrix.txt");
 }
 
@@ -125,7 +136,7 @@ TEST(course_output_test, copies_nothing_when_nobody_can_tell_the_two_files_apart
     error_slot error = nullptr;
     {
       const failing_call disk(c_call::stat, granted, EIO);
-      write_course_file("gate.txt", matrix, nullptr, 0.0, &error);
+      write_course_file("gate.txt", course_of(0), &error);
       refused = disk.refused();
     }
     if (refused == 0) break;
@@ -151,13 +162,6 @@ TEST(course_output_test, copies_every_byte) {
   }
 }
 
-std::vector<vec3> pond_of(std::size_t points) {
-  std::vector<vec3> pond;
-  for (std::size_t i = 0; i < points; ++i) pond.push_back({-1234.5, 1234.5 + static_cast<double>(i), 0.0});
-  pond.emplace_back();
-  return pond;
-}
-
 [[noreturn]] void write_with_file_limit(rlim_t bytes) {
   std::signal(SIGXFSZ, SIG_IGN);
   rlimit usual;
@@ -165,7 +169,7 @@ std::vector<vec3> pond_of(std::size_t points) {
   const rlimit limit = {bytes, usual.rlim_max};
   setrlimit(RLIMIT_FSIZE, &limit);
   error_slot error = nullptr;
-  write_course_file("gate.txt", matrix, pond_of(460).data(), 0.0, &error);
+  write_course_file("gate.txt", course_of(460), &error);
   const std::string message = error != nullptr ? error : "";
   copy_file("copy.txt", "whole.txt", &error);
   const std::string copy_message = error != nullptr ? error : "";
@@ -193,12 +197,14 @@ TEST(course_output_test, keeps_the_earlier_courses_on_a_full_disk) {
 TEST(course_output_test, leaves_what_a_reader_has_opened_as_it_was) {
   const temp_dir folder;
   error_slot error = nullptr;
-  write_course_file("gate.txt", matrix, pond_of(1000).data(), 0.0, &error);
+  write_course_file("gate.txt", course_of(1000), &error);
   const std::string earlier = read_text("matrix.txt");
   const file_handle reader(std::fopen("matrix.txt", "rb"));
   std::string read(100, '\0');
   ASSERT_EQ(std::fread(read.data(), 1, 100, reader.get()), 100U);
-  write_course_file("gate.txt", matrix, nullptr, 0.5, &error);
+  course turned = course_of(0);
+  turned.theta = 0.5;
+  write_course_file("gate.txt", turned, &error);
   EXPECT_STREQ(error, nullptr);
   for (int c = std::getc(reader.get()); c != EOF; c = std::getc(reader.get())) read += static_cast<char>(c);
   EXPECT_EQ(read, earlier);

@@ -220,14 +220,6 @@ TEST(file_faults_test, names_the_folder_that_it_cannot_open) {
   }
 }
 
-TEST(file_faults_test, knows_its_own_words) {
-  EXPECT_TRUE(is_file_failure("failed to open file: run.csv"));
-  EXPECT_TRUE(is_file_failure("failed to read file: run.csv"));
-  EXPECT_FALSE(is_file_failure("failed to write file: run.csv"));
-  EXPECT_FALSE(is_file_failure("not a swoop section"));
-  EXPECT_FALSE(is_file_failure(nullptr));
-}
-
 TEST(file_faults_test, reopens_only_regular_files) {
   const temp_dir dir;
   write_text("matrix.txt", "");

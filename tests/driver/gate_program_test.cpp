@@ -4,12 +4,15 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "driver/course_input.h"
 #include "driver/course_output.h"
 #include "driver/track_files.h"
-#include "formats/course_file.h"
+#include "geo/angle.h"
 #include "support/files.h"
 #include "support/golden.h"
 #include "support/hand_made_walk.h"
@@ -192,27 +195,27 @@ TEST_F(gate_program_test, loses_nothing_but_the_decimals_of_the_course_file) {
   error_slot error = nullptr;
   const owned_record<gate> surveyed = gate_open("walk.csv", nullptr, &error);
   ASSERT_NE(surveyed, nullptr) << error;
-  course read;
+  std::optional<course> read;
   read_course_file("matrix.txt", "run.csv", read, &error);
   ASSERT_STREQ(error, nullptr);
+  ASSERT_TRUE(read && read->pond && surveyed->course.pond);
   for (int r = 0; r < 4; ++r) {
     for (int c = 0; c < 4; ++c) {
-      EXPECT_NEAR(read.matrix->m[r][c], surveyed->matrix.m[r][c], c == 3 ? 0.51e-3 : 0.51e-9);
+      EXPECT_NEAR(read->matrix.m[r][c], surveyed->course.matrix.m[r][c], c == 3 ? 0.51e-3 : 0.51e-9);
     }
   }
-  EXPECT_NEAR(read.theta, surveyed->theta * 180.0 / 3.141592653589793, 0.51e-8);
-  EXPECT_GT(std::fabs(read.theta), 1.0);
-  std::size_t points = 0;
-  for (; surveyed->pond[points].x != 0.0 || surveyed->pond[points].y != 0.0; ++points) {
-    EXPECT_NEAR(read.pond[points].x, surveyed->pond[points].x, 0.0501);
-    EXPECT_NEAR(read.pond[points].y, surveyed->pond[points].y, 0.0501);
+  EXPECT_NEAR(degrees_from_radians(read->theta), degrees_from_radians(surveyed->course.theta), 0.51e-8);
+  EXPECT_GT(std::fabs(degrees_from_radians(read->theta)), 1.0);
+  const std::span<const vec3> points = points_of(*surveyed->course.pond);
+  ASSERT_EQ(read->pond->count, points.size());
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    EXPECT_NEAR(read->pond->points[i].x, points[i].x, 0.0501);
+    EXPECT_NEAR(read->pond->points[i].y, points[i].y, 0.0501);
   }
-  EXPECT_EQ(read.pond[points].x, 0.0);
-  EXPECT_EQ(read.pond[points].y, 0.0);
-  EXPECT_GT(points, 50U);
+  EXPECT_GT(points.size(), 50U);
 
   // What was read once is written again to the byte.
-  write_course_file("again.txt", *read.matrix, read.pond.get(), read.theta, &error);
+  write_course_file("again.txt", *read, &error);
   ASSERT_STREQ(error, nullptr);
   EXPECT_EQ(read_text("again.txt"), read_text("walk.txt"));
 }

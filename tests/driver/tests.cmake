@@ -7,7 +7,7 @@ tarvel_test(driver/trimmed_swoop_test USES tarvel_driver)
 tarvel_test(driver/hostile_track_test USES tarvel_driver)
 
 # Tests that run the program itself.
-foreach(name options_test program_test program_outputs_test program_hostile_test
+foreach(name options_test program_test program_outputs_test program_map_test program_hostile_test
         standard_output_test)
   tarvel_test(driver/${name} USES tarvel_driver)
   add_dependencies(${name} tarvel)

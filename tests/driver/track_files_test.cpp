@@ -6,16 +6,19 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "driver/protected_inputs.h"
+#include "formats/coord_dump.h"
 #include "support/allocation_limit.h"
 #include "support/container_bytes.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
 #include "support/hand_made_walk.h"
+#include "support/pond_of.h"
 
 namespace tarvel {
 namespace {
@@ -32,13 +35,10 @@ std::string run_container() {
   return swoop_bytes(samples);
 }
 
-gate_file_data finished_course() {
-  gate_file_data course;
-  course.theta = 0.5;
-  course.matrix.m[1][2] = 3.0;
-  EXPECT_TRUE(try_zeroed(course.pond, 2));
-  course.pond[0] = {1.0, 2.0, 0.0};
-  return course;
+course finished_course() {
+  course finished = course_with(0.5, {{1.0, 2.0, 0.0}});
+  finished.matrix.m[1][2] = 3.0;
+  return finished;
 }
 
 std::string course_container() { return gate_bytes(finished_course()); }
@@ -52,10 +52,11 @@ void write_input(const char *path, const std::string &bytes) {
   held.emplace_back(std::fopen(path, "rb"));
 }
 
-// A track of one sample at 42 ms, whatever limit there is for memory.
+// A track of one sample at 42 ms, whatever limit there is for memory: aligned_alloc is never refused.
 gps_track track_of_before() {
   gps_track track;
-  track.points.reset(static_cast<gps_point *>(std::calloc(1, sizeof(gps_point))));
+  track.points.reset(static_cast<gps_point *>(std::aligned_alloc(alignof(gps_point), sizeof(gps_point))));
+  track.points[0] = gps_point();
   track.points[0].time = 42;
   track.count = track.capacity = 1;
   return track;
@@ -99,9 +100,9 @@ void read_swoop_container(const char *path, error_slot *error) {
 }
 
 void read_gate_container(const char *path, error_slot *error) {
-  gate_file_data course;
-  read_gate_file(path, course, error);
-  EXPECT_EQ(course.pond == nullptr, *error != nullptr);
+  course found;
+  read_gate_file(path, found, error);
+  EXPECT_EQ(found.pond.has_value(), *error == nullptr);
 }
 
 void load_run(const char *path, error_slot *error) {
@@ -111,16 +112,16 @@ void load_run(const char *path, error_slot *error) {
 }
 
 void load_walk(const char *path, error_slot *error) {
-  gate_file_data course;
-  course.track = track_of_before();
-  load_gate_track(path, course, error);
-  EXPECT_EQ(course.pond, nullptr);
-  expect_track_of_before(course.track, *error);
+  gate_file_data walk;
+  walk.track = track_of_before();
+  load_gate_track(path, walk, error);
+  EXPECT_FALSE(walk.course.pond);
+  expect_track_of_before(walk.track, *error);
 }
 
 void open_course(const char *path, error_slot *error) {
-  const owned_record<gate> course = gate_open(path, nullptr, error);
-  EXPECT_EQ(course == nullptr, *error != nullptr);
+  const owned_record<gate> found = gate_open(path, nullptr, error);
+  EXPECT_EQ(found == nullptr, *error != nullptr);
 }
 
 void create_run(const char *path, error_slot *error) {
@@ -162,7 +163,7 @@ TEST(track_files_test, restores_what_was_written) {
   const temp_dir dir;
   std::vector<gps_point> samples(2);
   samples[1].time = 7;
-  const gate_file_data course = finished_course();
+  const course finished = finished_course();
   const auto write_swoop = {write_swoop_file, export_swoop_file};
   const auto write_gate = {write_gate_file, export_gate_file};
   for (std::size_t i = 0; i < 2; ++i) {
@@ -181,16 +182,17 @@ TEST(track_files_test, restores_what_was_written) {
     EXPECT_EQ(track.points[1].time, 7);
 
     error = "not cleared";
-    write_gate.begin()[i](walk_name.c_str(), course, &error);
+    write_gate.begin()[i](walk_name.c_str(), finished, &error);
     EXPECT_EQ(error, nullptr);
-    EXPECT_EQ(read_text(walk_name), gate_bytes(course));
-    gate_file_data read;
+    EXPECT_EQ(read_text(walk_name), gate_bytes(finished));
+    course read;
     error = "not cleared";
     read_gate_file(walk_name.c_str(), read, &error);
     EXPECT_EQ(error, nullptr);
     EXPECT_EQ(read.theta, 0.5);
     EXPECT_EQ(read.matrix.m[1][2], 3.0);
-    EXPECT_EQ(pond_points(read.pond.get()).size(), 1U);
+    ASSERT_TRUE(read.pond);
+    EXPECT_EQ(read.pond->count, 1U);
   }
 }
 
@@ -232,15 +234,15 @@ TEST(track_files_test, opens_a_course_and_a_walk_whatever_their_names_say) {
   error_slot error = "not cleared";
   load_gate_track("course.csv", loaded, &error);
   EXPECT_EQ(error, nullptr);
-  EXPECT_EQ(loaded.theta, 0.5);
+  EXPECT_EQ(loaded.course.theta, 0.5);
   EXPECT_EQ(loaded.track.count, 0U);
 
   owned_text log;
-  const owned_record<gate> course = gate_open("course.csv", &log, &error);
-  ASSERT_NE(course, nullptr);
-  EXPECT_STREQ(course->file.get(), "course.csv");
-  EXPECT_EQ(course->theta, 0.5);
-  EXPECT_EQ(course->track_len, 0U);
+  const owned_record<gate> found = gate_open("course.csv", &log, &error);
+  ASSERT_NE(found, nullptr);
+  EXPECT_STREQ(found->file.get(), "course.csv");
+  EXPECT_EQ(found->course.theta, 0.5);
+  EXPECT_EQ(found->track_len, 0U);
   EXPECT_EQ(log, nullptr);
   const owned_record<gate> walk = gate_open("walk.tvl", &log, &error);
   ASSERT_NE(walk, nullptr);
@@ -491,10 +493,10 @@ TEST(track_files_test, fails_without_memory_for_the_warnings) {
 
 TEST(track_files_test, names_the_file_that_cannot_be_written) {
   const temp_dir dir;
-  const gate_file_data course = finished_course();
+  const course finished = finished_course();
   for (const auto write : {write_gate_file, export_gate_file}) {
     error_slot error = nullptr;
-    write("nowhere/walk.tvl", course, &error);
+    write("nowhere/walk.tvl", finished, &error);
     EXPECT_STREQ(error, "failed to open file: nowhere/walk.tvl");
   }
   for (const auto write : {write_swoop_file, export_swoop_file}) {
@@ -506,17 +508,15 @@ TEST(track_files_test, names_the_file_that_cannot_be_written) {
 
 // A short file fails when it is closed, a long one in the middle of its samples.
 TEST(track_files_test, reports_a_full_disk) {
-  gate_file_data course = finished_course();
   error_slot error = nullptr;
-  write_gate_file("/dev/full", course, &error);
+  write_gate_file("/dev/full", finished_course(), &error);
   EXPECT_STREQ(error, "failed to write file: /dev/full");
   write_swoop_file("/dev/full", {}, &error);
   EXPECT_STREQ(error, "failed to write file: /dev/full");
 
   constexpr std::size_t many = 100000;
-  ASSERT_TRUE(try_zeroed(course.pond, many));
-  for (std::size_t i = 0; i + 1 < many; ++i) course.pond[i] = {1.0, 1.0, 1.0};
-  write_gate_file("/dev/full", course, &error);
+  const course large = course_with(0.5, std::vector<vec3>(many, vec3{1.0, 1.0, 1.0}));
+  write_gate_file("/dev/full", large, &error);
   EXPECT_STREQ(error, "failed to write gate sample");
   write_swoop_file("/dev/full", std::vector<gps_point>(10000), &error);
   EXPECT_STREQ(error, "failed to write swoop sample");
@@ -534,6 +534,69 @@ TEST(track_files_test, never_writes_over_a_container_that_it_read) {
     EXPECT_EQ(error, nullptr);
     EXPECT_EQ(read_text("run.tvl").size(), 50U + 140);
     EXPECT_EQ(read_text("run.tvl.orig").size(), 50U + 210);
+  }
+}
+
+std::string map_of(const std::vector<gps_point> &samples, const gate_ends *ends) {
+  return bytes_written_by([&](std::FILE *stream) { write_kml(stream, 60000, samples, ends); });
+}
+
+std::string dump_of(const std::vector<gps_point> &samples) {
+  return bytes_written_by([&](std::FILE *stream) { write_coord_dump(stream, samples); });
+}
+
+TEST(track_files_test, replaces_an_older_map_whole) {
+  const temp_dir folder;
+  const gate_ends ends = {vec3{28.5, -82.25, 21.5}, vec3{28.75, -82.125, 21.25}};
+  const std::vector<gps_point> many(100);
+  error_slot error = "left over";
+  write_kml("run.kml", 60000, many, &ends, &error);
+  EXPECT_STREQ(error, nullptr);
+  EXPECT_EQ(read_text("run.kml"), map_of(many, &ends));
+  error = "left over";
+  write_kml("run.kml", 60000, {}, nullptr, &error);
+  EXPECT_STREQ(error, nullptr);
+  EXPECT_EQ(read_text("run.kml"), map_of({}, nullptr));
+}
+
+TEST(track_files_test, replaces_an_older_dump_whole) {
+  const temp_dir folder;
+  const std::vector<gps_point> many(1000);
+  error_slot error = "left over";
+  write_coord_dump(many, &error);
+  EXPECT_STREQ(error, nullptr);
+  EXPECT_EQ(read_text("coord.txt"), dump_of(many));
+  error = "left over";
+  write_coord_dump({}, &error);
+  EXPECT_STREQ(error, nullptr);
+  EXPECT_EQ(read_text("coord.txt"), dump_of({}));
+}
+
+TEST(track_files_test, names_the_map_or_dump_that_cannot_be_opened) {
+  const temp_dir folder;
+  error_slot error = nullptr;
+  write_kml("missing/run.kml", 0, {}, nullptr, &error);
+  EXPECT_STREQ(error, "failed to open file: missing/run.kml");
+  std::filesystem::create_directory("folder");
+  write_kml("folder", 0, {}, nullptr, &error);
+  EXPECT_STREQ(error, "failed to open file: folder");
+  std::filesystem::create_directory("coord.txt");
+  write_coord_dump({}, &error);
+  EXPECT_STREQ(error, "failed to open file: coord.txt");
+}
+
+// A short file fails when it is closed, a long one before.
+TEST(track_files_test, reports_a_full_disk_for_a_map_or_a_dump) {
+  const temp_dir folder;
+  std::filesystem::create_symlink("/dev/full", "coord.txt");
+  for (const std::size_t count : {0U, 10000U}) {
+    SCOPED_TRACE(count);
+    const std::vector<gps_point> samples(count);
+    error_slot error = nullptr;
+    write_kml("/dev/full", 0, samples, nullptr, &error);
+    EXPECT_STREQ(error, "failed to write file: /dev/full");
+    write_coord_dump(samples, &error);
+    EXPECT_STREQ(error, "failed to write file: coord.txt");
   }
 }
 

@@ -117,16 +117,25 @@ TEST(trimmed_swoop_test, writes_both_ends_of_the_range) {
   run.plane_exit = 5;
   run.stop = 6;
   run.touchdown_time = 30000;
-  write_trimmed_swoop("run.tvl", run);
+  error_slot error = "left over";
+  write_trimmed_swoop("run.tvl", run, &error);
+  ASSERT_STREQ(error, nullptr);
 
   gps_track track;
-  error_slot error = nullptr;
   read_swoop_file("run.tvl", track, &error);
   ASSERT_STREQ(error, nullptr);
   // From 10 s, the last sample before 25 s - 10 s, to 45 s, the first after 30 s + 10 s.
   ASSERT_EQ(track.count, 8U);
   EXPECT_EQ(track.points[0].time, 10000);
   EXPECT_EQ(track.points[7].time, 45000);
+}
+
+TEST(trimmed_swoop_test, names_the_file_that_cannot_be_written) {
+  const temp_dir folder;
+  swoop run = run_with(even_times(), {});
+  error_slot error = nullptr;
+  write_trimmed_swoop("missing/run.tvl", run, &error);
+  EXPECT_STREQ(error, "failed to open file: missing/run.tvl");
 }
 
 }  // namespace

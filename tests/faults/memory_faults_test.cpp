@@ -136,7 +136,6 @@ bool is_memory_message(std::string_view line) {
                                               "ERROR: failed to allocate memory for charts",
                                               "ERROR: failed to realloc gps_points",
                                               "ERROR: failed to realloc pond array",
-                                              "ERROR: failed to malloc matrix",
                                               "ERROR: failed to malloc file.block_ptr",
                                               "ERROR: invalid field names"};
   constexpr message_form lines_with_a_name[] = {{"ERROR: failed to read time zone: "},

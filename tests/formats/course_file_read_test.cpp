@@ -1,17 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <cerrno>
+#include <cmath>
 #include <cstdio>
-#include <filesystem>
+#include <iterator>
 #include <limits>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "formats/course_file.h"
+#include "geo/angle.h"
 #include "support/allocation_limit.h"
-#include "support/failing_calls.h"
 #include "support/files.h"
+#include "support/pond_of.h"
 
 namespace tarvel {
 
@@ -25,49 +27,48 @@ const std::string rows =
 const mat4 rows_matrix = {
     {{1.5, 2.0, 3.0, 4.0}, {5.0, 600.0, 7.0, 8.0}, {-9.0, 10.0, 11.0, 12.0}, {0.0, 0.0, 0.0, 1.0}}};
 
-// Something in every field, so that what a failure leaves behind shows.
-course full_course() {
-  course full;
-  full.matrix = try_make<mat4>();
-  EXPECT_TRUE(try_zeroed(full.pond, 2));
-  full.theta = 3.0;
-  return full;
+// Something in every field, so that a failure that changes one shows.
+course course_of_before() {
+  course before;
+  before.matrix.m[0][0] = 7.0;
+  before.theta = 3.0;
+  before.pond = pond_of({{1.0, 2.0, 3.0}});
+  return before;
 }
 
-void expect_empty(const course &result) {
-  EXPECT_EQ(result.matrix, nullptr);
-  EXPECT_EQ(result.pond, nullptr);
-  EXPECT_EQ(result.theta, 0.0);
+void expect_course_of_before(const course &result) {
+  mat4 matrix;
+  matrix.m[0][0] = 7.0;
+  EXPECT_EQ(result.matrix, matrix);
+  EXPECT_EQ(result.theta, 3.0);
+  ASSERT_TRUE(result.pond);
+  ASSERT_EQ(result.pond->count, 1U);
+  EXPECT_EQ(result.pond->points[0].x, 1.0);
 }
 
 struct reading {
-  course result = full_course();
+  course result = course_of_before();
   std::string message;  // empty for success
 };
 
-reading read(const std::string &path, const char *swoop_file = "12-30-05.csv") {
+reading read_text_of(const std::string &text) {
   reading read;
+  course_link link;
   error_slot error = "left over";
-  read_course_file(path.c_str(), swoop_file, read.result, &error);
+  const file_handle stream = open_bytes(text);
+  EXPECT_EQ(read_course(stream.get(), "matrix.txt", "12-30-05.csv", read.result, link, &error), course_answer::here);
   if (error != nullptr) {
     read.message = error;
-    expect_empty(read.result);
+    expect_course_of_before(read.result);
   }
   return read;
 }
 
-reading read_bytes(const std::string &text) {
-  const temp_dir folder;
-  write_text("matrix.txt", text);
-  return read("matrix.txt");
-}
-
 TEST(course_file_read_test, reads_four_rows) {
-  const reading read = read_bytes(rows);
+  const reading read = read_text_of(rows);
   EXPECT_EQ(read.message, "");
-  ASSERT_NE(read.result.matrix, nullptr);
-  EXPECT_EQ(*read.result.matrix, rows_matrix);
-  EXPECT_EQ(read.result.pond, nullptr);
+  EXPECT_EQ(read.result.matrix, rows_matrix);
+  EXPECT_FALSE(read.result.pond);
   EXPECT_EQ(read.result.theta, 0.0);
 }
 
@@ -120,38 +121,39 @@ const text_case text_cases[] = {
 TEST(course_file_read_test, accepts_and_refuses_lines) {
   for (const text_case &c : text_cases) {
     SCOPED_TRACE(c.name);
-    const reading read = read_bytes(c.text);
+    const reading read = read_text_of(c.text);
     EXPECT_EQ(read.message, c.message);
     if (!c.message.empty()) continue;
-    ASSERT_NE(read.result.matrix, nullptr);
-    EXPECT_EQ(*read.result.matrix, rows_matrix);
+    EXPECT_EQ(read.result.matrix, rows_matrix);
   }
 }
 
-TEST(course_file_read_test, reads_theta_wherever_it_stands) {
-  EXPECT_EQ(read_bytes("theta =  12.50000000\n" + rows).result.theta, 12.5);
-  EXPECT_EQ(read_bytes(rows + "theta = -1e1 degrees\n").result.theta, -10.0);
-  EXPECT_EQ(read_bytes("theta = 1\n" + rows + "theta = 2\n").result.theta, 2.0);
+// 30 digits, mpmath: 12.5, -10 and 2 degrees in radians.
+TEST(course_file_read_test, reads_theta_in_degrees_wherever_it_stands) {
+  EXPECT_DOUBLE_EQ(read_text_of("theta =  12.50000000\n" + rows).result.theta, 0.21816615649929119);
+  EXPECT_DOUBLE_EQ(read_text_of(rows + "theta = -1e1 degrees\n").result.theta, -0.17453292519943296);
+  EXPECT_DOUBLE_EQ(read_text_of("theta = 1\n" + rows + "theta = 2\n").result.theta, 0.034906585039886592);
 }
 
 TEST(course_file_read_test, a_line_longer_than_99_characters_is_read_as_two) {
   const auto comment = [](std::size_t length) { return "//" + std::string(length - 2, 'x'); };
-  EXPECT_EQ(read_bytes(comment(98) + "\n" + rows).message, "");
-  EXPECT_EQ(read_bytes(comment(99) + "\n" + rows).message, "");  // the second line is blank
-  EXPECT_EQ(read_bytes(comment(100) + "\n" + rows).message, invalid_line);
-  EXPECT_EQ(read_bytes(comment(99) + "theta = 5\n" + rows).result.theta, 5.0);
-  EXPECT_EQ(read_bytes(comment(98) + "theta = 5\n" + rows).message, invalid_line);   // "heta = 5"
-  EXPECT_EQ(read_bytes(comment(198) + "theta = 5\n" + rows).message, invalid_line);  // "xxx..." is a line too
+  EXPECT_EQ(read_text_of(comment(98) + "\n" + rows).message, "");
+  EXPECT_EQ(read_text_of(comment(99) + "\n" + rows).message, "");  // the second line is blank
+  EXPECT_EQ(read_text_of(comment(100) + "\n" + rows).message, invalid_line);
+  EXPECT_EQ(read_text_of(comment(99) + "theta = 5\n" + rows).result.theta, radians_from_degrees(5.0));
+  EXPECT_EQ(read_text_of(comment(98) + "theta = 5\n" + rows).message, invalid_line);   // "heta = 5"
+  EXPECT_EQ(read_text_of(comment(198) + "theta = 5\n" + rows).message, invalid_line);  // "xxx..." is a line too
 }
 
 TEST(course_file_read_test, reads_pond_points_in_single_precision) {
-  const reading read = read_bytes("(0.1, -2.5)\n" + rows + "(  10.3,   -0.1),  (3,4),(5 , 6)\n");
+  const reading read = read_text_of("(0.1, -2.5)\n" + rows + "(  10.3,   -0.1),  (3,4),(5 , 6)\n");
   // A blank in front of a comma ends the line's numbers: 5 has no partner.
   EXPECT_EQ(read.message, parse_failure);
-  const reading good = read_bytes("(0.1, -2.5)\n" + rows + "(  10.3,   -0.1),  (3,4),\n");
+  const reading good = read_text_of("(0.1, -2.5)\n" + rows + "(  10.3,   -0.1),  (3,4),\n");
   EXPECT_EQ(good.message, "");
-  ASSERT_NE(good.result.pond, nullptr);
-  const vec3 *const pond = good.result.pond.get();
+  ASSERT_TRUE(good.result.pond);
+  const std::span<const vec3> pond = points_of(*good.result.pond);
+  ASSERT_EQ(pond.size(), 3U);
   EXPECT_EQ(pond[0].x, 0.10000000149011612);  // 0.1 and 10.3 in 24 bits
   EXPECT_EQ(pond[0].y, -2.5);
   EXPECT_EQ(pond[0].z, 0.0);
@@ -159,19 +161,50 @@ TEST(course_file_read_test, reads_pond_points_in_single_precision) {
   EXPECT_EQ(pond[1].y, -0.10000000149011612);
   EXPECT_EQ(pond[2].x, 3.0);
   EXPECT_EQ(pond[2].y, 4.0);
-  EXPECT_EQ(pond[3].x, 0.0);
-  EXPECT_EQ(pond[3].y, 0.0);
-  EXPECT_EQ(pond[3].z, 0.0);
 }
 
 TEST(course_file_read_test, reads_four_points_a_line_and_no_fifth) {
-  const reading read = read_bytes(rows + "(1, 2), (3, 4), (5, 6), (7, 8), (9, 10)\n(11, 12)\n");
+  const reading read = read_text_of(rows + "(1, 2), (3, 4), (5, 6), (7, 8), (9, 10)\n(11, 12)\n");
   EXPECT_EQ(read.message, "");
-  ASSERT_NE(read.result.pond, nullptr);
-  EXPECT_EQ(read.result.pond[3].x, 7.0);
-  EXPECT_EQ(read.result.pond[3].y, 8.0);
-  EXPECT_EQ(read.result.pond[4].x, 11.0);
-  EXPECT_EQ(read.result.pond[5].x, 0.0);
+  ASSERT_TRUE(read.result.pond);
+  const std::span<const vec3> pond = points_of(*read.result.pond);
+  ASSERT_EQ(pond.size(), 5U);
+  EXPECT_EQ(pond[3].x, 7.0);
+  EXPECT_EQ(pond[3].y, 8.0);
+  EXPECT_EQ(pond[4].x, 11.0);
+}
+
+struct origin_case {
+  const char *name;
+  std::string lines;
+  std::vector<double> xs;
+};
+
+const origin_case origin_cases[] = {
+    {"none", "(1, 2), (0, 3), (4, 0)\n", {1.0, 0.0, 4.0}},
+    {"in the middle of a line", "(1, 2), (0, 0), (3, 4)\n(5, 6)\n", {1.0}},
+    {"on a line of its own", "(1, 2), (3, 4)\n(0.0, 0.0),\n(5, 6)\n", {1.0, 3.0}},
+    {"minus zeros", "(1, 2), (-0.0, -0.0), (3, 4)\n", {1.0}},
+    {"at the beginning", "(0, 0), (3, 4)\n", {}},
+    {"alone", "(0, 0)\n", {}},
+    {"too near for single precision", "(1, 2), (1e-46, -1e-46), (3, 4)\n", {1.0}},
+    {"not a number", "(1, 2), (nan, 0), (3, 4)\n", {1.0, std::numeric_limits<double>::quiet_NaN(), 3.0}},
+};
+
+TEST(course_file_read_test, a_point_in_the_origin_ends_the_pond) {
+  for (const origin_case &c : origin_cases) {
+    SCOPED_TRACE(c.name);
+    const reading read = read_text_of(rows + c.lines);
+    EXPECT_EQ(read.message, "");
+    ASSERT_TRUE(read.result.pond);
+    const std::span<const vec3> pond = points_of(*read.result.pond);
+    ASSERT_EQ(pond.size(), c.xs.size());
+    for (std::size_t i = 0; i < pond.size(); ++i) {
+      EXPECT_TRUE(pond[i].x == c.xs[i] || (std::isnan(pond[i].x) && std::isnan(c.xs[i])));
+    }
+  }
+  // What follows is parsed all the same.
+  EXPECT_EQ(read_text_of(rows + "(0, 0)\n(5)\n").message, parse_failure);
 }
 
 std::string pond_lines(std::size_t count) {
@@ -183,136 +216,91 @@ std::string pond_lines(std::size_t count) {
 TEST(course_file_read_test, reads_ponds_of_every_size) {
   for (const std::size_t count : {1U, 510U, 511U, 512U, 513U, 1022U, 1023U, 1024U, 1025U, 5000U}) {
     SCOPED_TRACE(count);
-    const reading read = read_bytes(rows + pond_lines(count));
+    const reading read = read_text_of(rows + pond_lines(count));
     EXPECT_EQ(read.message, "");
-    ASSERT_NE(read.result.pond, nullptr);
-    for (std::size_t i = 0; i < count; ++i) ASSERT_EQ(read.result.pond[i].x, static_cast<double>(i + 1));
-    EXPECT_EQ(read.result.pond[count].x, 0.0);
-    EXPECT_EQ(read.result.pond[count].y, 0.0);
-    EXPECT_EQ(read.result.pond[count].z, 0.0);
+    ASSERT_TRUE(read.result.pond);
+    ASSERT_EQ(read.result.pond->count, count);
+    for (std::size_t i = 0; i < count; ++i) ASSERT_EQ(read.result.pond->points[i].x, static_cast<double>(i + 1));
   }
 }
 
-TEST(course_file_read_test, names_the_file_that_cannot_be_opened) {
-  const temp_dir folder;
-  EXPECT_EQ(read("matrix.txt").message, "failed to open file: matrix.txt");
-  EXPECT_EQ(read("missing/gate.txt").message, "failed to open file: missing/gate.txt");
-  EXPECT_EQ(read(".").message, "failed to parse .");  // opens, but has no lines
+TEST(course_file_read_test, names_the_file_as_it_was_told_to) {
+  course result;
+  course_link link;
+  for (const std::string name : {"missing/gate.txt", "."}) {
+    error_slot error = nullptr;
+    const file_handle nothing = open_bytes("");
+    EXPECT_EQ(read_course(nothing.get(), name.c_str(), "run.csv", result, link, &error), course_answer::here);
+    EXPECT_EQ(error, "failed to parse " + name);
+    const file_handle words = open_bytes("words\n");
+    EXPECT_EQ(read_course(words.get(), name.c_str(), "run.csv", result, link, &error), course_answer::here);
+    EXPECT_EQ(error, "invalid line in " + name);
+  }
 }
 
-bool is_unread(const char *path) { return read(path).result.is_unread; }
-
-// Whoever writes then cannot know what is in the way.
-TEST(course_file_read_test, tells_a_file_that_could_not_be_read_from_one_that_is_not_there) {
-  const temp_dir folder;
-  EXPECT_FALSE(is_unread("matrix.txt"));
-  EXPECT_FALSE(is_unread("."));
-  std::filesystem::create_symlink("/proc/self/mem", "disk.txt");
-  EXPECT_TRUE(is_unread("disk.txt"));
-  write_text("bad.txt", "no course\n");
-  EXPECT_FALSE(is_unread("bad.txt"));
-  write_text("gate.txt", rows);
-  EXPECT_FALSE(is_unread("gate.txt"));
-  write_text("index.txt", "* - gate.txt\n");
-  EXPECT_FALSE(is_unread("index.txt"));
-  write_text("further.txt", "* - disk.txt\n");
-  EXPECT_TRUE(is_unread("further.txt"));
-  write_text("nowhere.txt", "* - matrix.txt\n");
-  EXPECT_FALSE(is_unread("nowhere.txt"));
-  {
-    const failing_call disk(c_call::fstat, 0, EIO);
-    EXPECT_TRUE(is_unread("gate.txt"));
+// Whether that is the end of the file is for the caller to find out.
+TEST(course_file_read_test, ends_where_the_disk_fails) {
+  const std::string text = rows + pond_lines(3);
+  for (std::size_t position = 0; position <= text.size(); ++position) {
+    SCOPED_TRACE(position);
+    const file_handle stream = open_failing_bytes(text, position);
+    course result = course_of_before();
+    course_link link;
+    error_slot error = nullptr;
+    EXPECT_EQ(read_course(stream.get(), "matrix.txt", "run.csv", result, link, &error), course_answer::here);
+    if (error != nullptr) expect_course_of_before(result);
+    EXPECT_NE(std::ferror(stream.get()), 0);
   }
-  {
-    const failing_call disk(c_call::fdopen, 0, ENOMEM);
-    const failing_call either(c_call::stat, 0, EIO);
-    EXPECT_TRUE(is_unread("gate.txt"));
-  }
-  course unread;
-  error_slot error = nullptr;
-  const allocation_limit none(0);
-  read_course_file("gate.txt", "run.csv", unread, &error);
-  EXPECT_STREQ(error, "failed to malloc matrix");
-  EXPECT_TRUE(unread.is_unread);
 }
 
 TEST(course_file_read_test, reads_back_what_was_written) {
   std::mt19937_64 random(40);
   std::uniform_real_distribution<double> unit(-1.0, 1.0);
   for (int round = 0; round < 50; ++round) {
-    const temp_dir folder;
-    mat4 matrix;
+    course written;
+    mat4 &matrix = written.matrix;
     for (int r = 0; r < 4; ++r) {
       for (int c = 0; c < 3; ++c) matrix.m[r][c] = unit(random);
       matrix.m[r][3] = 6.4e6 * unit(random);
     }
-    const double theta = 180.0 * unit(random);
+    written.theta = pi * unit(random);
     std::vector<vec3> pond(static_cast<std::size_t>(round));
     for (vec3 &point : pond) point = {200.0 * unit(random), 200.0 * unit(random), 0.0};
-    pond.emplace_back();
-    {
-      const file_handle file(std::fopen("matrix.txt", "wb"));
-      write_course_text(file.get(), matrix, pond.data(), theta);
-    }
-    const reading back = read("matrix.txt");
+    if (round != 0) written.pond = pond_of(pond);
+    const reading back = read_text_of(bytes_written_by([&](std::FILE *stream) { write_course(stream, written); }));
     EXPECT_EQ(back.message, "");
-    ASSERT_NE(back.result.matrix, nullptr);
     for (int r = 0; r < 4; ++r) {
-      for (int c = 0; c < 3; ++c) EXPECT_NEAR(back.result.matrix->m[r][c], matrix.m[r][c], 0.50000001e-9);
-      EXPECT_NEAR(back.result.matrix->m[r][3], matrix.m[r][3], 0.50000001e-3);
+      for (int c = 0; c < 3; ++c) EXPECT_NEAR(back.result.matrix.m[r][c], matrix.m[r][c], 0.50000001e-9);
+      EXPECT_NEAR(back.result.matrix.m[r][3], matrix.m[r][3], 0.50000001e-3);
     }
-    EXPECT_NEAR(back.result.theta, theta, 0.50001e-8);
-    ASSERT_EQ(back.result.pond != nullptr, round != 0);
-    for (std::size_t i = 0; i + 1 < pond.size(); ++i) {
-      EXPECT_NEAR(back.result.pond[i].x, pond[i].x, 0.0501);
-      EXPECT_NEAR(back.result.pond[i].y, pond[i].y, 0.0501);
-      EXPECT_EQ(back.result.pond[i].z, 0.0);
+    EXPECT_NEAR(back.result.theta, written.theta, 0.50001e-8 * pi / 180.0);
+    ASSERT_EQ(back.result.pond.has_value(), round != 0);
+    if (round == 0) continue;
+    ASSERT_EQ(back.result.pond->count, pond.size());
+    for (std::size_t i = 0; i < pond.size(); ++i) {
+      EXPECT_NEAR(back.result.pond->points[i].x, pond[i].x, 0.0501);
+      EXPECT_NEAR(back.result.pond->points[i].y, pond[i].y, 0.0501);
+      EXPECT_EQ(back.result.pond->points[i].z, 0.0);
     }
   }
 }
 
-TEST(course_file_read_test, says_which_memory_it_lacked) {
-  const temp_dir folder;
-  write_text("matrix.txt", pond_lines(600) + rows);
-  EXPECT_EQ(read("matrix.txt").message, "");  // remembered as an input from here on
-  const char *const messages[] = {"failed to malloc matrix", "failed to realloc pond array",
-                                  "failed to realloc pond array", ""};
+TEST(course_file_read_test, says_when_memory_is_short) {
+  const std::string text = pond_lines(600) + rows;
+  const char *const messages[] = {"failed to realloc pond array", "failed to realloc pond array", ""};
   for (std::size_t granted = 0; granted < std::size(messages); ++granted) {
     SCOPED_TRACE(granted);
-    course result = full_course();
+    course result = course_of_before();
+    course_link link;
+    const file_handle stream = open_bytes(text);
     error_slot error = nullptr;
     {
       const allocation_limit limit(granted);
-      read_course_file("matrix.txt", "run.csv", result, &error);
+      EXPECT_EQ(read_course(stream.get(), "matrix.txt", "run.csv", result, link, &error), course_answer::here);
     }
     EXPECT_STREQ(error == nullptr ? "" : error, messages[granted]);
-    if (error != nullptr) expect_empty(result);
+    if (error != nullptr) expect_course_of_before(result);
   }
-}
-
-TEST(course_file_read_test, every_refused_request_leaves_an_empty_course) {
-  const temp_dir folder;
-  // Files that this process has not met, so that remembering them asks for memory as well.
-  write_text("matrix.txt", "* - gate.txt\n");
-  write_text("gate.txt", pond_lines(600) + rows);
-  std::size_t refused = 0;
-  for (std::size_t granted = 0;; ++granted, ++refused) {
-    SCOPED_TRACE(granted);
-    ASSERT_LT(granted, 20U);
-    course result = full_course();
-    error_slot error = nullptr;
-    {
-      const allocation_limit limit(granted);
-      read_course_file("matrix.txt", "run.csv", result, &error);
-    }
-    if (error == nullptr) break;
-    const std::string message = error;
-    EXPECT_TRUE(message == "failed to malloc matrix" || message == "strdup() failed" ||
-                message == "failed to realloc pond array")
-        << message;
-    expect_empty(result);
-  }
-  EXPECT_GE(refused, 4U);
 }
 
 }  // namespace

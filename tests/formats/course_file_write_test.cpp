@@ -2,13 +2,14 @@
 
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include "formats/course_file.h"
+#include "geo/angle.h"
 #include "support/files.h"
+#include "support/pond_of.h"
 
 namespace tarvel {
 
@@ -45,22 +46,20 @@ const std::string pond_comment =
     "// They are expressed in meters in the local reference frame.\n"
     "\n";
 
-std::string written(double theta, const vec3 *pond) {
-  char *text = nullptr;
-  std::size_t size = 0;
-  std::FILE *const file = open_memstream(&text, &size);
-  write_course_text(file, matrix, pond, theta);
-  std::fclose(file);
-  const std::string result(text, size);
-  std::free(text);
-  return result;
+// Without a pond where the points are null.
+std::string written(double theta_degrees, const std::vector<vec3> *points) {
+  course surveyed;
+  surveyed.matrix = matrix;
+  surveyed.theta = radians_from_degrees(theta_degrees);
+  if (points != nullptr) surveyed.pond = pond_of(*points);
+  return bytes_written_by([&](std::FILE *stream) { write_course(stream, surveyed); });
 }
 
 TEST(course_file_write_test, writes_the_matrix_alone) { EXPECT_EQ(written(0.0, nullptr), matrix_text); }
 
 struct theta_case {
   const char *name;
-  double theta;
+  double theta;      // degrees
   const char *line;  // null: no theta
 };
 
@@ -82,7 +81,7 @@ TEST(course_file_write_test, writes_theta_unless_it_is_zero) {
 
 struct pond_case {
   const char *name;
-  std::vector<vec3> points;  // without the end
+  std::vector<vec3> points;
   const char *lines;
 };
 
@@ -107,17 +106,39 @@ const pond_case pond_cases[] = {
 TEST(course_file_write_test, writes_four_pond_points_a_line) {
   for (const pond_case &c : pond_cases) {
     SCOPED_TRACE(c.name);
-    std::vector<vec3> pond = c.points;
-    pond.push_back({-0.0, 0.0, -0.0});
-    pond.push_back({99.0, 99.0, 99.0});  // behind the end
-    EXPECT_EQ(written(0.0, pond.data()), matrix_text + pond_comment + c.lines);
+    EXPECT_EQ(written(0.0, &c.points), matrix_text + pond_comment + c.lines);
   }
 }
 
+TEST(course_file_write_test, ends_the_pond_before_a_point_of_zeros) {
+  for (const pond_case &c : pond_cases) {
+    SCOPED_TRACE(c.name);
+    std::vector<vec3> pond = c.points;
+    pond.push_back({-0.0, 0.0, -0.0});
+    pond.push_back({99.0, 99.0, 99.0});
+    EXPECT_EQ(written(0.0, &pond), matrix_text + pond_comment + c.lines);
+  }
+}
+
+TEST(course_file_write_test, an_empty_pond_has_its_heading_and_an_absent_one_has_not) {
+  const std::vector<vec3> none;
+  EXPECT_EQ(written(0.0, &none), matrix_text + pond_comment);
+  EXPECT_EQ(written(0.0, nullptr), matrix_text);
+}
+
 TEST(course_file_write_test, writes_theta_before_the_pond) {
-  const vec3 pond[] = {{1.0, 2.0, 3.0}, {}};
-  EXPECT_EQ(written(90.0, pond),
+  const std::vector<vec3> pond = {{1.0, 2.0, 3.0}};
+  EXPECT_EQ(written(90.0, &pond),
             matrix_text + theta_comment + "theta =  90.00000000\n" + pond_comment + "(   1.0,    2.0),\n");
+}
+
+// In the record it is in radians.
+TEST(course_file_write_test, writes_theta_in_degrees) {
+  course surveyed;
+  surveyed.matrix = matrix;
+  surveyed.theta = -0.0872;  // -4.99619197354...: 30 digits, mpmath
+  EXPECT_EQ(bytes_written_by([&](std::FILE *stream) { write_course(stream, surveyed); }),
+            matrix_text + theta_comment + "theta =  -4.99619197\n");
 }
 
 }  // namespace

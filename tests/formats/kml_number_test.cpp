@@ -31,11 +31,7 @@ std::string printed_lines(const std::vector<gps_point> &samples) {
 }
 
 std::string written_lines(const std::vector<gps_point> &samples) {
-  const temp_dir folder;
-  error_slot error = nullptr;
-  write_kml("run.kml", 0, samples, nullptr, &error);
-  EXPECT_STREQ(error, nullptr);
-  const std::string text = read_text("run.kml");
+  const std::string text = bytes_written_by([&](std::FILE *stream) { write_kml(stream, 0, samples, nullptr); });
   constexpr std::string_view begin_mark = "<coordinates>\n";
   const std::size_t begin = text.find(begin_mark) + begin_mark.size();
   return text.substr(begin, text.find("        </coordinates>") - begin);

@@ -11,6 +11,7 @@
 #include "support/container_bytes.h"
 #include "support/gate_of_bytes.h"
 #include "support/hand_made_walk.h"
+#include "support/pond_of.h"
 
 namespace tarvel {
 namespace {
@@ -18,7 +19,7 @@ namespace {
 constexpr const char *header = "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV\nunits\n";
 
 struct opened {
-  owned_record<gate> course;
+  owned_record<gate> found;
   std::string log;
   bool has_log = false;
   std::string message;  // empty for success
@@ -28,11 +29,11 @@ opened open_course(const std::string &bytes) {
   opened result;
   owned_text log;
   error_slot error = "not cleared";
-  result.course = gate_of_bytes(bytes, &log, &error);
+  result.found = gate_of_bytes(bytes, &log, &error);
   result.has_log = log != nullptr;
   if (log) result.log = log.get();
   if (error != nullptr) result.message = error;
-  EXPECT_EQ(result.course == nullptr, error != nullptr);
+  EXPECT_EQ(result.found == nullptr, error != nullptr);
   return result;
 }
 
@@ -45,26 +46,24 @@ mat4 some_frame() {
 }
 
 std::string course_bytes(const std::vector<vec3> &pond) {
-  gate_file_data data;
-  data.matrix = some_frame();
-  data.theta = -0.75;
-  EXPECT_TRUE(try_zeroed(data.pond, pond.size() + 1));
-  std::copy(pond.begin(), pond.end(), data.pond.get());
-  return gate_bytes(data);
+  course finished = course_with(-0.75, pond);
+  finished.matrix = some_frame();
+  return gate_bytes(finished);
 }
 
 TEST(gate_open_test, surveys_a_walk_and_its_pond) {
   const hand_made_walk walk = course_walk();
   const opened result = open_walk(walk.samples);
   ASSERT_EQ(result.message, "");
-  const gate &course = *result.course;
-  EXPECT_STREQ(course.file.get(), "walk.csv");
-  EXPECT_EQ(course.track_len, walk.samples.size());
-  EXPECT_EQ(course.track[0].pos_wgs84.z, 420.0);
+  const gate &found = *result.found;
+  EXPECT_STREQ(found.file.get(), "walk.csv");
+  EXPECT_EQ(found.track_len, walk.samples.size());
+  EXPECT_EQ(found.track[0].pos_wgs84.z, 420.0);
   EXPECT_EQ(std::count(result.log.begin(), result.log.end(), '\n'), 7);
   // Ways of 70, 21, 21 and 70 m, less 1.5 m near the mark at each end, in steps of 1.8 m, since five samples of 0.3 m
   // are less than 5 ft: 38 + 10 + 10 + 38, one more or less each, and the closing point.
-  const std::span<const vec3> points = pond_points(course.pond.get());
+  ASSERT_TRUE(found.course.pond);
+  const std::span<const vec3> points = points_of(*found.course.pond);
   EXPECT_NEAR(static_cast<double>(points.size()), 97.0, 4.0);
   for (const vec3 &point : points) EXPECT_NEAR(point.z, 1.0, 0.01);
   ASSERT_FALSE(points.empty());
@@ -81,26 +80,27 @@ TEST(gate_open_test, surveys_a_walk_and_its_pond) {
 TEST(gate_open_test, takes_a_finished_course_as_it_is) {
   const opened result = open_course(course_bytes({{1.5, 2.5, 0.0}, {-3.25, 4.0, 0.0}, {1.5, 2.5, 0.0}}));
   ASSERT_EQ(result.message, "");
-  const gate &course = *result.course;
-  EXPECT_STREQ(course.file.get(), "walk.csv");
-  EXPECT_EQ(course.matrix, some_frame());
-  EXPECT_EQ(course.theta, -0.75);
-  const std::span<const vec3> points = pond_points(course.pond.get());
+  const gate &found = *result.found;
+  EXPECT_STREQ(found.file.get(), "walk.csv");
+  EXPECT_EQ(found.course.matrix, some_frame());
+  EXPECT_EQ(found.course.theta, -0.75);
+  ASSERT_TRUE(found.course.pond);
+  const std::span<const vec3> points = points_of(*found.course.pond);
   ASSERT_EQ(points.size(), 3U);
   EXPECT_EQ(points[1].x, -3.25);
   EXPECT_EQ(points[1].y, 4.0);
-  EXPECT_EQ(course.track, nullptr);
-  EXPECT_EQ(course.track_len, 0U);
-  for (const vec3 &waypoint : course.waypoints) EXPECT_EQ(vec3_length(waypoint), 0.0);
+  EXPECT_EQ(found.track, nullptr);
+  EXPECT_EQ(found.track_len, 0U);
+  for (const vec3 &waypoint : found.waypoints) EXPECT_EQ(vec3_length(waypoint), 0.0);
   EXPECT_FALSE(result.has_log);
 }
 
 TEST(gate_open_test, takes_a_finished_course_without_a_pond) {
   const opened result = open_course(course_bytes({}));
   ASSERT_EQ(result.message, "");
-  // No pond is a list that ends at once.
-  ASSERT_NE(result.course->pond, nullptr);
-  EXPECT_TRUE(pond_points(result.course->pond.get()).empty());
+  // A container counts its points: no pond is one of none.
+  ASSERT_TRUE(result.found->course.pond);
+  EXPECT_EQ(result.found->course.pond->count, 0U);
 }
 
 struct failing_case {

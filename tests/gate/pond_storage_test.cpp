@@ -1,11 +1,10 @@
-// The pond's list: it grows in blocks of 512, and its closing point and terminator always find room.
+// The pond's outline: it has room for 512 points, then for twice as many, and its closing point always finds room.
 #include <gtest/gtest.h>
 
 #include <ctime>
 #include <span>
 #include <vector>
 
-#include "container/tvl_file.h"
 #include "gate/pond.h"
 #include "support/allocation_limit.h"
 #include "support/hand_made_walk.h"
@@ -14,7 +13,7 @@ namespace tarvel {
 namespace {
 
 // So many points on the first leg, 2 m apart along y; the other legs are walked in one step.
-gate course_with_points(std::size_t count) {
+gate walk_with_points(std::size_t count) {
   hand_made_walk walk;
   walk.at = {0.0, 0.0, 0.0};
   add_sample(walk);
@@ -26,20 +25,21 @@ gate course_with_points(std::size_t count) {
     jump_to(walk, {x, 0.0, 0.0});
     add_sample(walk);
   }
-  gate course = gate_of(walk.samples);
-  course.matrix = {{{1.0, 0.0, 0.0, 0.0}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}};
-  for (std::size_t i = 0; i < 5; ++i) course.waypoints[i] = {100.0 * static_cast<double>(i), 0.0, 0.0};
-  return course;
+  gate walked = gate_of(walk.samples);
+  walked.course.matrix = {{{1.0, 0.0, 0.0, 0.0}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}};
+  for (std::size_t i = 0; i < 5; ++i) walked.waypoints[i] = {100.0 * static_cast<double>(i), 0.0, 0.0};
+  return walked;
 }
 
-TEST(pond_storage_test, closes_and_ends_a_list_of_any_length) {
+TEST(pond_storage_test, closes_an_outline_of_any_length) {
   for (const std::size_t count : {1U, 2U, 509U, 510U, 511U, 512U, 513U, 1021U, 1022U, 1023U, 1024U, 1025U, 3000U}) {
     SCOPED_TRACE(count);
-    gate course = course_with_points(count);
+    gate walked = walk_with_points(count);
     error_slot error = nullptr;
-    survey_pond(course, &error);
+    survey_pond(walked, &error);
     ASSERT_STREQ(error, nullptr);
-    const std::span<const vec3> points = pond_points(course.pond.get());
+    ASSERT_TRUE(walked.course.pond);
+    const std::span<const vec3> points = points_of(*walked.course.pond);
     ASSERT_EQ(points.size(), count + 1);
     EXPECT_EQ(points[count - 1].y, 2.0 * static_cast<double>(count - 1));
     EXPECT_EQ(points[count].x, 50.0);
@@ -51,29 +51,28 @@ TEST(pond_storage_test, says_when_memory_is_short) {
   std::size_t granted = 0;
   for (;; ++granted) {
     SCOPED_TRACE(granted);
-    gate course = course_with_points(1500);
+    gate walked = walk_with_points(1500);
     const allocation_limit limit(granted);
     error_slot error = nullptr;
-    survey_pond(course, &error);
+    survey_pond(walked, &error);
     if (error == nullptr) break;
     EXPECT_STREQ(error, "failed to realloc pond array");
-    EXPECT_EQ(course.pond, nullptr);
+    EXPECT_FALSE(walked.course.pond);
   }
   // 512, 1024 and 2048 points.
   EXPECT_EQ(granted, 3U);
 }
 
-// 512 points find room at once. Each that is stored leaves room for one more: for the 511th of a walk, or its closing
-// point, or its terminator, there must be another block.
-TEST(pond_storage_test, says_when_no_memory_is_left_for_the_end_of_the_list) {
-  for (const std::size_t count : {509U, 510U, 511U}) {
+// 512 points find room at once: for the 513th of a walk, or the closing point behind the 512th, there must be more.
+TEST(pond_storage_test, says_when_no_memory_is_left_for_the_closing_point) {
+  for (const std::size_t count : {511U, 512U, 513U}) {
     SCOPED_TRACE(count);
-    gate course = course_with_points(count);
+    gate walked = walk_with_points(count);
     const allocation_limit limit(1);
     error_slot error = nullptr;
-    survey_pond(course, &error);
-    EXPECT_STREQ(error, count == 509 ? nullptr : "failed to realloc pond array");
-    EXPECT_EQ(course.pond != nullptr, count == 509);
+    survey_pond(walked, &error);
+    EXPECT_STREQ(error, count == 511 ? nullptr : "failed to realloc pond array");
+    EXPECT_EQ(walked.course.pond.has_value(), count == 511);
   }
 }
 
@@ -81,14 +80,15 @@ TEST(pond_storage_test, says_when_no_memory_is_left_for_the_end_of_the_list) {
 TEST(pond_storage_test, surveys_an_hour_in_one_pass) {
   for (const double step : {2.0, 0.0}) {
     SCOPED_TRACE(step);
-    gate course = course_with_points(90000);
-    for (std::size_t i = 0; i < 90000; ++i) course.track[i + 1].pos_ecef.y *= step / 2.0;
+    gate walked = walk_with_points(90000);
+    for (std::size_t i = 0; i < 90000; ++i) walked.track[i + 1].pos_ecef.y *= step / 2.0;
     const std::clock_t begin = std::clock();
     error_slot error = nullptr;
-    survey_pond(course, &error);
+    survey_pond(walked, &error);
     EXPECT_LT(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC, 2.0);
     EXPECT_STREQ(error, nullptr);
-    EXPECT_EQ(pond_points(course.pond.get()).size(), step == 0.0 ? 2U : 90001U);
+    ASSERT_TRUE(walked.course.pond);
+    EXPECT_EQ(points_of(*walked.course.pond).size(), step == 0.0 ? 2U : 90001U);
   }
 }
 

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "container/tvl_file.h"
 #include "support/hand_made_run.h"
 #include "support/hand_made_walk.h"
 
@@ -19,30 +18,31 @@ namespace {
 const std::array<vec3, 5> marks = {
     vec3{0.0, 0.0, 0.0}, {100.0, 0.0, 0.0}, {200.0, 0.0, 0.0}, {300.0, 0.0, 0.0}, {400.0, 0.0, 0.0}};
 
-gate course_over(const std::vector<vec3> &walk) {
+gate walk_over(const std::vector<vec3> &walk) {
   hand_made_walk walker;
   for (const vec3 &position : walk) {
     jump_to(walker, position);
     add_sample(walker);
   }
-  gate course = gate_of(walker.samples);
-  course.matrix = {{{1.0, 0.0, 0.0, 0.0}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}};
-  course.waypoints = marks;
-  return course;
+  gate walked = gate_of(walker.samples);
+  walked.course.matrix = {{{1.0, 0.0, 0.0, 0.0}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}};
+  walked.waypoints = marks;
+  return walked;
 }
 
 struct surveyed {
-  std::vector<double> xs;  // of the list without closing point and terminator
+  std::vector<double> xs;  // of the outline without its closing point
   std::vector<vec3> points;
   error_slot error = nullptr;
 };
 
 surveyed survey_over(const std::vector<vec3> &walk) {
-  gate course = course_over(walk);
+  gate walked = walk_over(walk);
   surveyed result;
   result.error = "not cleared";
-  survey_pond(course, &result.error);
-  const std::span<const vec3> points = pond_points(course.pond.get());
+  survey_pond(walked, &result.error);
+  if (!walked.course.pond) return result;
+  const std::span<const vec3> points = points_of(*walked.course.pond);
   result.points.assign(points.begin(), points.end());
   for (std::size_t i = 0; i + 1 < points.size(); ++i) result.xs.push_back(points[i].x);
   return result;
@@ -206,40 +206,41 @@ TEST(pond_test, closes_the_perimeter_with_its_first_point) {
 }
 
 TEST(pond_test, has_no_pond_when_nothing_was_walked) {
-  gate course = course_over(first_leg({0.0}));
+  gate walked = walk_over(first_leg({0.0}));
   error_slot error = nullptr;
-  survey_pond(course, &error);
+  survey_pond(walked, &error);
   EXPECT_STREQ(error, nullptr);
-  EXPECT_EQ(course.pond, nullptr);
+  EXPECT_FALSE(walked.course.pond);
 }
 
 TEST(pond_test, takes_a_point_at_the_origin_for_what_it_is) {
-  gate course = course_over(on_the_axis({-100.0, -50.0, 0.0, 10.0, 100.0, 200.0, 300.0, 400.0}));
-  course.waypoints[0] = {-100.0, 0.0, 0.0};
+  gate walked = walk_over(on_the_axis({-100.0, -50.0, 0.0, 10.0, 100.0, 200.0, 300.0, 400.0}));
+  walked.waypoints[0] = {-100.0, 0.0, 0.0};
   error_slot error = nullptr;
-  survey_pond(course, &error);
+  survey_pond(walked, &error);
   EXPECT_STREQ(error, nullptr);
-  ASSERT_NE(course.pond, nullptr);
-  EXPECT_EQ(course.pond[0].x, -50.0);
-  EXPECT_EQ(course.pond[1].x, 0.0);
-  EXPECT_EQ(course.pond[2].x, 10.0);
-  EXPECT_EQ(course.pond[3].x, -50.0);
-  EXPECT_EQ(course.pond[4].x, 0.0);
+  ASSERT_TRUE(walked.course.pond);
+  const std::span<const vec3> points = points_of(*walked.course.pond);
+  ASSERT_EQ(points.size(), 4U);
+  EXPECT_EQ(points[0].x, -50.0);
+  EXPECT_EQ(points[1].x, 0.0);
+  EXPECT_EQ(points[2].x, 10.0);
+  EXPECT_EQ(points[3].x, -50.0);
 }
 
 TEST(pond_test, moves_the_walk_into_the_course_frame) {
-  gate course = course_over(first_leg({0.0, 50.0}));
-  for (gps_point &sample : samples_of(course)) sample.pos_ecef.x += 7.0;
-  course.matrix.m[0][3] = -7.0;
-  course.matrix.m[2][3] = 3.0;
+  gate walked = walk_over(first_leg({0.0, 50.0}));
+  for (gps_point &sample : samples_of(walked)) sample.pos_ecef.x += 7.0;
+  walked.course.matrix.m[0][3] = -7.0;
+  walked.course.matrix.m[2][3] = 3.0;
   error_slot error = nullptr;
-  survey_pond(course, &error);
+  survey_pond(walked, &error);
   EXPECT_STREQ(error, nullptr);
-  EXPECT_EQ(course.track[1].pos_local.x, 50.0);
-  EXPECT_EQ(course.track[1].pos_local.z, 3.0);
-  ASSERT_NE(course.pond, nullptr);
-  EXPECT_EQ(course.pond[0].x, 50.0);
-  EXPECT_EQ(course.pond[0].z, 3.0);
+  EXPECT_EQ(walked.track[1].pos_local.x, 50.0);
+  EXPECT_EQ(walked.track[1].pos_local.z, 3.0);
+  ASSERT_TRUE(walked.course.pond);
+  EXPECT_EQ(walked.course.pond->points[0].x, 50.0);
+  EXPECT_EQ(walked.course.pond->points[0].z, 3.0);
 }
 
 }  // namespace

@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "gate/survey.h"
@@ -71,18 +72,18 @@ void stand_at(hand_made_walk &walk, const vec3 &wgs84) {
   for (std::size_t i = first; i < walk.samples.size(); ++i) walk.samples[i].pos_wgs84 = wgs84;
 }
 
-gate surveyed(const laid_out_course &c) {
+course surveyed(const laid_out_course &c) {
   hand_made_walk walk;
   stand_at(walk, at_azimuth(c, c.bearing - 30.0, c.ahead));
   stand_at(walk, at_azimuth(c, c.bearing - 90.0, c.aside));
   stand_at(walk, at_azimuth(c, c.bearing + 180.0, c.behind));
   stand_at(walk, at_azimuth(c, c.bearing + 90.0, c.aside));
   stand_at(walk, at_azimuth(c, c.bearing, c.ahead));
-  gate course = gate_of(walk.samples);
+  gate walked = gate_of(walk.samples);
   error_slot error = nullptr;
-  survey_gate(course, nullptr, &error);
+  survey_gate(walked, nullptr, &error);
   EXPECT_STREQ(error, nullptr);
-  return course;
+  return std::move(walked.course);
 }
 
 // The course plane's centre, a metre below the logger, and its directions, from the other library alone.
@@ -131,8 +132,8 @@ double skew_numerator(const laid_out_course &c) {
 TEST(survey_geodesy_test, finds_the_centre_that_the_corners_were_laid_out_from) {
   for (const laid_out_course &c : laid_out_courses) {
     SCOPED_TRACE(c.name);
-    const gate course = surveyed(c);
-    const vec3 centre = mat4_transform_point(course.matrix, truth_of(c).centre);
+    const course found = surveyed(c);
+    const vec3 centre = mat4_transform_point(found.matrix, truth_of(c).centre);
     EXPECT_NEAR(centre.x, 0.0, 1e-7);
     expect_over_diameter(centre.z, c.ahead * c.behind, 1e-7);
     EXPECT_NEAR(centre.y, 0.0, 1e-7 + centre.z * std::fabs(roll_numerator(c)) / (2.0 * smallest_radius));
@@ -142,21 +143,21 @@ TEST(survey_geodesy_test, finds_the_centre_that_the_corners_were_laid_out_from) 
 TEST(survey_geodesy_test, finds_the_bearing_that_the_course_was_laid_out_in) {
   for (const laid_out_course &c : laid_out_courses) {
     SCOPED_TRACE(c.name);
-    const gate course = surveyed(c);
-    const vec3 ahead = mat4_transform_vector(course.matrix, truth_of(c).ahead);
+    const course found = surveyed(c);
+    const vec3 ahead = mat4_transform_vector(found.matrix, truth_of(c).ahead);
     EXPECT_GT(ahead.x, 0.99);
     expect_over_diameter(-std::atan2(ahead.y, ahead.x), skew_numerator(c), 3e-9);
     // B lies straight to the left, so that nothing else needs turning.
-    expect_over_diameter(course.theta, 2.0 * skew_numerator(c), 2e-7 / c.aside);
+    expect_over_diameter(found.theta, 2.0 * skew_numerator(c), 2e-7 / c.aside);
   }
 }
 
 TEST(survey_geodesy_test, tilts_the_frame_by_no_more_than_the_earth_bends) {
   for (const laid_out_course &c : laid_out_courses) {
     SCOPED_TRACE(c.name);
-    const gate course = surveyed(c);
+    const course found = surveyed(c);
     const true_course truth = truth_of(c);
-    const vec3 up = mat4_transform_vector(course.matrix, truth.up);
+    const vec3 up = mat4_transform_vector(found.matrix, truth.up);
     EXPECT_GT(up.z, 0.99);
     // Seen from a frame whose nose is down, up leans back; from one whose B side is up, it leans towards B.
     const double pitch = c.ahead - c.behind;

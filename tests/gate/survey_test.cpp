@@ -21,7 +21,7 @@ namespace {
 constexpr double pi = 3.141592653589793;
 
 struct surveyed {
-  gate course;
+  gate walked;
   std::string log;
   bool has_log = false;
   std::string message;  // empty for success
@@ -29,11 +29,11 @@ struct surveyed {
 
 surveyed survey(const std::vector<gps_point> &samples) {
   surveyed result;
-  result.course = gate_of(samples);
-  result.course.theta = 99.0;
+  result.walked = gate_of(samples);
+  result.walked.course.theta = 99.0;
   owned_text log;
   error_slot error = "not cleared";
-  survey_gate(result.course, &log, &error);
+  survey_gate(result.walked, &log, &error);
   result.has_log = log != nullptr;
   if (log) result.log = log.get();
   if (error != nullptr) result.message = error;
@@ -72,7 +72,7 @@ void expect_near(const vec3 &found, const vec3 &expected, double tolerance) {
 // Where the course's frame puts a place on the walker's plane. The plane bends with the earth: 70 m ahead it lies
 // 70^2 / 2R = 0.4 mm lower, and meridians that converge turn it by less than 0.2 mm.
 vec3 in_course(const surveyed &result, const vec3 &position) {
-  return mat4_transform_point(result.course.matrix, wgs84_to_ecef(wgs84_of(walk_place(), position)));
+  return mat4_transform_point(result.walked.course.matrix, wgs84_to_ecef(wgs84_of(walk_place(), position)));
 }
 
 constexpr double bend = 2e-3;
@@ -85,12 +85,12 @@ TEST(survey_test, finds_the_frame_that_the_walk_was_laid_out_in) {
   expect_near(in_course(result, {70.0, 0.0, 0.0}), {70.0, 0.0, 1.0}, bend);
   expect_near(in_course(result, {0.0, 5.0, -1.0}), {0.0, 5.0, 0.0}, bend);
   expect_near(in_course(result, {10.0, -30.0, 4.0}), {10.0, -30.0, 5.0}, bend);
-  const mat4 &m = result.course.matrix;
+  const mat4 &m = result.walked.course.matrix;
   EXPECT_EQ(m.m[3][0], 0.0);
   EXPECT_EQ(m.m[3][1], 0.0);
   EXPECT_EQ(m.m[3][2], 0.0);
   EXPECT_EQ(m.m[3][3], 1.0);
-  EXPECT_NEAR(result.course.theta, 0.0, 1e-4);
+  EXPECT_NEAR(result.walked.course.theta, 0.0, 1e-4);
   EXPECT_EQ(without_signed_zeros(result.log), waypoint_lines(5) + level_line + "theta = 0.0 degrees\n");
 }
 
@@ -102,7 +102,7 @@ TEST(survey_test, moves_the_origin_along_the_course_to_the_gate_line) {
   ASSERT_EQ(result.message, "");
   expect_near(in_course(result, {5.0, 0.0, 0.0}), {0.0, 0.0, 1.0}, bend);
   // B at (3, 9) in the frame: 18.4349 degrees.
-  EXPECT_NEAR(result.course.theta * 180.0 / pi, 18.4349, 0.02);
+  EXPECT_NEAR(result.walked.course.theta * 180.0 / pi, 18.4349, 0.02);
   EXPECT_NE(result.log.find("theta = 18.4 degrees\n"), std::string::npos);
 }
 
@@ -120,7 +120,7 @@ TEST(survey_test, keeps_the_first_five_standstills_in_local_metres_as_they_were_
   for (std::size_t i = 0; i < 5; ++i) {
     SCOPED_TRACE(i);
     const vec3 &mark = expected[i];
-    expect_near(result.course.waypoints[i], {mark.x, mark.y, mark.z - 0.5 + 1.0}, bend);
+    expect_near(result.walked.waypoints[i], {mark.x, mark.y, mark.z - 0.5 + 1.0}, bend);
   }
   EXPECT_NE(without_signed_zeros(result.log).find("420.50m (2.00m, 0.50m, -2.50m, 0.00m deviation)"), std::string::npos)
       << result.log;
@@ -131,8 +131,8 @@ TEST(survey_test, warns_of_a_clockwise_walk) {
   std::swap(marks.b, marks.d);
   const surveyed result = survey(exact_walk(marks).samples);
   ASSERT_EQ(result.message, "");
-  EXPECT_NEAR(std::fabs(result.course.theta), pi, 1e-4);
-  EXPECT_LT(result.course.waypoints[1].y, -4.9);
+  EXPECT_NEAR(std::fabs(result.walked.course.theta), pi, 1e-4);
+  EXPECT_LT(result.walked.waypoints[1].y, -4.9);
   expect_near(in_course(result, {70.0, 0.0, 0.0}), {70.0, 0.0, 1.0}, bend);
   expect_near(in_course(result, {0.0, 0.0, 5.0}), {0.0, 0.0, 6.0}, bend);
   const std::string log = without_signed_zeros(result.log);
@@ -168,7 +168,7 @@ TEST(survey_test, turns_to_the_exit_mark) {
     marks.exit_mark = {c.mark};
     const surveyed result = survey(exact_walk(marks).samples);
     ASSERT_EQ(result.message, "");
-    EXPECT_NEAR(result.course.theta * 180.0 / pi, c.theta, 0.005);
+    EXPECT_NEAR(result.walked.course.theta * 180.0 / pi, c.theta, 0.005);
     char theta[40];
     std::snprintf(theta, sizeof theta, "theta = %.1f degrees\n", c.theta);
     std::string log = without_signed_zeros(result.log);
@@ -190,7 +190,7 @@ TEST(survey_test, turns_to_an_exit_mark_on_the_equator) {
     EXPECT_NEAR(sample.pos_wgs84.x, 0.0, 1e-6);
     sample.pos_wgs84.x = 0.0;
   }
-  EXPECT_NEAR(survey(walk.samples).course.theta * 180.0 / pi, -2.53, 0.1);
+  EXPECT_NEAR(survey(walk.samples).walked.course.theta * 180.0 / pi, -2.53, 0.1);
 }
 
 struct failing_case {
@@ -225,7 +225,7 @@ TEST(survey_test, says_what_is_wrong_with_the_course_and_keeps_the_log) {
     ASSERT_GE(log.size(), words.size());
     EXPECT_EQ(log.substr(log.size() - words.size()), words);
     EXPECT_EQ(log.substr(0, waypoint_lines(5).size()), waypoint_lines(5));
-    EXPECT_EQ(result.course.theta, 0.0);
+    EXPECT_EQ(result.walked.course.theta, 0.0);
   }
 }
 
@@ -247,27 +247,27 @@ TEST(survey_test, keeps_the_log_of_a_walk_that_breaks_off) {
 }
 
 TEST(survey_test, needs_no_one_to_take_the_log) {
-  gate course = gate_of(exact_walk().samples);
+  gate walked = gate_of(exact_walk().samples);
   error_slot error = nullptr;
-  survey_gate(course, nullptr, &error);
+  survey_gate(walked, nullptr, &error);
   EXPECT_STREQ(error, nullptr);
-  EXPECT_NE(course.matrix.m[0][0], 0.0);
+  EXPECT_NE(walked.course.matrix.m[0][0], 0.0);
 }
 
 TEST(survey_test, says_when_memory_is_short) {
-  gate course = gate_of(exact_walk().samples);
+  gate walked = gate_of(exact_walk().samples);
   owned_text log;
   error_slot error = nullptr;
   {
     const allocation_limit limit(0);
-    survey_gate(course, &log, &error);
+    survey_gate(walked, &log, &error);
   }
   EXPECT_STREQ(error, "malloc() failed");
   EXPECT_EQ(log, nullptr);
-  EXPECT_EQ(course.matrix.m[3][3], 0.0);
+  EXPECT_EQ(walked.course.matrix.m[3][3], 0.0);
   // The log's first block holds all the words of a survey.
   const allocation_limit limit(1);
-  survey_gate(course, &log, &error);
+  survey_gate(walked, &log, &error);
   EXPECT_STREQ(error, nullptr);
 }
 
@@ -280,15 +280,15 @@ TEST(survey_test, says_when_no_memory_is_left_for_the_words_about_the_exit_mark)
   for (gps_point &sample : std::span(samples).last(61)) sample.pos_wgs84.z = 1.1e150;
   for (const std::size_t granted : {1U, 2U}) {
     SCOPED_TRACE(granted);
-    gate course = gate_of(samples);
+    gate walked = gate_of(samples);
     owned_text log;
     error_slot error = nullptr;
     const allocation_limit limit(granted);
-    survey_gate(course, &log, &error);
+    survey_gate(walked, &log, &error);
     const bool is_whole = granted == 2;
     EXPECT_STREQ(error, is_whole ? nullptr : "realloc failed");
     EXPECT_EQ(std::string(log.get()).find("exit gate location error") != std::string::npos, is_whole);
-    EXPECT_EQ(course.matrix.m[3][3], is_whole ? 1.0 : 0.0);
+    EXPECT_EQ(walked.course.matrix.m[3][3], is_whole ? 1.0 : 0.0);
   }
 }
 
@@ -314,10 +314,10 @@ TEST(survey_test, takes_an_hour_of_walking_in_one_pass) {
   hand_made_walk walk;
   walk.rate = 25.0;
   walk_to(walk, {5400.0, 0.0, 0.0});
-  gate course = gate_of(walk.samples);
+  gate walked = gate_of(walk.samples);
   error_slot error = nullptr;
   const std::clock_t begin = std::clock();
-  survey_gate(course, nullptr, &error);
+  survey_gate(walked, nullptr, &error);
   EXPECT_LT(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC, 3.0);
   EXPECT_STREQ(error, "could not detect waypoint");
 }

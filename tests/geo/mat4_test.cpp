@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <span>
 #include <vector>
 
 #include "geo/plain_geodesy.h"
@@ -199,27 +200,30 @@ TEST(mat4_test, a_frame_takes_its_origin_to_zero_exactly) {
   }
 }
 
-TEST(mat4_test, turns_a_point_list_up_to_its_end) {
-  std::vector<vec3> points = {{1.0, 0.0, 3.0}, {0.0, 2.0, -4.0}, {0.0, -0.0, 9.0}, {1.0, 1.0, 1.0}};
-  rotate_point_list(points.data(), pi / 2.0);
+TEST(mat4_test, turns_every_point_of_a_list) {
+  std::vector<vec3> points = {{1.0, 0.0, 3.0}, {0.0, 2.0, -4.0}, {0.0, 0.0, 9.0}, {1.0, 1.0, 1.0}};
+  rotate_point_list(points, pi / 2.0);
   EXPECT_NEAR(points[0].x, 0.0, 1e-16);
   EXPECT_EQ(points[0].y, 1.0);
   EXPECT_EQ(points[0].z, 3.0);
   EXPECT_EQ(points[1].x, -2.0);
   EXPECT_NEAR(points[1].y, 0.0, 2e-16);
   EXPECT_EQ(points[1].z, -4.0);
-  // Its z does not make the third element a point.
-  EXPECT_TRUE(plain::same(points[2], {0.0, -0.0, 9.0}));
-  EXPECT_TRUE(plain::same(points[3], {1.0, 1.0, 1.0}));
+  // A point on the axis stays, and does not end the list.
+  EXPECT_TRUE(plain::same(points[2], {0.0, 0.0, 9.0}));
+  EXPECT_NEAR(points[3].x, -1.0, 1e-15);
+  EXPECT_NEAR(points[3].y, 1.0, 1e-15);
+  EXPECT_EQ(points[3].z, 1.0);
 }
 
-TEST(mat4_test, an_element_with_one_zero_is_still_a_point) {
-  std::vector<vec3> points = {{0.0, 1.0, 0.0}, {1.0, 0.0, 0.0}, {1.0, 1.0, 0.0}, {}};
-  rotate_point_list(points.data(), pi);
+TEST(mat4_test, turns_points_with_a_zero_and_none_behind_the_span) {
+  std::vector<vec3> points = {{0.0, 1.0, 0.0}, {1.0, 0.0, 0.0}, {1.0, 1.0, 0.0}, {1.0, 1.0, 1.0}};
+  rotate_point_list(std::span(points).first(3), pi);
   EXPECT_EQ(points[0].y, -1.0);
   EXPECT_EQ(points[1].x, -1.0);
   EXPECT_NEAR(points[2].x, -1.0, 1e-15);
   EXPECT_NEAR(points[2].y, -1.0, 1e-15);
+  EXPECT_TRUE(plain::same(points[3], {1.0, 1.0, 1.0}));
 }
 
 TEST(mat4_test, turns_points_in_the_order_of_a_frame_matrix) {
@@ -232,24 +236,24 @@ TEST(mat4_test, turns_points_in_the_order_of_a_frame_matrix) {
     const mat4 turn = {{{c, -s, 0.0, 0.0}, {s, c, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}};
     const vec3 before = random_position(random);
     const vec3 turned = plain::transform_point(turn, before);
-    vec3 points[] = {before, {}};
+    vec3 points[] = {before};
     rotate_point_list(points, angle);
     ASSERT_TRUE(plain::same(points[0], {turned.x, turned.y, before.z}));
   }
   // The height takes part: 0 x inf is not a number.
-  vec3 high[] = {{1.0, 1.0, infinity}, {}};
+  vec3 high[] = {{1.0, 1.0, infinity}};
   rotate_point_list(high, 1.0);
   EXPECT_TRUE(plain::same(high[0], {not_a_number, not_a_number, infinity}));
   // z is kept, not transformed: 0 x inf + z is not a number, and 0 + -0 is plus zero.
-  vec3 wide[] = {{infinity, 1.0, 5.0}, {1.0, 1.0, -0.0}, {}};
+  vec3 wide[] = {{infinity, 1.0, 5.0}, {1.0, 1.0, -0.0}};
   rotate_point_list(wide, 1.0);
   EXPECT_TRUE(plain::same(wide[0].z, 5.0));
   EXPECT_TRUE(plain::same(wide[1].z, -0.0));
 }
 
 TEST(mat4_test, no_list_or_no_angle_turns_nothing) {
-  rotate_point_list(nullptr, 1.0);
-  vec3 points[] = {{infinity, -0.0, 1.0}, {-0.0, 2.0, 3.0}, {}};
+  rotate_point_list({}, 1.0);
+  vec3 points[] = {{infinity, -0.0, 1.0}, {-0.0, 2.0, 3.0}};
   for (const double angle : {0.0, -0.0}) {
     rotate_point_list(points, angle);
     EXPECT_TRUE(plain::same(points[0], {infinity, -0.0, 1.0}));

@@ -8,6 +8,7 @@
 #include "support/allocation_limit.h"
 #include "support/container_bytes.h"
 #include "support/files.h"
+#include "support/pond_of.h"
 #include "support/warnings.h"
 
 namespace tarvel {
@@ -71,8 +72,8 @@ TEST(track_loader_test, decides_by_content) {
         if (c.count > 0) {
           EXPECT_EQ(loaded.points[0].time, 1000);
         }
-        EXPECT_EQ(gate.pond, nullptr);
-        EXPECT_EQ(gate.theta, 0.0);
+        EXPECT_FALSE(gate.course.pond);
+        EXPECT_EQ(gate.course.theta, 0.0);
       }
     }
   }
@@ -98,11 +99,8 @@ TEST(track_loader_test, loads_a_swoop_container) {
 }
 
 std::string walk_bytes() {
-  gate_file_data written;
-  written.theta = 0.5;
+  course written = course_with(0.5, {{1.0, 2.0, 0.0}});
   written.matrix.m[1][2] = 3.0;
-  EXPECT_TRUE(try_zeroed(written.pond, 2));
-  written.pond[0] = {1.0, 2.0, 0.0};
   return gate_bytes(written);
 }
 
@@ -118,9 +116,10 @@ TEST(track_loader_test, loads_a_gate_container) {
     EXPECT_EQ(load_gate_stream(stream.get(), gate, warnings, &error), done);
     EXPECT_EQ(error, nullptr);
     EXPECT_EQ(warnings.text(), "");
-    EXPECT_EQ(gate.theta, 0.5);
-    EXPECT_EQ(gate.matrix.m[1][2], 3.0);
-    EXPECT_EQ(pond_points(gate.pond.get()).size(), 1U);
+    EXPECT_EQ(gate.course.theta, 0.5);
+    EXPECT_EQ(gate.course.matrix.m[1][2], 3.0);
+    ASSERT_TRUE(gate.course.pond);
+    EXPECT_EQ(gate.course.pond->count, 1U);
     EXPECT_EQ(gate.track.count, 0U);
     EXPECT_EQ(gate.track.points, nullptr);
   }
@@ -129,7 +128,7 @@ TEST(track_loader_test, loads_a_gate_container) {
 // The words are the last reader's: the container's first line is no line of names.
 TEST(track_loader_test, refuses_a_container_of_the_other_kind) {
   const std::string run = swoop_bytes(std::vector<gps_point>(1));
-  const std::string walk = gate_bytes(gate_file_data());
+  const std::string walk = gate_bytes(course());
   gate_file_data gate;
   gps_track track;
   warning_buffer run_warnings;

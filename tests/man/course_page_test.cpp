@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <span>
 #include <string>
 
-#include "container/tvl_file.h"
+#include "driver/course_input.h"
 #include "formats/course_file.h"
+#include "geo/angle.h"
 #include "man/page.h"
 
 namespace tarvel {
@@ -14,11 +16,11 @@ std::string display(const std::string &mark) { return display_after(page_source(
 
 // The course that a run of this name gets; theta tells which file it came from, and 0 that it has none.
 double theta_for(const char *run) {
-  course found;
+  std::optional<course> found;
   error_slot error = nullptr;
   read_course_file(course_file_name, run, found, &error);
   EXPECT_STREQ(error, nullptr) << run;
-  return found.theta;
+  return found ? degrees_from_radians(found->theta) : 0.0;
 }
 
 std::string course_with_theta(const std::string &theta) {
@@ -27,7 +29,7 @@ std::string course_with_theta(const std::string &theta) {
 
 error_slot message_for(const std::string &text) {
   write_text(course_file_name, text);
-  course found;
+  std::optional<course> found;
   error_slot error = nullptr;
   read_course_file(course_file_name, "11-42.csv", found, &error);
   return error;
@@ -36,16 +38,18 @@ error_slot message_for(const std::string &text) {
 TEST(course_page_test, the_course_is_that_of_the_examples_with_fewer_points) {
   const temp_dir folder;
   write_text("page.txt", display("course"));
-  course shown;
-  course example;
+  std::optional<course> shown;
+  std::optional<course> example;
   error_slot error = nullptr;
   read_course_file("page.txt", "run.csv", shown, &error);
   ASSERT_STREQ(error, nullptr);
   read_course_file((source_dir() + "/examples/matrix.txt").c_str(), "run.csv", example, &error);
   ASSERT_STREQ(error, nullptr);
-  EXPECT_TRUE(*shown.matrix == *example.matrix);
-  EXPECT_EQ(shown.theta, example.theta);
-  const std::span<const vec3> pond = pond_points(shown.pond.get());
+  ASSERT_TRUE(shown && example);
+  EXPECT_TRUE(shown->matrix == example->matrix);
+  EXPECT_EQ(shown->theta, example->theta);
+  ASSERT_TRUE(shown->pond);
+  const std::span<const vec3> pond = points_of(*shown->pond);
   ASSERT_EQ(pond.size(), 9);
   EXPECT_EQ(pond.front().x, pond.back().x);
   EXPECT_EQ(pond.front().y, pond.back().y);
@@ -56,18 +60,18 @@ TEST(course_page_test, the_index_leads_where_the_page_says) {
   write_text("matrix.txt", display("index"));
   write_text("south.txt", course_with_theta("1"));
   write_text("north.txt", course_with_theta("2"));
-  EXPECT_EQ(theta_for("11-42.csv"), 1.0);
-  EXPECT_EQ(theta_for("11-05.csv"), 2.0);
-  EXPECT_EQ(theta_for("09-30.csv"), 1.0);
-  EXPECT_EQ(theta_for("anna.csv"), 1.0);
+  EXPECT_DOUBLE_EQ(theta_for("11-42.csv"), 1.0);
+  EXPECT_DOUBLE_EQ(theta_for("11-05.csv"), 2.0);
+  EXPECT_DOUBLE_EQ(theta_for("09-30.csv"), 1.0);
+  EXPECT_DOUBLE_EQ(theta_for("anna.csv"), 1.0);
   // Its folder hides a run from all but the star.
-  EXPECT_EQ(theta_for("saturday/11-05.csv"), 1.0);
+  EXPECT_DOUBLE_EQ(theta_for("saturday/11-05.csv"), 1.0);
 
-  course none;
+  std::optional<course> none;
   error_slot error = nullptr;
   read_course_file(course_file_name, "14-37.csv", none, &error);
   EXPECT_STREQ(error, nullptr);
-  EXPECT_EQ(none.matrix, nullptr);
+  EXPECT_FALSE(none);
 }
 
 TEST(course_page_test, limits_are_as_stated) {

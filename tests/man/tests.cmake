@@ -1,6 +1,6 @@
 # The worked examples of the pages, read by the program's own readers.
 tarvel_test(man/tvl_page_test USES tarvel_gate)
-tarvel_test(man/course_page_test USES tarvel_formats tarvel_container)
+tarvel_test(man/course_page_test USES tarvel_driver)
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(tarvel_page_environment

@@ -168,31 +168,33 @@ TEST(tvl_page_test, the_run_is_what_is_written_for_the_first_example_sample) {
 TEST(tvl_page_test, the_course_is_read_as_listed) {
   const worked_example example = read_example("course");
   const file_handle stream = open_bytes(example.bytes);
-  gate_file_data course;
+  course shown;
   error_slot error = nullptr;
-  ASSERT_EQ(read_gate_stream(stream.get(), course, &error), outcome::done);
+  ASSERT_EQ(read_gate_stream(stream.get(), shown, &error), outcome::done);
   ASSERT_STREQ(error, nullptr);
-  for (std::size_t i = 0; i < 16; ++i) EXPECT_EQ(course.matrix.m[i / 4][i % 4], example.value_at(44 + 8 * i));
-  EXPECT_EQ(course.theta, example.value_at(172));
-  const std::span<const vec3> pond = pond_points(course.pond.get());
+  for (std::size_t i = 0; i < 16; ++i) EXPECT_EQ(shown.matrix.m[i / 4][i % 4], example.value_at(44 + 8 * i));
+  EXPECT_EQ(shown.theta, example.value_at(172));
+  ASSERT_TRUE(shown.pond);
+  const std::span<const vec3> pond = points_of(*shown.pond);
   ASSERT_EQ(pond.size(), 3);
   for (std::size_t i = 0; i < 3; ++i) {
     EXPECT_EQ(pond[i].x, example.value_at(186 + 16 * i));
     EXPECT_EQ(pond[i].y, example.value_at(194 + 16 * i));
   }
-  EXPECT_EQ(gate_bytes(course), example.bytes);
+  EXPECT_EQ(gate_bytes(shown), example.bytes);
 }
 
 TEST(tvl_page_test, the_course_is_that_of_the_example_walk) {
   const worked_example example = read_example("course");
   error_slot error = nullptr;
-  const owned_record<gate> course = gate_of_bytes(read_text(source_dir() + "/examples/walk.csv"), nullptr, &error);
+  const owned_record<gate> found = gate_of_bytes(read_text(source_dir() + "/examples/walk.csv"), nullptr, &error);
   ASSERT_STREQ(error, nullptr);
-  for (std::size_t i = 0; i < 16; ++i) EXPECT_NEAR(course->matrix.m[i / 4][i % 4], example.value_at(44 + 8 * i), 1e-6);
-  EXPECT_NEAR(course->theta, example.value_at(172), 1e-9);
+  for (std::size_t i = 0; i < 16; ++i)
+    EXPECT_NEAR(found->course.matrix.m[i / 4][i % 4], example.value_at(44 + 8 * i), 1e-6);
+  EXPECT_NEAR(found->course.theta, example.value_at(172), 1e-9);
   for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_NEAR(course->pond[i].x, example.value_at(186 + 16 * i), 1e-6);
-    EXPECT_NEAR(course->pond[i].y, example.value_at(194 + 16 * i), 1e-6);
+    EXPECT_NEAR(found->course.pond->points[i].x, example.value_at(186 + 16 * i), 1e-6);
+    EXPECT_NEAR(found->course.pond->points[i].y, example.value_at(194 + 16 * i), 1e-6);
   }
 }
 

@@ -11,7 +11,7 @@
 
 namespace tarvel {
 
-[[nodiscard]] inline std::string gate_bytes(const gate_file_data &gate) {
+[[nodiscard]] inline std::string gate_bytes(const course &gate) {
   return bytes_written_by([&](std::FILE *stream) {
     error_slot error = "not cleared";
     write_gate_stream(stream, gate, &error);

@@ -333,32 +333,38 @@ TEST(analysis_test, gives_the_time_aloft_to_the_touchdown) {
   EXPECT_NEAR(run.touchdown_distance, 41.67, 0.6);  // 25 * 2 - 25 / 12 * 2 * 2
 }
 
-TEST(analysis_test, writes_the_coordinates_on_request_alone) {
-  const temp_dir folder;
+// In the frame of the second pass, after a reversal, the run ends 75 m down the course.
+TEST(analysis_test, leaves_the_coordinates_of_the_last_pass) {
   swoop run = straight_run();
-  analyze(run, 0, simulated_frame(), 0.0);
-  EXPECT_FALSE(file_exists("coord.txt"));
-}
-
-// After a reversal the file holds the frame of the second pass, in which the run ends 75 m or 246 ft down the course.
-TEST(analysis_test, writes_the_coordinates_of_the_last_pass) {
-  const temp_dir folder;
-  swoop run = straight_run();
-  run.debug = true;
   analyze(run, 0, turned(simulated_frame(), pi), 0.3);
-  const std::string text = read_text("coord.txt");
-  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), static_cast<std::ptrdiff_t>(run.track_len) + 2);
-  const std::size_t last_line = text.rfind('(', text.rfind('(', text.rfind('(') - 1) - 1);
-  EXPECT_NEAR(std::stod(text.substr(last_line + 1)), 246.0, 2.0);
+  EXPECT_TRUE(run.is_derived);
+  EXPECT_NEAR(run.track[run.track_len - 1].pos_local.x, 75.0, 0.6);
 }
 
-TEST(analysis_test, stops_when_the_coordinates_cannot_be_written) {
+TEST(analysis_test, tells_whether_there_are_coordinates) {
+  swoop empty;
+  analyze(empty, 0, simulated_frame(), 0.0, "no points found in track");
+  EXPECT_FALSE(empty.is_derived);
+  swoop unfit = straight_run();
+  analyze(unfit, 4, simulated_frame(), 0.0, "invalid gate type");
+  EXPECT_FALSE(unfit.is_derived);
+  // Too far from its course, the run has none the less been seen in its frame.
+  swoop far = straight_run();
+  mat4 elsewhere = simulated_frame();
+  elsewhere.m[0][3] += 9000.0;
+  error_slot error = nullptr;
+  analyze_swoop(far, 0, elsewhere, 0.0, &error);
+  EXPECT_NE(error, nullptr);
+  EXPECT_TRUE(far.is_derived);
+}
+
+// The run's record asks for a dump, but the engine opens no file.
+TEST(analysis_test, writes_no_file) {
   const temp_dir folder;
-  std::filesystem::create_directory("coord.txt");
   swoop run = straight_run();
   run.debug = true;
-  analyze(run, 0, simulated_frame(), 0.0, "failed to open file: coord.txt");
-  EXPECT_EQ(run.plane_exit, 0U);
+  analyze(run, 0, simulated_frame(), 0.0);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST(pipeline_test, never_clears_a_flag) {

@@ -145,6 +145,20 @@ TEST(columns_test, fails_when_memory_is_short_for_the_columns) {
   }
 }
 
+TEST(columns_test, takes_warnings_that_report_to_the_same_slot) {
+  for (const std::string &names : {required_names + ",xyz", std::string("time,xyz")}) {
+    SCOPED_TRACE(names);
+    open_text line(names + "\n");
+    column_actions actions;
+    error_slot error = nullptr;
+    text_buffer warnings = text_buffer_create(&error);
+    const bool is_whole = names != "time,xyz";
+    EXPECT_EQ(parse_field_names(line.file, actions, warnings, &error), is_whole ? done : not_this_form);
+    EXPECT_STREQ(error, is_whole ? nullptr : "invalid field names");
+    EXPECT_STREQ(warnings.data.get(), "WARNING: unknown field (xyz)\n");
+  }
+}
+
 // One request is for the columns, the other for more than a thousand bytes of warnings.
 TEST(columns_test, fails_when_memory_is_short_for_the_warnings) {
   const std::string name(1000, 'x');

@@ -1,0 +1,42 @@
+#include "driver/course_input.h"
+
+#include <utility>
+
+#include "driver/file_handle.h"
+#include "formats/course_file.h"
+
+namespace tarvel {
+
+namespace {
+
+// An index that leads back to itself must end somewhere.
+constexpr int max_further_files = 64;
+
+course_answer read_one_file(const char *path, const char *swoop_file, std::optional<course> &result, course_link &link,
+                            error_slot *error) {
+  const file_handle file = open_input(path, error);
+  if (!file) return course_answer::here;
+  course found;
+  const course_answer answer = read_course(file.get(), path, swoop_file, found, link, error);
+  report_read_error(file.get(), path, error);
+  if (answer == course_answer::here && *error == nullptr) result = std::move(found);
+  return answer;
+}
+
+}  // namespace
+
+void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, error_slot *error) {
+  *error = nullptr;
+  result.reset();
+  course_link link;
+  course_answer answer = read_one_file(path, swoop_file, result, link, error);
+  for (int i = 0; i < max_further_files && answer == course_answer::elsewhere && *error == nullptr; ++i) {
+    const course_link next = link;
+    answer = read_one_file(next.path, swoop_file, result, link, error);
+  }
+  if (answer == course_answer::elsewhere && *error == nullptr) {
+    *error = format_error("failed to open file: %s", link.path);
+  }
+}
+
+}  // namespace tarvel

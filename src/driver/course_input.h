@@ -1,0 +1,16 @@
+// The course that a run is flown over, found by the names of course files.
+#pragma once
+
+#include <optional>
+
+#include "support/error_slot.h"
+#include "track/course.h"
+
+namespace tarvel {
+
+// Finds the course of a run in a course file, or where an index leads from it, through at most 64 further files. None
+// when an index says that the run has no gate. Fails with "failed to open file: %s", "failed to read file: %s" or a
+// message of read_course.
+void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, error_slot *error);
+
+}  // namespace tarvel

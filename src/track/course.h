@@ -1,0 +1,39 @@
+// A surveyed course: its frame, its carve and its pond, as the survey finds them and runs are flown over them.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+
+#include "geo/mat4.h"
+#include "support/memory.h"
+
+namespace tarvel {
+
+// The walked path round the pond, in local metres; closed by a copy of its first point.
+struct pond_outline {
+  owned_array<vec3> points;
+  std::size_t count = 0;
+  std::size_t capacity = 0;
+};
+
+[[nodiscard]] inline std::span<vec3> points_of(pond_outline &pond) { return {pond.points.get(), pond.count}; }
+[[nodiscard]] inline std::span<const vec3> points_of(const pond_outline &pond) {
+  return {pond.points.get(), pond.count};
+}
+
+struct course {
+  mat4 matrix;                       // ECEF to local
+  double theta = 0.0;                // speed-carve rotation, radians
+  std::optional<pond_outline> pond;  // an empty one has its heading in the course file, an absent one has not
+};
+
+// Makes room for 512 points, then for twice as many, and appends one. False when memory is short: the outline is as it
+// was.
+[[nodiscard]] bool append_pond_point(pond_outline &pond, const vec3 &point);
+
+// The points that a file keeps: those before the first whose x, y and z are all 0, with which the lists of the course
+// file and of the container end. Minus zero counts as 0.
+[[nodiscard]] std::span<const vec3> filed_points(const pond_outline &pond);
+
+}  // namespace tarvel
