@@ -1,0 +1,191 @@
+// The engine as a program of its own: tarvel without its guards and without its pages. Built for other machines, it must
+// print and write what tarvel does on this one. Files are opened by the C library alone, and what is refused there for
+// the user's sake (an output that would replace an input, for one) is not refused here.
+//
+//   engine_program [-dimp] [-t time] [-g gate] [swoop]
+#include <getopt.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "chart/run_charts.h"
+#include "container/tvl_file.h"
+#include "driver/file_handle.h"
+#include "formats/coord_dump.h"
+#include "formats/course_file.h"
+#include "formats/kml.h"
+#include "gate/gate_open.h"
+#include "geo/course_frame.h"
+#include "support/integer.h"
+#include "swoop/analysis.h"
+#include "swoop/report.h"
+
+namespace tarvel {
+namespace {
+
+struct settings {
+  bool debug = false;
+  bool implicit_gate = false;
+  bool metric = false;
+  bool pond = false;
+  std::uint32_t time_aloft = 0;
+  const char *gate = nullptr;
+  const char *swoop = nullptr;
+};
+
+settings parse_settings(int argc, char *argv[]) {
+  settings given;
+  for (int option = getopt(argc, argv, "dimpt:g:"); option != -1; option = getopt(argc, argv, "dimpt:g:")) {
+    switch (option) {
+      case 'd': given.debug = true; break;
+      case 'i': given.implicit_gate = true; break;
+      case 'm': given.metric = true; break;
+      case 'p': given.pond = true; break;
+      case 't': given.time_aloft = truncate_to_uint32(std::strtod(optarg, nullptr) * 1000.0); break;
+      case 'g': given.gate = optarg; break;
+      default: std::exit(2);
+    }
+  }
+  if (optind < argc) given.swoop = argv[optind];
+  return given;
+}
+
+void stop_at(error_slot error) {
+  if (error == nullptr) return;
+  std::printf("ERROR: %s\n", error);
+  std::exit(1);
+}
+
+file_handle open_file(const char *path, const char *mode) {
+  file_handle file(std::fopen(path, mode));
+  if (!file) stop_at(format_error("failed to open file: %s", path));
+  return file;
+}
+
+std::string with_extension(const char *path, const char *extension) {
+  const std::string name = path;
+  return name.substr(0, name.size() - 3) + extension;
+}
+
+template <typename writer>
+void write_file(const std::string &path, writer write) {
+  const file_handle file = open_file(path.c_str(), "wb");
+  write(file.get());
+}
+
+// Reads a track in the words of tarvel: the warnings first.
+template <typename reader>
+auto read_file(const char *path, reader read) {
+  const file_handle file = open_file(path, "rb");
+  error_slot error = nullptr;
+  text_buffer warnings = text_buffer_create(&error);
+  stop_at(error);
+  auto result = read(file.get(), warnings, &error);
+  std::fputs(warnings.data.get(), stdout);
+  stop_at(error);
+  return result;
+}
+
+void survey(const settings &given) {
+  owned_text log;
+  const owned_record<gate> surveyed =
+      read_file(given.gate, [&](std::FILE *file, text_buffer &warnings, error_slot *error) {
+        return gate_open(file, given.gate, warnings, &log, error);
+      });
+  if (log) std::fputs(log.get(), stdout);
+  if (given.debug) {
+    write_file(with_extension(given.gate, "tvl"), [&](std::FILE *file) {
+      error_slot error = nullptr;
+      write_gate_stream(file, surveyed->course, &error);
+      stop_at(error);
+    });
+  }
+  if (!given.pond) surveyed->course.pond.reset();
+  for (const std::string &path : {with_extension(given.gate, "txt"), std::string(course_file_name)}) {
+    write_file(path, [&](std::FILE *file) { write_course(file, surveyed->course); });
+  }
+  if (surveyed->track_len == 0) return;
+  const gate_ends ends = entry_gate_ends(surveyed->course.matrix);
+  write_file(with_extension(given.gate, "kml"), [&](std::FILE *file) {
+    write_kml(file, surveyed->track[0].time, samples_of(*surveyed), &ends);
+  });
+}
+
+std::optional<course> find_course(const char *swoop_file) {
+  course found;
+  course_link link;
+  std::string path = course_file_name;
+  for (;;) {
+    const file_handle file = open_file(path.c_str(), "rb");
+    error_slot error = nullptr;
+    const course_answer answer = read_course(file.get(), path.c_str(), swoop_file, found, link, &error);
+    stop_at(error);
+    if (answer == course_answer::no_gate) return std::nullopt;
+    if (answer == course_answer::here) return found;
+    path = link.path;
+  }
+}
+
+// One line for each curve, so that the charts are built on that machine, too.
+void print_charts(std::FILE *file, const swoop &run, const std::optional<course> &flown, bool metric) {
+  const chart_context context = {run, flown && flown->pond ? &*flown->pond : nullptr, metric, false};
+  for (const auto build : {build_gps_accuracy_chart, build_dive_angle_chart, build_dive_speed_chart,
+                           build_heading_chart, build_turn_rate_chart, build_overhead_chart, build_side_view_chart,
+                           build_swoop_speed_chart}) {
+    const owned_record<chart> built = build(context);
+    if (!built) stop_at("failed to allocate memory for charts");
+    for (const series *curve = built->first_series.get(); curve != nullptr; curve = curve->next.get()) {
+      std::fprintf(file, "%s: %u points\n", built->title.get(), static_cast<unsigned>(curve->count));
+    }
+  }
+}
+
+void write_track_map(const swoop &run, const std::string &path) {
+  const std::int64_t start = run.track_len == 0 ? 0 : run.track[0].time;
+  write_file(path, [&](std::FILE *file) { write_kml(file, start, samples_of(run), nullptr); });
+}
+
+void write_run_map(const swoop &run, const std::string &path) {
+  const gate_ends ends = entry_gate_ends(run.matrix);
+  const std::span<const gps_point> flown = samples_of(run).subspan(run.top_of_turn, run.stop - run.top_of_turn);
+  write_file(path, [&](std::FILE *file) { write_kml(file, run.track[run.top_of_turn].time, flown, &ends); });
+}
+
+void analyse(const settings &given) {
+  const owned_record<swoop> run =
+      read_file(given.swoop, [&](std::FILE *file, text_buffer &warnings, error_slot *error) {
+        return swoop_create(file, given.swoop, warnings, error);
+      });
+  run->debug = given.debug;
+  run->time_aloft = given.time_aloft;
+  const std::string map = with_extension(given.swoop, "kml");
+  write_track_map(*run, map);
+
+  const std::optional<course> flown = given.implicit_gate ? std::nullopt : find_course(given.swoop);
+  error_slot error = nullptr;
+  analyze_swoop(*run, flown ? gate_type_course : gate_type_implicit, flown ? flown->matrix : mat4(),
+                flown ? flown->theta : 0.0, &error);
+  if (run->debug && run->is_derived) {
+    write_file("coord.txt", [&](std::FILE *file) { write_coord_dump(file, samples_of(*run)); });
+  }
+  stop_at(error);
+  const owned_text report = format_swoop_report(*run, given.metric, &error);
+  stop_at(error);
+  std::printf("\n%s", report.get());
+  write_file(with_extension(given.swoop, "txt"), [&](std::FILE *file) { std::fputs(report.get(), file); });
+  write_run_map(*run, map);
+  write_file("charts.txt", [&](std::FILE *file) { print_charts(file, *run, flown, given.metric); });
+}
+
+}  // namespace
+}  // namespace tarvel
+
+int main(int argc, char *argv[]) {
+  const tarvel::settings given = tarvel::parse_settings(argc, argv);
+  if (given.gate != nullptr) tarvel::survey(given);
+  if (given.swoop != nullptr) tarvel::analyse(given);
+  return 0;
+}

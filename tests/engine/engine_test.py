@@ -1,0 +1,116 @@
+"""engine_test.py RUNNER... PROGRAM: the engine built for another machine prints and writes what tarvel does on this one.
+
+Whatever a pilot reads must be the same byte for byte. Only the frame in a survey's container may differ, in its last
+bits: it is computed with sines and cosines, which every C library rounds in its own way.
+"""
+
+import os
+import pathlib
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+source = pathlib.Path(os.environ["TARVEL_SOURCE_DIR"])
+tarvel = os.environ["TARVEL_PROGRAM"]
+engine = []
+
+frame_bytes = slice(44, 180)  # of a survey's container: matrix and theta, 17 doubles
+runs = ("carve", "implicit", "reversed", "straight", "tagged")
+options = ((), ("-m",), ("-d",), ("-i",), ("-i", "-m", "-d"), ("-t", "5"))
+
+
+def outcome(command, folder):
+    """Exit status and output of a call in the folder, and the files that it leaves there but for the pages."""
+    done = subprocess.run(command, cwd=folder, stdout=subprocess.PIPE, stdin=subprocess.DEVNULL, timeout=240)
+    files = {file.name: file.read_bytes() for file in folder.iterdir() if file.suffix != ".pdf"}
+    files.pop("charts.txt", None)
+    return done.returncode, done.stdout, files
+
+
+class EngineTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+
+    def compare(self, arguments, files):
+        """Gives both programs the same files (name: bytes) and expects the same of both. Returns the engine's files."""
+        outcomes = []
+        for name, command in (("tarvel", [tarvel]), ("engine", engine)):
+            folder = self.folder / name
+            shutil.rmtree(folder, ignore_errors=True)
+            folder.mkdir()
+            for file, content in files.items():
+                (folder / file).write_bytes(content)
+            outcomes.append(outcome([*command, *arguments], folder))
+        (status, printed, left), (engine_status, engine_printed, engine_left) = outcomes
+        self.assertEqual(printed.decode(), engine_printed.decode())
+        self.assertEqual(status, engine_status)
+        self.assertEqual(sorted(left), sorted(engine_left))
+        for name in left:
+            with self.subTest(file=name):
+                self.expect_same(left[name], engine_left[name])
+        return engine_left
+
+    def expect_same(self, native, other):
+        if native.startswith(b"uTVL") and native != other:
+            self.assertEqual(len(native), len(other))
+            for a, b in zip(*(struct.unpack(">17d", content[frame_bytes]) for content in (native, other))):
+                self.assertAlmostEqual(a, b, delta=1e-9 * max(1.0, abs(a)))
+            native = native[: frame_bytes.start] + native[frame_bytes.stop :]
+            other = other[: frame_bytes.start] + other[frame_bytes.stop :]
+        self.assertEqual(native, other)
+
+    def example(self, *names):
+        return {name: (source / "examples" / name).read_bytes() for name in names}
+
+    def test_examples(self):
+        for run in runs:
+            for given in options:
+                with self.subTest(run=run, options=given):
+                    self.compare([*given, f"{run}.csv"], self.example(f"{run}.csv", "matrix.txt"))
+
+    def test_golden_runs(self):
+        golden = source / "tests" / "golden" / "driver"
+        small = {"small.csv": (golden / "small.csv").read_bytes(), **self.example("matrix.txt")}
+        for given in options:
+            with self.subTest(options=given):
+                self.compare([*given, "small.csv"], small)
+        container = {"small.tvl": (golden / "small.tvl").read_bytes(), **self.example("matrix.txt")}
+        self.compare(["small.tvl"], container)
+
+    def test_survey(self):
+        left = self.compare(["-d", "-p", "-g", "walk.csv", "carve.csv"], self.example("walk.csv", "carve.csv"))
+        self.compare(["-p", "-g", "walk.tvl"], {"walk.tvl": left["walk.tvl"]})
+
+    def test_messages(self):
+        course = self.example("matrix.txt", "carve.csv")
+        rows = course["carve.csv"].splitlines(keepends=True)
+        unknown = rows[0].replace(b"numSV", b"numSV,mood", 1)
+        tracks = {
+            "an unknown column": unknown + b"".join(rows[1:]),
+            "no bytes": b"",
+            "half a row": b"".join(rows[:900]) + rows[900][:30],
+            "no time": b"".join(rows[:3]) + rows[3].replace(b"T", b" "),
+            "on the ground": b"".join(rows[:2] + rows[-50:]),
+        }
+        for name, content in tracks.items():
+            with self.subTest(name):
+                self.compare(["run.csv"], {"run.csv": content, "matrix.txt": course["matrix.txt"]})
+        for name, text in {"no course": b"(1, 2)\n", "another": b"* - other.txt\n", "none": b"* - nogate\n"}.items():
+            with self.subTest(name):
+                self.compare(["run.csv"], {"run.csv": course["carve.csv"], "matrix.txt": text})
+
+    def test_a_million_rows(self):
+        """A phone's browser would stop at a track of that size if memory were wasted on the way there."""
+        content = self.example("straight.csv")["straight.csv"]
+        head, units, *rows = content.splitlines(keepends=True)
+        ground = rows[0]
+        padded = head + units + ground * (1_000_000 - len(rows)) + b"".join(rows)
+        self.compare(["straight.csv"], {"straight.csv": padded, **self.example("matrix.txt")})
+
+
+if __name__ == "__main__":
+    engine = sys.argv[1:]
+    unittest.main(argv=sys.argv[:1], verbosity=2)
