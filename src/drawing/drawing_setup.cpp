@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdlib>
 #include <memory>
 
@@ -43,21 +42,12 @@ bool can_open_files() {
   return are_open;
 }
 
-// Where something lies behind the heap, the C library sets errno before it finds memory elsewhere.
-bool can_grow_heap(std::size_t bytes) {
-  void *const end = sbrk(0);
-  return brk(static_cast<char *>(end) + bytes) == 0 && brk(end) == 0;
-}
-
-bool tells_refusals = false;
-
 }  // namespace
 
 void prepare_drawing(std::uint32_t samples, error_slot *error) {
   static bool has_fonts = false;
   // Their threads would each set aside 64 MB of addresses for themselves.
   mallopt(M_ARENA_MAX, 1);
-  tells_refusals = can_grow_heap(drawing_room(samples));
   // With these set, the libraries write about themselves on standard output, or draw without words.
   unsetenv("FC_DEBUG");
   unsetenv("PANGOCAIRO_BACKEND");
@@ -69,9 +59,5 @@ void prepare_drawing(std::uint32_t samples, error_slot *error) {
   has_fonts = has_fonts || (is_ready && load_font_configuration());
   *error = is_ready && has_fonts ? nullptr : "failed to allocate memory for charts";
 }
-
-void watch_for_refusals() { errno = 0; }
-
-bool was_refused_memory() { return tells_refusals && errno == ENOMEM; }
 
 }  // namespace tarvel

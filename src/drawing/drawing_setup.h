@@ -20,11 +20,4 @@ namespace tarvel {
 // are open.
 void prepare_drawing(std::uint32_t samples, error_slot *error);
 
-// From here on was_refused_memory tells.
-void watch_for_refusals();
-
-// A sign, not a proof: libraries that are refused memory may go on with less, a text without its letters, and keep
-// quiet about it. The C library leaves it in errno, which in a sound drawing nothing else sets.
-[[nodiscard]] bool was_refused_memory();
-
 }  // namespace tarvel

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
 
 #include "chart/chart_building.h"
@@ -57,9 +56,7 @@ file_handle open_document(const char *path, const chart_context &context, error_
   const std::uint32_t end = context.run.stop;
   prepare_drawing(end - std::min(first_sample(context), end), error);
   if (*error) return nullptr;
-  file_handle file = open_output(path, error);
-  watch_for_refusals();
-  return file;
+  return open_output(path, error);
 }
 
 // What is missing on the pages, null for nothing. A context that has failed draws nothing more and does not tell its
@@ -72,19 +69,14 @@ error_slot find_gap(cairo_t *cr, bool has_all_charts) {
 
 // cairo writes through the same door as every other output.
 cairo_status_t write_to_file(void *closure, const unsigned char *data, unsigned int length) {
-  // What fails here is seen in what it returns; errno is kept for the drawing libraries.
-  const int errno_before = errno;
   const bool is_written = std::fwrite(data, 1, length, static_cast<std::FILE *>(closure)) == length;
-  errno = errno_before;
   return is_written ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
 }
 
 void close_document(file_handle file, cairo_status_t status, error_slot gap, const char *path, error_slot *error) {
-  const bool was_refused = was_refused_memory();
   close_output(std::move(file), path, error);
   if (*error) return;
-  const error_slot missing = was_refused ? no_memory : gap;
-  *error = status == CAIRO_STATUS_SUCCESS ? missing : format_error("failed to write file: %s", path);
+  *error = status == CAIRO_STATUS_SUCCESS ? gap : format_error("failed to write file: %s", path);
 }
 
 }  // namespace

@@ -26,8 +26,6 @@ bool takes_configuration = true;
 int times_loaded = 0;
 FcConfig *last_taken = nullptr;
 bool starts_threads = true;
-bool grows_heap = true;
-const void *furthest_heap = nullptr;
 
 }  // namespace
 
@@ -50,12 +48,6 @@ extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attribute
   return reinterpret_cast<creation>(dlsym(RTLD_NEXT, "pthread_create"))(thread, attributes, start, argument);
 }
 
-extern "C" int brk(void *end) noexcept {
-  if (end > furthest_heap) furthest_heap = end;
-  if (!grows_heap) return -1;
-  return reinterpret_cast<int (*)(void *)>(dlsym(RTLD_NEXT, "brk"))(end);
-}
-
 namespace tarvel {
 namespace {
 
@@ -76,8 +68,6 @@ constexpr const char *no_memory = "failed to allocate memory for charts";
 
 // The first of these tests: a process learns its fonts once.
 TEST(drawing_setup_test, knows_the_fonts_afterwards_or_says_no) {
-  errno = ENOMEM;
-  EXPECT_FALSE(was_refused_memory());
   loads_configuration = false;
   EXPECT_EQ(prepare(0), no_memory);
   loads_configuration = true;
@@ -131,31 +121,6 @@ TEST(drawing_setup_test, gives_up_when_too_many_files_are_open) {
   ASSERT_EQ(prepare(0), "");
   EXPECT_EXIT(prepare_with_numbers(7), testing::ExitedWithCode(0), "^failed to read font for charts\n$");
   EXPECT_EXIT(prepare_with_numbers(8), testing::ExitedWithCode(0), "^\n$");
-}
-
-TEST(drawing_setup_test, sees_a_refused_request_in_errno) {
-  ASSERT_EQ(prepare(0), "");
-  errno = ENOMEM;
-  watch_for_refusals();
-  EXPECT_FALSE(was_refused_memory());
-  errno = ENOENT;
-  EXPECT_FALSE(was_refused_memory());
-  errno = ENOMEM;
-  EXPECT_TRUE(was_refused_memory());
-}
-
-// Then errno says so of every block, though the C library finds memory elsewhere.
-TEST(drawing_setup_test, does_not_trust_errno_where_the_heap_cannot_grow) {
-  grows_heap = false;
-  ASSERT_EQ(prepare(0), "");
-  grows_heap = true;
-  errno = ENOMEM;
-  EXPECT_FALSE(was_refused_memory());
-  furthest_heap = nullptr;
-  char *const end = static_cast<char *>(sbrk(0));
-  ASSERT_EQ(prepare(0), "");
-  EXPECT_EQ(sbrk(0), end);
-  EXPECT_EQ(furthest_heap, end + drawing_room(0));
 }
 
 TEST(drawing_setup_test, keeps_the_libraries_from_talking_of_themselves) {

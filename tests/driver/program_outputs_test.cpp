@@ -275,6 +275,18 @@ TEST(program_outputs_test, reports_an_unanalysed_run_over_a_course_of_zeros) {
   EXPECT_EQ(read_text("run.tvl").size(), 50U + 70U * 49U);
 }
 
+// Asked for huge pages, the C library is refused them, sets errno and takes others.
+TEST(program_outputs_test, draws_charts_with_memory_of_huge_pages) {
+  const temp_dir folder;
+  copy_example("straight.csv");
+  copy_example("matrix.txt");
+  program_setting setting;
+  setting.prepare = [] { setenv("GLIBC_TUNABLES", "glibc.malloc.hugetlb=2", 1); };
+  const program_result result = run_program({"straight.csv"}, setting);
+  EXPECT_EQ(result.status, 0) << last_line(result.out);
+  EXPECT_EQ(read_text("straight.pdf").substr(0, 5), "%PDF-");
+}
+
 TEST(program_outputs_test, warns_of_unknown_columns_before_the_report) {
   const temp_dir folder;
   std::string track = simulated_track(small_run());
