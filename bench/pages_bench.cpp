@@ -4,7 +4,9 @@
 #include <cairo-pdf.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include "chart/run_charts.h"
 #include "drawing/drawing_handles.h"
@@ -47,7 +49,8 @@ void document(benchmark::State &state) {
   const auto samples = static_cast<std::uint32_t>(state.range(0));
   const swoop run = make_run(samples);
   error_slot error = nullptr;
-  for (auto round : state) write_swoop_pdf("/dev/null", run, nullptr, false, false, &error);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen("/dev/null", "wb"), std::fclose);
+  for (auto round : state) write_pdf_charts(file.get(), {run}, &error);
   if (error) state.SkipWithError(error);
   state.counters["per_sample"] =
       benchmark::Counter(samples, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "drawing/drawing_guard.h"
 #include "drawing/pages.h"
 #include "formats/kml.h"
 #include "fuzz_input.h"
@@ -74,9 +75,12 @@ void require_outputs(const swoop &run, const pond_outline *pond, bool metric) {
   require(format_swoop_report(run, metric, &error) != nullptr && error == nullptr);
   const gate_ends ends = entry_gate_ends(run.matrix);
   const std::span<const gps_point> samples = samples_of(run).subspan(run.top_of_turn, run.stop - run.top_of_turn);
-  const file_handle nowhere(std::fopen("/dev/null", "wb"));
+  static const file_handle nowhere(std::fopen("/dev/null", "wb"));
   write_kml(nowhere.get(), run.track[run.top_of_turn].time, samples, &ends);
-  write_swoop_pdf("/dev/null", run, pond, metric, false, &error);
+  const chart_context charts = {run, pond, metric};
+  guard_drawing(drawing_room(charts), &error);
+  require(error == nullptr);
+  write_pdf_charts(nowhere.get(), charts, &error);
   require(error == nullptr);
 }
 

@@ -1,20 +1,25 @@
 // The documents of charts.
 #pragma once
 
+#include <cstddef>
+#include <cstdio>
+
 #include "chart/run_charts.h"
 #include "support/error_slot.h"
 
 namespace tarvel {
 
-// Writes two landscape letter pages of four charts each. Fails with "failed to open file: %s" or "failed to write file:
-// %s"; with "failed to allocate memory for charts" before the file is opened, when the system has no room for what the
-// drawing libraries need, or later, with the cells empty of the charts that memory does not suffice for and the rest
-// drawn; or, without words in them, with "failed to read font for charts".
-void write_swoop_pdf(const char *path, const swoop &run, const pond_outline *pond, bool metric, bool from_exit,
-                     error_slot *error);
+// Both need a guard_drawing of drawing_room before them. What the stream does not take is told by the stream. They fail
+// with "failed to allocate memory for charts", the cells empty of the charts that memory does not suffice for and the
+// rest drawn; or, without words in them, with "failed to read font for charts".
 
-// Writes the first page's charts to out.png, 1200 by 928 pixels, for the tests and the documentation's pictures. Fails
-// like write_swoop_pdf.
-void write_swoop_png(const swoop &run, const pond_outline *pond, bool metric, bool from_exit, error_slot *error);
+// Two landscape letter pages of four charts each, as PDF.
+void write_pdf_charts(std::FILE *file, const chart_context &charts, error_slot *error);
+
+// The first page's charts as PNG, 1200 by 928 pixels, for the tests and the documentation's pictures.
+void write_png_charts(std::FILE *file, const chart_context &charts, error_slot *error);
+
+// Bytes that drawing the charts of a run takes, and some more.
+[[nodiscard]] std::size_t drawing_room(const chart_context &charts);
 
 }  // namespace tarvel

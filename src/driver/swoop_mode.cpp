@@ -1,7 +1,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "drawing/pages.h"
+#include "driver/chart_files.h"
 #include "driver/course_input.h"
 #include "driver/exit.h"
 #include "driver/file_handle.h"

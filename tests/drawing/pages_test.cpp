@@ -20,16 +20,23 @@
 #include "chart/hand_made_swoop.h"
 #include "drawing/drawing_handles.h"
 #include "driver/protected_inputs.h"
+#include "driver/chart_files.h"
 #include "support/allocation_limit.h"
 #include "support/files.h"
 #include "support/pond_of.h"
 
 namespace {
 
-// What the stand-in below for cairo's function does: only once.
+// What the stand-ins below for cairo's functions do, only once.
+bool fails_context = false;
 bool fails_surface = false;
 
 }  // namespace
+
+extern "C" cairo_status_t cairo_status(cairo_t *cr) {
+  if (std::exchange(fails_context, false)) return CAIRO_STATUS_NO_MEMORY;
+  return reinterpret_cast<cairo_status_t (*)(cairo_t *)>(dlsym(RTLD_NEXT, "cairo_status"))(cr);
+}
 
 extern "C" cairo_status_t cairo_surface_status(cairo_surface_t *surface) {
   if (std::exchange(fails_surface, false)) return CAIRO_STATUS_DEVICE_ERROR;
@@ -176,6 +183,21 @@ TEST(pages_test, keeps_an_earlier_document_when_there_is_no_room_to_draw) {
   EXPECT_EQ(read_text("out.png"), "earlier");
 }
 
+TEST(pages_test, reckons_64_megabytes_and_4_kilobytes_a_sample) {
+  swoop run = hand_made_swoop();
+  const auto room_to = [&](std::uint32_t stop, bool from_exit) {
+    run.stop = stop;
+    return drawing_room({run, nullptr, false, from_exit});
+  };
+  EXPECT_EQ(room_to(run.top_of_turn, false), 67108864U);
+  EXPECT_EQ(room_to(run.top_of_turn - 1, false), 67108864U);
+  EXPECT_EQ(room_to(run.top_of_turn + 1, false), 67112960U);
+  EXPECT_EQ(room_to(run.top_of_turn + 1000, false), 71204864U);
+  EXPECT_EQ(room_to(run.plane_exit + 1000, true), 71204864U);
+  run.top_of_turn = 0;
+  EXPECT_EQ(room_to(UINT32_MAX, false), 17592253149184U);  // (2^32 - 1) * 2^12 + 2^26
+}
+
 // A sanitizer has more addresses than that already.
 #ifndef __SANITIZE_ADDRESS__
 // Also on a system that promises more memory than it has.
@@ -204,19 +226,21 @@ TEST(pages_test, wants_room_for_the_samples_that_it_draws) {
 }
 #endif
 
+TEST(pages_test, says_so_when_cairo_has_no_memory_for_a_page_or_for_the_document) {
+  const temp_dir dir;
+  const swoop run = hand_made_swoop();
+  fails_context = true;
+  EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
+  fails_surface = true;
+  EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
+  EXPECT_EQ(write_pdf("run.pdf", run), "");
+}
+
 // Some allocators set it and find the memory elsewhere.
 TEST(pages_test, takes_no_notice_of_errno) {
   const temp_dir dir;
   errno = ENOMEM;
   EXPECT_EQ(write_pdf("run.pdf", hand_made_swoop()), "");
-}
-
-TEST(pages_test, says_so_when_the_drawing_fails_though_the_file_is_written) {
-  const temp_dir dir;
-  const swoop run = hand_made_swoop();
-  fails_surface = true;
-  EXPECT_EQ(write_pdf("run.pdf", run), "failed to write file: run.pdf");
-  EXPECT_EQ(write_pdf("run.pdf", run), "");
 }
 
 TEST(pages_test, says_so_whichever_chart_is_missing) {

@@ -1,20 +1,16 @@
-#include "drawing/drawing_setup.h"
+#include "drawing/drawing_guard.h"
 
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <fontconfig/fontconfig.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "support/allocation_limit.h"
 
@@ -25,7 +21,9 @@ bool loads_configuration = true;
 bool takes_configuration = true;
 int times_loaded = 0;
 FcConfig *last_taken = nullptr;
-bool starts_threads = true;
+// Threads that may be started, and those that have been.
+int granted_threads = 1000;
+int started_threads = 0;
 
 }  // namespace
 
@@ -43,7 +41,8 @@ extern "C" FcBool FcConfigSetCurrent(FcConfig *config) {
 
 extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*start)(void *),
                               void *argument) noexcept {
-  if (!starts_threads) return EAGAIN;
+  if (started_threads == granted_threads) return EAGAIN;
+  ++started_threads;
   using creation = int (*)(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
   return reinterpret_cast<creation>(dlsym(RTLD_NEXT, "pthread_create"))(thread, attributes, start, argument);
 }
@@ -51,90 +50,72 @@ extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attribute
 namespace tarvel {
 namespace {
 
-TEST(drawing_setup_test, reckons_64_megabytes_and_4_kilobytes_a_sample) {
-  EXPECT_EQ(drawing_room(0), 67108864U);
-  EXPECT_EQ(drawing_room(1), 67112960U);
-  EXPECT_EQ(drawing_room(1000), 71204864U);
-  EXPECT_EQ(drawing_room(UINT32_MAX), 17592253149184U);  // (2^32 - 1) * 2^12 + 2^26
-}
-
-std::string prepare(std::uint32_t samples) {
+std::string guard(std::size_t bytes = 1) {
   error_slot error = "stale";
-  prepare_drawing(samples, &error);
+  guard_drawing(bytes, &error);
   return error != nullptr ? error : "";
 }
 
 constexpr const char *no_memory = "failed to allocate memory for charts";
 
 // The first of these tests: a process learns its fonts once.
-TEST(drawing_setup_test, knows_the_fonts_afterwards_or_says_no) {
+TEST(drawing_guard_test, knows_the_fonts_afterwards_or_says_no) {
   loads_configuration = false;
-  EXPECT_EQ(prepare(0), no_memory);
+  EXPECT_EQ(guard(), no_memory);
   loads_configuration = true;
   takes_configuration = false;
-  EXPECT_EQ(prepare(0), no_memory);
+  EXPECT_EQ(guard(), no_memory);
   takes_configuration = true;
   EXPECT_EQ(last_taken, nullptr);
 
   times_loaded = 0;
-  ASSERT_EQ(prepare(0), "");
+  ASSERT_EQ(guard(), "");
   ASSERT_NE(last_taken, nullptr);
   EXPECT_EQ(FcConfigGetCurrent(), last_taken);
   EXPECT_NE(FcConfigGetFonts(last_taken, FcSetSystem), nullptr);
   // Once for all documents.
-  ASSERT_EQ(prepare(1000), "");
+  ASSERT_EQ(guard(), "");
   EXPECT_EQ(times_loaded, 1);
 }
 
-TEST(drawing_setup_test, gives_up_when_memory_is_short) {
-  ASSERT_EQ(prepare(0), "");
+TEST(drawing_guard_test, gives_up_when_memory_is_short) {
+  ASSERT_EQ(guard(), "");
+  EXPECT_EQ(guard(SIZE_MAX), no_memory);
   const allocation_limit none(0);
-  EXPECT_EQ(prepare(0), no_memory);
+  EXPECT_EQ(guard(), no_memory);
 }
 
-TEST(drawing_setup_test, gives_up_without_a_thread) {
-  ASSERT_EQ(prepare(0), "");
-  starts_threads = false;
-  EXPECT_EQ(prepare(0), no_memory);
-  starts_threads = true;
-  EXPECT_EQ(prepare(0), "");
+// Two that read fonts, and two that have ended and may still count.
+TEST(drawing_guard_test, gives_up_without_four_threads) {
+  ASSERT_EQ(guard(), "");
+  for (const int granted : {0, 1, 3, 4}) {
+    started_threads = 0;
+    granted_threads = granted;
+    EXPECT_EQ(guard(), granted < 4 ? no_memory : "") << granted;
+    EXPECT_EQ(started_threads, granted);
+  }
+  granted_threads = 1000;
 }
 
-// Leaves so many numbers for files that the process has not open yet.
-[[noreturn]] void prepare_with_numbers(rlim_t count) {
-  std::vector<int> numbers;
-  for (rlim_t i = 0; i < count; ++i) numbers.push_back(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
-  for (const int number : numbers) close(number);
-  rlimit usual;
-  getrlimit(RLIMIT_NOFILE, &usual);
-  const rlimit few = {static_cast<rlim_t>(numbers.back()) + 1, usual.rlim_max};
-  setrlimit(RLIMIT_NOFILE, &few);
-  const std::string said = prepare(0);
-  // All of them are given back.
-  const bool is_next = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0) == numbers.front();
-  setrlimit(RLIMIT_NOFILE, &usual);
-  std::fprintf(stderr, "%s%s\n", said.c_str(), is_next ? "" : ", and keeps files open");
-  std::exit(0);
+TEST(drawing_guard_test, finds_what_is_missing_in_a_document) {
+  EXPECT_EQ(missing_from(CAIRO_STATUS_SUCCESS), nullptr);
+  EXPECT_EQ(missing_from(CAIRO_STATUS_WRITE_ERROR), nullptr);
+  EXPECT_STREQ(missing_from(CAIRO_STATUS_NO_MEMORY), no_memory);
+  EXPECT_STREQ(missing_from(CAIRO_STATUS_DEVICE_ERROR), no_memory);
 }
 
-TEST(drawing_setup_test, gives_up_when_too_many_files_are_open) {
-  ASSERT_EQ(prepare(0), "");
-  EXPECT_EXIT(prepare_with_numbers(7), testing::ExitedWithCode(0), "^failed to read font for charts\n$");
-  EXPECT_EXIT(prepare_with_numbers(8), testing::ExitedWithCode(0), "^\n$");
-}
-
-TEST(drawing_setup_test, keeps_the_libraries_from_talking_of_themselves) {
+TEST(drawing_guard_test, keeps_the_libraries_from_talking_of_themselves) {
   setenv("FC_DEBUG", "1024", 1);
   setenv("PANGOCAIRO_BACKEND", "none", 1);
-  ASSERT_EQ(prepare(0), "");
+  ASSERT_EQ(guard(), "");
   EXPECT_EQ(std::getenv("FC_DEBUG"), nullptr);
   EXPECT_EQ(std::getenv("PANGOCAIRO_BACKEND"), nullptr);
 }
 
 // A sanitizer has an allocator of its own.
 #ifndef __SANITIZE_ADDRESS__
-TEST(drawing_setup_test, lets_threads_share_the_memory_of_the_program) {
-  ASSERT_EQ(prepare(0), "");
+TEST(drawing_guard_test, lets_threads_share_the_memory_of_the_program) {
+  ASSERT_EQ(guard(), "");
   std::uintptr_t block = 0;
   std::thread([&] {
     void *const taken = std::malloc(100);
