@@ -1,4 +1,4 @@
-// The eight charts of a run.
+// The charts of a run.
 #pragma once
 
 #include "chart/chart.h"

@@ -33,7 +33,8 @@ constexpr page_cell first_page[] = {
 constexpr page_cell second_page[] = {
     {1, build_dive_angle_chart}, {3, build_gps_accuracy_chart}, {2, build_turn_rate_chart}, {4, build_heading_chart}};
 
-using chart_page = std::span<const page_cell, 4>;
+using chart_page = std::span<const page_cell>;
+constexpr chart_page pages[] = {first_page, second_page};
 
 // A chart that there is no memory for leaves its cell empty, and the slot says so.
 void draw_page(cairo_t *cr, chart_page page, const chart_context &charts, error_slot *error) {
@@ -54,10 +55,10 @@ cairo_status_t write_to_file(void *file, const unsigned char *data, unsigned int
 void write_pdf_charts(std::FILE *file, const chart_context &charts, error_slot *error) {
   const surface_handle surface(cairo_pdf_surface_create_for_stream(write_to_file, file, page_width, page_height));
   const context_handle context(cairo_create(surface.get()));
-  draw_page(context.get(), first_page, charts, error);
-  cairo_show_page(context.get());
-  draw_page(context.get(), second_page, charts, error);
-  cairo_show_page(context.get());
+  for (const chart_page page : pages) {
+    draw_page(context.get(), page, charts, error);
+    cairo_show_page(context.get());
+  }
   if (!*error) *error = missing_from(context.get());
   cairo_surface_finish(surface.get());
   if (!*error) *error = missing_from(cairo_surface_status(surface.get()));
@@ -72,12 +73,16 @@ void write_png_charts(std::FILE *file, const chart_context &charts, error_slot *
   if (!*error) *error = missing_from(written);
 }
 
-// Measured with Debian's fonts: 40 MB for these, the threads that read them and two pages without curves, and 2,100 bytes
-// for each sample.
+// Measured with Debian's fonts: 40 MB for these, the threads that read them and two pages without curves; eight charts
+// take 2,100 bytes for each sample.
 std::size_t drawing_room(const chart_context &charts) {
+  constexpr std::size_t fixed = std::size_t{64} << 20;
+  constexpr std::size_t per_sample_and_chart = 512;
   const std::uint32_t end = charts.run.stop;
   const std::size_t samples = end - std::min(first_sample(charts), end);
-  return (std::size_t{64} << 20) + std::size_t{4096} * samples;
+  std::size_t room = fixed;
+  for (const chart_page page : pages) room += per_sample_and_chart * samples * page.size();
+  return room;
 }
 
 }  // namespace tarvel

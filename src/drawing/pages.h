@@ -13,7 +13,7 @@ namespace tarvel {
 // with "failed to allocate memory for charts", the cells empty of the charts that memory does not suffice for and the
 // rest drawn; or, without words in them, with "failed to read font for charts".
 
-// Two landscape letter pages of four charts each, as PDF.
+// All pages, as PDF; landscape letter.
 void write_pdf_charts(std::FILE *file, const chart_context &charts, error_slot *error);
 
 // The first page's charts as PNG, 1200 by 928 pixels, for the tests and the documentation's pictures.

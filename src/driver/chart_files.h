@@ -6,7 +6,7 @@
 
 namespace tarvel {
 
-// Writes two landscape letter pages of four charts each. Fails with "failed to allocate memory for charts" before the
+// Writes the pages of charts as PDF. Fails with "failed to allocate memory for charts" before the
 // file is opened, when the system has no room for what the drawing libraries need; with "failed to open file: %s" or
 // "failed to write file: %s"; or, with an incomplete file, as write_pdf_charts.
 void write_swoop_pdf(const char *path, const swoop &run, const pond_outline *pond, bool metric, bool from_exit,

@@ -183,7 +183,7 @@ TEST(pages_test, keeps_an_earlier_document_when_there_is_no_room_to_draw) {
   EXPECT_EQ(read_text("out.png"), "earlier");
 }
 
-TEST(pages_test, reckons_64_megabytes_and_4_kilobytes_a_sample) {
+TEST(pages_test, reckons_64_megabytes_and_512_bytes_a_sample_and_chart) {
   swoop run = hand_made_swoop();
   const auto room_to = [&](std::uint32_t stop, bool from_exit) {
     run.stop = stop;
