@@ -406,7 +406,7 @@ struct picture_case {
 const picture_case picture_cases[] = {{"first_page_feet.png", false, false},
                                       {"first_page_metric_carve.png", true, true}};
 
-TEST(pages_test, paints_the_first_page_as_it_always_was) {
+TEST(pages_golden_test, paints_the_first_page_as_it_always_was) {
   const temp_dir dir;
   for (const picture_case &c : picture_cases) {
     SCOPED_TRACE(c.golden);

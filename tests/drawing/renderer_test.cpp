@@ -184,7 +184,7 @@ TEST(renderer_test, goes_on_with_the_next_point_where_one_is_not_finite) {
   }
 }
 
-TEST(renderer_test, draws_a_whole_chart_in_order) {
+TEST(renderer_golden_test, draws_a_whole_chart_in_order) {
   const owned_record<chart> source = square_chart();
   source->title = try_duplicate("title");
   source->x_title = try_duplicate("x title");

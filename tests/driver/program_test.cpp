@@ -54,13 +54,13 @@ void expect_run(const example_case &example, const std::string &option, const st
   expect_golden("driver/" + name + ".kml", read_text(name + ".kml"));
 }
 
-TEST(program_test, reports_each_example_in_feet_in_three_time_zones) {
+TEST(program_golden_test, reports_each_example_in_feet_in_three_time_zones) {
   for (const example_case &example : example_cases) {
     for (const char *const zone : time_zones) expect_run(example, "", example.name, zone);
   }
 }
 
-TEST(program_test, reports_each_example_in_metres) {
+TEST(program_golden_test, reports_each_example_in_metres) {
   for (const example_case &example : example_cases) {
     expect_run(example, "-m", std::string(example.name) + "_metric", "UTC");
   }
@@ -78,7 +78,7 @@ std::string every_fortieth_line(const std::string &text) {
 }
 
 // With -d the run of reversed.csv is dumped in its final frame, turned by half a turn.
-TEST(program_test, dumps_the_coordinates_of_the_last_frame) {
+TEST(program_golden_test, dumps_the_coordinates_of_the_last_frame) {
   const temp_dir folder;
   copy_example("reversed.csv");
   copy_example("matrix.txt");
@@ -90,7 +90,7 @@ TEST(program_test, dumps_the_coordinates_of_the_last_frame) {
   expect_golden("driver/reversed.txt", read_text("reversed.txt"));
 }
 
-TEST(program_test, writes_a_small_run_whole) {
+TEST(program_golden_test, writes_a_small_run_whole) {
   const temp_dir folder;
   write_text("small.csv", simulated_track(small_run()));
   write_text("matrix.txt", simulated_course(small_run()));
@@ -104,7 +104,7 @@ TEST(program_test, writes_a_small_run_whole) {
 }
 
 // A container's times are those of the zone it was written in, which the map's name then shows.
-TEST(program_test, analyses_its_own_container_like_the_track) {
+TEST(program_golden_test, analyses_its_own_container_like_the_track) {
   const temp_dir folder;
   write_text("small.csv", simulated_track(small_run()));
   write_text("matrix.txt", simulated_course(small_run()));
