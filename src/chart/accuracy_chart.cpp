@@ -17,9 +17,10 @@ bool add_accuracy(chart &target, const chart_context &context, std::uint32_t col
                   measure value_of) {
   const swoop &run = context.run;
   const std::int64_t reference = run.entry_gate_time != 0 ? run.entry_gate_time : run.track[run.top_of_turn].time;
-  owned_record<series> curve = make_track_series(run, {first_sample(context), run.stop}, [&](const gps_point &sample) {
-    return vec2{seconds_since(reference, sample), value_of(sample)};
-  });
+  owned_record<series> curve =
+      make_track_series(run, {first_sample(context), run.stop + 1}, [&](const gps_point &sample) {
+        return vec2{seconds_since(reference, sample), value_of(sample)};
+      });
   owned_text words = format_text("%s", label);
   return words && add_series(target, std::move(curve), series_style::solid, colour, std::move(words));
 }

@@ -12,12 +12,6 @@ namespace tarvel {
 
 constexpr std::uint32_t track_series_capacity = 300;  // a minute of turn and swoop at 5 Hz
 
-// Both ends included.
-struct chart_range {
-  std::uint32_t first = 0;
-  std::uint32_t last = 0;
-};
-
 [[nodiscard]] inline std::uint32_t first_sample(const chart_context &context) {
   return context.from_exit ? context.run.plane_exit : context.run.top_of_turn;
 }
@@ -35,11 +29,11 @@ struct chart_range {
 
 // One point per sample, point_of(sample). Null when memory is short.
 template <typename conversion>
-[[nodiscard]] owned_record<series> make_track_series(const swoop &run, chart_range range, conversion point_of) {
+[[nodiscard]] owned_record<series> make_track_series(const swoop &run, sample_range range, conversion point_of) {
   owned_record<series> curve = series_new(track_series_capacity);
   if (!curve || !name_after_run(*curve, run)) return nullptr;
-  for (std::uint32_t i = range.first; i <= range.last; ++i) {
-    if (!series_add_point(*curve, point_of(run.track[i]))) return nullptr;
+  for (const gps_point &sample : samples_of(run, range)) {
+    if (!series_add_point(*curve, point_of(sample))) return nullptr;
   }
   return curve;
 }

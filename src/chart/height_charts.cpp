@@ -8,7 +8,9 @@ namespace tarvel {
 
 namespace {
 
-chart_range turn_range(const chart_context &context) { return {first_sample(context), context.run.bottom_of_turn}; }
+sample_range turn_range(const chart_context &context) {
+  return {first_sample(context), context.run.bottom_of_turn + 1};
+}
 
 // Height grows to the left, so that the run reads from left to right.
 owned_record<chart> make_height_chart(const chart_context &context, const char *title, owned_text y_title,
@@ -51,7 +53,7 @@ double descent_speed(const gps_point &sample) { return -sample.vel_local.z; }
 
 // Continuous instead of wrapped: a turn of 400 degrees climbs past 360.
 owned_record<series> make_heading_series(const chart_context &context) {
-  const chart_range range = turn_range(context);
+  const sample_range range = turn_range(context);
   const gps_point *const track = context.run.track.get();
   double heading = track[range.first].heading;
   bool is_first = true;

@@ -45,7 +45,7 @@ std::uint32_t first_swoop_sample(const swoop &run) {
 
 bool add_swoop(chart &target, const swoop &run, const chart_units &units) {
   owned_record<series> curve =
-      make_track_series(run, {first_swoop_sample(run), run.stop}, [&](const gps_point &sample) {
+      make_track_series(run, {first_swoop_sample(run), run.stop + 1}, [&](const gps_point &sample) {
         return vec2{sample.pos_local.x * units.length_factor, horizontal_speed(sample) * units.speed_factor};
       });
   return add_series(target, std::move(curve), series_style::solid, red, nullptr);

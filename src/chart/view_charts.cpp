@@ -80,7 +80,7 @@ bool add_course(chart &target, const chart_context &context, double factor) {
 
 template <typename conversion>
 bool add_flight_path(chart &target, const chart_context &context, conversion point_of) {
-  return add_series(target, make_track_series(context.run, {first_sample(context), context.run.stop}, point_of),
+  return add_series(target, make_track_series(context.run, {first_sample(context), context.run.stop + 1}, point_of),
                     series_style::solid_with_dots, red, nullptr);
 }
 

@@ -2,8 +2,6 @@
 // it has written by then stay.
 #pragma once
 
-#include <cstdint>
-
 #include "driver/options.h"
 #include "swoop/swoop.h"
 
@@ -14,12 +12,6 @@ void run_gate_mode(const run_config &config);
 
 // Analyses the run in config.swoop_file over the course in matrix.txt, or without one, and writes its report and map.
 void run_swoop_mode(const run_config &config);
-
-// A stretch of a track, both ends included.
-struct sample_range {
-  std::uint32_t first = 0;
-  std::uint32_t last = 0;
-};
 
 // The run with ten seconds to either side: from the exit (without one, from before the highest point on the way to the
 // rollout) to the stop, or to the end when the touchdown is not at the stop.

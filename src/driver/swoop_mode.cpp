@@ -75,9 +75,7 @@ void publish_report(const swoop &run, const run_config &config, const char *path
 }
 
 // The stop itself is left out: there the pilot may walk off already.
-std::span<const gps_point> turn_to_stop(const swoop &run) {
-  return samples_of(run).subspan(run.top_of_turn, run.stop - run.top_of_turn);
-}
+std::span<const gps_point> turn_to_stop(const swoop &run) { return samples_of(run, {run.top_of_turn, run.stop}); }
 
 void write_run_map(const swoop &run, const char *path, error_slot *error) {
   const gate_ends ends = entry_gate_ends(run.matrix);

@@ -29,12 +29,11 @@ std::uint32_t start_before_highest(const swoop &run) {
 }
 
 std::uint32_t end_after_stop(const swoop &run) {
-  const std::uint32_t last = run.track_len - 1;
-  if (run.touchdown_time != run.track[run.stop].time) return last;
+  if (run.touchdown_time != run.track[run.stop].time) return run.track_len;
   const std::int64_t end = plus(run.touchdown_time, margin);
-  std::uint32_t i = run.stop;
-  while (i < last && !(run.track[i].time > end)) ++i;
-  return i;
+  std::uint32_t last = run.stop;
+  while (last + 1 < run.track_len && !(run.track[last].time > end)) ++last;
+  return last + 1;
 }
 
 }  // namespace
@@ -44,9 +43,7 @@ sample_range trimmed_range(const swoop &run) {
 }
 
 void write_trimmed_swoop(const char *filename, const swoop &run, error_slot *error) {
-  const sample_range range = trimmed_range(run);
-  const std::uint32_t count = range.last - range.first + 1;
-  export_swoop_file(filename, samples_of(run).subspan(range.first, count), error);
+  export_swoop_file(filename, samples_of(run, trimmed_range(run)), error);
 }
 
 }  // namespace tarvel

@@ -10,7 +10,7 @@ namespace tarvel {
 
 namespace {
 
-std::uint32_t end_of(const swoop &run, sample_block block) { return std::min(block.end, run.track_len); }
+std::uint32_t end_of(const swoop &run, sample_range range) { return std::min(range.end, run.track_len); }
 
 vec3 acceleration_between(const gps_point &previous, const gps_point &sample) {
   const vec3 change = vec3_sub(previous.vel_local, sample.vel_local);
@@ -33,19 +33,19 @@ double heading_of(const gps_point &sample) {
 
 }  // namespace
 
-void derive_acceleration(swoop &run, sample_block block) {
-  for (std::uint32_t i = block.first; i < end_of(run, block); ++i) {
+void derive_acceleration(swoop &run, sample_range range) {
+  for (std::uint32_t i = range.first; i < end_of(run, range); ++i) {
     run.track[i].acc_local = i == 0 ? vec3() : acceleration_between(run.track[i - 1], run.track[i]);
   }
 }
 
-void derive_dive_angle(swoop &run, sample_block block) {
-  for (std::uint32_t i = block.first; i < end_of(run, block); ++i)
+void derive_dive_angle(swoop &run, sample_range range) {
+  for (std::uint32_t i = range.first; i < end_of(run, range); ++i)
     run.track[i].dive_angle = dive_angle_of(run.track[i]);
 }
 
-void derive_heading(swoop &run, sample_block block) {
-  for (std::uint32_t i = block.first; i < end_of(run, block); ++i) run.track[i].heading = heading_of(run.track[i]);
+void derive_heading(swoop &run, sample_range range) {
+  for (std::uint32_t i = range.first; i < end_of(run, range); ++i) run.track[i].heading = heading_of(run.track[i]);
 }
 
 void derive_turn_rate(swoop &run) {

@@ -1,6 +1,7 @@
 // The analysis record of one run: the track, the frame in force and everything found in it.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <span>
@@ -70,6 +71,17 @@ struct swoop {
 
 [[nodiscard]] inline std::span<const gps_point> samples_of(const swoop &run) {
   return {run.track.get(), run.track_len};
+}
+
+// A stretch of a run's track. All of it by default; where it reaches beyond the track's end it ends there.
+struct sample_range {
+  std::uint32_t first = 0;
+  std::uint32_t end = UINT32_MAX;  // one past the last
+};
+
+[[nodiscard]] inline std::span<const gps_point> samples_of(const swoop &run, sample_range range) {
+  const std::uint32_t end = std::min(range.end, run.track_len);
+  return samples_of(run).subspan(std::min(range.first, end), end - std::min(range.first, end));
 }
 
 // A new, empty record. Null with "failed to allocate memory for swoop".

@@ -39,8 +39,8 @@ void expect_report(const swoop &run) {
   ASSERT_STREQ(error, nullptr);
   EXPECT_EQ(std::count(report.get(), report.get() + std::strlen(report.get()), '\n'), 17);
   const sample_range range = trimmed_range(run);
-  EXPECT_LE(range.first, range.last);
-  EXPECT_LT(range.last, run.track_len);
+  EXPECT_LT(range.first, range.end);
+  EXPECT_LE(range.end, run.track_len);
   EXPECT_LE(run.top_of_turn, run.stop);
   EXPECT_LT(run.stop, run.track_len);
 }

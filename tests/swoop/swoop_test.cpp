@@ -53,6 +53,35 @@ TEST(swoop_test, holds_the_track_of_its_stream) {
   EXPECT_EQ(run->stop, 0U);
 }
 
+struct range_case {
+  const char *name;
+  sample_range range;
+  std::size_t first;
+  std::size_t count;
+};
+
+const range_case range_cases[] = {
+    {"all", {}, 0, 5},
+    {"a part", {1, 3}, 1, 2},
+    {"up to the end", {3, 5}, 3, 2},
+    {"beyond the end", {3, 6}, 3, 2},
+    {"none", {2, 2}, 2, 0},
+    {"the end before the first", {3, 2}, 2, 0},
+    {"a first beyond the end", {6, 7}, 5, 0},
+};
+
+TEST(swoop_test, has_samples_of_a_range) {
+  swoop run;
+  ASSERT_TRUE(try_resize(run.track, 5));
+  run.track_len = 5;
+  for (const range_case &c : range_cases) {
+    SCOPED_TRACE(c.name);
+    const std::span<const gps_point> samples = samples_of(run, c.range);
+    EXPECT_EQ(samples.data(), run.track.get() + c.first);
+    EXPECT_EQ(samples.size(), c.count);
+  }
+}
+
 TEST(swoop_test, passes_the_loaders_message_on) {
   warning_buffer warnings;
   error_slot error = nullptr;
