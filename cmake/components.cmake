@@ -10,7 +10,8 @@ target_compile_options(tarvel_build_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wdouble-promotion
   $<$<BOOL:${TARVEL_WARNINGS_ARE_ERRORS}>:-Werror>)
 
-# tarvel_component(NAME SOURCES file... [USES target...]): a static library unless BUILD_SHARED_LIBS says otherwise.
+# tarvel_component(tarvel_FOLDER SOURCES file... [USES target...]): a static library unless BUILD_SHARED_LIBS says
+# otherwise. Its layer, the folder and those below it, is kept for check_layers.cmake.
 function(tarvel_component name)
   cmake_parse_arguments(PARSE_ARGV 1 component "" "" "SOURCES;USES")
   add_library(${name} ${component_SOURCES})
@@ -18,6 +19,10 @@ function(tarvel_component name)
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_compile_options(${name} PRIVATE ${TARVEL_COMPONENT_OPTIONS})
+  set(layer ${component_USES})
+  list(FILTER layer INCLUDE REGEX "^tarvel_")
+  list(JOIN layer "|" layer)
+  set_property(GLOBAL APPEND_STRING PROPERTY TARVEL_LAYERS "${name}:${layer},")
 endfunction()
 
 # What libraries keep until the process ends is no leak of the project's. A request for more memory than there is fails

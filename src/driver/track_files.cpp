@@ -6,6 +6,7 @@
 #include "container/tvl_file.h"
 #include "formats/coord_dump.h"
 #include "gate/gate_open.h"
+#include "swoop/trimmed_range.h"
 #include "track/delimited_reader.h"
 
 namespace tarvel {
@@ -117,6 +118,10 @@ void export_gate_file(const char *path, const course &surveyed, error_slot *erro
 
 void export_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error) {
   write_swoop_file(path, samples, error);
+}
+
+void write_trimmed_swoop(const char *path, const swoop &run, error_slot *error) {
+  export_swoop_file(path, samples_of(run, trimmed_range(run)), error);
 }
 
 }  // namespace tarvel

@@ -46,5 +46,6 @@ void write_coord_dump(std::span<const gps_point> samples, error_slot *error);
 // What the modes call for the copies of debug mode.
 void export_gate_file(const char *path, const course &surveyed, error_slot *error);
 void export_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error);
+void write_trimmed_swoop(const char *path, const swoop &run, error_slot *error);
 
 }  // namespace tarvel

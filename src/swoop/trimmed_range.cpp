@@ -1,5 +1,5 @@
-#include "driver/modes.h"
-#include "driver/track_files.h"
+#include "swoop/trimmed_range.h"
+
 #include "support/time.h"
 #include "swoop/sample_measures.h"
 
@@ -40,10 +40,6 @@ std::uint32_t end_after_stop(const swoop &run) {
 
 sample_range trimmed_range(const swoop &run) {
   return {run.plane_exit != 0 ? start_before_exit(run) : start_before_highest(run), end_after_stop(run)};
-}
-
-void write_trimmed_swoop(const char *filename, const swoop &run, error_slot *error) {
-  export_swoop_file(filename, samples_of(run, trimmed_range(run)), error);
 }
 
 }  // namespace tarvel

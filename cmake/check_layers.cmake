@@ -1,0 +1,26 @@
+# cmake -D LAYERS="tarvel_FOLDER:tarvel_FOLDER|...,..." -D SOURCE=src -P check_layers.cmake: a folder is a layer is a target.
+# Fails when a file of one includes what lies neither in its own folder nor in one that its target uses, at any remove.
+cmake_policy(VERSION 3.25)
+string(REPLACE "tarvel_" "" LAYERS "${LAYERS}")
+string(REPLACE "," ";" LAYERS "${LAYERS}")
+foreach(layer ${LAYERS})
+  string(REGEX MATCH "^([a-z]+):(.*)$" matched ${layer})
+  set(folder ${CMAKE_MATCH_1})
+  string(REPLACE "|" ";" used "${CMAKE_MATCH_2}")
+  # Each target is declared behind those that it uses, which therefore know theirs.
+  set(below_${folder} ${folder})
+  foreach(other ${used})
+    list(APPEND below_${folder} ${below_${other}})
+  endforeach()
+
+  file(GLOB files ${SOURCE}/${folder}/*.h ${SOURCE}/${folder}/*.cpp)
+  foreach(file ${files})
+    file(STRINGS ${file} includes REGEX "^#include \"")
+    foreach(include ${includes})
+      string(REGEX REPLACE "^#include \"([a-z]+)/.*" "\\1" included ${include})
+      if(NOT included IN_LIST below_${folder})
+        message(SEND_ERROR "${file}: ${include} lies outside the layers below ${folder}/")
+      endif()
+    endforeach()
+  endforeach()
+endforeach()
