@@ -16,7 +16,7 @@ enum class series_style : std::uint32_t {
   filled_circle = 3,    // at each point
   open_circle = 4,      // at each point
   solid_with_dots = 5,  // polyline with a dot at each point
-  star = 6,             // at each point; a named cursor marker
+  star = 6,             // at each point
 };
 
 // 0xRRGGBB.
@@ -24,14 +24,13 @@ constexpr std::uint32_t red = 0xff0000;
 constexpr std::uint32_t blue = 0x1010e0;
 constexpr std::uint32_t green = 0x10b010;
 constexpr std::uint32_t purple = 0x801080;
-constexpr std::uint32_t marker_colour = 0x00b0b0;
 
 struct series {
   owned_record<series> next;
   series_style style = series_style::solid;
   std::uint32_t colour = 0;
   double radius = 0.0;  // of markers, in x data units; unless positive, the style's own size
-  owned_text name;      // the run's file, or the marker's name; null when there is none
+  owned_text name;      // the run's file; null when there is none
   owned_text label;     // legend text; null keeps the series out of the legend
   owned_array<vec2> points;
   std::uint32_t count = 0;
@@ -68,12 +67,5 @@ struct chart {
 
 // Appends a series, or a chain of them, behind the chart's last.
 void chart_add_series(chart &target, owned_record<series> curve);
-
-// Puts the marker of that name on a point, making the marker if there is none; null hides it and keeps it. False when
-// memory is short: the chart is as it was.
-[[nodiscard]] bool chart_set_marker(chart &target, const char *name, const vec2 *point);
-
-// Frees every series of that name.
-void chart_remove_series(chart &target, const char *name);
 
 }  // namespace tarvel

@@ -10,9 +10,8 @@ namespace {
 
 constexpr vec2 somewhere = {3.0, 4.0};
 
-owned_record<series> named_series(const char *name, series_style style = series_style::solid) {
+owned_record<series> named_series(const char *name) {
   owned_record<series> curve = series_new(1);
-  curve->style = style;
   curve->name = try_duplicate(name);
   return curve;
 }
@@ -102,72 +101,6 @@ TEST(chart_test, appends_series_and_chains_behind_the_last) {
   chart_add_series(*target, std::move(chain));
   chart_add_series(*target, named_series("d"));
   EXPECT_EQ(series_text(*target), "solid 000000 of a:\nsolid 000000 of b:\nsolid 000000 of c:\nsolid 000000 of d:\n");
-}
-
-TEST(chart_test, makes_moves_hides_and_shows_a_marker) {
-  const owned_record<chart> target = chart_new();
-  chart_add_series(*target, named_series("run.csv"));
-  const std::string before = series_text(*target);
-  ASSERT_TRUE(chart_set_marker(*target, "cursor", &somewhere));
-  EXPECT_EQ(series_text(*target), before + "star 00b0b0 of cursor: (3, 4)\n");
-  EXPECT_EQ(target->first_series->next->capacity, 1U);
-
-  const vec2 elsewhere = {5.0, 6.0};
-  ASSERT_TRUE(chart_set_marker(*target, "cursor", &elsewhere));
-  EXPECT_EQ(series_text(*target), before + "star 00b0b0 of cursor: (5, 6)\n");
-  ASSERT_TRUE(chart_set_marker(*target, "cursor", nullptr));
-  EXPECT_EQ(series_text(*target), before + "star 00b0b0 of cursor:\n");
-  ASSERT_TRUE(chart_set_marker(*target, "cursor", &somewhere));
-  EXPECT_EQ(series_text(*target), before + "star 00b0b0 of cursor: (3, 4)\n");
-  ASSERT_TRUE(chart_set_marker(*target, "other", &elsewhere));
-  EXPECT_EQ(series_text(*target), before + "star 00b0b0 of cursor: (3, 4)\nstar 00b0b0 of other: (5, 6)\n");
-}
-
-TEST(chart_test, makes_a_hidden_marker_that_was_never_shown) {
-  const owned_record<chart> target = chart_new();
-  ASSERT_TRUE(chart_set_marker(*target, "cursor", nullptr));
-  EXPECT_EQ(series_text(*target), "star 00b0b0 of cursor:\n");
-}
-
-TEST(chart_test, takes_only_a_star_of_that_name_for_the_marker_and_the_first_of_several) {
-  const owned_record<chart> target = chart_new();
-  chart_add_series(*target, named_series("cursor", series_style::filled_circle));
-  chart_add_series(*target, series_new(1));
-  target->first_series->next->style = series_style::star;  // without a name
-  chart_add_series(*target, named_series("cursor", series_style::star));
-  chart_add_series(*target, named_series("cursor", series_style::star));
-  ASSERT_TRUE(chart_set_marker(*target, "cursor", &somewhere));
-  EXPECT_EQ(series_text(*target),
-            "filled circle 000000 of cursor:\nstar 000000:\nstar 000000 of cursor: (3, 4)\nstar 000000 of cursor:\n");
-}
-
-TEST(chart_test, leaves_the_chart_as_it_was_when_a_marker_cannot_be_made) {
-  const owned_record<chart> target = chart_new();
-  std::size_t granted = 0;
-  for (;; ++granted) {
-    const allocation_limit limit(granted);
-    if (chart_set_marker(*target, "cursor", &somewhere)) break;
-    EXPECT_FALSE(target->first_series) << granted;
-  }
-  EXPECT_EQ(granted, 3U);  // record, point, name
-  // A marker that is there needs no memory.
-  const allocation_limit none(0);
-  EXPECT_TRUE(chart_set_marker(*target, "cursor", nullptr));
-  EXPECT_TRUE(chart_set_marker(*target, "cursor", &somewhere));
-}
-
-TEST(chart_test, removes_every_series_of_a_name_whatever_its_style) {
-  const owned_record<chart> target = chart_new();
-  for (const char *name : {"a", "a", "b", "a", "c", "a"}) chart_add_series(*target, named_series(name));
-  chart_add_series(*target, series_new(1));
-  chart_add_series(*target, named_series("a", series_style::star));
-  chart_remove_series(*target, "a");
-  EXPECT_EQ(series_text(*target), "solid 000000 of b:\nsolid 000000 of c:\nsolid 000000:\n");
-  chart_remove_series(*target, "nobody");
-  chart_remove_series(*target, "c");
-  EXPECT_EQ(series_text(*target), "solid 000000 of b:\nsolid 000000:\n");
-  chart_remove_series(*target, "b");
-  EXPECT_EQ(series_text(*target), "solid 000000:\n");
 }
 
 TEST(chart_test, frees_a_chain_of_a_million_series_without_a_stack_for_it) {
