@@ -1,7 +1,7 @@
 #include "chart/chart_building.h"
-#include "chart/chart_units.h"
 #include "chart/run_charts.h"
 #include "support/time.h"
+#include "support/units.h"
 
 namespace tarvel {
 
@@ -28,7 +28,7 @@ bool add_accuracy(chart &target, const chart_context &context, std::uint32_t col
 }  // namespace
 
 owned_record<chart> build_gps_accuracy_chart(const chart_context &context) {
-  const chart_units units = chart_units_for(context.metric);
+  const display_units units = display_units_for(context.metric);
   const double length = units.length_factor;
   const double speed = units.speed_factor;
   owned_record<chart> made = make_chart(format_text("GPS accuracy"), format_text("time (s)"),

@@ -1,7 +1,7 @@
 #include "chart/chart_building.h"
-#include "chart/chart_units.h"
 #include "chart/heading_split.h"
 #include "chart/run_charts.h"
+#include "support/units.h"
 #include "track/track_frames.h"
 
 namespace tarvel {
@@ -15,7 +15,7 @@ sample_range turn_range(const chart_context &context) {
 // Height grows to the left, so that the run reads from left to right.
 owned_record<chart> make_height_chart(const chart_context &context, const char *title, owned_text y_title,
                                       double y_step) {
-  const chart_units units = chart_units_for(context.metric);
+  const display_units units = display_units_for(context.metric);
   owned_record<chart> made =
       make_chart(format_text("%s", title), format_text("height (%s)", units.lengths), std::move(y_title));
   if (!made) return nullptr;
@@ -29,7 +29,7 @@ owned_record<chart> make_height_chart(const chart_context &context, const char *
 // A curve of a value over height.
 template <typename measure>
 owned_record<series> make_height_series(const chart_context &context, measure value_of) {
-  const double length = chart_units_for(context.metric).length_factor;
+  const double length = display_units_for(context.metric).length_factor;
   return make_track_series(context.run, turn_range(context), [&](const gps_point &sample) {
     return vec2{sample.pos_local.z * length, value_of(sample)};
   });
@@ -37,14 +37,14 @@ owned_record<series> make_height_series(const chart_context &context, measure va
 
 template <typename measure>
 bool add_speed(chart &target, const chart_context &context, std::uint32_t colour, owned_text label, measure speed_of) {
-  const double factor = chart_units_for(context.metric).speed_factor;
+  const double factor = display_units_for(context.metric).speed_factor;
   owned_record<series> curve =
       make_height_series(context, [&](const gps_point &sample) { return speed_of(sample) * factor; });
   return label && add_series(target, std::move(curve), series_style::solid, colour, std::move(label));
 }
 
 owned_text greatest_speed_label(const chart_context &context, const char *what, double speed, const gps_point &sample) {
-  const chart_units units = chart_units_for(context.metric);
+  const display_units units = display_units_for(context.metric);
   return format_text("%s (max %.1f %s @ %.0f %s)", what, speed * units.speed_factor, units.speed,
                      sample.pos_local.z * units.length_factor, units.length);
 }
@@ -82,9 +82,9 @@ owned_record<chart> build_dive_speed_chart(const chart_context &context) {
   const swoop &run = context.run;
   const gps_point &steepest = run.track[run.max_vert_speed];
   const gps_point &fastest = run.track[run.max_total_speed];
-  owned_record<chart> made =
-      make_height_chart(context, "speed during dive", format_text("speed (%s)", chart_units_for(context.metric).speed),
-                        context.metric ? 20.0 : 10.0);
+  owned_record<chart> made = make_height_chart(context, "speed during dive",
+                                               format_text("speed (%s)", display_units_for(context.metric).speed),
+                                               context.metric ? 20.0 : 10.0);
   const bool is_complete =
       made &&
       add_speed(*made, context, blue, format_text("x-axis"), [](const gps_point &s) { return s.vel_local.x; }) &&

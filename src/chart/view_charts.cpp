@@ -2,9 +2,9 @@
 #include <span>
 
 #include "chart/chart_building.h"
-#include "chart/chart_units.h"
 #include "chart/run_charts.h"
 #include "geo/course_frame.h"
+#include "support/units.h"
 
 namespace tarvel {
 
@@ -22,7 +22,7 @@ constexpr std::array<vec2, 26> course_outline = {{{50, 5},  {50, -5}, {56, -5}, 
 
 constexpr std::uint32_t carve_gate_count = 5;
 
-owned_text distance_title(const char *axis_name, const chart_units &units) {
+owned_text distance_title(const char *axis_name, const display_units &units) {
   return format_text("%s-axis distance from gate (%s)", axis_name, units.lengths);
 }
 
@@ -87,7 +87,7 @@ bool add_flight_path(chart &target, const chart_context &context, conversion poi
 }  // namespace
 
 owned_record<chart> build_overhead_chart(const chart_context &context) {
-  const chart_units units = chart_units_for(context.metric);
+  const display_units units = display_units_for(context.metric);
   const double length = units.length_factor;
   owned_record<chart> made =
       make_chart(format_text("overhead view of flight path"), distance_title("x", units), distance_title("y", units));
@@ -104,7 +104,7 @@ owned_record<chart> build_overhead_chart(const chart_context &context) {
 }
 
 owned_record<chart> build_side_view_chart(const chart_context &context) {
-  const chart_units units = chart_units_for(context.metric);
+  const display_units units = display_units_for(context.metric);
   const double length = units.length_factor;
   owned_record<chart> made = make_chart(format_text("side view of flight path"), distance_title("x", units),
                                         format_text("height (%s)", units.lengths));

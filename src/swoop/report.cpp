@@ -12,16 +12,6 @@ namespace tarvel {
 
 namespace {
 
-struct display_units {
-  const char *length;
-  double length_factor;  // per metre
-  const char *speed;
-  double speed_factor;  // per m/s
-};
-
-constexpr display_units imperial_units = {"ft", feet_per_metre, "mph", mph_per_mps};
-constexpr display_units metric_units = {"m", 1.0, "km/h", 3.6};
-
 // At most five characters: a longer value is cut, so that the report keeps its columns.
 struct short_text {
   char text[6];
@@ -113,7 +103,7 @@ void print_scores(text_buffer &text, const swoop &run, const display_units &unit
 
 owned_text format_swoop_report(const swoop &run, bool metric, error_slot *error) {
   *error = nullptr;
-  const display_units &units = metric ? metric_units : imperial_units;
+  const display_units units = display_units_for(metric);
   text_buffer text = text_buffer_create(error);
   if (*error) return nullptr;
 
