@@ -21,8 +21,17 @@ template <typename T>
 using owned_array = std::unique_ptr<T[], block_deleter>;
 using owned_text = owned_array<char>;
 
+struct record_deleter {
+  template <typename T>
+  void operator()(T *record) const noexcept {
+    std::destroy_at(record);
+    std::free(record);
+  }
+};
+
+// A record in a block of its own, made by try_make.
 template <typename T>
-using owned_record = std::unique_ptr<T>;
+using owned_record = std::unique_ptr<T, record_deleter>;
 
 // How many more requests are granted. Tests lower it to see what every stage does when memory is short.
 extern std::size_t allocations_left;
@@ -91,10 +100,9 @@ template <typename T>
 // A default-initialised record, null when memory is short.
 template <typename T>
 [[nodiscard]] owned_record<T> try_make() {
-  if (!grant_allocation()) return nullptr;
-  T *const record = new (std::nothrow) T();
-  if (record == nullptr) ++allocations_refused;
-  return owned_record<T>(record);
+  static_assert(alignof(T) <= alignof(std::max_align_t));
+  void *const block = resize_block(nullptr, 1, sizeof(T));
+  return owned_record<T>(block == nullptr ? nullptr : new (block) T());
 }
 
 // A copy of the text, null when memory is short.
