@@ -3,13 +3,13 @@
 #include <fontconfig/fontconfig.h>
 #include <malloc.h>
 #include <pthread.h>
+#include <sys/mman.h>
 
 #include <array>
 #include <cstdlib>
 #include <memory>
 
 #include "drawing/renderer.h"
-#include "support/memory.h"
 
 namespace tarvel {
 
@@ -48,6 +48,12 @@ bool can_start_threads() {
   pthread_mutex_unlock(&gate);
   for (std::size_t i = 0; i < count; ++i) pthread_join(threads[i], nullptr);
   return count == most_threads;
+}
+
+// Whether the system would grant so many bytes now. Nothing is taken.
+bool has_room(std::size_t bytes) {
+  void *const room = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return room != MAP_FAILED && munmap(room, bytes) == 0;
 }
 
 }  // namespace

@@ -33,21 +33,9 @@ struct record_deleter {
 template <typename T>
 using owned_record = std::unique_ptr<T, record_deleter>;
 
-// How many more requests are granted. Tests lower it to see what every stage does when memory is short.
-extern std::size_t allocations_left;
-
-// How many requests have been refused so far. Who goes on with something else after a failure asks it whether memory
-// was the reason.
-extern std::size_t allocations_refused;
-
 // realloc and calloc of count elements of size bytes; null when refused or when the bytes overflow.
 [[nodiscard]] void *resize_block(void *block, std::size_t count, std::size_t size);
 [[nodiscard]] void *zeroed_block(std::size_t count, std::size_t size);
-// False, and counted, when the tests' limit is reached.
-[[nodiscard]] bool grant_allocation();
-
-// Whether the system would grant so many bytes now. Nothing is taken.
-[[nodiscard]] bool has_room(std::size_t bytes);
 
 // Keeps the first elements and leaves new ones unset. False when memory is short: the array is as it was.
 // A realloc moves the pages of a large track instead of copying its bytes.

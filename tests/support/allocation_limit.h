@@ -1,16 +1,15 @@
-// Refuses memory from the n-th request on.
+// Refuses memory from the n-th request on: what src/support/memory.cpp asks of realloc and calloc, and the room that is
+// mapped before drawing. The linker puts the functions of allocation_limit.cpp in their place.
 #pragma once
 
 #include <cstddef>
-
-#include "support/memory.h"
 
 namespace tarvel {
 
 class allocation_limit {
  public:
-  explicit allocation_limit(std::size_t granted) { allocations_left = granted; }
-  ~allocation_limit() { allocations_left = SIZE_MAX; }
+  explicit allocation_limit(std::size_t granted);
+  ~allocation_limit();
   allocation_limit(const allocation_limit &) = delete;
   allocation_limit &operator=(const allocation_limit &) = delete;
 };

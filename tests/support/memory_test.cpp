@@ -170,50 +170,38 @@ TEST(memory_test, copies_a_text_with_its_end) {
   EXPECT_EQ(try_duplicate("text"), nullptr);
 }
 
+// Each of the three kinds of request is one, and every one after the last that is granted is refused.
 TEST(memory_test, grants_as_many_requests_as_the_limit_says) {
+  owned_text text;
   for (std::size_t granted = 0; granted < 5; ++granted) {
     SCOPED_TRACE(granted);
     const allocation_limit limit(granted);
-    std::size_t count = 0;
-    while (count < 10 && grant_allocation()) ++count;
-    EXPECT_EQ(count, granted);
-    EXPECT_FALSE(grant_allocation());
+    for (std::size_t i = 0; i < granted; ++i) {
+      const bool is_granted = i % 3 == 0   ? try_resize(text, 10)
+                              : i % 3 == 1 ? try_zeroed(text, 10)
+                                           : try_make<record>() != nullptr;
+      EXPECT_TRUE(is_granted) << i;
+    }
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_FALSE(try_resize(text, 10));
+      EXPECT_FALSE(try_zeroed(text, 10));
+      EXPECT_EQ(try_make<record>(), nullptr);
+      EXPECT_EQ(try_duplicate("text"), nullptr);
+    }
   }
-  EXPECT_TRUE(grant_allocation());
-  EXPECT_EQ(allocations_left, SIZE_MAX);
+  EXPECT_TRUE(try_resize(text, 10));
+  EXPECT_TRUE(try_zeroed(text, 10));
+  EXPECT_NE(try_make<record>(), nullptr);
 }
 
-TEST(memory_test, counts_what_it_refuses) {
-  const std::size_t before = allocations_refused;
+TEST(memory_test, is_refused_more_than_the_machine_has) {
   owned_text text;
-  EXPECT_TRUE(try_resize(text, 10));
-  EXPECT_EQ(allocations_refused, before);
   EXPECT_FALSE(try_resize(text, SIZE_MAX / 2));
   EXPECT_FALSE(try_zeroed(text, SIZE_MAX / 2));
   owned_array<double> numbers;
   EXPECT_FALSE(try_resize(numbers, SIZE_MAX / 2));
-  EXPECT_EQ(allocations_refused, before + 3);
-  const allocation_limit limit(0);
-  EXPECT_FALSE(try_resize(text, 20));
-  EXPECT_FALSE(try_zeroed(text, 20));
-  EXPECT_EQ(try_make<record>(), nullptr);
-  EXPECT_EQ(allocations_refused, before + 6);
-}
-
-TEST(memory_test, tells_whether_there_is_room) {
-  const std::size_t before = allocations_refused;
-  EXPECT_TRUE(has_room(0));
-  EXPECT_TRUE(has_room(1));
-  EXPECT_TRUE(has_room(1 << 20));
-  EXPECT_EQ(allocations_refused, before);
-  // More than there are addresses.
-  EXPECT_FALSE(has_room(SIZE_MAX));
-  EXPECT_FALSE(has_room(std::size_t{1} << 60));
-  EXPECT_EQ(allocations_refused, before + 2);
-  const allocation_limit limit(0);
-  EXPECT_FALSE(has_room(0));
-  EXPECT_FALSE(has_room(1));
-  EXPECT_EQ(allocations_refused, before + 4);
+  EXPECT_EQ(text, nullptr);
+  EXPECT_EQ(numbers, nullptr);
 }
 
 }  // namespace
