@@ -46,14 +46,11 @@ class MeetMessages(ast.NodeVisitor):
     def visit_Call(self, node):
         if is_word(node.func, "UsageError"):
             self.add(node.args[0])
+        elif is_word(node.func, "outcome"):
+            self.add(node.args[1])
         for keyword in node.keywords:
             if keyword.arg == "message":
                 self.add(keyword.value)
-        self.generic_visit(node)
-
-    def visit_Return(self, node):
-        if isinstance(node.value, ast.Tuple) and is_word(node.value.elts[0], "FAILED", "BROKEN"):
-            self.add(node.value.elts[1])
         self.generic_visit(node)
 
     def visit_Assign(self, node):

@@ -8,6 +8,7 @@ import csv
 import fcntl
 import importlib.machinery
 import importlib.util
+import json
 import os
 import pathlib
 import random
@@ -76,6 +77,7 @@ class MeetTest(unittest.TestCase):
         for name in ("home", "tracks"):
             (self.folder / name).mkdir()
         self.tracks = self.folder / "tracks"
+        self.program = MEET
         shutil.copy(EXAMPLES / "matrix.txt", self.folder)
 
     def environment(self, **more):
@@ -83,7 +85,7 @@ class MeetTest(unittest.TestCase):
 
     def start(self, *words, **more):
         """In a session of its own, so that a signal reaches it and nobody else."""
-        return subprocess.Popen([MEET, *words], cwd=self.folder, env=self.environment(**more), text=True,
+        return subprocess.Popen([self.program, *words], cwd=self.folder, env=self.environment(**more), text=True,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True)
 
     def meet(self, *words, status=0, **more):
@@ -166,6 +168,22 @@ class ReportTest(MeetTest):
         for name in ("implicit", "straight"):
             self.assert_figures_equal_report(rows[name], self.report_by_hand("-i", f"{name}.csv"))
         self.assertFalse((self.folder / "results/implicit/matrix.txt").exists())
+
+    def test_keeps_the_warnings_of_a_sound_run_apart_from_its_report(self):
+        self.add_tracks("straight")
+        lines = (EXAMPLES / "straight.csv").read_text().splitlines()
+        more = [",WARNING: temp,\u2028", ",(degC),()", *[",21.5,1"] * (len(lines) - 2)]
+        (self.tracks / "warned.csv").write_text("".join(f"{line}{end}\n" for line, end in zip(lines, more)))
+        (self.tracks / "failed.csv").write_text("".join(f"{line}{end}\n" for line, end in zip(lines[:9], more)))
+        self.meet("tracks", status=1)
+        rows = self.table()
+        columns = list(rows["straight"])[2:]
+        self.assertEqual([rows["warned"][name] for name in columns], [rows["straight"][name] for name in columns])
+        self.assertRegex(rows["failed"]["message"], "^invalid gate location")
+        expected = ["WARNING: unknown field (WARNING: temp)", "WARNING: unknown field (\u2028)"]
+        for name, warnings in (("straight", []), ("warned", expected), ("failed", expected)):
+            record = json.loads((self.folder / "results" / name / ".tarvel-meet").read_text())
+            self.assertEqual(record["warnings"], warnings)
 
     def test_reads_every_form_of_every_line(self):
         module = load_meet()
@@ -339,6 +357,11 @@ class AgainTest(MeetTest):
         self.assertEqual(self.analysed("-m", "tracks"), ["carve", "straight"])
         self.assertEqual(self.analysed("-m", "--fresh", "tracks"), ["carve", "straight"])
         other = self.script("other", f'exec "{TARVEL}" "$@"\n')
+        self.assertEqual(self.analysed("-m", "tracks", TARVEL=other), ["carve", "straight"])
+        self.program = shutil.copy(MEET, self.folder / "other-meet")
+        self.assertEqual(self.analysed("-m", "tracks", TARVEL=other), [])
+        with open(self.program, "a", encoding="utf-8") as file:
+            file.write("# another version\n")
         self.assertEqual(self.analysed("-m", "tracks", TARVEL=other), ["carve", "straight"])
         (self.tracks / "straight.csv").unlink()
         self.assertEqual(self.analysed("-m", "tracks", TARVEL=other), [])
