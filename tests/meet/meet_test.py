@@ -8,6 +8,7 @@ import csv
 import fcntl
 import importlib.machinery
 import importlib.util
+import io
 import json
 import os
 import pathlib
@@ -48,6 +49,13 @@ def contents(folder):
     """Every file below a folder with its bytes and its time."""
     return {path.relative_to(folder): (path.read_bytes(), path.stat().st_mtime_ns)
             for path in pathlib.Path(folder).rglob("*") if path.is_file()}
+
+
+def edit_record(folder, **changes):
+    """Changes a run's record; None takes a field away."""
+    path = folder / ".tarvel-meet"
+    record = {**json.loads(path.read_text()), **changes}
+    path.write_text(json.dumps({key: value for key, value in record.items() if value is not None}))
 
 
 def printed_figures(report):
@@ -404,7 +412,8 @@ class AgainTest(MeetTest):
         results = self.folder / "results"
         (results / "straight/notes.txt").write_text("a note")
         before = contents(results / "straight")
-        os.rename(results / "straight", results / ".meet/work/killed.old")
+        batch, = (results / ".meet/batch").iterdir()
+        os.rename(results / "straight", results / f".meet/work/{batch.name}-0.old")
         self.meet("tracks")
         self.assertEqual(contents(results / "straight"), before)
 
@@ -428,9 +437,12 @@ class AgainTest(MeetTest):
         (self.tracks / "carve.csv").write_bytes((EXAMPLES / "reversed.csv").read_bytes())
         shutil.copytree(results / "straight", self.folder / "late")
         late = self.script("late.sh", f"""
-            [[ $1 == -v || -e ../../out/late ]] || cp -r "{self.folder}/late" ../../out
+            [[ $1 == -v || -e ../../out/* ]] || {{
+              batch=$(basename ../../batch/*); mkdir -p "../../out/$batch/late"
+              cp -r "{self.folder}/late" "../../out/$batch/late/straight"; }}
             exec "{TARVEL}" "$@"\n""")
-        self.meet("-j", "1", "tracks", TARVEL=late)
+        output = self.meet("-j", "1", "tracks", TARVEL=late)
+        self.assertIn("straight: what came back from late is no whole result of this run", output)
         self.assertEqual({row["status"] for row in self.table().values()}, {"ok"})
 
     def test_goes_on_without_its_terminal(self):
@@ -485,6 +497,95 @@ class AgainTest(MeetTest):
         slow = self.script("slow", '[[ $1 == -v ]] || exec sleep 100\n')
         self.meet("-i", "--timeout", "1", "tracks", status=1, TARVEL=slow)
         self.assertEqual(self.table()["straight"]["message"], "took longer than 1 s")
+
+
+class ReturnTest(MeetTest):
+    """What came back from another machine before the command was killed: the next one takes it, or says that it does
+    not."""
+
+    def setUp(self):
+        super().setUp()
+        self.add_tracks("straight")
+        self.meet("tracks")
+        self.results = self.folder / "results"
+        self.session, = (path.name.rpartition("-")[0] for path in (self.results / ".meet/batch").iterdir())
+        self.attempt = self.results / f".meet/out/{self.session}-0/elsewhere"
+        self.returned = self.attempt / "straight"
+        self.record = self.returned / ".tarvel-meet"
+        self.attempt.mkdir(parents=True)
+        (self.results / "straight").rename(self.returned)
+        self.module = load_meet()
+
+    def take(self):
+        """What is printed, and whether the result was taken."""
+        results = self.module.Results(self.results)
+        printed = io.StringIO()
+        with contextlib.redirect_stderr(printed):
+            results.install_returned()
+        return printed.getvalue(), (self.results / "straight").exists()
+
+    def lead_away(self, path):
+        path.rename(self.folder / "away")
+        path.symlink_to(self.folder / "away")
+
+    def test_takes_a_whole_result(self):
+        self.assertEqual(self.take(), ("", True))
+        self.assertEqual(list(self.attempt.iterdir()), [])
+        inode = (self.results / "straight").stat().st_ino
+        self.meet("tracks")
+        self.assertEqual((self.results / "straight").stat().st_ino, inode)
+
+    def test_takes_a_broken_run_only_for_want_of_a_better_one(self):
+        shutil.copytree(self.returned, self.folder / "good")
+        edit_record(self.returned, status="broken", message="crashed")
+        self.assertEqual(self.take(), ("", True))
+        shutil.copytree(self.results / "straight", self.folder / "bad")
+        for sent, status in (("good", "ok"), ("bad", "ok")):
+            shutil.copytree(self.folder / sent, self.returned)
+            self.assertEqual(self.take(), ("", True))
+            self.assertEqual(json.loads((self.results / "straight/.tarvel-meet").read_text())["status"], status)
+            shutil.rmtree(self.returned, ignore_errors=True)
+
+    def test_takes_nothing_else(self):
+        def edit(**changes):
+            return lambda: edit_record(self.returned, **changes)
+
+        whole = self.folder / "whole"
+        shutil.copytree(self.returned, whole)
+        for case, change in (
+                ("no session", edit(session=None)),
+                ("no report", edit(report=None)),
+                ("another session", edit(session="0123")),
+                ("another name", edit(name="../straight")),
+                ("another track", edit(source="/carve.csv")),
+                ("a status of its own", edit(status="fine")),
+                ("a status that is a list", edit(status=[])),
+                ("a list of files", edit(files=[])),
+                ("a file outside", edit(files={"../../x": "0123"})),
+                ("a NUL byte in a file's name", edit(files={"\0": "0123"})),
+                ("no record", self.record.unlink),
+                ("an empty record", lambda: self.record.write_text("")),
+                ("a list as its record", lambda: self.record.write_text("[]")),
+                ("a record of great depth", lambda: self.record.write_text("[" * 100_000)),
+                ("a FIFO as its record", lambda: (self.record.unlink(), os.mkfifo(self.record))),
+                ("a changed file", lambda: (self.returned / "straight.txt").write_text("")),
+                ("a file less", lambda: (self.returned / "straight.pdf").unlink()),
+                ("a file more", lambda: (self.returned / "more").touch()),
+                ("a FIFO more", lambda: os.mkfifo(self.returned / "more")),
+                ("a link to nothing", lambda: (self.returned / "more").symlink_to("nothing")),
+                ("a link to a folder", lambda: (self.returned / "more").symlink_to(self.tracks)),
+                ("a file that is a link", lambda: self.lead_away(self.returned / "straight.pdf")),
+                ("a record that is a link", lambda: self.lead_away(self.record)),
+                ("a folder that is a link", lambda: self.lead_away(self.returned)),
+                ("an attempt that is a link", lambda: self.lead_away(self.attempt)),
+                ("a file in the folder's place", lambda: (shutil.rmtree(self.returned), self.returned.touch()))):
+            with self.subTest(case):
+                change()
+                self.assertEqual(self.take(), (
+                    "tarvel-meet: straight: what came back from elsewhere is no whole result of this run\n", False))
+            self.assertEqual(os.listdir(self.tracks), ["straight.csv"])
+            subprocess.run(["rm", "-rf", self.attempt, self.folder / "away"], check=True)
+            shutil.copytree(whole, self.returned)
 
 
 class FolderTest(MeetTest):
@@ -765,6 +866,30 @@ class HostTest(MeetTest):
         ssh = self.fake_ssh(before=f'rm -f "{self.folder}/here_only/tarvel"')
         self.meet("-c", "matrix.txt", "--hosts", "hosts", "--ssh", ssh, "tracks", TARVEL="here_only/tarvel")
         self.assertEqual(self.assert_rows_equal_reports("results"), 2)
+
+    def test_takes_nothing_but_its_own_runs_from_another_machine(self):
+        self.add_tracks("straight", "carve")
+        self.meet("-o", "here", "tracks")
+        for sent, edits in (("dots", {"name": "../escaped"}), ("root", {"name": str(self.folder / "escaped")}),
+                            ("other", {"name": "other"}), ("state", {"name": ".meet/work"}),
+                            ("nobody", {"name": "nobody", "session": None})):
+            shutil.copytree(self.folder / "here/straight", self.folder / "sent" / sent)
+            edit_record(self.folder / "sent" / sent, **{"session": "SESSION", **edits})
+        lying = self.script("lying", f"""
+            if [[ $1 != -v && $HOME == *home_liar ]]; then
+              for out in ../../out/*/*; do
+                cp -r "{self.folder}/sent/." "$out"
+                session=$(basename "$(dirname "$out")")
+                sed -i "s/SESSION/${{session%-*}}/" "$out"/*/.tarvel-meet
+              done
+            fi
+            exec "{TARVEL}" "$@"\n""")
+        (self.folder / "hosts").write_text("1/liar\n")
+        self.meet("--hosts", "hosts", "--ssh", self.fake_ssh(), "tracks", TARVEL=lying)
+        self.assertEqual(self.assert_rows_equal_reports("results"), 2)
+        self.assertEqual(sorted(os.listdir(self.folder / "results")),
+                         [".meet", "carve", "meet.csv", "meet.txt", "straight"])
+        self.assertFalse((self.folder / "escaped").exists())
 
     def test_asks_for_no_password_and_waits_for_no_silent_machine(self):
         self.add_tracks("straight")

@@ -4,7 +4,7 @@ if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   set(tarvel_meet_runs 48)
 endif()
 
-foreach(name ReportTest ResumeTest AgainTest FolderTest UsageTest HostTest)
+foreach(name ReportTest ResumeTest AgainTest ReturnTest FolderTest UsageTest HostTest)
   add_test(NAME meet/${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/meet/meet_test.py ${name})
   set_tests_properties(meet/${name} PROPERTIES
     ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_MEET_RUNS=${tarvel_meet_runs};PYTHONDONTWRITEBYTECODE=1;${tarvel_sanitizer_options}"
