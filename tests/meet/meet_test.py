@@ -774,6 +774,25 @@ class UsageTest(MeetTest):
         self.assertEqual((self.folder / "used/letter").read_bytes(), b"")
         self.assertIn("GNU parallel is needed", self.meet("tracks", status=2, PATH="/nonexistent"))
 
+    def test_takes_only_machines_in_a_host_list(self):
+        module = load_meet()
+        (self.folder / "hosts").write_bytes(
+            b"\xef\xbb\xbf:\r\n\n# comment\n host \n3/:\nuser@host\n12/first.last@a-b.example.org:2222\n10.0.0.1:22")
+        self.assertEqual(module.read_hosts(self.folder / "hosts"), [
+            ":", "host", "3/:", "user@host", "12/first.last@a-b.example.org:2222", "10.0.0.1:22"])
+        self.add_tracks("straight")
+        for line in ("1/touch pwned; host", "touch pwned;host", "host;touch pwned", "2/ssh -o ProxyCommand=x host",
+                     "$(touch pwned)", "`touch pwned`", "-oProxyCommand=x", "user@-oProxyCommand=x", "-", "..", "hosts/",
+                     "0/host", "x/host", "1/2/host", "/host", "host/", "user@", "@host", "@group/host", "a@b@c", "::22",
+                     "host:", "host:x", "host:123456", "host{1..9}", "h[1-9]", "a,b", "user:word@host", "h\u00f6st",
+                     "h # x", "a b", "a\x1b[2J", "a\0"):
+            with self.subTest(line):
+                (self.folder / "hosts").write_text(f"# two lines\n:\n{line}\n")
+                shown = line.replace("\x1b", "\\x1b").replace("\0", "\\x00")
+                self.assertEqual(self.meet("--hosts", "hosts", "tracks", status=2),
+                                 f"tarvel-meet: line 3 of the host list hosts is no machine: {shown}\n")
+        self.assertEqual({path.name for path in self.folder.iterdir()}, {"home", "tracks", "matrix.txt", "hosts"})
+
     def test_lets_nobody_else_into_its_results(self):
         self.add_tracks("straight")
         self.meet("tracks")
