@@ -145,6 +145,22 @@ class MeetTest(unittest.TestCase):
         return count
 
 
+    def assert_rows_equal_runs_beside(self, index):
+        """The table against tarvel, called for each run in a copy of the folder that has the index."""
+        hand = self.folder / "hand"
+        shutil.copytree(index, hand, symlinks=True)
+        shutil.copy(index / "index.txt", hand / "matrix.txt")
+        rows = self.table()
+        for name, row in rows.items():
+            shutil.copy(self.tracks / f"{name}.csv", hand)
+            by_hand = subprocess.run([TARVEL, f"{name}.csv"], cwd=hand, stdout=subprocess.PIPE, text=True)
+            if by_hand.returncode == 0:
+                self.assert_figures_equal_report(row, by_hand.stdout)
+            else:
+                self.assertEqual(by_hand.stdout, f"ERROR: {row['message']}\n")
+        return rows
+
+
 class ReportTest(MeetTest):
     """The table against what tarvel prints."""
 
@@ -652,17 +668,7 @@ class FolderTest(MeetTest):
         for number in range(1, 7):
             shutil.copy(EXAMPLES / "carve.csv", self.tracks / f"{number}.csv")
         self.meet("-c", "courses/index.txt", "tracks", status=1)
-        rows = self.table()
-        shutil.copytree(index, self.folder / "hand")
-        shutil.copy(index / "index.txt", self.folder / "hand/matrix.txt")
-        for name, row in rows.items():
-            shutil.copy(self.tracks / f"{name}.csv", self.folder / "hand")
-            by_hand = subprocess.run([TARVEL, f"{name}.csv"], cwd=self.folder / "hand", stdout=subprocess.PIPE,
-                                     text=True)
-            if by_hand.returncode == 0:
-                self.assert_figures_equal_report(row, by_hand.stdout)
-            else:
-                self.assertEqual(by_hand.stdout, f"ERROR: {row['message']}\n")
+        rows = self.assert_rows_equal_runs_beside(index)
         self.assertEqual([name for name, row in rows.items() if row["status"] == "failed"], ["4"])
         self.assertNotEqual(rows["1"]["touchdown_distance_ft"], rows["2"]["touchdown_distance_ft"])
 
@@ -671,7 +677,29 @@ class FolderTest(MeetTest):
             self.assertIn("not in its own folder", self.meet("-c", "courses/index.txt", "tracks", status=2))
         (index / "matrix.txt").write_text(matrix)
         (index / "index.txt").write_text("* - matrix.txt\n")
-        self.assertIn("the name that a run sees", self.meet("-c", "courses/index.txt", "tracks", status=2))
+        self.assertIn("two course files are matrix.txt", self.meet("-c", "courses/index.txt", "tracks", status=2))
+
+    def test_follows_an_index_through_folders(self):
+        index = self.folder / "courses"
+        (index / "sub/deep").mkdir(parents=True)
+        (self.folder / "other/deep").mkdir(parents=True)
+        (index / "link").symlink_to("../other/deep")
+        matrix = (EXAMPLES / "matrix.txt").read_text()
+        (index / "plain.txt").write_text(matrix.partition("\n// These")[0])
+        (self.folder / "other/north.txt").write_text(matrix)
+        (index / "index.txt").write_text(
+            "1 - sub/../plain.txt\n2 - plain.txt\n3 - ./sub//deep/../.././sub/../plain.txt\n4 - gone/../plain.txt\n"
+            "5 - link/../north.txt\n6 - plain.txt/../plain.txt\n")
+        for number in range(1, 7):
+            shutil.copy(EXAMPLES / "carve.csv", self.tracks / f"{number}.csv")
+        self.meet("-c", "courses/index.txt", "tracks", status=1)
+        rows = self.assert_rows_equal_runs_beside(index)
+        self.assertEqual([name for name, row in rows.items() if row["status"] == "failed"], ["4", "6"])
+        self.assertEqual((self.folder / "results/5/north.txt").read_text(), matrix)
+
+        (index / "index.txt").write_text("1 - plain.txt\n2 - link/../plain.txt\n")
+        (self.folder / "other/plain.txt").write_text(matrix)
+        self.assertIn("two course files are plain.txt", self.meet("-c", "courses/index.txt", "tracks", status=2))
 
     def test_works_with_odd_names(self):
         names = ["it's \"q\".csv", "new\nline.csv", "-rf.csv", "--help.csv", "ñ–é.csv",
