@@ -145,6 +145,13 @@ class MeetTest(unittest.TestCase):
         return count
 
 
+    @contextlib.contextmanager
+    def assert_within_seconds(self, seconds):
+        """Of processor time: a loaded machine takes little more of it."""
+        begin = time.process_time()
+        yield
+        self.assertLess(time.process_time() - begin, seconds)
+
     def assert_rows_equal_runs_beside(self, index):
         """The table against tarvel, called for each run in a copy of the folder that has the index."""
         hand = self.folder / "hand"
@@ -270,6 +277,15 @@ class ReportTest(MeetTest):
                                                      ("5", "e"), ("7", "b")])
         self.assertIn("missed the entry gate\n\nh\n", text)
         self.assertTrue(text.endswith("FAILED\n\ni\\n\\x1b[2J: no\\nsuch\n"))
+
+
+    def test_ranks_thousands_of_runs(self):
+        module = load_meet()
+        report_format = module.ReportFormat(False)
+        figures = {**dict.fromkeys(report_format.columns, "1"), "carve_time_s": ""}
+        rows = [{"name": f"{number:05}", "status": "ok", "message": "", **figures} for number in range(24_000)]
+        with self.assert_within_seconds(4):
+            module.summary_text(rows, report_format)
 
 
 class ResumeTest(MeetTest):
@@ -655,6 +671,13 @@ class FolderTest(MeetTest):
             track = self.folder / "results" / name / pathlib.Path(source).name
             self.assertEqual(track.read_bytes(), (self.folder / source).read_bytes())
         self.assertEqual(self.assert_rows_equal_reports("results"), 4)
+
+    def test_names_thousands_of_runs_alike(self):
+        module = load_meet()
+        runs = [{"source": f"/tracks/run.{number:04}", "file": f"run.{number:04}"} for number in range(6_000)]
+        with self.assert_within_seconds(4):
+            module.give_names(runs, {}, [])
+        self.assertEqual({run["name"] for run in runs}, {"run", *(f"run-{number}" for number in range(2, 6_001))})
 
     def test_gives_each_run_its_course_of_an_index(self):
         index = self.folder / "courses"
