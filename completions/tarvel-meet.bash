@@ -7,7 +7,7 @@ _tarvel_meet_description() {
     -i | --implicit) echo "find the entry gate from each run itself" ;;
     -m | --metric) echo "metric units" ;;
     -o | --output) echo "folder for the results" ;;
-    -l | --list) echo "file with more runs, one a line" ;;
+    -l | --list) echo "file with more runs, one a line, or a meet.csv" ;;
     -x | --exclude) echo "leave out runs whose file name matches this pattern" ;;
     -j | --jobs) echo "runs at a time" ;;
     --hosts) echo "list of machines to work on" ;;

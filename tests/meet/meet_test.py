@@ -51,6 +51,25 @@ def contents(folder):
             for path in pathlib.Path(folder).rglob("*") if path.is_file()}
 
 
+def text_of_cell(cell):
+    """Character by character, as the manual page says it."""
+    lengths = {"x": 2, "u": 4, "U": 8}
+    letters = {"n": "\n", "r": "\r", "t": "\t", "\\": "\\"}
+    cell = cell[1:] if cell[:1] == "'" else cell
+    text = ""
+    while cell:
+        length = 0
+        if cell[0] != "\\":
+            text += cell[0]
+        elif cell[1] in letters:
+            text, length = text + letters[cell[1]], 1
+        else:
+            length = 1 + lengths[cell[1]]
+            text += chr(int(cell[2:1 + length], 16))
+        cell = cell[1 + length:]
+    return text
+
+
 def edit_record(folder, **changes):
     """Changes a run's record; None takes a field away."""
     path = folder / ".tarvel-meet"
@@ -104,8 +123,10 @@ class MeetTest(unittest.TestCase):
 
     def table(self, results="results"):
         """The rows by name."""
-        with open(self.folder / results / "meet.csv", newline="", encoding="utf-8", errors="surrogateescape") as file:
+        with open(self.folder / results / "meet.csv", newline="", encoding="utf-8") as file:
             rows = list(csv.DictReader(file, strict=True))
+        for row in rows:
+            row.update({column: text_of_cell(row[column]) for column in ("name", "file", "message")})
         self.assertEqual([row["name"] for row in rows], sorted({row["name"] for row in rows}))
         return {row["name"]: row for row in rows}
 
@@ -247,6 +268,18 @@ class ReportTest(MeetTest):
                 self.assertIsNotNone(figures)
                 self.assertEqual(figures[column], value)
                 self.assertEqual(list(figures.values()), printed_figures(report.replace(old, new)))
+
+    def test_reads_its_table_back(self):
+        module = load_meet()
+        names = ["", "101", "=1", "'", "''=1", "\\", "\\n", "\n", "'\\'", "-", "+\t", "\t=", "\r", "ñ", "日本", "\u3000",
+                 os.fsdecode(b"\xff\x9b=\xc3"), *map(chr, (*range(0x250), 0xD800, 0xDCFF, 0xFEFF, 0x10FFFF))]
+        cells = [module.table_cell(name) for name in names]
+        self.assertEqual(len(set(cells)), len(set(names)))
+        for name, cell in zip(names, cells):
+            self.assertTrue(cell.isprintable(), cell)
+            self.assertFalse(cell.startswith(tuple("=+-@")), cell)
+            self.assertEqual(module.cell_text(cell), name)
+            self.assertEqual(text_of_cell(cell), name)
 
     def test_ranks(self):
         module = load_meet()
@@ -727,7 +760,9 @@ class FolderTest(MeetTest):
     def test_works_with_odd_names(self):
         names = ["it's \"q\".csv", "new\nline.csv", "-rf.csv", "--help.csv", "ñ–é.csv",
                  "{} $(touch pwned) `id`;&%s.csv",
-                 ",=1+1.csv", " .csv", "matrix.csv", "meet.csv", "a.b.c.csv", "~.csv", "*.csv", "\\.csv", "\t.csv"]
+                 ",=1+1.csv", " .csv", "matrix.csv", "meet.csv", "a.b.c.csv", "~.csv", "*.csv", "\\.csv", "\t.csv",
+                 "=1+1.csv", "+1.csv", "-1.csv", "@SUM(A1).csv", "'.csv", "'=2.csv", "\r=1.csv", "\\t.csv", "12-3.csv",
+                 "\x1b[2J\x07.csv", "\x9b2J.csv", "\u202e3-21.csv", "\U000e0001.csv"]
         with contextlib.suppress(OSError):
             (self.tracks / os.fsdecode(b"\xff.csv")).touch()
             names.append(os.fsdecode(b"\xff.csv"))
@@ -740,6 +775,17 @@ class FolderTest(MeetTest):
         self.assertEqual(set(rows), {pathlib.Path(name).stem for name in names})
         self.assertEqual(self.assert_rows_equal_reports(results), len(names))
         self.assertEqual({path.name for path in self.folder.iterdir()}, {"home", "tracks", "matrix.txt", results})
+
+        # No formula, no control character; and tarvel-meet reads its own table.
+        text = (self.folder / results / "meet.csv").read_bytes().decode()
+        cells = [cell for row in csv.reader(text.splitlines()) for cell in row[:4]]
+        self.assertEqual([cell for cell in cells if cell.startswith(tuple("=+-@\t\r"))], [])
+        lines = text.split("\r\n") + (self.folder / results / "meet.txt").read_bytes().decode().split("\n")
+        self.assertEqual([line for line in lines if not line.isprintable()], [])
+        output = self.meet("-c", "matrix.txt", "-o", results, "-l", f"{results}/meet.csv")
+        self.assertIn(f"{len(names)} runs ({len(names)} of them done before)", output)
+        self.assertTrue(output.removesuffix("\n").isprintable(), output)
+        self.assertEqual((self.folder / results / "meet.csv").read_bytes().decode(), text)
 
         (self.folder / "list").write_bytes(b"\0".join(os.fsencode(self.tracks / name) for name in names))
         os.rename(self.tracks / "-rf.csv", self.folder / "-rf.csv")
@@ -806,6 +852,8 @@ class UsageTest(MeetTest):
         (self.folder / "empty").mkdir()
         (self.folder / "used").mkdir()
         (self.folder / "used/letter").touch()
+        (self.folder / "cut.csv").write_text('name,file,status,message,a\na,"b')
+        (self.folder / "escape.csv").write_text("name,file,status,message,a\na,\\x1,ok,,1\n")
         for words, message in (
                 ((), "no runs"),
                 (("empty",), "no .csv or .tvl file in empty"),
@@ -813,6 +861,8 @@ class UsageTest(MeetTest):
                 (("-c", "missing.txt", "tracks"), "no course file missing.txt"),
                 (("-c", "tracks", "tracks"), "no course file tracks"),
                 (("-l", "missing", "tracks"), "cannot read the list missing"),
+                (("-l", "cut.csv"), "cannot read the list cut.csv"),
+                (("-l", "escape.csv"), "cannot read the list escape.csv"),
                 (("-o", "used", "tracks"), "has other files in it"),
                 (("-o", "matrix.txt", "tracks"), "cannot use"),
                 (("-x", "*", "tracks"), "no runs"),
