@@ -692,24 +692,85 @@ class FolderTest(MeetTest):
             shutil.copy(EXAMPLES / f"{name}.csv", self.tracks / folder / "run.csv")
         self.meet("-c", "matrix.txt", "tracks/b", "tracks/c")
         files = {name: row["file"] for name, row in self.table().items()}
-        self.assertEqual(files, {"run": "tracks/b/run.csv", "run-2": "tracks/c/run.csv"})
+        self.assertEqual(files, {"b/run": "tracks/b/run.csv", "c/run": "tracks/c/run.csv"})
         # A run keeps its name when another comes before it.
         (self.tracks / "run-3.csv").write_bytes((EXAMPLES / "tagged.csv").read_bytes())
         self.meet("-c", "matrix.txt", "tracks", "tracks/a/run.csv")
         rows = self.table()
         files = {name: row["file"] for name, row in rows.items()}
-        self.assertEqual(files, {"run": "tracks/b/run.csv", "run-2": "tracks/c/run.csv", "run-3": "tracks/run-3.csv",
-                                 "run-4": "tracks/a/run.csv"})
+        self.assertEqual(files, {"b/run": "tracks/b/run.csv", "c/run": "tracks/c/run.csv", "run-3": "tracks/run-3.csv",
+                                 "a/run": "tracks/a/run.csv"})
         for name, source in files.items():
             track = self.folder / "results" / name / pathlib.Path(source).name
             self.assertEqual(track.read_bytes(), (self.folder / source).read_bytes())
         self.assertEqual(self.assert_rows_equal_reports("results"), 4)
 
+    def test_puts_folders_in_front_of_equal_names(self):
+        module = load_meet()
+        closed, folder, lost = module.CLOSED, module.FOLDER, module.LOST
+        for case, files, kept, uses, expected in (
+                ("no equal names", "1/101 2/102 102-2", {}, {}, "101 102 102-2"),
+                ("rounds", "r/1/101 r/2/101 r/3/101-2", {}, {}, "1/101 2/101 3/101-2"),
+                ("equal but for case", "r/1/a r/2/A", {}, {}, "1/a 2/A"),
+                ("a folder and its own", "r/101 r/1/101", {}, {}, "101 1/101"),
+                ("far away", "x/1/101 y/2/101", {}, {}, "x/1/101 y/2/101"),
+                ("two extensions", "r/101 r/101.tvl", {}, {}, "101 101-2"),
+                ("both", "r/1/101 r/1/101.tvl r/2/101", {}, {}, "1/101 1/101-2 2/101"),
+                ("hidden", ".r/.1/.a .r/.2/.a", {}, {}, "_1/_a _2/_a"),
+                ("folders with dots", "r/1.a/x r/1.b/x", {}, {}, "1.a/x 1.b/x"),
+                ("folders equal but for case", "r/a/1 r/A/1", {}, {}, "A/1 a/1-2"),
+                ("a run with a folder's name", "r/2 r/2/101 r/3/101", {}, {}, "2 2-2/101 3/101"),
+                ("one of an earlier call", "r/2/101", {"101": "r/1/101"}, {"101": closed}, "2/101"),
+                ("the same run", "r/1/101 r/2/102", {"101": "r/1/101"}, {"101": closed}, "101 102"),
+                ("the name of a run", "r/1/2/x r/1/3/x", {"2": "r/1/2"}, {"2": closed}, "2-2/x 3/x"),
+                ("a file in the way", "r/a", {}, {"a": closed, "a-2": closed}, "a-3"),
+                ("a file in a folder's way", "r/1/a r/1/b r/2/a", {}, {"1": closed}, "1-2/a 1-2/b 2/a"),
+                ("a folder in the way", "r/a", {}, {"a": folder}, "a-2"),
+                ("a folder that is there", "r/1/a r/2/a", {}, {"1": folder, "1/a": closed}, "1/a-2 2/a"),
+                ("a lost record", "r/a", {}, {"a": lost}, "a"),
+                ("a lost record in a folder's way", "r/1/a r/2/a", {}, {"1": lost}, "1-2/a 2/a"),
+                ("the table", "r/meet.csv r/meet.txt", {}, {}, "meet.csv meet.txt")):
+            with self.subTest(case):
+                paths = sorted("/" + (file if file.endswith(".tvl") else file + ".csv") for file in files.split())
+                runs = [{"source": path, "file": os.path.basename(path)} for path in paths]
+                records = {name: {"source": f"/{file}.csv"} for name, file in kept.items()}
+                module.give_names(runs, records, uses)
+                self.assertEqual(sorted(run["name"] for run in runs), sorted(expected.split()))
+
+    def test_ranks_a_meet_of_several_rounds(self):
+        rounds = self.folder / "rounds"
+        for place, name in (("1/101", "straight"), ("1/102", "carve"), ("2/101", "reversed"), ("3/101-2", "tagged")):
+            (rounds / place).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(EXAMPLES / f"{name}.csv", rounds / f"{place}.csv")
+        # The index looks at the file's name, whatever stands before it.
+        (self.folder / "course.txt").write_text((EXAMPLES / "matrix.txt").read_text())
+        (self.folder / "index.txt").write_text("101 - course.txt\n102 - nogate\n1 - gone.txt\n2 - gone.txt\n")
+        self.meet("-c", "index.txt", "rounds/1")
+        self.assertEqual(list(self.table()), ["101", "102"])
+        for results, expected in (("results", ["101", "102", "2/101", "3/101-2"]),
+                                  ("other", ["1/101", "1/102", "2/101", "3/101-2"])):
+            for _ in range(2):
+                self.meet("-c", "index.txt", "-o", results, "rounds")
+                self.assertEqual(list(self.table(results)), expected)
+            self.assertEqual(self.assert_rows_equal_reports(results), 4)
+            ranking = (self.folder / results / "meet.txt").read_text()
+            for name in expected:
+                self.assertRegex(ranking, f"(?m)^ .*  {name}$")
+        # What a scorer has put beside the runs stays, and the runs behind a link are no runs of these results.
+        (self.folder / "other/2/notes.txt").write_text("a note")
+        (self.folder / "other/3").rename(self.folder / "moved")
+        (self.folder / "other/3").symlink_to("../moved")
+        before = contents(self.folder / "moved")
+        self.meet("-c", "index.txt", "-m", "-o", "other", "rounds")
+        self.assertEqual(list(self.table("other")), ["1/101", "1/102", "2/101", "3-2/101-2"])
+        self.assertEqual((self.folder / "other/2/notes.txt").read_text(), "a note")
+        self.assertEqual(contents(self.folder / "moved"), before)
+
     def test_names_thousands_of_runs_alike(self):
         module = load_meet()
         runs = [{"source": f"/tracks/run.{number:04}", "file": f"run.{number:04}"} for number in range(6_000)]
         with self.assert_within_seconds(4):
-            module.give_names(runs, {}, [])
+            module.give_names(runs, {}, {})
         self.assertEqual({run["name"] for run in runs}, {"run", *(f"run-{number}" for number in range(2, 6_001))})
 
     def test_gives_each_run_its_course_of_an_index(self):
@@ -793,7 +854,7 @@ class FolderTest(MeetTest):
         rows = self.table("listed")
         self.assertEqual(len(rows), len(names) + 1)
         self.assertEqual({name: row["message"] for name, row in rows.items() if row["status"] == "failed"},
-                         {"-rf-2": "failed to open file: -rf.csv"})
+                         {"tracks/-rf": "failed to open file: -rf.csv"})
 
     def test_finds_all_runs_and_no_results(self):
         self.add_tracks("straight", "carve")
@@ -966,7 +1027,9 @@ class HostTest(MeetTest):
         for number, name in enumerate(EXAMPLE_RUNS * 3):
             shutil.copy(EXAMPLES / f"{name}.csv", self.tracks / f"{number} it's\n{name}.csv")
         (self.tracks / "bad.csv").touch()
-        os.symlink(EXAMPLES / "straight.csv", self.tracks / "link.csv")
+        for folder in ("1", "2"):
+            (self.tracks / folder).mkdir()
+            os.symlink(EXAMPLES / "straight.csv", self.tracks / folder / "link.csv")
         (self.folder / "hosts").write_text("2/one\n2/down\n# comment\n1/:\n")
         self.assert_table_as_at_home(status=1, PARALLEL_SSH=self.fake_ssh())
         self.assertIn("one", self.hosts_of_jobs())
