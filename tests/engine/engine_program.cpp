@@ -22,6 +22,7 @@
 #include "support/integer.h"
 #include "swoop/analysis.h"
 #include "swoop/report.h"
+#include "swoop/trimmed_range.h"
 
 namespace tarvel {
 namespace {
@@ -109,9 +110,8 @@ void survey(const settings &given) {
   }
   if (surveyed->track_len == 0) return;
   const gate_ends ends = entry_gate_ends(surveyed->course.matrix);
-  write_file(with_extension(given.gate, "kml"), [&](std::FILE *file) {
-    write_kml(file, surveyed->track[0].time, samples_of(*surveyed), &ends);
-  });
+  write_file(with_extension(given.gate, "kml"),
+             [&](std::FILE *file) { write_kml(file, surveyed->track[0].time, samples_of(*surveyed), &ends); });
 }
 
 std::optional<course> find_course(const char *swoop_file) {
@@ -132,9 +132,9 @@ std::optional<course> find_course(const char *swoop_file) {
 // One line for each curve, so that the charts are built on that machine, too.
 void print_charts(std::FILE *file, const swoop &run, const std::optional<course> &flown, bool metric) {
   const chart_context context = {run, flown && flown->pond ? &*flown->pond : nullptr, metric, false};
-  for (const auto build : {build_gps_accuracy_chart, build_dive_angle_chart, build_dive_speed_chart,
-                           build_heading_chart, build_turn_rate_chart, build_overhead_chart, build_side_view_chart,
-                           build_swoop_speed_chart}) {
+  for (const auto build :
+       {build_gps_accuracy_chart, build_dive_angle_chart, build_dive_speed_chart, build_heading_chart,
+        build_turn_rate_chart, build_overhead_chart, build_side_view_chart, build_swoop_speed_chart}) {
     const owned_record<chart> built = build(context);
     if (!built) stop_at("failed to allocate memory for charts");
     for (const series *curve = built->first_series.get(); curve != nullptr; curve = curve->next.get()) {
@@ -172,6 +172,11 @@ void analyse(const settings &given) {
     write_file("coord.txt", [&](std::FILE *file) { write_coord_dump(file, samples_of(*run)); });
   }
   stop_at(error);
+  if (run->debug) {
+    write_file(with_extension(given.swoop, "tvl"),
+               [&](std::FILE *file) { write_swoop_stream(file, samples_of(*run, trimmed_range(*run)), &error); });
+    stop_at(error);
+  }
   const owned_text report = format_swoop_report(*run, given.metric, &error);
   stop_at(error);
   std::printf("\n%s", report.get());

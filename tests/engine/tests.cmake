@@ -1,0 +1,23 @@
+# The engine on other machines. The sanitizers and the counts of lines belong to this one.
+if(CMAKE_CXX_FLAGS MATCHES "sanitize|coverage" OR CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  return()
+endif()
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+find_program(TARVEL_NODE NAMES node nodejs REQUIRED)
+find_program(TARVEL_QEMU qemu-aarch64 REQUIRED)
+
+set(tarvel_run_wasm ${TARVEL_NODE} --no-warnings ${CMAKE_CURRENT_LIST_DIR}/run_wasm.mjs)
+set(tarvel_run_aarch64 ${TARVEL_QEMU})
+set(tarvel_run_unsigned-char)
+
+foreach(machine wasm aarch64 unsigned-char)
+  add_test(NAME engine/build_${machine}
+    COMMAND sh -c "${CMAKE_COMMAND} --preset ${machine} && ${CMAKE_COMMAND} --build --preset ${machine}"
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  add_test(NAME engine/${machine}
+    COMMAND Python3::Interpreter -B ${CMAKE_CURRENT_LIST_DIR}/engine_test.py
+      ${tarvel_run_${machine}} ${PROJECT_SOURCE_DIR}/build/${machine}/engine_program)
+  set_tests_properties(engine/build_${machine} PROPERTIES FIXTURES_SETUP engine_${machine} TIMEOUT 900)
+  set_tests_properties(engine/${machine} PROPERTIES FIXTURES_REQUIRED engine_${machine} TIMEOUT 300
+    ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>")
+endforeach()
