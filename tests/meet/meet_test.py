@@ -21,6 +21,7 @@ import sys
 import tempfile
 import time
 import unittest
+import unittest.mock
 
 import simulate_meet
 
@@ -32,8 +33,19 @@ EXAMPLES = SOURCE / "examples"
 EXAMPLE_RUNS = ("carve", "reversed", "straight", "tagged")
 PATIENCE = 240  # seconds
 
-# What a plain shell on another machine would have, and what the sanitizers need.
-REMOTE_ENVIRONMENT = ("PATH", "LSAN_OPTIONS")
+# What a plain shell on another machine would have, and what the sanitizers and the coverage need.
+REMOTE_ENVIRONMENT = ("PATH", "LSAN_OPTIONS", "TARVEL_MEET_COVERAGE")
+
+# What stands before the program's name in a command.
+RUNNER = []
+if "TARVEL_MEET_COVERAGE" in os.environ:
+    import measure
+    RUNNER = [measure.__file__]
+    (measure.FOLDER / "bin").mkdir(exist_ok=True)
+    with contextlib.suppress(FileExistsError):
+        (measure.FOLDER / "bin/python3").symlink_to(measure.__file__)
+    os.environ["PATH"] = f"{measure.FOLDER / 'bin'}:{os.environ['PATH']}"
+    measure.start()
 
 
 def load_meet():
@@ -112,7 +124,7 @@ class MeetTest(unittest.TestCase):
 
     def start(self, *words, **more):
         """In a session of its own, so that a signal reaches it and nobody else."""
-        return subprocess.Popen([self.program, *words], cwd=self.folder, env=self.environment(**more), text=True,
+        return subprocess.Popen([*RUNNER, self.program, *words], cwd=self.folder, env=self.environment(**more), text=True,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True)
 
     def meet(self, *words, status=0, **more):
@@ -470,6 +482,9 @@ class AgainTest(MeetTest):
         # What has been added changes no figure.
         self.assertEqual(self.analysed("-m", "tracks", status=1), ["bad"])
         self.assertEqual(len(list(results.rglob("*.orig*"))), 3)
+        (results / "meet.csv").write_text("changed again")
+        self.meet("tracks", status=1)
+        self.assertEqual((results / "meet.csv.orig.2").read_text(), "changed again")
 
     def test_puts_back_what_gave_way(self):
         self.add_tracks("straight")
@@ -513,7 +528,7 @@ class AgainTest(MeetTest):
     def test_goes_on_without_its_terminal(self):
         for number in range(12):
             shutil.copy(EXAMPLES / "straight.csv", self.tracks / f"{number}.csv")
-        process = subprocess.Popen([MEET, "-j", "1", "tracks"], cwd=self.folder, env=self.environment(),
+        process = subprocess.Popen([*RUNNER, MEET, "-j", "1", "tracks"], cwd=self.folder, env=self.environment(),
                                    stdout=subprocess.DEVNULL, start_new_session=True,
                                    preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
         deadline = time.monotonic() + PATIENCE
@@ -529,6 +544,14 @@ class AgainTest(MeetTest):
         self.assertEqual(self.analysed("tracks", TZ="UTC"), ["straight"])
         self.assertEqual(self.analysed("tracks", TZ="Europe/Berlin"), ["straight"])
         self.assertEqual(self.analysed("tracks", TZ="Europe/Berlin"), [])
+
+    def test_knows_the_time_zone_of_the_machine(self):
+        module = load_meet()
+        link = subprocess.run(["readlink", "-f", "/etc/localtime"], stdout=subprocess.PIPE, text=True).stdout.strip()
+        with unittest.mock.patch.dict(os.environ):
+            os.environ.pop("TZ", None)
+            zone = module.time_zone()
+        self.assertEqual(f"/usr/share/zoneinfo/{zone}" if zone else "", link if "/zoneinfo/" in link else "")
 
     def test_tries_failed_runs_again(self):
         self.add_tracks("straight")
@@ -610,6 +633,12 @@ class ReturnTest(MeetTest):
             self.assertEqual(self.take(), ("", True))
             self.assertEqual(json.loads((self.results / "straight/.tarvel-meet").read_text())["status"], status)
             shutil.rmtree(self.returned, ignore_errors=True)
+
+    def test_expects_nothing_of_a_batch_without_a_plan(self):
+        (self.results / f".meet/batch/{self.session}-0/plan").write_text("")
+        self.assertEqual(self.take(), ("", False))
+        (self.results / f".meet/batch/{self.session}-0/plan").unlink()
+        self.assertEqual(self.take(), ("", False))
 
     def test_takes_nothing_else(self):
         def edit(**changes):
@@ -868,6 +897,9 @@ class FolderTest(MeetTest):
         self.meet("-l", "list")
         self.assertEqual({row["file"] for row in self.table().values()}, {
             "tracks/straight.csv", "tracks/carve.csv", "tracks/card/day/reversed.csv", "tracks/meet.csv.new.csv"})
+        subprocess.run([*RUNNER, MEET, "-q", "-l", "-"], input=b"tracks/straight.csv", cwd=self.folder,
+                       env=self.environment(), check=True)
+        self.assertEqual({row["file"] for row in self.table().values()}, {"tracks/straight.csv"})
 
     def test_refuses_folders_that_it_cannot_read(self):
         self.add_tracks("straight")
@@ -907,6 +939,97 @@ class FolderTest(MeetTest):
             "matrix": "its name is that of a course file", "_tarvel-meet": "its name is that of a course file"})
 
 
+class FailureTest(MeetTest):
+    """What goes wrong on this machine."""
+
+    def messages(self):
+        return {name: row["message"] for name, row in self.table().items()}
+
+    def test_says_how_tarvel_failed(self):
+        for number in range(1, 6):
+            shutil.copy(EXAMPLES / "straight.csv", self.tracks / f"{number}.csv")
+        failing = self.script("failing", """case "${@: -1}" in
+            1.csv) echo "first"; echo "out of luck" >&2; exit 3 ;;
+            2.csv) exit 3 ;;
+            3.csv) kill -35 $$ ;;
+            4.csv) echo "no report" ;;
+            5.csv) mkfifo fifo ;;
+            esac\n""")
+        self.meet("--retries", "1", "tracks", status=1, TARVEL=failing)
+        self.assertEqual(self.messages(), {
+            "1": "out of luck", "2": "exit status 3", "3": "tarvel was ended by signal 35",
+            "4": "its report has an unknown form", "5": "could not be analysed: not a regular file"})
+        self.assertEqual(os.listdir(self.folder / "results/5"), [".tarvel-meet"])
+
+    def test_says_that_tarvel_cannot_be_run(self):
+        self.add_tracks("straight")
+        closing = self.script("closing", 'chmod -x "$0"\n')
+        self.meet("--retries", "1", "tracks", status=1, TARVEL=closing)
+        self.assertEqual(self.messages(), {"straight": "cannot run tarvel: Permission denied"})
+
+    def test_says_that_a_track_is_gone(self):
+        self.add_tracks("straight")
+        self.meet("tracks")
+        (self.tracks / "straight.csv").unlink()
+        self.meet("tracks/straight.csv", status=1)
+        self.assertEqual(self.messages(), {"straight": "failed to open file: straight.csv"})
+
+    def test_says_that_the_table_cannot_be_written(self):
+        self.add_tracks("straight")
+        self.meet("tracks")
+        (self.folder / "results/meet.csv").unlink()
+        (self.folder / "results/meet.csv").mkdir()
+        self.assertIn("Is a directory", self.meet("tracks", status=2))
+
+    def test_says_that_the_course_cannot_be_read(self):
+        self.add_tracks("straight")
+        self.assertEqual(self.meet("-c", "/proc/self/mem", "tracks", status=2),
+                         "tarvel-meet: cannot read the course /proc/self/mem: Input/output error\n")
+
+    def test_says_that_parallel_could_not_begin(self):
+        self.add_tracks("straight")
+        self.script("bin/parallel", "exit 1\n")
+        self.assertIn("GNU parallel could not begin",
+                      self.meet("tracks", status=2, PATH=f"{self.folder}/bin:{os.environ['PATH']}"))
+
+    def test_ends_a_parallel_that_does_not_end(self):
+        self.add_tracks("straight")
+        self.script("bin/parallel", "trap '' TERM; touch joblog; exec sleep 200\n")
+        process = self.start("tracks", PATH=f"{self.folder}/bin:{os.environ['PATH']}")
+        while not (self.folder / "results/.meet/joblog").exists():
+            time.sleep(0.01)
+        process.terminate()
+        process.communicate(timeout=PATIENCE)
+        self.assertEqual(process.returncode, 143)
+        self.assertEqual(session_members(process.pid), [])
+
+    def test_starts_no_worker_without_a_session_and_a_plan(self):
+        self.add_tracks("straight")
+        self.meet("tracks")
+        state = self.folder / "results/.meet"
+
+        def work(batch_id, session):
+            done = subprocess.run([*RUNNER, MEET, "--batch", batch_id, session], cwd=state, text=True,
+                                  env=self.environment(TARVEL_MEET_STATE=str(state)),
+                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+            return done.returncode, done.stdout
+
+        self.assertEqual(work("lost", "0123"), (1, ""))
+        (state / "session").write_text("0123")
+        self.assertEqual(work("lost", "0123"), (1, "tarvel-meet: batch/lost/plan: No such file or directory\n"))
+
+    def test_shows_on_a_terminal_how_far_it_is(self):
+        self.add_tracks("straight")
+        self.script("bin/parallel", f'printf "%s\\n" "$@" >"{self.folder}/words"; exit 1\n')
+        environment = self.environment(PATH=f"{self.folder}/bin:{os.environ['PATH']}")
+        master, slave = os.openpty()
+        for options, has_bar in (([], True), (["-q"], False)):
+            subprocess.run([*RUNNER, MEET, *options, "tracks"], cwd=self.folder, env=environment, stderr=slave)
+            self.assertEqual("--bar" in (self.folder / "words").read_text().splitlines(), has_bar)
+        for descriptor in (master, slave):
+            os.close(descriptor)
+
+
 class UsageTest(MeetTest):
     def test_refuses_wrong_usage(self):
         self.add_tracks("straight")
@@ -935,6 +1058,16 @@ class UsageTest(MeetTest):
                 self.assertIn(message, self.meet(*words, status=2))
         self.assertEqual((self.folder / "used/letter").read_bytes(), b"")
         self.assertIn("GNU parallel is needed", self.meet("tracks", status=2, PATH="/nonexistent"))
+        self.script("bin/parallel", "exit 1\n")
+        (self.folder / "hosts").write_text("host\n")
+        self.assertIn("rsync is needed", self.meet("--hosts", "hosts", "tracks", status=2, PATH=f"{self.folder}/bin"))
+
+    def test_prints_the_version_of_tarvel(self):
+        version = subprocess.run([TARVEL, "-v"], stdout=subprocess.PIPE, text=True).stdout
+        self.assertEqual(self.meet("--version"), f"tarvel-meet with {version}")
+        empty = self.script("empty", "")
+        pathlib.Path(empty).write_bytes(b"")
+        self.assertEqual(self.meet("--version", TARVEL=empty), "tarvel-meet with \n")
 
     def test_takes_only_machines_in_a_host_list(self):
         module = load_meet()
@@ -950,9 +1083,11 @@ class UsageTest(MeetTest):
                      "h # x", "a b", "a\x1b[2J", "a\0"):
             with self.subTest(line):
                 (self.folder / "hosts").write_text(f"# two lines\n:\n{line}\n")
-                shown = line.replace("\x1b", "\\x1b").replace("\0", "\\x00")
-                self.assertEqual(self.meet("--hosts", "hosts", "tracks", status=2),
-                                 f"tarvel-meet: line 3 of the host list hosts is no machine: {shown}\n")
+                self.assertRaisesRegex(module.UsageError, "^line 3 of the host list .* is no machine: " + re.escape(line),
+                                       module.read_hosts, self.folder / "hosts")
+        (self.folder / "hosts").write_text("1/touch pwned; host\x1b[2J\n")
+        self.assertEqual(self.meet("--hosts", "hosts", "tracks", status=2), "tarvel-meet: line 1 of the host list hosts "
+                         "is no machine: 1/touch pwned; host\\x1b[2J\n")
         self.assertEqual({path.name for path in self.folder.iterdir()}, {"home", "tracks", "matrix.txt", "hosts"})
 
     def test_lets_nobody_else_into_its_results(self):
@@ -973,18 +1108,18 @@ class UsageTest(MeetTest):
         self.add_tracks("straight")
         beside = self.folder / "bin"
         beside.mkdir()
-        shutil.copy(MEET, beside)
+        shutil.copy(MEET, beside / "a-meet")
         (self.folder / "elsewhere").mkdir()
         (self.folder / "elsewhere/tarvel").symlink_to(TARVEL)
         environment = self.environment(PATH=f"{self.folder / 'elsewhere'}:{os.environ['PATH']}")
         del environment["TARVEL"]
         marked = self.script("bin/tarvel", f'echo >>"{self.folder}/beside"; exec "{TARVEL}" "$@"\n')
-        command = [beside / "tarvel-meet", "-q", "tracks"]
+        command = [*RUNNER, beside / "a-meet", "-q", "tracks"]
         subprocess.run(command, cwd=self.folder, env=environment, check=True)
         self.assertTrue((self.folder / "beside").exists())
         os.remove(marked)
         subprocess.run(command, cwd=self.folder, env=environment, check=True)
-        self.assertIn("usage:", subprocess.run([beside / "tarvel-meet", "--help"], env=environment, text=True,
+        self.assertIn("usage:", subprocess.run([*RUNNER, beside / "a-meet", "--help"], env=environment, text=True,
                                                stdout=subprocess.PIPE, check=True).stdout)
 
 
@@ -1082,11 +1217,21 @@ class HostTest(MeetTest):
         (self.folder / "hosts").write_bytes(b"1/one\r\n")
         environment = self.environment(PATH=f"{self.folder}/bin:{os.environ['PATH']}")
         environment.pop("PARALLEL_SSH", None)
-        subprocess.run([MEET, "-q", "--hosts", "hosts", "tracks"], cwd=self.folder, env=environment, check=True)
+        subprocess.run([*RUNNER, MEET, "-q", "--hosts", "hosts", "tracks"], cwd=self.folder, env=environment, check=True)
         for line in (self.folder / "options").read_text().splitlines():
             self.assertIn("-o BatchMode=yes", line)
             self.assertIn("-o ServerAliveInterval=", line)
         self.assertEqual(list(self.table()), ["straight"])
+
+    def test_needs_tarvel_on_the_other_machine(self):
+        self.add_tracks("straight")
+        (self.folder / "here_only").mkdir()
+        (self.folder / "here_only/tarvel").symlink_to(TARVEL)
+        (self.folder / "hosts").write_text("1/empty\n")
+        ssh = self.fake_ssh(before=f'rm -f "{self.folder}/here_only/tarvel"')
+        output = self.meet("--hosts", "hosts", "--retries", "1", "--ssh", ssh, "tracks", status=1,
+                           TARVEL="here_only/tarvel")
+        self.assertIn("tarvel-meet: empty: no tarvel there", output)
 
     def test_does_not_mix_versions(self):
         self.add_tracks("straight", "carve")

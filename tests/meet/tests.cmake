@@ -1,10 +1,10 @@
-# The sanitizers make tarvel slow and find nothing in a script.
+# The sanitizers and the counters make tarvel slow and find nothing in a script.
 set(tarvel_meet_runs 300)
-if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize|--coverage")
   set(tarvel_meet_runs 48)
 endif()
 
-foreach(name ReportTest ResumeTest AgainTest ReturnTest FolderTest UsageTest HostTest)
+foreach(name ReportTest ResumeTest AgainTest ReturnTest FolderTest FailureTest UsageTest HostTest)
   add_test(NAME meet/${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/meet/meet_test.py ${name})
   set_tests_properties(meet/${name} PROPERTIES
     ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_MEET_RUNS=${tarvel_meet_runs};PYTHONDONTWRITEBYTECODE=1;${tarvel_sanitizer_options}"
