@@ -581,6 +581,7 @@ all_streams = (
 
 
 def some_streams(rng, names):
+    """What a shell makes of the standard streams."""
     return rng.choice(all_streams).format(rng.choice(names)) if rng.random() < 0.07 else ""
 
 
@@ -664,7 +665,9 @@ def finish(rng, kind, files, modes, arguments, names, inputs):
     if rng.random() < 0.03:
         modes["."] = 0o555
     time_zone = rng.choice(time_zones)
-    calls = [Call(arguments, time_zone, some_streams(rng, [*names, *inputs]))]
+    # A shell that opens a pipe would wait for ever.
+    redirected = [name for name in (*names, *inputs) if not isinstance(files.get(name), Fifo)]
+    calls = [Call(arguments, time_zone, some_streams(rng, redirected))]
     if rng.random() < 0.06:
         other = [*(word for word in arguments if word != "-i"), *some_options(rng, True)]
         calls.append(Call(rng.choice((arguments, other)), time_zone, ""))
