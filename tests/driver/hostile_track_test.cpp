@@ -13,6 +13,7 @@
 #include "support/warnings.h"
 #include "swoop/analysis.h"
 #include "swoop/report.h"
+#include "swoop/trimmed_range.h"
 #include "track/delimited_reader.h"
 
 namespace tarvel {

@@ -3,7 +3,6 @@ target_sources(tarvel_test_support PRIVATE
   tests/support/simulator.cpp)
 
 include(tests/driver/support_tests.cmake)
-tarvel_test(driver/trimmed_swoop_test USES tarvel_driver)
 tarvel_test(driver/hostile_track_test USES tarvel_driver)
 
 # Tests that run the program itself.

@@ -600,5 +600,39 @@ TEST(track_files_test, reports_a_full_disk_for_a_map_or_a_dump) {
   }
 }
 
+// Twelve samples five seconds apart, 0 s to 55 s: an exit at 25 s, and a touchdown at the stop, at 30 s.
+swoop run_of_a_minute() {
+  swoop run;
+  run.track_len = 12;
+  EXPECT_TRUE(try_zeroed(run.track, run.track_len));
+  for (std::uint32_t i = 0; i < run.track_len; ++i) run.track[i].time = 5000 * std::int64_t{i};
+  run.plane_exit = 5;
+  run.stop = 6;
+  run.touchdown_time = 30000;
+  return run;
+}
+
+TEST(track_files_test, writes_both_ends_of_the_trimmed_run) {
+  const temp_dir folder;
+  error_slot error = "left over";
+  write_trimmed_swoop("run.tvl", run_of_a_minute(), &error);
+  ASSERT_STREQ(error, nullptr);
+
+  gps_track track;
+  read_swoop_file("run.tvl", track, &error);
+  ASSERT_STREQ(error, nullptr);
+  // From 10 s, the last sample before 25 s - 10 s, to 45 s, the first after 30 s + 10 s.
+  ASSERT_EQ(track.count, 8U);
+  EXPECT_EQ(track.points[0].time, 10000);
+  EXPECT_EQ(track.points[7].time, 45000);
+}
+
+TEST(track_files_test, names_the_trimmed_run_that_cannot_be_written) {
+  const temp_dir folder;
+  error_slot error = nullptr;
+  write_trimmed_swoop("missing/run.tvl", run_of_a_minute(), &error);
+  EXPECT_STREQ(error, "failed to open file: missing/run.tvl");
+}
+
 }  // namespace
 }  // namespace tarvel

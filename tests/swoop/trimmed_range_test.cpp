@@ -1,12 +1,10 @@
+#include "swoop/trimmed_range.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <limits>
 #include <vector>
-
-#include "driver/modes.h"
-#include "driver/track_files.h"
-#include "support/files.h"
 
 namespace tarvel {
 namespace {
@@ -56,7 +54,7 @@ const start_case start_cases[] = {
     {"a rollout at the first sample", 0, 0, {}, 0},
 };
 
-TEST(trimmed_swoop_test, starts_ten_seconds_before_the_run) {
+TEST(trimmed_range_test, starts_ten_seconds_before_the_run) {
   for (const start_case &c : start_cases) {
     SCOPED_TRACE(c.name);
     swoop run = run_with(even_times(), c.heights);
@@ -84,7 +82,7 @@ const end_case end_cases[] = {
     {"no touchdown", 5, 0, 11},
 };
 
-TEST(trimmed_swoop_test, ends_ten_seconds_after_a_touchdown_at_the_stop) {
+TEST(trimmed_range_test, ends_ten_seconds_after_a_touchdown_at_the_stop) {
   for (const end_case &c : end_cases) {
     SCOPED_TRACE(c.name);
     swoop run = run_with(even_times(), {});
@@ -95,7 +93,7 @@ TEST(trimmed_swoop_test, ends_ten_seconds_after_a_touchdown_at_the_stop) {
   }
 }
 
-TEST(trimmed_swoop_test, stays_inside_a_track_of_hostile_times) {
+TEST(trimmed_range_test, stays_inside_a_track_of_hostile_times) {
   constexpr std::int64_t least = std::numeric_limits<std::int64_t>::min();
   constexpr std::int64_t greatest = std::numeric_limits<std::int64_t>::max();
   for (const std::uint32_t plane_exit : {0U, 1U}) {
@@ -109,33 +107,6 @@ TEST(trimmed_swoop_test, stays_inside_a_track_of_hostile_times) {
     EXPECT_LT(range.first, range.end);
     EXPECT_LE(range.end, run.track_len);
   }
-}
-
-TEST(trimmed_swoop_test, writes_both_ends_of_the_range) {
-  const temp_dir folder;
-  swoop run = run_with(even_times(), {});
-  run.plane_exit = 5;
-  run.stop = 6;
-  run.touchdown_time = 30000;
-  error_slot error = "left over";
-  write_trimmed_swoop("run.tvl", run, &error);
-  ASSERT_STREQ(error, nullptr);
-
-  gps_track track;
-  read_swoop_file("run.tvl", track, &error);
-  ASSERT_STREQ(error, nullptr);
-  // From 10 s, the last sample before 25 s - 10 s, to 45 s, the first after 30 s + 10 s.
-  ASSERT_EQ(track.count, 8U);
-  EXPECT_EQ(track.points[0].time, 10000);
-  EXPECT_EQ(track.points[7].time, 45000);
-}
-
-TEST(trimmed_swoop_test, names_the_file_that_cannot_be_written) {
-  const temp_dir folder;
-  swoop run = run_with(even_times(), {});
-  error_slot error = nullptr;
-  write_trimmed_swoop("missing/run.tvl", run, &error);
-  EXPECT_STREQ(error, "failed to open file: missing/run.tvl");
 }
 
 }  // namespace
