@@ -77,26 +77,30 @@ bool has_required_fields(std::span<const column_action> actions) {
   });
 }
 
-}  // namespace
-
-outcome parse_field_names(track_file &file, column_actions &actions, text_buffer &warnings, error_slot *error) {
+// A warning that there is no memory for counts as one for the list.
+outcome list_actions(track_file &file, column_actions &actions, text_buffer &warnings) {
   constexpr std::size_t first_capacity = 16;
-  *error = "invalid field names";
-  column_actions named;
   std::size_t count = 0;
   std::size_t capacity = 0;
   for (std::string_view name = next_field(file); name.data() != nullptr; name = next_field(file)) {
-    if (!try_append(named, count, capacity, first_capacity, action_for(name, warnings))) return outcome::no_memory;
+    if (!try_append(actions, count, capacity, first_capacity, action_for(name, warnings))) return outcome::no_memory;
   }
-  if (*warnings.error != nullptr) {
-    *error = *warnings.error;
-    return outcome::no_memory;
+  if (*warnings.error != nullptr) return outcome::no_memory;
+  if (!has_required_fields({actions.get(), count})) return outcome::not_this_form;
+  return try_append(actions, count, capacity, first_capacity, nullptr) ? outcome::done : outcome::no_memory;
+}
+
+}  // namespace
+
+outcome parse_field_names(track_file &file, column_actions &actions, text_buffer &warnings, error_slot *error) {
+  column_actions named;
+  const outcome result = list_actions(file, named, warnings);
+  if (result == outcome::done) {
+    actions = std::move(named);
+  } else {
+    *error = *warnings.error != nullptr ? *warnings.error : "invalid field names";
   }
-  if (!has_required_fields({named.get(), count})) return outcome::not_this_form;
-  if (!try_append(named, count, capacity, first_capacity, nullptr)) return outcome::no_memory;
-  *error = nullptr;
-  actions = std::move(named);
-  return outcome::done;
+  return result;
 }
 
 outcome append_gps_point(track_file &file, const column_actions &actions, gps_track &track, error_slot *error) {
