@@ -14,10 +14,10 @@ constexpr double default_span = 100.0;
 constexpr double margin = 0.02;             // of the span, on both sides
 constexpr double most_half_steps = 1000.0;  // a fixed step that gives more is no help to anybody
 constexpr double flat_ticks = 1.2;          // a flat chart's y labels may stand closer
-// No coordinate is larger and no span smaller, so that neither overflows when it is multiplied or divided by a page's
-// size.
-constexpr double largest_coordinate = 1e300;
-constexpr double smallest_span = 1e-300;
+// No coordinate is larger and no step smaller, so that no span overflows when it is multiplied or divided by a page's
+// size: 2 * 5e304 and two margins, times 1200 pixels, is 1.3e308.
+constexpr double largest_coordinate = 5e304;
+constexpr double smallest_step = 1e-304;
 
 bool is_shown(vec2 point) {
   return std::fabs(point.x) <= largest_coordinate && std::fabs(point.y) <= largest_coordinate;
@@ -76,7 +76,7 @@ void repair(axis &range, const axis &found, std::uint32_t count) {
 double nice_step(std::uint32_t count, double range) {
   const double divisor = count == 0 ? 1.0 : static_cast<double>(count);
   double r = range / divisor;
-  if (!(r >= smallest_span) || !std::isfinite(r)) r = default_span / divisor;
+  if (!(r >= smallest_step) || !std::isfinite(r)) r = default_span / divisor;
 
   int e = 0;
   for (; r > 10.0; ++e) r = r / 10.0;

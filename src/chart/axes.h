@@ -19,11 +19,11 @@ struct chart_axes {
 };
 
 // The tick step for about that many intervals over a range: 2, 2.5, 5 or 10 times a power of ten, never smaller than
-// range / count. A range that is no positive finite number, or less than 1e-300 * count, counts as 100, a count of 0 as
+// range / count. A range that is no positive finite number, or less than 1e-304 * count, counts as 100, a count of 0 as
 // 1.
 [[nodiscard]] double nice_step(std::uint32_t count, double range);
 
-// Ranges that hold every point of the chart whose coordinates are both within +-1e300, with a margin, from half step to
+// Ranges that hold every point of the chart whose coordinates are both within +-5e304, with a margin, from half step to
 // half step; 0 to 100 for a chart without such points. Always increasing, and so that a coordinate is scaled to any page
 // without overflow.
 [[nodiscard]] chart_axes find_axes(const chart &source);

@@ -87,7 +87,7 @@ bool is_on_page(vec2 corner) { return corner.x >= 0.0 && corner.x <= 396.0 && co
 // anywhere.
 TEST(renderer_limits_test, draws_all_there_is_on_the_page_however_far_a_point_lies) {
   const double greatest = std::numeric_limits<double>::max();
-  for (const double far : {1e290, 1e300, 1.01e300, 2e300, 7e305, 1e306, 2e307, greatest}) {
+  for (const double far : {1e290, 1e300, 5e304, 5.01e304, 7e305, 1e306, 2e307, greatest}) {
     for (const vec2 point : {vec2{3e7, far}, vec2{far, 3e7}, vec2{-far, far}, vec2{3e7, -far}, vec2{-far, 0.0}}) {
       for (const bool equal_scale : {false, true}) {
         SCOPED_TRACE(testing::Message() << point.x << ' ' << point.y << ' ' << equal_scale);
@@ -103,7 +103,7 @@ TEST(renderer_limits_test, draws_all_there_is_on_the_page_however_far_a_point_li
 }
 
 TEST(renderer_limits_test, draws_points_closer_together_than_numbers_can_be_scaled) {
-  for (const double span : {5e-324, 1e-310, 1e-307, 1e-300, 1e-299}) {
+  for (const double span : {5e-324, 1e-310, 1e-307, 1e-304, 1e-303, 1e-299}) {
     const owned_record<chart> source = chart_of({{0.0, 0.0}, {span, span}});
     chart_add_series(*source, poles_of({{0.0, 0.0}}, span / 10.0));
     const std::vector<drawn_shape> shapes = shapes_of(draw_logged(*source, page_kind::vector, 396.0, 306.0));
