@@ -47,7 +47,7 @@ bool has_moved_away(const gps_point &from, double altitude) {
 struct ground_summary {
   double least = std::numeric_limits<double>::infinity();  // m; greater than the greatest: no samples
   double greatest = -std::numeric_limits<double>::infinity();
-  latest_time latest;
+  time_range times;
 
   void add(const gps_point &sample) {
     const double altitude = raw_altitude(sample);
@@ -55,29 +55,32 @@ struct ground_summary {
     greatest = std::max(greatest, altitude);
     // No altitude is near one that is not a number.
     if (std::isnan(altitude)) greatest = std::numeric_limits<double>::infinity();
-    latest.add(sample);
+    times.add(sample);
   }
 
   void add(const ground_summary &others) {
     least = std::min(least, others.least);
     greatest = std::max(greatest, others.greatest);
-    latest.add(others.latest);
+    times.add(others.times);
   }
 };
 
-struct has_left {
+bool has_stayed(const gps_point &from, const gps_point &sample) {
+  return elapsed(from.time, sample.time) > landed_time;
+}
+
+// True where the landing has lasted or the height has changed.
+struct is_decided {
   const gps_point &from;
-  bool operator()(const gps_point &sample) const { return has_moved_away(from, raw_altitude(sample)); }
-  bool operator()(const ground_summary &summary) const {
-    return summary.least <= summary.greatest &&
-           (has_moved_away(from, summary.least) || has_moved_away(from, summary.greatest));
-  }
-};
 
-struct has_stayed {
-  std::int64_t start;
-  bool operator()(const gps_point &sample) const { return elapsed(start, sample.time) > landed_time; }
-  bool operator()(const ground_summary &summary) const { return summary.latest.is_after(start, landed_time + 1); }
+  bool operator()(const gps_point &sample) const {
+    return has_stayed(from, sample) || has_moved_away(from, raw_altitude(sample));
+  }
+  bool operator()(const ground_summary &summary) const {
+    const bool may_have_left = summary.least <= summary.greatest &&
+                               (has_moved_away(from, summary.least) || has_moved_away(from, summary.greatest));
+    return may_have_left || summary.times.may_be_after(from.time, landed_time + 1);
+  }
 };
 
 // 0 when there is none. The last sample is not examined.
@@ -85,9 +88,8 @@ std::size_t find_landing(std::span<const gps_point> samples, std::size_t flight)
   sample_tree<ground_summary> tree(samples);
   // The track may end before the landing has lasted.
   const auto lasts = [&](std::size_t i) {
-    const std::size_t left = tree.find_first(i, samples.size(), has_left{samples[i]});
-    if (left == samples.size()) return true;
-    return tree.find_first(i, left + 1, has_stayed{samples[i].time}) <= left;
+    const std::size_t decided = tree.find_first(i, samples.size(), is_decided{samples[i]});
+    return decided == samples.size() || has_stayed(samples[i], samples[decided]);
   };
   for (std::size_t i = flight; i + 1 < samples.size(); ++i) {
     if (is_slow(samples[i]) && (samples[i].vacc >= unusable_vacc || lasts(i))) return i;

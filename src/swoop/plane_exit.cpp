@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "support/time.h"
 #include "swoop/sample_measures.h"
 #include "swoop/sample_tree.h"
 
@@ -38,18 +39,18 @@ bool may_be_fall(const gps_point &sample) {
 struct fall_summary {
   double accelerations = 0.0;  // their sum, mph per second
   bool is_fall = true;         // each of them may be one
-  latest_time latest;
+  time_range times;
 
   void add(const gps_point &sample) {
     accelerations += downward_acceleration(sample);
     is_fall = is_fall && may_be_fall(sample);
-    latest.add(sample);
+    times.add(sample);
   }
 
   void add(const fall_summary &others) {
     accelerations += others.accelerations;
     is_fall = is_fall && others.is_fall;
-    latest.add(others.latest);
+    times.add(others.times);
   }
 };
 
@@ -61,7 +62,7 @@ struct is_decided {
     return !may_be_fall(sample) || elapsed(start, sample.time) >= fall_time;
   }
   bool operator()(const fall_summary &summary) const {
-    return !summary.is_fall || summary.latest.is_after(start, fall_time);
+    return !summary.is_fall || summary.times.may_be_after(start, fall_time);
   }
 };
 

@@ -1,8 +1,8 @@
 // Questions about long stretches of a track, answered without looking at each of their samples. For tracks on which a
-// detector refuses candidate after candidate: looking at all samples behind each of them would take for ever.
+// detector refuses candidate after candidate: looking at all samples behind each of them would be quadratic.
 //
-// Leaf k of the tree sums up the k-th block of samples, any other node its two children, which node n has at 2n and 2n
-// + 1; node 1 is the root. It is made for the first question that leads beyond a few samples, and on most tracks none
+// Leaf k of the tree sums up the k-th block of samples, any other node its two children, which node n has at 2n and
+// 2n + 1; node 1 is the root. It is made for the first question that leads beyond a few samples, and on most tracks none
 // does. Without memory for it every question is answered sample by sample.
 #pragma once
 
@@ -18,16 +18,22 @@
 
 namespace tarvel {
 
-// The latest of several samples, for the question whether one of them is so much later than a given time. Over times 292
-// million years apart, whose differences wrap, the latest may answer no where an earlier one would answer yes.
-struct latest_time {
-  std::int64_t time = INT64_MIN;  // of no samples, later than nothing
+// The first and last of several times, for the question whether one of them is so much later than a given time. Over
+// times more than 146 million years apart, whose differences may wrap, the answer is always that one may be.
+struct time_range {
+  std::int64_t first = INT64_MAX;  // after the last: of no samples
+  std::int64_t last = INT64_MIN;
 
-  void add(const gps_point &sample) { time = std::max(time, sample.time); }
-  void add(const latest_time &others) { time = std::max(time, others.time); }
+  void add(const gps_point &sample) { add(time_range{sample.time, sample.time}); }
+  void add(const time_range &others) {
+    first = std::min(first, others.first);
+    last = std::max(last, others.last);
+  }
 
-  [[nodiscard]] bool is_after(std::int64_t from, std::int64_t span) const {
-    return time > from && elapsed(from, time) >= span;
+  // The span is less than 146 million years.
+  [[nodiscard]] bool may_be_after(std::int64_t from, std::int64_t span) const {
+    const bool may_wrap = static_cast<std::uint64_t>(elapsed(first, last)) > INT64_MAX / 2;
+    return first <= last && (may_wrap || elapsed(from, first) >= span || elapsed(from, last) >= span);
   }
 };
 
@@ -57,8 +63,8 @@ class sample_tree {
     return total;
   }
 
-  // The first sample of [first, end) that meets the condition, or the end. A summary may meet it only if one
-  // of its samples does; samples that meet it without their summary are found or missed.
+  // The first sample of [first, end) that meets the condition, or the end. A summary must meet it if one of its samples
+  // does; a block whose summary meets it without costs a look at each of its samples.
   template <typename condition>
   [[nodiscard]] std::size_t find_first(std::size_t first, std::size_t end, condition is_met) {
     const std::size_t near_end = first + near;
@@ -76,16 +82,27 @@ class sample_tree {
   template <typename condition>
   [[nodiscard]] std::size_t find_by_blocks(std::size_t block, condition is_met) const {
     std::size_t node = leaf_count_ + block;
-    while (!is_met(nodes_[node])) {
+    for (;;) {
+      if (is_met(nodes_[node])) {
+        if (node < leaf_count_) {
+          node *= 2;
+          continue;
+        }
+        const std::span<const gps_point> samples = samples_of_block(node - leaf_count_);
+        const auto found = std::find_if(samples.begin(), samples.end(), is_met);
+        if (found != samples.end()) return static_cast<std::size_t>(&*found - samples_.data());
+      }
       // On to the right, and there up to the greatest node that begins with the same block.
       ++node;
       if (std::has_single_bit(node)) return samples_.size();
       node >>= std::countr_zero(node);
     }
-    while (node < leaf_count_) node = is_met(nodes_[2 * node]) ? 2 * node : 2 * node + 1;
-    std::size_t found = (node - leaf_count_) * block_size;
-    while (!is_met(samples_[found])) ++found;
-    return found;
+  }
+
+  // The last blocks of the tree may have no samples.
+  [[nodiscard]] std::span<const gps_point> samples_of_block(std::size_t block) const {
+    const std::size_t first = std::min(block * block_size, samples_.size());
+    return samples_.subspan(first, std::min(block_size, samples_.size() - first));
   }
 
   void add_samples(summary &total, std::size_t first, std::size_t end) const {

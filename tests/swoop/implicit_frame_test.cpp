@@ -102,21 +102,23 @@ TEST(implicit_landing_test, is_what_scanning_every_candidate_anew_finds) {
   EXPECT_GT(refused, 2000);
 }
 
-// Heights that wander by 100 ft and more between slow samples, on clocks that creep, stand, go back and leap.
+// Heights that wander by 100 ft and more between slow samples, on clocks that creep, stand, go back and leap, some by so
+// much that differences of times wrap.
 std::vector<gps_point> long_wandering_walk(std::mt19937 &random) {
   const auto up_to = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
   const auto pace = static_cast<unsigned>(up_to(80));
   const double spread = 20.0 + up_to(25);  // m; 100 ft are 30.48 m
   const int seldom = 1 + up_to(200);
   std::vector<gps_point> samples = {raw_sample(0, {48.0, 0.0, 3000.0}, {30.0, 0.0, 0.0})};
-  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{3} << 62;
+  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{1} << 63;
   for (int i = 1; i < 600; ++i) {
     double altitude = up_to(seldom) == 0 ? spread * (up_to(201) - 100) / 100.0 : spread * (up_to(21) - 10) / 100.0;
     if (up_to(1500) == 0) altitude = up_to(2) == 0 ? not_a_number : endless;
-    samples.push_back(raw_sample(static_cast<std::int64_t>(time), {48.0, static_cast<double>(i), altitude},
+    const std::uint64_t own_time = up_to(300) == 0 ? std::uint64_t{random()} << 32 : time;
+    samples.push_back(raw_sample(static_cast<std::int64_t>(own_time), {48.0, static_cast<double>(i), altitude},
                                  {up_to(4) != 0 ? 1.0 : 9.0, 0.0, 0.0}, 3.0F));
     time += up_to(40) == 0 ? std::uint64_t{0} - static_cast<unsigned>(up_to(500)) : pace;
-    if (up_to(600) == 0) time += std::uint64_t{1} << (10 + up_to(50));
+    if (up_to(600) == 0) time += std::uint64_t{1} << (10 + up_to(54));
   }
   samples.push_back(raw_sample(static_cast<std::int64_t>(time), {48.0, 600.0, 500.0}, {9.0, 0.0, 0.0}));
   return samples;
@@ -132,6 +134,18 @@ void expect_landing(const swoop &run, std::size_t expected) {
   } else {
     ASSERT_EQ(std::string(error) == "could not find dive at 100 feet", expected != 0);
   }
+}
+
+// The time of sample 200 is 292 million years after the landing's, since their difference wraps.
+TEST(implicit_landing_test, has_lasted_at_a_time_whose_difference_wraps) {
+  std::vector<gps_point> samples = {raw_sample(0, {48.0, 0.0, 3000.0}, {30.0, 0.0, 0.0})};
+  for (int i = 1; i < 300; ++i) {
+    samples.push_back(raw_sample(i, {48.0, static_cast<double>(i), i <= 250 ? 100.0 : 200.0}, {9.0, 0.0, 0.0}));
+  }
+  samples[100].vel_ltp.x = 1.0;
+  samples[200].time = INT64_MIN;
+  ASSERT_EQ(landing_by_rescanning(samples, 1), 100U);
+  expect_landing(run_of(samples), 100);
 }
 
 // Without memory the search looks at every sample, and finds the same.

@@ -306,24 +306,25 @@ TEST(plane_exit_test, is_what_scanning_every_candidate_anew_finds) {
   EXPECT_LT(found, 18000);
 }
 
-// Falls around every limit: means near 12 mph/s over clocks that creep, stand, go back and leap, and
-// heights that wander within 75 ft.
+// Falls around every limit: means near 12 mph/s over clocks that creep, stand, go back and leap, some by so much
+// that differences of times wrap, and heights that wander within 75 ft.
 fall_rows long_wandering_fall(std::mt19937 &random, int count) {
   const auto up_to = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
   const int pace = 1 + up_to(40);            // ms
   const int rest = up_to(3) == 0 ? 2 : 100;  // how seldom the clock goes back
   const double other = 12.0 - 3.0 * up_to(5);
   fall_rows rows;
-  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{3} << 62;
+  std::uint64_t time = up_to(2) == 0 ? 0 : std::uint64_t{1} << 63;
   double feet = 2600.0;
   for (int i = 0; i < count; ++i) {
     const double acceleration = up_to(2) == 0 ? 24.0 - other : other;
-    rows.push_back({static_cast<std::int64_t>(time), feet / feet_per_metre,
+    const std::uint64_t own_time = up_to(300) == 0 ? std::uint64_t{random()} << 32 : time;
+    rows.push_back({static_cast<std::int64_t>(own_time), feet / feet_per_metre,
                     up_to(150) == 0 ? -1.0 : acceleration / mph_per_mps, 20.0F});
     if (up_to(400) == 0) rows.back().acceleration = not_a_number;
     if (up_to(400) == 0) rows.back().height = not_a_number;
     time += up_to(rest) == 0 ? std::uint64_t{0} - static_cast<unsigned>(up_to(pace + 2)) : static_cast<unsigned>(pace);
-    if (up_to(300) == 0) time += std::uint64_t{1} << (40 + up_to(20));
+    if (up_to(300) == 0) time += std::uint64_t{1} << (40 + up_to(24));
     feet += 0.25 * (up_to(9) - 4) + 0.1;
     if (up_to(300) == 0) feet += 50.0;
   }
@@ -348,6 +349,14 @@ TEST(plane_exit_test, is_what_scanning_finds_also_where_many_samples_are_asked_f
   }
   EXPECT_GT(found, 300);
   EXPECT_LT(found, 2700);
+}
+
+// The time of sample 700 is 292 million years after the exit's, since their difference wraps.
+TEST(plane_exit_test, has_lasted_at_a_time_whose_difference_wraps) {
+  fall_rows rows;
+  for (int i = 0; i < 900; ++i) rows.push_back({i, 1000.0, i == 0 || i == 800 ? -1.0 : 10.0});
+  rows[700].time = INT64_MIN;
+  EXPECT_EQ(exit_of(rows), 1U);
 }
 
 double seconds_of_search(const fall_rows &rows) {
