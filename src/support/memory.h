@@ -49,8 +49,8 @@ template <typename T>
   return true;
 }
 
-// Makes room for that many elements: for first_capacity at first, then for twice as many, as often as it takes. False
-// when memory is short or the capacity would not fit its type: array and capacity are as they were.
+// Makes room for that many elements: for first_capacity, which is positive, at first, then for twice as many, as often
+// as it takes. False when memory is short or the capacity would not fit its type: array and capacity are as they were.
 template <typename T, std::unsigned_integral size_type>
 [[nodiscard]] bool try_reserve(owned_array<T> &array, size_type &capacity, std::uint64_t needed,
                                std::type_identity_t<size_type> first_capacity) {
@@ -85,7 +85,7 @@ template <typename T>
   return true;
 }
 
-// A default-initialised record, null when memory is short.
+// A value-initialised record, null when memory is short.
 template <typename T>
 [[nodiscard]] owned_record<T> try_make() {
   static_assert(alignof(T) <= alignof(std::max_align_t));

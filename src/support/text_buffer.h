@@ -18,8 +18,8 @@ struct text_buffer {
   error_slot *error = nullptr;  // the building stage's own slot, where an append reports its failure
 };
 
-// An empty buffer that reports to the given slot. When memory is short the slot says "malloc() failed" and
-// the buffer has no data.
+// An empty buffer that reports to the given slot. When memory is short the slot says "malloc() failed", and the buffer
+// has no data and must not be appended to.
 [[nodiscard]] text_buffer text_buffer_create(error_slot *error);
 
 // Appends formatted text, doubling the capacity as often as needed. A failure ("vsnprintf() failed (%d)\n",
