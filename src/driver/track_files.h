@@ -20,8 +20,8 @@ namespace tarvel {
 [[nodiscard]] file_handle open_track_file(const char *path, error_slot *error);
 
 // These read, and fail with "strdup() failed" or "failed to open file: %s" of the opening, "failed to read file: %s",
-// "malloc() failed" (the warnings), or a message of the function over the stream. A failure leaves in the target what
-// that function leaves there, even when the file cannot be opened.
+// "malloc() failed" (the warnings), or a message of the function over the stream. After a failure the track of the first
+// two is empty; any other target is as it was.
 void read_track_header_csv(const char *path, gps_track &track, error_slot *error);
 void read_track_tagged(const char *path, gps_track &track, error_slot *error);
 void read_gate_file(const char *path, course &result, error_slot *error);

@@ -1,7 +1,5 @@
 #include "loader/track_loader.h"
 
-#include <utility>
-
 #include "container/tvl_file.h"
 #include "track/delimited_reader.h"
 
@@ -10,15 +8,11 @@ namespace tarvel {
 namespace {
 
 outcome load_text_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error) {
-  gps_track loaded;
   std::rewind(stream);
-  outcome result = read_track_tagged_stream(stream, loaded, warnings, error);
-  if (result == outcome::not_this_form) {
-    std::rewind(stream);
-    result = read_track_header_csv_stream(stream, loaded, warnings, error);
-  }
-  if (result == outcome::done) track = std::move(loaded);
-  return result;
+  const outcome result = read_track_tagged_stream(stream, track, warnings, error);
+  if (result != outcome::not_this_form) return result;
+  std::rewind(stream);
+  return read_track_header_csv_stream(stream, track, warnings, error);
 }
 
 }  // namespace

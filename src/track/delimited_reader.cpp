@@ -58,7 +58,7 @@ outcome read_tagged_lines(track_file &file, gps_track &track, text_buffer &warni
   return result;
 }
 
-// What the lines have left to be said.
+// The checks after the last line.
 outcome finish_reading(const track_file &file, const gps_track &loaded, error_slot *error) {
   if (file.overflow) {
     *error = "line length exceeded size of buffer";
@@ -76,7 +76,6 @@ using lines_reader = outcome (*)(track_file &file, gps_track &track, text_buffer
 outcome read_stream(std::FILE *stream, lines_reader read_lines, gps_track &track, text_buffer &warnings,
                     error_slot *error) {
   *error = nullptr;
-  track = gps_track();
   gps_track loaded;
   track_file file;
   if (!open_track_stream(stream, file, error)) return outcome::no_memory;

@@ -11,11 +11,10 @@
 namespace tarvel {
 
 // The header-line form: a line of field names, a line of units, then one sample a line. Values are stored as read.
-// On success the track is replaced by the samples; otherwise it is left empty. Unknown names get a line each in the
-// warnings. Not this form: "missing field names", "invalid field names", "missing field units", "invalid time field",
-// "line length exceeded size of buffer" or "no GPS points found". No memory: "failed to malloc file.block_ptr",
-// "invalid field names", "failed to realloc gps_points" or "realloc failed" (the warnings). Unreadable: "failed to read
-// track".
+// Unless done the track is as it was. Unknown names get a line each in the warnings. Not this form: "missing field
+// names", "invalid field names", "missing field units", "invalid time field", "line length exceeded size of buffer" or
+// "no GPS points found". No memory: "failed to malloc file.block_ptr", "invalid field names", "failed to realloc
+// gps_points" or "realloc failed" (the warnings). Unreadable: "failed to read track".
 [[nodiscard]] outcome read_track_header_csv_stream(std::FILE *stream, gps_track &track, text_buffer &warnings,
                                                    error_slot *error);
 
