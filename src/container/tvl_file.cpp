@@ -165,8 +165,7 @@ outcome read_gate_stream(std::FILE *stream, course &result, error_slot *error) {
   const outcome section = read_section<gate_section>(stream, header, pond.points, error);
   if (section != outcome::done) return section;
   pond.capacity = pond.count = header.count;
-  // A point in the origin ends the list.
-  pond.count = filed_points(pond).size();
+  cut_at_origin(pond);
   result.matrix = header.matrix;
   result.theta = header.theta;
   result.pond = std::move(pond);
@@ -187,7 +186,7 @@ void write_gate_stream(std::FILE *stream, const course &surveyed, error_slot *er
   tvl_gate_header header;
   header.matrix = surveyed.matrix;
   header.theta = surveyed.theta;
-  const std::span<const vec3> points = surveyed.pond ? filed_points(*surveyed.pond) : std::span<const vec3>();
+  const std::span<const vec3> points = surveyed.pond ? points_before_origin(*surveyed.pond) : std::span<const vec3>();
   write_section<gate_section>(stream, header, points, error);
 }
 

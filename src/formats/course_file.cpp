@@ -146,7 +146,7 @@ void write_course(std::FILE *stream, const course &surveyed) {
   write_matrix(stream, surveyed.matrix);
   const double theta = degrees_from_radians(surveyed.theta);
   if (theta != 0.0) write_theta(stream, theta);
-  if (surveyed.pond) write_pond(stream, filed_points(*surveyed.pond));
+  if (surveyed.pond) write_pond(stream, points_before_origin(*surveyed.pond));
 }
 
 course_answer read_course(std::FILE *stream, const char *name, const char *swoop_file, course &result,
@@ -156,8 +156,7 @@ course_answer read_course(std::FILE *stream, const char *name, const char *swoop
   reader.name = name;
   const course_answer answer = read_lines(stream, reader, swoop_file, link, error);
   if (answer == course_answer::here && *error == nullptr) {
-    // A point in the origin ends the list.
-    if (reader.read.pond) reader.read.pond->count = filed_points(*reader.read.pond).size();
+    if (reader.read.pond) cut_at_origin(*reader.read.pond);
     result = std::move(reader.read);
   }
   return answer;

@@ -32,8 +32,9 @@ struct course {
 // was.
 [[nodiscard]] bool append_pond_point(pond_outline &pond, const vec3 &point);
 
-// The points that a file keeps: those before the first whose x, y and z are all 0, with which the lists of the course
-// file and of the container end. Minus zero counts as 0.
-[[nodiscard]] std::span<const vec3> filed_points(const pond_outline &pond);
+// The points before the first whose x, y and z are all 0, with which the lists of the course file and of the container
+// end: a file is written with them alone, and what it lists behind them is cut off. Minus zero counts as 0.
+[[nodiscard]] std::span<const vec3> points_before_origin(const pond_outline &pond);
+void cut_at_origin(pond_outline &pond);
 
 }  // namespace tarvel

@@ -32,7 +32,7 @@ TEST(course_test, an_outline_of_no_points_needs_no_memory) {
   pond_outline pond;
   EXPECT_TRUE(points_of(pond).empty());
   EXPECT_TRUE(points_of(static_cast<const pond_outline &>(pond)).empty());
-  EXPECT_TRUE(filed_points(pond).empty());
+  EXPECT_TRUE(points_before_origin(pond).empty());
   EXPECT_EQ(pond.points, nullptr);
   EXPECT_EQ(pond.capacity, 0U);
 }
@@ -97,11 +97,13 @@ const filed_case filed_cases[] = {
 TEST(course_test, a_file_keeps_the_points_before_the_first_of_zeros) {
   for (const filed_case &c : filed_cases) {
     SCOPED_TRACE(c.name);
-    const pond_outline pond = outline_of(c.points);
-    const std::span<const vec3> filed = filed_points(pond);
+    pond_outline pond = outline_of(c.points);
+    const std::span<const vec3> filed = points_before_origin(pond);
     EXPECT_EQ(filed.size(), c.filed);
     EXPECT_EQ(filed.data(), pond.points.get());
     EXPECT_EQ(pond.count, c.points.size());
+    cut_at_origin(pond);
+    EXPECT_EQ(pond.count, c.filed);
   }
 }
 
