@@ -3,7 +3,6 @@
 #include <limits>
 
 #include "geo/plane.h"
-#include "support/integer.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {
@@ -57,8 +56,7 @@ void detect_entry_gate(swoop &run, error_slot *) {
 
   run.entry_gate = before;
   run.entry_gate_ypos = y;
-  run.entry_gate_time = truncate_to_int64(
-      interpolate(static_cast<double>(a.time), static_cast<double>(b.time), a.pos_local.x, b.pos_local.x, 0.0));
+  run.entry_gate_time = crossing_time(a, b, a.pos_local.x, b.pos_local.x, 0.0);
   run.entry_gate_speed = interpolate(horizontal_speed(a), horizontal_speed(b), a.pos_local.x, b.pos_local.x, 0.0);
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "geo/plane.h"
-#include "support/integer.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {
@@ -20,8 +19,6 @@ struct bottom_crossing {
   std::uint32_t index = 0;
   std::int64_t time = 0;
 };
-
-double time_of(const gps_point &sample) { return static_cast<double>(sample.time); }
 
 // The sample before the first rise of the altitude in slow descent, or the last.
 std::uint32_t find_lowest(std::span<const gps_point> samples, std::uint32_t first, std::uint32_t last) {
@@ -40,8 +37,7 @@ bottom_crossing find_level_crossing(std::span<const gps_point> samples, std::uin
     const gps_point &above = samples[k];
     const gps_point &below = samples[k + 1];
     if (raw_altitude(above) > target) {
-      const double time = interpolate(time_of(above), time_of(below), raw_altitude(above), raw_altitude(below), target);
-      return {k, truncate_to_int64(time)};
+      return {k, crossing_time(above, below, raw_altitude(above), raw_altitude(below), target)};
     }
   }
   return {};
@@ -52,9 +48,7 @@ bottom_crossing find_descent_crossing(std::span<const gps_point> samples, std::u
     const gps_point &before = samples[k - 1];
     const gps_point &after = samples[k];
     if (raw_descent(after) <= bottom_descent) {
-      const double time =
-          interpolate(time_of(before), time_of(after), raw_descent(before), raw_descent(after), bottom_descent);
-      return {k - 1, truncate_to_int64(time)};
+      return {k - 1, crossing_time(before, after, raw_descent(before), raw_descent(after), bottom_descent)};
     }
   }
   return {};
@@ -110,8 +104,8 @@ vec3 position_at(const swoop &run, std::uint32_t index, std::int64_t time, vec3 
   const vec3 &here = run.track[index].*position;
   if (index + 1 >= run.track_len) return here;
   const vec3 &next = run.track[index + 1].*position;
-  const double t0 = time_of(run.track[index]);
-  const double t1 = time_of(run.track[index + 1]);
+  const auto t0 = static_cast<double>(run.track[index].time);
+  const auto t1 = static_cast<double>(run.track[index + 1].time);
   const auto t = static_cast<double>(time);
   return {interpolate(here.x, next.x, t0, t1, t), interpolate(here.y, next.y, t0, t1, t),
           interpolate(here.z, next.z, t0, t1, t)};

@@ -31,6 +31,9 @@ namespace tarvel {
   return static_cast<double>(static_cast<std::uint32_t>(elapsed(from.time, to.time)));
 }
 
+// Where a measure of two samples that follow one another, va and vb, crosses a value: its time, ms, truncated.
+[[nodiscard]] std::int64_t crossing_time(const gps_point &a, const gps_point &b, double va, double vb, double value);
+
 // A heading difference folded into 0..180 degrees.
 [[nodiscard]] double folded_heading_change(double from, double to);
 

@@ -5,7 +5,6 @@
 #include "geo/angle.h"
 #include "geo/course_frame.h"
 #include "geo/plane.h"
-#include "support/integer.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {
@@ -73,8 +72,7 @@ bool score_exit(swoop &run, const mat4 &frame, const carve_gate &gate, std::uint
   if (distance <= scored_distance) {
     run.exit_gate = before;
     run.exit_gate_xpos = crossing.x;
-    run.exit_gate_time = truncate_to_int64(
-        interpolate(static_cast<double>(sample_a.time), static_cast<double>(sample_b.time), a.y, b.y, crossing.y));
+    run.exit_gate_time = crossing_time(sample_a, sample_b, a.y, b.y, crossing.y);
     run.exit_gate_speed = interpolate(horizontal_speed(sample_a), horizontal_speed(sample_b), a.y, b.y, crossing.y);
   }
   return true;

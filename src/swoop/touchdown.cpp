@@ -1,7 +1,6 @@
 #include "swoop/touchdown.h"
 
 #include "geo/plane.h"
-#include "support/integer.h"
 #include "support/time.h"
 #include "swoop/sample_measures.h"
 
@@ -72,8 +71,7 @@ void estimate_touchdown(swoop &run, std::uint32_t time_aloft, error_slot *error)
   }
   const gps_point &a = samples[passage];
   const gps_point &b = samples[passage + 1];
-  run.touchdown_time = truncate_to_int64(
-      interpolate(static_cast<double>(a.time), static_cast<double>(b.time), a.pos_local.x, b.pos_local.x, rest_x));
+  run.touchdown_time = crossing_time(a, b, a.pos_local.x, b.pos_local.x, rest_x);
   run.touchdown_speed = interpolate(horizontal_speed(a), horizontal_speed(b), a.pos_local.x, b.pos_local.x, rest_x);
   run.touchdown_distance = rest_x;
 }

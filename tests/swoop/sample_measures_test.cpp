@@ -63,6 +63,27 @@ TEST(sample_measures_test, wraps_time_differences) {
   }
 }
 
+struct crossing_case {
+  const char *name;
+  std::int64_t from;
+  std::int64_t to;
+  double value;  // the measure runs from 2 to 6
+  std::int64_t time;
+};
+
+const crossing_case crossing_cases[] = {
+    {"at the first sample", 1000, 1200, 2.0, 1000},    {"a quarter of the way", 1000, 1200, 3.0, 1050},
+    {"cut to the millisecond", 1000, 1003, 5.0, 1002}, {"toward zero", -1003, -1000, 3.0, -1002},
+    {"beyond both", 1000, 1200, 10.0, 1400},           {"nowhere", 1000, 1200, not_a_number, INT64_MIN},
+};
+
+TEST(sample_measures_test, tells_when_a_value_is_crossed) {
+  for (const crossing_case &c : crossing_cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(crossing_time(sample_at_time(c.from), sample_at_time(c.to), 2.0, 6.0, c.value), c.time);
+  }
+}
+
 struct heading_case {
   double from;
   double to;
