@@ -1,6 +1,5 @@
 #include "swoop/kinematics.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "geo/angle.h"
@@ -9,8 +8,6 @@
 namespace tarvel {
 
 namespace {
-
-std::uint32_t end_of(const swoop &run, sample_range range) { return std::min(range.end, run.track_len); }
 
 vec3 acceleration_between(const gps_point &previous, const gps_point &sample) {
   const vec3 change = vec3_sub(previous.vel_local, sample.vel_local);
@@ -34,18 +31,20 @@ double heading_of(const gps_point &sample) {
 }  // namespace
 
 void derive_acceleration(swoop &run, sample_range range) {
-  for (std::uint32_t i = range.first; i < end_of(run, range); ++i) {
+  const auto [first, end] = within_track(run, range);
+  for (std::uint32_t i = first; i < end; ++i) {
     run.track[i].acc_local = i == 0 ? vec3() : acceleration_between(run.track[i - 1], run.track[i]);
   }
 }
 
 void derive_dive_angle(swoop &run, sample_range range) {
-  for (std::uint32_t i = range.first; i < end_of(run, range); ++i)
-    run.track[i].dive_angle = dive_angle_of(run.track[i]);
+  const auto [first, end] = within_track(run, range);
+  for (std::uint32_t i = first; i < end; ++i) run.track[i].dive_angle = dive_angle_of(run.track[i]);
 }
 
 void derive_heading(swoop &run, sample_range range) {
-  for (std::uint32_t i = range.first; i < end_of(run, range); ++i) run.track[i].heading = heading_of(run.track[i]);
+  const auto [first, end] = within_track(run, range);
+  for (std::uint32_t i = first; i < end; ++i) run.track[i].heading = heading_of(run.track[i]);
 }
 
 void derive_turn_rate(swoop &run) {

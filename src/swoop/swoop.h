@@ -29,8 +29,8 @@ struct swoop {
   owned_text file;  // path of the track
   owned_array<gps_point> track;
   std::uint32_t track_len = 0;
-  bool debug = false;            // coord.txt is wanted
-  bool is_derived = false;       // the samples have their local fields
+  bool debug = false;            // coord.txt and a copy of the trimmed track are wanted
+  bool is_derived = false;       // the samples have their local fields, which coord.txt shows
   std::uint32_t time_aloft = 0;  // between entry gate and touchdown, ms; 0 when not given
   std::int32_t gate_type = gate_type_course;
   double rotate_theta = 0.0;  // speed-carve rotation given by the course, radians
@@ -79,9 +79,14 @@ struct sample_range {
   std::uint32_t end = UINT32_MAX;  // one past the last
 };
 
-[[nodiscard]] inline std::span<const gps_point> samples_of(const swoop &run, sample_range range) {
+[[nodiscard]] inline sample_range within_track(const swoop &run, sample_range range) {
   const std::uint32_t end = std::min(range.end, run.track_len);
-  return samples_of(run).subspan(std::min(range.first, end), end - std::min(range.first, end));
+  return {std::min(range.first, end), end};
+}
+
+[[nodiscard]] inline std::span<const gps_point> samples_of(const swoop &run, sample_range range) {
+  const auto [first, end] = within_track(run, range);
+  return samples_of(run).subspan(first, end - first);
 }
 
 // A new, empty record. Null with "failed to allocate memory for swoop".
