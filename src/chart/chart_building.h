@@ -12,10 +12,6 @@ namespace tarvel {
 
 constexpr std::uint32_t track_series_capacity = 300;  // a minute of turn and swoop at 5 Hz
 
-[[nodiscard]] inline std::uint32_t first_sample(const chart_context &context) {
-  return context.from_exit ? context.run.plane_exit : context.run.top_of_turn;
-}
-
 // Titles; null when memory is short.
 [[nodiscard]] owned_record<chart> make_chart(owned_text title, owned_text x_title, owned_text y_title);
 

@@ -1,6 +1,8 @@
 // The charts of a run.
 #pragma once
 
+#include <cstdint>
+
 #include "chart/chart.h"
 #include "support/memory.h"
 #include "swoop/swoop.h"
@@ -15,6 +17,10 @@ struct chart_context {
   bool metric = false;
   bool from_exit = false;  // draw from the exit instead of the top of the turn
 };
+
+[[nodiscard]] inline std::uint32_t first_sample(const chart_context &context) {
+  return context.from_exit ? context.run.plane_exit : context.run.top_of_turn;
+}
 
 // Each returns a new chart, or null when memory is short.
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <span>
 
-#include "chart/chart_building.h"
 #include "drawing/drawing_guard.h"
 #include "drawing/drawing_handles.h"
 #include "drawing/renderer.h"
