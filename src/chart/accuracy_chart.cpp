@@ -21,7 +21,7 @@ bool add_accuracy(chart &target, const chart_context &context, std::uint32_t col
       make_track_series(run, {first_sample(context), run.stop + 1}, [&](const gps_point &sample) {
         return vec2{seconds_since(reference, sample), value_of(sample)};
       });
-  owned_text words = format_text("%s", label);
+  owned_text words = try_duplicate(label);
   return words && add_series(target, std::move(curve), series_style::solid, colour, std::move(words));
 }
 

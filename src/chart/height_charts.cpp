@@ -17,7 +17,7 @@ owned_record<chart> make_height_chart(const chart_context &context, const char *
                                       double y_step) {
   const display_units units = display_units_for(context.metric);
   owned_record<chart> made =
-      make_chart(format_text("%s", title), format_text("height (%s)", units.lengths), std::move(y_title));
+      make_chart(try_duplicate(title), format_text("height (%s)", units.lengths), std::move(y_title));
   if (!made) return nullptr;
   made->reverse_x = true;
   // From the exit on, fixed ticks would be too many.
