@@ -63,8 +63,7 @@ void survey_pond(gate &surveyed, error_slot *error) {
     if (*error) return;
   }
   if (pond.count == 0) return;
-  const vec3 first = pond.points[0];
-  if (!append_pond_point(pond, first)) {
+  if (!append_pond_point(pond, pond.points[0])) {
     *error = "failed to realloc pond array";
     return;
   }

@@ -28,8 +28,8 @@ struct course {
   std::optional<pond_outline> pond;  // an empty one has its heading in the course file, an absent one has not
 };
 
-// Makes room for 512 points, then for twice as many, and appends one. False when memory is short: the outline is as it
-// was.
+// Makes room for 512 points, then for twice as many, and appends one, which may be one of the outline's own. False when
+// memory is short: the outline is as it was.
 [[nodiscard]] bool append_pond_point(pond_outline &pond, const vec3 &point);
 
 // The points before the first whose x, y and z are all 0, with which the lists of the course file and of the container
