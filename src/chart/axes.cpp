@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint32_t wanted_ticks = 10;
 constexpr double default_span = 100.0;
 constexpr double margin = 0.02;             // of the span, on both sides
-constexpr double most_half_steps = 1000.0;  // a fixed step that gives more is no help to anybody
+constexpr double most_half_steps = 1000.0;  // a fixed step that gives more is not used
 constexpr double flat_ticks = 1.2;          // a flat chart's y labels may stand closer
 // No coordinate is larger and no step smaller, so that no span overflows when it is multiplied or divided by a page's
 // size: 2 * 5e304 and two margins, times 1200 pixels, is 1.3e308.
@@ -47,7 +47,7 @@ double span_or_default(const axis &range) {
   return span == 0.0 ? default_span : span;
 }
 
-// At least one: a chart that is long and flat has room for no more. A quotient that overflowed counts as one, too.
+// At least one: a chart that is long and flat has room for no more.
 std::uint32_t tick_count(double count) { return std::max(std::uint32_t{1}, truncate_to_uint32(count)); }
 
 double choose_step(double fixed_step, std::uint32_t count, double span) {

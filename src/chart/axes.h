@@ -24,8 +24,8 @@ struct chart_axes {
 [[nodiscard]] double nice_step(std::uint32_t count, double range);
 
 // Ranges that hold every point of the chart whose coordinates are both within +-5e304, with a margin, from half step to
-// half step; 0 to 100 for a chart without such points. Always increasing, and so that a coordinate is scaled to any page
-// without overflow.
+// half step; 0 to 100 for a chart without such points. Always increasing, and so that scaling a coordinate to any page
+// does not overflow.
 [[nodiscard]] chart_axes find_axes(const chart &source);
 
 }  // namespace tarvel

@@ -1,4 +1,5 @@
-// A chart as plain data: titles, axis hints and series of points. Built, drawn once, and freed.
+// A chart as plain data: titles, axis hints and series of points. Built, drawn once, and freed. Stars, for
+// a cursor over a chart, and y axes that grow downwards are part of the model, though no page has any.
 #pragma once
 
 #include <cstdint>
@@ -30,7 +31,7 @@ struct series {
   series_style style = series_style::solid;
   std::uint32_t colour = 0;
   double radius = 0.0;  // of markers, in x data units; unless positive, the style's own size
-  owned_text name;      // the run's file; null when there is none
+  owned_text name;      // the run's file; null when there is none; not drawn
   owned_text label;     // legend text; null keeps the series out of the legend
   owned_array<vec2> points;
   std::uint32_t count = 0;

@@ -1,4 +1,4 @@
-// The surveyed course: what gate mode makes of a walked track.
+// A gate survey: the walk, its standstills and the course.
 #pragma once
 
 #include <array>

@@ -18,9 +18,9 @@ struct course_corners {
   vec3 d;
 };
 
-// Fills matrix, theta and waypoints from the walk, and derives its ECEF fields. The progress text goes to log_text when
-// there is any, also after a failure; log_text may be null. Fails with "malloc() failed", a message of find_waypoints,
-// level_waypoints or locate_gate_centre, or the log's own.
+// Fills the course's matrix and theta and the waypoints from the walk, and derives its ECEF fields. The progress text
+// goes to log_text when there is any, also after a failure; log_text may be null. Fails with "malloc() failed", a
+// message of find_waypoints, level_waypoints or locate_gate_centre, or the log's own.
 void survey_gate(gate &surveyed, owned_text *log_text, error_slot *error);
 
 // Where AC and BD cross in plan; its z is 0. Local. Fails with "AC and BD do not intersect".

@@ -23,7 +23,7 @@ constexpr double least_fall = 12.0;
 constexpr double greatest_fall = 44.0;
 constexpr std::int64_t fall_time = 1500;  // ms for which the mean must exceed least_fall
 
-// The sum of more samples is put together from partial sums. 340 a second: receivers reach 100.
+// Up to so many samples, 340 a second, are added in their order; receivers reach 100 a second.
 constexpr std::size_t most_added_in_order = 512;
 
 // Vertical accuracies from here on (m) say too little to end the search.
@@ -82,7 +82,8 @@ bool has_begun(std::span<const gps_point> samples, sample_tree<fall_summary> &tr
   return may_be_fall(samples[last]) && sum / static_cast<double>(last - i + 1) > least_fall;
 }
 
-// The candidates from one sample to the next landing: those before the first kept one climb again.
+// From one candidate to the next landing. A candidate before first_kept is refused: the height climbs again before the
+// landing.
 struct descent {
   std::size_t first_kept = 0;
   std::size_t landing = 0;

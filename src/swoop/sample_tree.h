@@ -2,8 +2,8 @@
 // detector refuses candidate after candidate: looking at all samples behind each of them would be quadratic.
 //
 // Leaf k of the tree sums up the k-th block of samples, any other node its two children, which node n has at 2n and
-// 2n + 1; node 1 is the root. It is made for the first question that leads beyond a few samples, and on most tracks none
-// does. Without memory for it every question is answered sample by sample.
+// 2n + 1; node 1 is the root. It is made for the first question that leads beyond a few samples, and on most tracks
+// none does. Without memory for it every question is answered sample by sample.
 #pragma once
 
 #include <algorithm>
