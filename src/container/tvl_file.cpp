@@ -24,16 +24,18 @@ struct section_form {
 };
 
 struct gate_section {
-  static constexpr section_form form = {tvl_gate_section,
-                                        tvl_gate_header_size,
-                                        tvl_gate_sample_size,
-                                        "not a gate section",
-                                        "failed to read gate header",
-                                        "invalid gate header",
-                                        "incorrect gate section size",
-                                        "failed to read gate sample",
-                                        "failed to write gate header",
-                                        "failed to write gate sample"};
+  static constexpr section_form form = {
+      .type = tvl_gate_section,
+      .header_size = tvl_gate_header_size,
+      .sample_size = tvl_gate_sample_size,
+      .wrong_type = "not a gate section",
+      .short_header = "failed to read gate header",
+      .invalid_header = "invalid gate header",
+      .wrong_size = "incorrect gate section size",
+      .short_sample = "failed to read gate sample",
+      .unwritten_header = "failed to write gate header",
+      .unwritten_sample = "failed to write gate sample",
+  };
   using header = tvl_gate_header;
   using sample = vec3;
   static constexpr auto read_header = read_gate_header;
@@ -43,16 +45,18 @@ struct gate_section {
 };
 
 struct swoop_section {
-  static constexpr section_form form = {tvl_swoop_section,
-                                        tvl_swoop_header_size,
-                                        tvl_swoop_sample_size,
-                                        "not a swoop section",
-                                        "failed to read swoop header",
-                                        "invalid swoop header",
-                                        "incorrect swoop section size",
-                                        "failed to read swoop sample",
-                                        "failed to write swoop header",
-                                        "failed to write swoop sample"};
+  static constexpr section_form form = {
+      .type = tvl_swoop_section,
+      .header_size = tvl_swoop_header_size,
+      .sample_size = tvl_swoop_sample_size,
+      .wrong_type = "not a swoop section",
+      .short_header = "failed to read swoop header",
+      .invalid_header = "invalid swoop header",
+      .wrong_size = "incorrect swoop section size",
+      .short_sample = "failed to read swoop sample",
+      .unwritten_header = "failed to write swoop header",
+      .unwritten_sample = "failed to write swoop sample",
+  };
   using header = tvl_swoop_header;
   using sample = gps_point;
   static constexpr auto read_header = read_swoop_header;
@@ -135,7 +139,7 @@ outcome read_section(std::FILE *stream, typename section::header &header,
   return outcome::done;
 }
 
-// Takes the header without its count.
+// Sets the header's count.
 template <typename section>
 void write_section(std::FILE *stream, typename section::header header,
                    std::span<const typename section::sample> samples, error_slot *error) {
