@@ -33,6 +33,19 @@ file_handle open_for_reading(const char *path, struct stat &status) {
 
 void fail_opening(const char *path, error_slot *error) { *error = format_error("failed to open file: %s", path); }
 
+using stream_check = bool (*)(const struct stat &file);
+
+// The standard streams are compared with the file that was opened: where a name leads through /dev/stderr, redirecting
+// standard error changes which file it means. Emptied last, since a file that standard output goes to is refused whole.
+file_handle open_emptied(const char *path, stream_check separate_streams, error_slot *error) {
+  file_handle file(set_aside_inputs(path) ? open_stream(path, O_WRONLY | O_CREAT, "wb") : nullptr);
+  struct stat status;
+  const bool is_ready = file && fstat(fileno(file.get()), &status) == 0 && separate_streams(status);
+  if (is_ready && empty_output(file.get())) return file;
+  fail_opening(path, error);
+  return nullptr;
+}
+
 }  // namespace
 
 file_handle open_input(const char *path, error_slot *error) {
@@ -40,7 +53,7 @@ file_handle open_input(const char *path, error_slot *error) {
   file_handle file = open_for_reading(path, status);
   // To every reader a directory is an empty file.
   if (file && S_ISDIR(status.st_mode)) file = open_stream("/dev/null", O_RDONLY, "rb");
-  if (!file || !keep_streams_out(status)) {
+  if (!file || !redirect_streams_from(status)) {
     fail_opening(path, error);
     return nullptr;
   }
@@ -62,18 +75,21 @@ void report_read_error(std::FILE *stream, const char *path, error_slot *error) {
   if (std::ferror(stream) != 0) *error = format_error("failed to read file: %s", path);
 }
 
-bool prepare_output(const char *path) {
+bool empty_output(std::FILE *file) {
   struct stat status;
-  const lookup found = look_up(path, status);
-  if (found == lookup::failed) return false;
-  if (found == lookup::there && (is_stdout(status) || !silence_stderr(status))) return false;
-  return set_aside_inputs(path);
+  const int descriptor = fileno(file);
+  if (fstat(descriptor, &status) != 0) return false;
+  return !S_ISREG(status.st_mode) || ftruncate(descriptor, 0) == 0;
 }
 
 file_handle open_output(const char *path, error_slot *error) {
-  file_handle file(prepare_output(path) ? open_stream(path, O_WRONLY | O_CREAT | O_TRUNC, "wb") : nullptr);
-  if (!file) fail_opening(path, error);
-  return file;
+  return open_emptied(
+      path, [](const struct stat &file) { return !is_stdout(file) && silence_stderr(file); }, error);
+}
+
+file_handle open_printed_output(const char *path, error_slot *error) {
+  return open_emptied(
+      path, [](const struct stat &file) { return redirect_stdout_from(file) && silence_stderr(file); }, error);
 }
 
 void create_output(const char *path, error_slot *error) {

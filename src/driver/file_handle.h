@@ -26,13 +26,16 @@ using file_handle = std::unique_ptr<std::FILE, file_closer>;
 // place of the reader's message.
 void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 
-// Before an output takes the place of what has its name: an input of this run is renamed, ".orig" being appended to its
-// name, ".orig.2", ".orig.3" and so on when that is taken, and what is printed to standard error is kept out of the file.
-// False when that fails, and for the file that standard output goes to, which would get both.
-[[nodiscard]] bool prepare_output(const char *path);
-
-// Prepares an output and opens it, emptied. Null with "failed to open file: %s", also for a FIFO that nobody reads from.
+// Opens an output, emptied. An input of this run that has its name is renamed first (see set_aside_inputs), and what is
+// printed to standard error is kept out of the file. Null with "failed to open file: %s", also for a FIFO that nobody
+// reads from and for the file that standard output goes to, which would get both.
 [[nodiscard]] file_handle open_output(const char *path, error_slot *error);
+
+// The same for an output that standard output may go to: what is printed later goes to standard error.
+[[nodiscard]] file_handle open_printed_output(const char *path, error_slot *error);
+
+// Empties a regular file; pipes and devices are left alone. False when that fails.
+[[nodiscard]] bool empty_output(std::FILE *file);
 
 // Opens and closes an output that is written later, so that a call that cannot write it fails before its work.
 void create_output(const char *path, error_slot *error);

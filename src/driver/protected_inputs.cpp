@@ -108,7 +108,7 @@ void protect_input(const char *path, error_slot *error) {
   struct stat status;
   const lookup found = look_up(path, status);
   if (found == lookup::absent) return;
-  if (found == lookup::failed || !keep_streams_out(status)) {
+  if (found == lookup::failed || !redirect_streams_from(status)) {
     *error = format_error("failed to open file: %s", path);
   } else if (!remember_input(path, status)) {
     *error = "strdup() failed";

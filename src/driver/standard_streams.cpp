@@ -15,13 +15,11 @@ bool is_standard_stream(int descriptor, const struct stat &file) {
   return S_ISREG(file.st_mode) && fstat(descriptor, &stream) == 0 && identity_of(stream) == identity_of(file);
 }
 
-void redirect_stdout(const struct stat &file) {
-  if (!silence_stderr(file) || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) close(STDOUT_FILENO);
-}
-
 }  // namespace
 
 bool is_stdout(const struct stat &file) { return is_standard_stream(STDOUT_FILENO, file); }
+
+bool is_printed_to(const struct stat &file) { return is_stdout(file) || is_standard_stream(STDERR_FILENO, file); }
 
 bool silence_stderr(const struct stat &file) {
   if (!is_standard_stream(STDERR_FILENO, file)) return true;
@@ -32,15 +30,13 @@ bool silence_stderr(const struct stat &file) {
   return is_silent;
 }
 
-bool keep_streams_out(const struct stat &file) {
-  const bool was_stdout = is_stdout(file);
-  if (was_stdout) redirect_stdout(file);
-  return silence_stderr(file) && !was_stdout;
+bool redirect_stdout_from(const struct stat &file) {
+  return !is_stdout(file) || (silence_stderr(file) && dup2(STDERR_FILENO, STDOUT_FILENO) >= 0);
 }
 
-void redirect_stdout_from(const char *path) {
-  struct stat file;
-  if (look_up(path, file) == lookup::there && is_stdout(file)) redirect_stdout(file);
+bool redirect_streams_from(const struct stat &file) {
+  const bool was_stdout = is_stdout(file);
+  return redirect_stdout_from(file) && silence_stderr(file) && !was_stdout;
 }
 
 }  // namespace tarvel

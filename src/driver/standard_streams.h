@@ -11,15 +11,18 @@ namespace tarvel {
 // True when standard output goes to that file.
 [[nodiscard]] bool is_stdout(const struct stat &file);
 
+// True when standard output or standard error goes to that file.
+[[nodiscard]] bool is_printed_to(const struct stat &file);
+
 // When standard error goes to that file, what is printed there is discarded from now on. False when that fails.
 [[nodiscard]] bool silence_stderr(const struct stat &file);
 
-// The same for standard error and for standard output, whose text goes to standard error from now on. False also when
-// standard output went to that file.
-[[nodiscard]] bool keep_streams_out(const struct stat &file);
-
 // When standard output goes to that file, what is printed there goes to standard error from now on, or is discarded when
-// that goes to the file, too.
-void redirect_stdout_from(const char *path);
+// that goes to the file, too. False when that fails: standard output is then as it was.
+[[nodiscard]] bool redirect_stdout_from(const struct stat &file);
+
+// Keeps both out of an input. False when that fails, and also when standard output went to the file: the shell may have
+// emptied it.
+[[nodiscard]] bool redirect_streams_from(const struct stat &file);
 
 }  // namespace tarvel

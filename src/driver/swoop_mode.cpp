@@ -7,7 +7,6 @@
 #include "driver/file_handle.h"
 #include "driver/modes.h"
 #include "driver/output_names.h"
-#include "driver/standard_streams.h"
 #include "driver/track_files.h"
 #include "formats/course_file.h"
 #include "geo/course_frame.h"
@@ -67,8 +66,7 @@ void publish_report(const swoop &run, const run_config &config, const char *path
 
   // Pilots print into run.txt: by now it holds the report and can be written as if nobody had. A survey's lines in it
   // would be lost, so that it is then refused like any other output that is printed into.
-  if (!config.gate_file) redirect_stdout_from(path);
-  file_handle file = open_output(path, error);
+  file_handle file = config.gate_file ? open_output(path, error) : open_printed_output(path, error);
   if (!file) return;
   std::fputs(report.get(), file.get());
   close_output(std::move(file), path, error);

@@ -11,6 +11,8 @@
 #include <utility>
 
 #include "driver/file_identity.h"
+#include "driver/protected_inputs.h"
+#include "driver/standard_streams.h"
 
 namespace tarvel {
 
@@ -52,8 +54,10 @@ whole_output open_replacement(const char *path) {
     owned_text name = try_duplicate(path);
     return name ? open_beside(std::move(name), 0666) : whole_output();
   }
+  // A name like /dev/stderr would go on leading to the old file.
+  if (look_up(path, old) != lookup::there || !S_ISREG(old.st_mode) || is_printed_to(old)) return {};
   // A file that may not be written may not be replaced either.
-  if (stat(path, &old) != 0 || !S_ISREG(old.st_mode) || faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return {};
+  if (faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return {};
   owned_text target(realpath(path, nullptr));
   if (!target) return {};
   // Nobody else may open it before it has the old one's permissions.
@@ -67,8 +71,11 @@ bool is_on_disk(std::FILE *file) { return std::fflush(file) == 0 && fsync(fileno
 }  // namespace
 
 whole_output open_whole_output(const char *path, error_slot *error) {
-  whole_output output;
-  if (prepare_output(path)) output = open_replacement(path);
+  if (!set_aside_inputs(path)) {
+    *error = format_error("failed to open file: %s", path);
+    return {};
+  }
+  whole_output output = open_replacement(path);
   if (!output.temporary) {
     output.file = open_output(path, error);
   } else if (!output.file) {

@@ -8,8 +8,8 @@
 // further hard links to the old file keep the old bytes. A program that is killed leaves the temporary file,
 // NAME.new or NAME.new.2 and so on, which nobody reads.
 //
-// Written in place, without this protection: a device or pipe; a link that leads nowhere yet; an output whose directory
-// takes no new file, or whose owner or group a new file cannot have.
+// Written in place, without this protection: a device or pipe; a link that leads nowhere yet; a file that standard error
+// goes to; an output whose directory takes no new file, or whose owner or group a new file cannot have.
 #pragma once
 
 #include <unistd.h>

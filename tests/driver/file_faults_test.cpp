@@ -97,7 +97,7 @@ const layout_case layout_cases[] = {
      }},
 };
 
-constexpr c_call calls[] = {c_call::stat,   c_call::lstat,    c_call::fcntl,
+constexpr c_call calls[] = {c_call::stat,   c_call::lstat,    c_call::fstat,    c_call::fcntl,
                             c_call::fdopen, c_call::realpath, c_call::renameat2};
 
 TEST(file_faults_test, keeps_the_input_whatever_fails) {

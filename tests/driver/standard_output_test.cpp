@@ -210,6 +210,50 @@ TEST_F(standard_output_test, a_course_that_standard_error_is_appended_to_stays_a
   EXPECT_EQ(read_text("matrix.txt"), course_);
 }
 
+// While the call redirects a stream, such a name would come to lead elsewhere.
+TEST_F(standard_output_test, an_output_may_lead_to_the_file_of_a_standard_stream) {
+  ASSERT_EQ(run_program({"-g", "walk.csv", "run.csv"}).status, 0);
+  std::vector<std::pair<std::string, std::string>> written;
+  for (const char *const name : {"walk.kml", "run.txt"}) written.emplace_back(name, read_text(name));
+  for (const auto &[name, content] : written) {
+    SCOPED_TRACE(name);
+    std::filesystem::remove(name);
+    std::filesystem::create_symlink("/dev/stderr", name);
+    program_setting setting;
+    setting.prepare = [] { send_standard_error_to("e", O_TRUNC); };
+    EXPECT_EQ(run_program({"-g", "walk.csv", "run.csv"}, setting).status, 0);
+    EXPECT_EQ(read_text("e"), content);
+    std::filesystem::remove(name);
+  }
+}
+
+// Standard error is discarded by then, so that nothing could be copied from there.
+TEST_F(standard_output_test, a_course_that_leads_to_standard_error_is_not_copied) {
+  ASSERT_EQ(run_program({"-g", "walk.csv"}).status, 0);
+  const std::string course = read_text("walk.txt");
+  std::filesystem::remove("walk.txt");
+  std::filesystem::create_symlink("/dev/stderr", "walk.txt");
+  write_text("matrix.txt", course_);
+  program_setting setting;
+  setting.prepare = [] { send_standard_error_to("e", O_TRUNC); };
+  EXPECT_EQ(last_line(run_program({"-g", "walk.csv"}, setting).out), "ERROR: could not open walk.txt for reading");
+  EXPECT_EQ(read_text("e"), course);
+  EXPECT_EQ(read_text("matrix.txt"), course_);
+}
+
+TEST_F(standard_output_test, the_report_may_lead_to_the_file_that_it_is_printed_to) {
+  ASSERT_EQ(run_program({"run.csv"}).status, 0);
+  const std::string report = read_text("run.txt");
+  std::filesystem::remove("run.txt");
+  std::filesystem::create_symlink("/dev/stdout", "run.txt");
+  program_setting setting;
+  setting.out_path = "o";
+  setting.prepare = [] { send_standard_error_to("e", O_TRUNC); };
+  EXPECT_EQ(run_program({"run.csv"}, setting).status, 0);
+  EXPECT_EQ(read_text("o"), report);
+  EXPECT_EQ(read_text("e"), "");
+}
+
 TEST_F(standard_output_test, standard_error_may_be_any_other_file) {
   program_setting setting;
   setting.prepare = [] {

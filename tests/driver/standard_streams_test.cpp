@@ -1,0 +1,37 @@
+#include "driver/standard_streams.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "support/files.h"
+
+namespace tarvel {
+namespace {
+
+// A closed descriptor would be given to the next output, and what is printed would get into that.
+[[noreturn]] void redirect_without_descriptors() {
+  const int file = open("run.txt", O_WRONLY | O_CREAT, 0666);
+  struct stat status;
+  if (fstat(file, &status) != 0) std::exit(1);
+  for (const int number : {STDOUT_FILENO, STDERR_FILENO}) dup2(file, number);
+  rlimit usual;
+  getrlimit(RLIMIT_NOFILE, &usual);
+  const rlimit none = {0, usual.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  const bool is_redirected = redirect_stdout_from(status) || redirect_streams_from(status);
+  // What runs at the end of a process may need descriptors.
+  setrlimit(RLIMIT_NOFILE, &usual);
+  std::exit(!is_redirected && is_stdout(status) ? 0 : 2);
+}
+
+TEST(standard_streams_test, keeps_standard_output_open_when_it_cannot_be_redirected) {
+  const temp_dir dir;
+  EXPECT_EXIT(redirect_without_descriptors(), testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace tarvel
