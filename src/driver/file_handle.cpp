@@ -92,11 +92,6 @@ file_handle open_printed_output(const char *path, error_slot *error) {
       path, [](const struct stat &file) { return redirect_stdout_from(file) && silence_stderr(file); }, error);
 }
 
-void create_output(const char *path, error_slot *error) {
-  file_handle file = open_output(path, error);
-  if (file) close_output(std::move(file), path, error);
-}
-
 void close_output(file_handle file, const char *path, error_slot *error) {
   const bool had_error = std::ferror(file.get()) != 0;
   const bool is_closed = std::fclose(file.release()) == 0;

@@ -37,9 +37,6 @@ void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 // Empties a regular file; pipes and devices are left alone. False when that fails.
 [[nodiscard]] bool empty_output(std::FILE *file);
 
-// Opens and closes an output that is written later, so that a call that cannot write it fails before its work.
-void create_output(const char *path, error_slot *error);
-
 // Writes out what is buffered and closes. Any write that failed since the opening fails with
 // "failed to write file: %s"; a message that is already in the slot stays.
 void close_output(file_handle file, const char *path, error_slot *error);

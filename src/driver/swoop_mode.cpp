@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 #include "driver/chart_files.h"
 #include "driver/course_input.h"
@@ -75,29 +76,31 @@ void publish_report(const swoop &run, const run_config &config, const char *path
 // The stop itself is left out: there the pilot may walk off already.
 std::span<const gps_point> turn_to_stop(const swoop &run) { return samples_of(run, {run.top_of_turn, run.stop}); }
 
-void write_run_map(const swoop &run, const char *path, error_slot *error) {
-  const gate_ends ends = entry_gate_ends(run.matrix);
-  write_kml(path, run.track[run.top_of_turn].time, turn_to_stop(run), &ends, error);
+// A run that fails still has a map, of its whole track; the message of the first failure stays. Emptied again, since a
+// link may have led another output to the same file.
+void write_map(const swoop &run, file_handle map, const char *path, error_slot *error) {
+  if (!empty_output(map.get())) {
+    if (!*error) *error = format_error("failed to write file: %s", path);
+    return;
+  }
+  if (*error) {
+    const std::int64_t start_time = run.track_len == 0 ? 0 : run.track[0].time;
+    write_kml(map.get(), start_time, samples_of(run), nullptr);
+  } else {
+    const gate_ends ends = entry_gate_ends(run.matrix);
+    write_kml(map.get(), run.track[run.top_of_turn].time, turn_to_stop(run), &ends);
+  }
+  close_output(std::move(map), path, error);
 }
 
-// A run that fails still has a map. Where that fails, too, the disk is what to look at first.
-void write_track_map(const swoop &run, const char *path, error_slot *error) {
-  const std::int64_t start_time = run.track_len == 0 ? 0 : run.track[0].time;
-  error_slot map_error = nullptr;
-  write_kml(path, start_time, samples_of(run), nullptr, &map_error);
-  if (map_error) *error = map_error;
-}
-
-// From the samples to all outputs but the charts.
-void score_run(swoop &run, const std::optional<course> &loaded, const run_config &config, const swoop_outputs &outputs,
-               error_slot *error) {
+// From the samples to the report.
+void analyze_and_report(swoop &run, const std::optional<course> &loaded, const run_config &config,
+                        const swoop_outputs &outputs, error_slot *error) {
   analyze_over_course(run, loaded, error);
   if (*error) return;
   if (run.debug) write_trimmed_swoop(outputs.tvl.get(), run, error);
   if (*error) return;
   publish_report(run, config, outputs.txt.get(), error);
-  if (*error) return;
-  write_run_map(run, outputs.kml.get(), error);
 }
 
 // Null without a pond. It turns with the run's frame, so that both are drawn in one.
@@ -119,12 +122,13 @@ void run_swoop_mode(const run_config &config) {
   // course is said once the map can be written.
   error_slot course_error = nullptr;
   std::optional<course> loaded = load_course(config, &course_error);
-  create_output(outputs.kml.get(), &error);
+  // And the map before the analysis, so that a run whose map cannot be written fails before its work.
+  file_handle map = open_output(outputs.kml.get(), &error);
   fatal_error(error);
 
   error = course_error;
-  if (error == nullptr) score_run(*run, loaded, config, outputs, &error);
-  if (error != nullptr) write_track_map(*run, outputs.kml.get(), &error);
+  if (error == nullptr) analyze_and_report(*run, loaded, config, outputs, &error);
+  write_map(*run, std::move(map), outputs.kml.get(), &error);
   fatal_error(error);
 
   write_swoop_pdf(outputs.pdf.get(), *run, turned_pond(loaded, *run), config.metric != 0, false, &error);

@@ -1,9 +1,14 @@
 // Which files a run reads and writes, and that no output destroys an input.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/files.h"
@@ -124,7 +129,6 @@ TEST(program_outputs_test, keeps_the_course_file_of_an_index) {
   EXPECT_EQ(read_text("run.txt"), result.out.substr(1));
 }
 
-// The map is created before the work and written at its end.
 TEST(program_outputs_test, keeps_a_course_that_has_the_name_of_the_map) {
   const std::string course = simulated_course(small_run());
   const temp_dir folder;
@@ -212,6 +216,61 @@ TEST(program_outputs_test, ends_the_map_of_the_run_before_the_stop) {
   const std::size_t row = track.find("T10:00:47.000Z,") + 15;
   const std::string latitude = track.substr(row, track.find(',', row) - row);
   EXPECT_EQ(map.find("," + latitude + ","), std::string::npos) << latitude;
+}
+
+// Another output may have been written into the map's file since that was opened.
+TEST(program_outputs_test, leaves_the_map_alone_in_a_file_that_the_report_leads_to) {
+  const temp_dir folder;
+  write_text("run.csv", simulated_track(small_run()));
+  write_text("matrix.txt", simulated_course(small_run()));
+  const program_result usual = run_program({"-d", "run.csv"});
+  ASSERT_EQ(usual.status, 0);
+  const std::string map = read_text("run.kml");
+  for (const char *const name : {"run.txt", "coord.txt", "run.tvl"}) {
+    SCOPED_TRACE(name);
+    fs::remove(name);
+    fs::create_symlink("run.kml", name);
+    EXPECT_EQ(run_program({"-d", "run.csv"}).out, usual.out);
+    EXPECT_EQ(read_text("run.kml"), map);
+    fs::remove(name);
+  }
+}
+
+// The reader of a pipe is done when it has been closed once.
+TEST(program_outputs_test, writes_the_map_into_a_pipe) {
+  const temp_dir folder;
+  write_text("run.csv", simulated_track(small_run()));
+  write_text("matrix.txt", simulated_course(small_run()));
+  ASSERT_EQ(run_program({"run.csv"}).status, 0);
+  const std::string map = read_text("run.kml");
+  fs::remove("run.kml");
+  ASSERT_EQ(mkfifo("run.kml", 0600), 0);
+  const int reader = open("run.kml", O_RDONLY | O_NONBLOCK);
+  ASSERT_EQ(fcntl(reader, F_SETFL, 0), 0);
+  std::string got;
+  std::thread viewer([&] {
+    pollfd opened = {reader, POLLIN, 0};
+    poll(&opened, 1, -1);
+    char bytes[4096];
+    for (ssize_t count = read(reader, bytes, sizeof bytes); count > 0; count = read(reader, bytes, sizeof bytes)) {
+      got.append(bytes, static_cast<std::size_t>(count));
+    }
+    close(reader);
+  });
+  EXPECT_EQ(run_program({"run.csv"}).status, 0);
+  viewer.join();
+  EXPECT_EQ(got, map);
+}
+
+TEST(program_outputs_test, names_the_first_of_two_outputs_that_fail) {
+  const temp_dir folder;
+  write_text("run.csv", simulated_track(small_run()));
+  write_text("matrix.txt", simulated_course(small_run()));
+  fs::create_symlink("/dev/full", "run.kml");
+  EXPECT_EQ(last_line(run_program({"-d", "run.csv"}).out), "ERROR: failed to write file: run.kml");
+  fs::remove("coord.txt");
+  fs::create_symlink("/dev/full", "coord.txt");
+  EXPECT_EQ(last_line(run_program({"-d", "run.csv"}).out), "ERROR: failed to write file: coord.txt");
 }
 
 struct course_case {

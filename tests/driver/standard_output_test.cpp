@@ -214,7 +214,7 @@ TEST_F(standard_output_test, a_course_that_standard_error_is_appended_to_stays_a
 TEST_F(standard_output_test, an_output_may_lead_to_the_file_of_a_standard_stream) {
   ASSERT_EQ(run_program({"-g", "walk.csv", "run.csv"}).status, 0);
   std::vector<std::pair<std::string, std::string>> written;
-  for (const char *const name : {"walk.kml", "run.txt"}) written.emplace_back(name, read_text(name));
+  for (const char *const name : {"walk.kml", "run.txt", "run.kml"}) written.emplace_back(name, read_text(name));
   for (const auto &[name, content] : written) {
     SCOPED_TRACE(name);
     std::filesystem::remove(name);
