@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "driver/file_identity.h"
+#include "driver/numbered_name.h"
 #include "driver/standard_streams.h"
 #include "support/memory.h"
 
@@ -63,19 +63,8 @@ bool rename_to_free_name(const char *from, const char *to) {
 }
 
 bool set_aside(const char *path) {
-  const std::size_t room = std::strlen(path) + sizeof ".orig.4294967295";
-  owned_text aside;
-  if (!try_resize(aside, room)) return false;
-  for (unsigned number = 1; number != 0; ++number) {
-    if (number == 1) {
-      std::snprintf(aside.get(), room, "%s.orig", path);
-    } else {
-      std::snprintf(aside.get(), room, "%s.orig.%u", path, number);
-    }
-    if (rename_to_free_name(path, aside.get())) return true;
-    if (errno != EEXIST) return false;
-  }
-  return false;  // GCOVR_EXCL_LINE: after four billion names that are all taken
+  const auto rename_to = [path](const char *name) { return rename_to_free_name(path, name); };
+  return take_numbered_name(path, "orig", rename_to) != nullptr;
 }
 
 // The name behind every symbolic link: renaming the link alone would leave the samples in the output's way.
@@ -97,7 +86,7 @@ bool set_aside_input(const protected_file &input, const char *output_path) {
   }
   const bool through_link = name_found == lookup::there && S_ISLNK(name.st_mode);
   const bool is_that_link = output_found == lookup::there && identity_of(name) == identity_of(output_name);
-  const bool is_elsewhere = target_found == lookup::absent || !(identity_of(target) == input.identity);
+  const bool is_elsewhere = target_found == lookup::absent || identity_of(target) != input.identity;
   if ((through_link && !is_that_link) || is_elsewhere) return set_aside_target(output_path);
   return set_aside(input.path);
 }
@@ -118,16 +107,13 @@ void protect_input(const char *path, error_slot *error) {
 bool remember_input(const char *path, const struct stat &status) {
   // A device or directory loses nothing when it is written to.
   if (!S_ISREG(status.st_mode)) return true;
-  protected_files &files = inputs();
   const file_identity identity = identity_of(status);
-  for (std::size_t i = 0; i < files.count; ++i) {
-    if (files.entries[i].identity == identity) return true;
-  }
-  if (!try_reserve(files.entries, files.capacity, files.count + 1, 8)) return false;
+  if (find_input(identity) != nullptr) return true;
   owned_text copy = try_duplicate(path);
   if (!copy) return false;
-  files.entries[files.count] = {identity, copy.release()};
-  ++files.count;
+  protected_files &files = inputs();
+  if (!try_append(files.entries, files.count, files.capacity, 8, {identity, copy.get()})) return false;
+  static_cast<void>(copy.release());  // the list's now
   return true;
 }
 
@@ -139,7 +125,7 @@ bool set_aside_inputs(const char *path) {
     if (found != lookup::there) return found == lookup::absent;
     const protected_file *const input = find_input(identity_of(status));
     if (input == nullptr) return true;
-    if (round == 2) return false;
+    if (round == 2) return false;  // GCOVR_EXCL_LINE: both names have been renamed by then
     if (!(round == 0 ? set_aside_input(*input, path) : set_aside_target(path))) return false;
   }
 }

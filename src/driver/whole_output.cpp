@@ -4,13 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
 #include "driver/file_identity.h"
+#include "driver/numbered_name.h"
 #include "driver/protected_inputs.h"
 #include "driver/standard_streams.h"
 
@@ -20,19 +19,12 @@ namespace {
 
 // A new file beside that one, without a stream when there is no memory for it. Existing files are left alone.
 whole_output open_beside(owned_text target, mode_t permissions) {
-  const std::size_t room = std::strlen(target.get()) + sizeof ".new.4294967295";
-  owned_text name;
-  if (!try_resize(name, room)) return {};
   int descriptor = -1;
-  for (unsigned number = 1; descriptor < 0; ++number) {
-    if (number == 1) {
-      std::snprintf(name.get(), room, "%s.new", target.get());
-    } else {
-      std::snprintf(name.get(), room, "%s.new.%u", target.get(), number);
-    }
-    descriptor = open(name.get(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
-    if (descriptor < 0 && errno != EEXIST) return {};
-  }
+  owned_text name = take_numbered_name(target.get(), "new", [&](const char *free_name) {
+    descriptor = open(free_name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
+    return descriptor >= 0;
+  });
+  if (!name) return {};
   whole_output output;
   output.temporary.reset(name.release());
   output.target = std::move(target);
