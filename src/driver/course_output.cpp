@@ -10,20 +10,6 @@
 
 namespace tarvel {
 
-namespace {
-
-void copy_bytes(std::FILE *from, std::FILE *to, const char *destination, const char *source, error_slot *error) {
-  for (int byte = std::getc(from); byte != EOF; byte = std::getc(from)) {
-    if (std::putc(byte, to) == EOF) {
-      *error = format_error("failure during write to %s", destination);
-      return;
-    }
-  }
-  if (std::ferror(from) != 0) *error = format_error("failed to read file: %s", source);
-}
-
-}  // namespace
-
 void write_course_file(const char *path, const course &surveyed, error_slot *error) {
   *error = nullptr;
   whole_output output = open_whole_output(path, error);
@@ -48,7 +34,9 @@ void copy_file(const char *destination, const char *source, error_slot *error) {
     *error = format_error("could not open %s for writing", destination);
     return;
   }
-  copy_bytes(from.get(), to.file.get(), destination, source, error);
+  copy_bytes(from.get(), to.file.get());
+  if (std::ferror(to.file.get()) != 0) *error = format_error("failure during write to %s", destination);
+  report_read_error(from.get(), source, error);
   close_whole_output(std::move(to), destination, error);
 }
 

@@ -75,6 +75,12 @@ void report_read_error(std::FILE *stream, const char *path, error_slot *error) {
   if (std::ferror(stream) != 0) *error = format_error("failed to read file: %s", path);
 }
 
+void copy_bytes(std::FILE *from, std::FILE *to) {
+  for (int byte = std::getc(from); byte != EOF; byte = std::getc(from)) {
+    if (std::putc(byte, to) == EOF) return;
+  }
+}
+
 bool empty_output(std::FILE *file) {
   struct stat status;
   const int descriptor = fileno(file);
