@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -39,6 +41,9 @@ bool copy_rights(const struct stat &old, int descriptor) {
   return fchown(descriptor, old.st_uid, old.st_gid) == 0 && fchmod(descriptor, old.st_mode & permissions) == 0;
 }
 
+// Of more users and groups than the permissions name. A new file would not have it.
+bool has_access_list(const char *path) { return getxattr(path, "system.posix_acl_access", nullptr, 0) > 0; }
+
 // Without a temporary file when the output must be written in place.
 whole_output open_replacement(const char *path) {
   struct stat old;
@@ -51,14 +56,29 @@ whole_output open_replacement(const char *path) {
   // A file that may not be written may not be replaced either.
   if (faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return {};
   owned_text target(realpath(path, nullptr));
-  if (!target) return {};
+  if (!target || has_access_list(path)) return {};
   // Nobody else may open it before it has the old one's permissions.
   whole_output output = open_beside(std::move(target), 0600);
   if (output.file && !copy_rights(old, fileno(output.file.get()))) return {};
   return output;
 }
 
-bool is_on_disk(std::FILE *file) { return std::fflush(file) == 0 && fsync(fileno(file)) == 0; }
+bool flush_to_disk(std::FILE *file) { return std::fflush(file) == 0 && fsync(fileno(file)) == 0; }
+
+void fail_writing(const char *path, error_slot *error) { *error = format_error("failed to write file: %s", path); }
+
+// A mount point is busy, and an append-only folder lets no file change its name.
+bool refuses_replacement(int cause) { return cause == EBUSY || cause == EPERM || cause == EACCES; }
+
+void write_in_place(const char *temporary, const char *path, error_slot *error) {
+  const file_handle from = open_written_file(temporary);
+  if (!from) return fail_writing(path, error);
+  file_handle to = open_output(path, error);
+  if (!to) return;
+  copy_bytes(from.get(), to.get());
+  if (std::ferror(from.get()) != 0) fail_writing(path, error);
+  close_output(std::move(to), path, error);
+}
 
 }  // namespace
 
@@ -77,13 +97,16 @@ whole_output open_whole_output(const char *path, error_slot *error) {
 }
 
 void close_whole_output(whole_output output, const char *path, error_slot *error) {
-  const bool is_stored = !output.temporary || is_on_disk(output.file.get());
+  const bool is_stored = !output.temporary || flush_to_disk(output.file.get());
   close_output(std::move(output.file), path, error);
   if (*error || !output.temporary) return;
-  if (is_stored && std::rename(output.temporary.get(), output.target.get()) == 0) {
+  if (!is_stored) return fail_writing(path, error);
+  if (std::rename(output.temporary.get(), output.target.get()) == 0) {
     owned_text(output.temporary.release()).reset();
+  } else if (refuses_replacement(errno)) {
+    write_in_place(output.temporary.get(), path, error);
   } else {
-    *error = format_error("failed to write file: %s", path);
+    fail_writing(path, error);
   }
 }
 

@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -294,6 +296,57 @@ TEST(whole_output_test, reports_what_does_not_reach_the_disk) {
     EXPECT_EQ(write_whole("out.txt", "new"), "failed to write file: out.txt");
     EXPECT_EQ(read_text("out.txt"), "old");
   }
+}
+
+// A mount point, and a file in an append-only folder.
+TEST(whole_output_test, writes_in_place_where_nothing_can_be_replaced) {
+  for (const int cause : {EBUSY, EPERM, EACCES}) {
+    const temp_dir dir;
+    write_text("out.txt", "old and longer");
+    const ino_t old = status_of("out.txt").st_ino;
+    const failing_call mounted(c_call::rename, 0, cause);
+    EXPECT_EQ(write_whole("out.txt", "new"), "");
+    EXPECT_EQ(read_text("out.txt"), "new");
+    EXPECT_EQ(status_of("out.txt").st_ino, old);
+    EXPECT_EQ(names_in("."), names{"out.txt"});
+  }
+}
+
+TEST(whole_output_test, reports_what_cannot_be_written_in_place) {
+  for (const c_call call : {c_call::fdopen, c_call::fstat, c_call::stat}) {
+    for (std::size_t granted = 0;; ++granted) {
+      SCOPED_TRACE(testing::Message() << "call " << static_cast<int>(call) << " after " << granted);
+      const temp_dir dir;
+      write_text("out.txt", "old");
+      const failing_call mounted(c_call::rename, 0, EBUSY);
+      const failing_call disk(call, granted, EIO);
+      const std::string message = write_whole("out.txt", "new");
+      EXPECT_EQ(message.empty(), disk.refused() == 0);
+      EXPECT_EQ(read_text("out.txt"), message.empty() ? "new" : "old");
+      EXPECT_EQ(names_in("."), names{"out.txt"});
+      if (disk.refused() == 0) break;
+    }
+  }
+}
+
+// "u::rw-,u:1:r--,g::r--,m::r--,o::---" as the kernel stores it.
+TEST(whole_output_test, keeps_an_access_control_list) {
+  const temp_dir dir;
+  write_text("out.txt", "old");
+  struct entry {
+    std::uint16_t tag, permissions;
+    std::uint32_t id;
+  };
+  constexpr std::uint32_t no_id = 0xffffffff;
+  const struct {
+    std::uint32_t version = 2;
+    entry entries[5] = {{0x01, 6, no_id}, {0x02, 4, 1}, {0x04, 4, no_id}, {0x10, 4, no_id}, {0x20, 0, no_id}};
+  } list;
+  constexpr const char *name = "system.posix_acl_access";
+  if (setxattr("out.txt", name, &list, sizeof list, 0) != 0) GTEST_SKIP() << "a file system without them";
+  EXPECT_EQ(write_whole("out.txt", "new"), "");
+  EXPECT_EQ(read_text("out.txt"), "new");
+  EXPECT_EQ(getxattr("out.txt", name, nullptr, 0), static_cast<ssize_t>(sizeof list));
 }
 
 // Who may not give a file its owner or its permissions writes it in place.
