@@ -38,9 +38,9 @@ swoop &analysed_run() {
     if (error) std::abort();
     course loaded;
     course_link link;
-    const file_handle course_file = open_input(course_file_name, &error);
+    const file_handle course_file = open_input("matrix.txt", &error);
     if (!course_file) std::abort();
-    if (read_course(course_file.get(), course_file_name, "track.csv", loaded, link, &error) != course_answer::here ||
+    if (read_course(course_file.get(), "matrix.txt", "track.csv", loaded, link, &error) != course_answer::here ||
         error) {
       std::abort();
     }

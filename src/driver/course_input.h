@@ -8,6 +8,9 @@
 
 namespace tarvel {
 
+// Where swoop mode looks for its course, in the working directory.
+constexpr const char *course_file_name = "matrix.txt";
+
 // Finds the course of a run in a course file, or where an index leads from it, through at most 64 further files. None
 // when an index says that the run has no gate. Fails with "failed to open file: %s", "failed to read file: %s" or a
 // message of read_course.

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "driver/course_input.h"
 #include "driver/file_handle.h"
 #include "driver/file_identity.h"
 #include "driver/whole_output.h"

@@ -9,7 +9,7 @@
 #include "driver/modes.h"
 #include "driver/output_names.h"
 #include "driver/track_files.h"
-#include "formats/course_file.h"
+#include "formats/kml.h"
 #include "geo/course_frame.h"
 #include "swoop/analysis.h"
 #include "swoop/report.h"

@@ -8,9 +8,6 @@
 
 namespace tarvel {
 
-// Where swoop mode looks for its course, in the working directory.
-constexpr const char *course_file_name = "matrix.txt";
-
 // Writes a course, theta in degrees and only when it is not 0. What the stream still buffers, and whether it has failed,
 // is the caller's to look after.
 void write_course(std::FILE *stream, const course &surveyed);

@@ -105,7 +105,7 @@ void survey(const settings &given) {
     });
   }
   if (!given.pond) surveyed->course.pond.reset();
-  for (const std::string &path : {with_extension(given.gate, "txt"), std::string(course_file_name)}) {
+  for (const std::string &path : {with_extension(given.gate, "txt"), std::string("matrix.txt")}) {
     write_file(path, [&](std::FILE *file) { write_course(file, surveyed->course); });
   }
   if (surveyed->track_len == 0) return;
@@ -117,7 +117,7 @@ void survey(const settings &given) {
 std::optional<course> find_course(const char *swoop_file) {
   course found;
   course_link link;
-  std::string path = course_file_name;
+  std::string path = "matrix.txt";
   for (;;) {
     const file_handle file = open_file(path.c_str(), "rb");
     error_slot error = nullptr;

@@ -18,7 +18,7 @@ std::string display(const std::string &mark) { return display_after(page_source(
 double theta_for(const char *run) {
   std::optional<course> found;
   error_slot error = nullptr;
-  read_course_file(course_file_name, run, found, &error);
+  read_course_file("matrix.txt", run, found, &error);
   EXPECT_STREQ(error, nullptr) << run;
   return found ? degrees_from_radians(found->theta) : 0.0;
 }
@@ -28,10 +28,10 @@ std::string course_with_theta(const std::string &theta) {
 }
 
 error_slot message_for(const std::string &text) {
-  write_text(course_file_name, text);
+  write_text("matrix.txt", text);
   std::optional<course> found;
   error_slot error = nullptr;
-  read_course_file(course_file_name, "11-42.csv", found, &error);
+  read_course_file("matrix.txt", "11-42.csv", found, &error);
   return error;
 }
 
@@ -69,7 +69,7 @@ TEST(course_page_test, the_index_leads_where_the_page_says) {
 
   std::optional<course> none;
   error_slot error = nullptr;
-  read_course_file(course_file_name, "14-37.csv", none, &error);
+  read_course_file("matrix.txt", "14-37.csv", none, &error);
   EXPECT_STREQ(error, nullptr);
   EXPECT_FALSE(none);
 }
