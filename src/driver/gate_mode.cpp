@@ -37,14 +37,14 @@ void write_gate_copy(const course &surveyed, const char *path) {
   fatal_error(error);
 }
 
-void write_course(const course &surveyed, const char *path) {
+void write_course_files(const course &surveyed, const char *path) {
   error_slot error = nullptr;
   write_course_file(path, surveyed, &error);
   fatal_error(error);
 }
 
 // A finished course from a container has no walk to draw.
-void write_walk_kml(gate &surveyed, const char *path) {
+void write_walk_kml(const gate &surveyed, const char *path) {
   if (surveyed.track_len == 0) return;
   const gate_ends ends = entry_gate_ends(surveyed.course.matrix);
   error_slot error = nullptr;
@@ -59,7 +59,7 @@ void run_gate_mode(const run_config &config) {
   const owned_record<gate> surveyed = survey_course(config.gate_file.get());
   if (config.debug) write_gate_copy(surveyed->course, outputs.tvl.get());
   if (!config.pond) surveyed->course.pond.reset();
-  write_course(surveyed->course, outputs.txt.get());
+  write_course_files(surveyed->course, outputs.txt.get());
   write_walk_kml(*surveyed, outputs.kml.get());
 }
 

@@ -22,5 +22,8 @@ struct gate {
 [[nodiscard]] inline std::span<gps_point> samples_of(gate &surveyed) {
   return {surveyed.track.get(), surveyed.track_len};
 }
+[[nodiscard]] inline std::span<const gps_point> samples_of(const gate &surveyed) {
+  return {surveyed.track.get(), surveyed.track_len};
+}
 
 }  // namespace tarvel
