@@ -22,7 +22,7 @@ namespace tarvel {
 
 // Write a course, its pond without heights, or the measured fields of the samples. Fail with "failed to write TVL
 // header", "failed to write section header table entry", "failed to write gate header", "failed to write gate sample"
-// or, for a swoop, the same two of a swoop. What the stream still buffers is the caller's to look after.
+// or, for a swoop, the same two of a swoop. The caller closes the stream and checks that.
 void write_gate_stream(std::FILE *stream, const course &surveyed, error_slot *error);
 void write_swoop_stream(std::FILE *stream, std::span<const gps_point> samples, error_slot *error);
 

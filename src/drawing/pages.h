@@ -9,7 +9,7 @@
 
 namespace tarvel {
 
-// Both need a guard_drawing of drawing_room before them. What the stream does not take is told by the stream. They fail
+// Both need a guard_drawing of drawing_room before them. Write errors are left to close_output. They fail
 // with "failed to allocate memory for charts", the cells empty of the charts that memory does not suffice for and the
 // rest drawn; or, without words in them, with "failed to read font for charts".
 

@@ -12,7 +12,7 @@ namespace {
 
 using chart_writer = void (*)(std::FILE *file, const chart_context &charts, error_slot *error);
 
-// An earlier document stays where there is no room to draw another.
+// An earlier document stays where memory or threads are short for another; not where file descriptors are.
 void write_document(const char *path, const chart_context &charts, chart_writer write, error_slot *error) {
   guard_drawing(drawing_room(charts), error);
   if (*error) return;

@@ -51,7 +51,7 @@ file_handle open_emptied(const char *path, stream_check separate_streams, error_
 file_handle open_input(const char *path, error_slot *error) {
   struct stat status;
   file_handle file = open_for_reading(path, status);
-  // To every reader a directory is an empty file.
+  // A directory is read as an empty file.
   if (file && S_ISDIR(status.st_mode)) file = open_stream("/dev/null", O_RDONLY, "rb");
   if (!file || !redirect_streams_from(status)) {
     fail_opening(path, error);

@@ -24,7 +24,7 @@ enum class lookup { there, absent, failed };
 [[nodiscard]] lookup look_up(const char *path, struct stat &status);
 [[nodiscard]] lookup look_up_link(const char *path, struct stat &status);
 
-// True when both names lead to one existing file. Fails with "failed to open file: %s" when nobody can tell.
+// True when both names lead to one existing file. Fails with "failed to open file: %s" when a lookup fails.
 [[nodiscard]] bool is_same_file(const char *path, const char *other_path, error_slot *error);
 
 }  // namespace tarvel

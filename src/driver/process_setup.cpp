@@ -14,7 +14,7 @@ namespace tarvel {
 
 namespace {
 
-// What the C library meets with a zone of that name that is not there, or that is a rule such as "EST5EDT".
+// errno after tzset when the zone's file does not exist or TZ is a rule such as "EST5EDT".
 constexpr int no_such_zone[] = {0, ENOENT, ENOTDIR, EISDIR, ELOOP, ENAMETOOLONG, EINVAL};
 
 bool are_standard_streams_open() {

@@ -1,6 +1,6 @@
 // Tracks, courses and runs by the names of their files. Each name stands for one function over a stream: the file is
-// opened and remembered as an input, the reader's warnings are printed, and a disk that fails is told with the file's
-// name.
+// opened and remembered as an input, the reader's warnings are printed, and I/O errors name the file. Some of them are
+// for programs that use the library, and for tests; the modes call the others.
 #pragma once
 
 #include <cstdint>

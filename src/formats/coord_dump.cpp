@@ -22,8 +22,7 @@ struct table_row {
 
   void add(std::string_view words) { end = std::copy(words.begin(), words.end(), end); }
 
-  // As "%*.*f" does. What is no number has the sign that the processor gives to 0 / 0: where two such values meet, the
-  // compiler chooses whose sign goes on.
+  // As "%*.*f" does. A NaN is printed as -nan: which operand's sign x86 keeps depends on the compiler.
   void add(double value, std::ptrdiff_t width, int decimals) {
     if (std::isnan(value)) value = std::copysign(value, -1.0);
     char *const number_end = print_fixed(end, value, decimals);

@@ -8,7 +8,7 @@
 
 namespace tarvel {
 
-// In feet and mph whatever the report's units. Whether the stream has failed is the caller's to look after.
+// In feet and mph whatever the report's units. The caller checks the stream for errors.
 void write_coord_dump(std::FILE *stream, std::span<const gps_point> samples);
 
 }  // namespace tarvel

@@ -8,8 +8,7 @@
 
 namespace tarvel {
 
-// Writes a course, theta in degrees and only when it is not 0. What the stream still buffers, and whether it has failed,
-// is the caller's to look after.
+// Writes a course, theta in degrees and only when it is not 0. The caller checks the stream for errors.
 void write_course(std::FILE *stream, const course &surveyed);
 
 // Another course file, as an index names it.
@@ -22,8 +21,8 @@ enum class course_answer { here, no_gate, elsewhere };
 
 // Reads a course file of that name for the run of that file name, as typed. An index in it may send the run, by the
 // beginning of its name, on to another file, whose name is then in the link, or declare that it has no gate. The result
-// is filled only by a course that is here. Fails with "failed to realloc pond array", "failed to parse %s" or "invalid
-// line in %s"; whether the stream has failed is the caller's to look after.
+// is filled only with `here` and no error. Fails with "failed to realloc pond array", "failed to parse %s" or "invalid
+// line in %s"; the caller checks the stream for errors.
 [[nodiscard]] course_answer read_course(std::FILE *stream, const char *name, const char *swoop_file, course &result,
                                         course_link &link, error_slot *error);
 

@@ -16,7 +16,7 @@ constexpr int longest_fixed_decimal = 1 + 309 + 1 + 20;
 // included. decimals is in 0..20. Returns the end of what was written; first must have room for it.
 inline char *print_fixed(char *first, double value, int decimals) {
   if (std::isnan(value)) {
-    // A browser's C++ library tells kinds of NaN apart: "-nan(ind)", "nan(snan)".
+    // libc++ prints "-nan(ind)" and "nan(snan)".
     const std::string_view words = std::signbit(value) ? "-nan" : "nan";
     return std::copy(words.begin(), words.end(), first);
   }

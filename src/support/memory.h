@@ -1,4 +1,4 @@
-// The only place that meets the allocator: owners that free themselves, and requests that may say no.
+// Owners of allocated memory, and allocations that report failure instead of throwing. Nothing else calls the allocator.
 #pragma once
 
 #include <concepts>

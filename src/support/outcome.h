@@ -3,12 +3,12 @@
 
 namespace tarvel {
 
-// The error slot is set unless done. Another reader may try a stream that has not this form; after the other two its
-// message would hide the reason.
+// The error slot is set unless done. Another reader may try a stream that is not of this form. Stop after unreadable and
+// no_memory: a later reader's message would hide them.
 enum class outcome {
   done,
-  not_this_form,  // the bytes are there, and are something else
-  unreadable,     // the stream reports an error: its bytes are not known
+  not_this_form,  // the bytes were read and are something else
+  unreadable,     // an I/O error
   no_memory,
 };
 

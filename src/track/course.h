@@ -25,7 +25,7 @@ struct pond_outline {
 struct course {
   mat4 matrix;                       // ECEF to local
   double theta = 0.0;                // speed-carve rotation, radians
-  std::optional<pond_outline> pond;  // an empty one has its heading in the course file, an absent one has not
+  std::optional<pond_outline> pond;  // null: not in the course file; empty: a heading there without points
 };
 
 // Makes room for 512 points, then for twice as many, and appends one, which may be one of the outline's own. False when
