@@ -17,8 +17,8 @@ namespace {
 
 constexpr error_slot no_memory = "failed to allocate memory for charts";
 
-// The libraries read fonts in two threads at a time, beside which two that have ended may still count. They end the
-// process where they get none.
+// Two threads read fonts at a time; two more may not have been released yet. The libraries end the process when one
+// cannot be started.
 constexpr std::size_t most_threads = 4;
 
 struct font_configuration_closer {
@@ -26,15 +26,15 @@ struct font_configuration_closer {
 };
 using font_configuration_handle = std::unique_ptr<FcConfig, font_configuration_closer>;
 
-// Left to themselves, the libraries load it in a thread of theirs, again and again until there is memory for it.
+// Otherwise the libraries load it in a thread of their own, and try again for ever while memory is short.
 bool load_font_configuration() {
   const font_configuration_handle loaded(FcInitLoadConfigAndFonts());
   return loaded && FcConfigSetCurrent(loaded.get()) == FcTrue;
 }
 
-void *wait_for_gate(void *gate) {
-  pthread_mutex_lock(static_cast<pthread_mutex_t *>(gate));
-  pthread_mutex_unlock(static_cast<pthread_mutex_t *>(gate));
+void *wait_for_start(void *start) {
+  pthread_mutex_lock(static_cast<pthread_mutex_t *>(start));
+  pthread_mutex_unlock(static_cast<pthread_mutex_t *>(start));
   return nullptr;
 }
 
@@ -42,15 +42,15 @@ void *wait_for_gate(void *gate) {
 bool can_start_threads() {
   std::array<pthread_t, most_threads> threads;
   std::size_t count = 0;
-  pthread_mutex_t gate = PTHREAD_MUTEX_INITIALIZER;
-  pthread_mutex_lock(&gate);
-  while (count < most_threads && pthread_create(&threads[count], nullptr, wait_for_gate, &gate) == 0) ++count;
-  pthread_mutex_unlock(&gate);
+  pthread_mutex_t start = PTHREAD_MUTEX_INITIALIZER;
+  pthread_mutex_lock(&start);
+  while (count < most_threads && pthread_create(&threads[count], nullptr, wait_for_start, &start) == 0) ++count;
+  pthread_mutex_unlock(&start);
   for (std::size_t i = 0; i < count; ++i) pthread_join(threads[i], nullptr);
   return count == most_threads;
 }
 
-// Whether the system would grant so many bytes now. Nothing is taken.
+// True when so many bytes can be allocated now. They are released again.
 bool has_room(std::size_t bytes) {
   void *const room = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   return room != MAP_FAILED && munmap(room, bytes) == 0;
@@ -60,9 +60,9 @@ bool has_room(std::size_t bytes) {
 
 void guard_drawing(std::size_t bytes, error_slot *error) {
   static bool has_fonts = false;
-  // Their threads would each set aside 64 MB of addresses for themselves.
+  // Each of their threads would otherwise reserve 64 MB of address space.
   mallopt(M_ARENA_MAX, 1);
-  // With these set, the libraries write about themselves on standard output, or draw without words.
+  // With these set, the libraries print debug messages to standard output, or draw no text.
   unsetenv("FC_DEBUG");
   unsetenv("PANGOCAIRO_BACKEND");
   const bool is_ready = has_room(bytes) && can_start_threads();
@@ -71,7 +71,7 @@ void guard_drawing(std::size_t bytes, error_slot *error) {
 }
 
 error_slot missing_from(cairo_t *cr) {
-  // A context that has failed draws nothing more and does not tell its surface.
+  // A context that has failed draws nothing more, and the status of its surface stays good.
   if (cairo_status(cr) == CAIRO_STATUS_NO_MEMORY) return no_memory;
   return has_readable_font(cr) ? nullptr : "failed to read font for charts";
 }

@@ -1,13 +1,13 @@
-// Stands before and behind the drawing of charts, since the drawing libraries do not say what they lack.
+// Checks before and after charts are drawn, since the drawing libraries do not report what they lack.
 //
-// It protects against what they were seen to do under limits on memory, threads and open files: where memory or a
-// thread is missing they end the process, without the machine's font settings they wait for ever or draw in other
-// fonts, and a font that cannot be opened leaves the pages without words. Before the drawing it tries out whether there
-// is enough; behind it, it looks for what is missing on the pages.
+// Under limits on memory, threads and open files these libraries end the process when memory or a thread is refused,
+// wait for ever or draw in other fonts when the machine's font settings cannot be loaded, and draw no text when a font
+// cannot be opened. The check before the drawing tries whether there is enough of each; the checks after it look for
+// what is missing on the pages.
 //
-// It does not protect against memory that others take away while the charts are drawn: then the process may end, or a
-// text be without letters. No sign tells that surely. errno, which the C library sets when it is refused memory, is set
-// in sound drawings, too, when it finds the memory elsewhere.
+// They do not cover memory that runs out while the charts are drawn: the process may then end, or a text lack letters.
+// There is no reliable sign of that: the C library sets errno when it is refused memory, and in complete drawings, too,
+// when it then finds the memory elsewhere.
 #pragma once
 
 #include <cairo.h>
@@ -18,15 +18,15 @@
 
 namespace tarvel {
 
-// Called before anything is drawn, with the bytes that the drawing takes. Fails with "failed to allocate memory for
-// charts" unless there are these, the threads that read fonts, and the machine's font settings.
+// Called before anything is drawn. Fails with "failed to allocate memory for charts" unless so many bytes can be
+// allocated, the threads that read fonts can be started, and the machine's font settings can be loaded.
 void guard_drawing(std::size_t bytes, error_slot *error);
 
-// The message for what was drawn and is incomplete, null when it is complete: "failed to allocate memory for charts", or
-// "failed to read font for charts".
+// The message for incomplete pages, null when they are complete: "failed to allocate memory for charts" or "failed to
+// read font for charts".
 [[nodiscard]] error_slot missing_from(cairo_t *cr);
 
-// The same for the document that cairo has made of it. A stream that takes no more tells so itself.
+// The same for the status of the finished document. Write errors are left to close_output.
 [[nodiscard]] error_slot missing_from(cairo_status_t document);
 
 }  // namespace tarvel

@@ -9,9 +9,9 @@
 
 namespace tarvel {
 
-// Both need a guard_drawing of drawing_room before them. Write errors are left to close_output. They fail
-// with "failed to allocate memory for charts", the cells empty of the charts that memory does not suffice for and the
-// rest drawn; or, without words in them, with "failed to read font for charts".
+// Both need a guard_drawing of drawing_room before them. Write errors are left to close_output. They fail with "failed
+// to allocate memory for charts", a chart that there is no memory for being left out; or with "failed to read font for
+// charts", the charts being drawn without text.
 
 // All pages, as PDF; landscape letter.
 void write_pdf_charts(std::FILE *file, const chart_context &charts, error_slot *error);

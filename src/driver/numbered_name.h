@@ -9,8 +9,8 @@
 
 namespace tarvel {
 
-// Calls take(name) with "PATH.SUFFIX", "PATH.SUFFIX.2", "PATH.SUFFIX.3" and so on until it returns true, and returns that
-// name. Null when it returns false with an errno other than EEXIST, and when memory is short.
+// Calls take(name) with "PATH.SUFFIX", "PATH.SUFFIX.2", "PATH.SUFFIX.3" and so on until it returns true, and returns
+// that name. Null when it returns false with an errno other than EEXIST, and when memory is short.
 template <typename taker>
 [[nodiscard]] owned_text take_numbered_name(const char *path, const char *suffix, taker take) {
   const std::size_t room = std::strlen(path) + std::strlen(suffix) + sizeof "..4294967295";

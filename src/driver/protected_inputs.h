@@ -9,8 +9,8 @@ namespace tarvel {
 
 // Remembers the file as an input of this run, by device and inode, before anything is written. Called for each
 // track on the command line, since one mode writes before the next has read. A file that is not there is not an
-// input. Nothing printed gets into the file from now on. Fails with "strdup() failed", or with "failed to open file: %s"
-// when the lookup fails or standard output went to the file.
+// input. Nothing printed gets into the file from now on. Fails with "strdup() failed", or with "failed to open
+// file: %s" when the lookup fails or standard output went to the file.
 void protect_input(const char *path, error_slot *error);
 
 // Remembers a file that is open. False when memory is short.

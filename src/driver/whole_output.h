@@ -5,13 +5,14 @@
 // once they are on the disk. Until then the old file is there, unchanged.
 //
 // The new file has the old one's owner, group and permissions, and takes the place of what a symbolic link leads to;
-// further hard links to the old file keep the old bytes. A program that is killed leaves the temporary file,
-// NAME.new or NAME.new.2 and so on; no call reads it.
+// further hard links to the old file keep the old bytes. A program that is killed leaves the temporary file, NAME.new
+// or NAME.new.2 and so on; no call reads it.
 //
-// Written in place, without this protection: a device or pipe; a link that leads nowhere yet; a file that standard error
-// goes to; a file with an access control list; a file whose directory takes no new file, or whose owner or group a new
-// file cannot have. In place, too, but only once all bytes are in the temporary file: a file that cannot be replaced, such
-// as a mount point (a container's matrix.txt) or a file in an append-only directory, where the temporary file stays.
+// Written in place, without this protection: a device or pipe; a link that leads nowhere yet; a file that standard
+// error goes to; a file with an access control list; a file whose directory takes no new file, or whose owner or group
+// a new file cannot have. In place, too, but only once all bytes are in the temporary file: a file that cannot be
+// replaced, such as a mount point (a container's matrix.txt) or a file in an append-only directory, where the temporary
+// file stays.
 #pragma once
 
 #include <unistd.h>

@@ -1,4 +1,5 @@
-// Owners of allocated memory, and allocations that report failure instead of throwing. Nothing else calls the allocator.
+// Owners of allocated memory, and allocations that report failure instead of throwing. Nothing else calls the
+// allocator.
 #pragma once
 
 #include <concepts>
