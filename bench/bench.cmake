@@ -16,4 +16,8 @@ if(TARVEL_BENCHMARKS)
   endforeach()
   add_dependencies(whole_run_bench tarvel)
   target_compile_definitions(whole_run_bench PRIVATE TARVEL_PROGRAM="$<TARGET_FILE:tarvel>")
+
+  # For bench/against_other_tools.
+  add_executable(write_run bench/write_run.cpp)
+  target_link_libraries(write_run PRIVATE tarvel_bench_support tarvel_build_options)
 endif()
