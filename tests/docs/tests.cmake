@@ -7,3 +7,7 @@ foreach(name messages_test links_test one_jump_test report_lines_test pictures_t
     ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>"
     TIMEOUT 300)
 endforeach()
+
+set_target_properties(first_page_picture PROPERTIES EXCLUDE_FROM_ALL OFF)
+set_property(TEST docs/pictures_test APPEND PROPERTY
+  ENVIRONMENT "TARVEL_FIRST_PAGE_PICTURE=$<TARGET_FILE:first_page_picture>;${tarvel_sanitizer_options}")
