@@ -126,5 +126,31 @@ class DrawingTest(unittest.TestCase):
         self.assertFalse(compare_programs.is_same(whole[:90], whole[:91]))
 
 
+
+class RulesTest(unittest.TestCase):
+    def allowed(self, rule, what, old, new, printed=b"", status=b"1", **files):
+        outcome = {"standard output": printed, "exit status": status} | files
+        difference = compare_programs.Difference(None, what, old, new, outcome, outcome)
+        return bool(compare_programs.rules[rule](difference))
+
+    def test_the_map_may_fail_later_or_be_there(self):
+        unreadable = b"x\nERROR: failed to read file: matrix.txt\n"
+        listed = compare_programs.listing
+        self.assertTrue(self.allowed("map_once", "standard output", b"a", b"b", b"ERROR: failed to write file: run.kml\n"))
+        self.assertFalse(self.allowed("map_once", "standard output", b"a", b"b", b"ERROR: failed to write file: run.txt\n"))
+        self.assertTrue(self.allowed("map_once", "run.kml", None, b"map", unreadable))
+        self.assertFalse(self.allowed("map_once", "run.kml", b"map", None, unreadable))
+        self.assertFalse(self.allowed("map_once", "run.kml", None, b"map", b"ERROR: could not find rollout\n"))
+        self.assertTrue(self.allowed("map_once", listed, b"- a", b"- a\n- run.kml", unreadable))
+        self.assertFalse(self.allowed("map_once", listed, b"- a", b"- b\n- run.kml", unreadable))
+
+    def test_charts_may_differ_far_out(self):
+        far = {"coord.txt": b"1" * 300}
+        self.assertTrue(self.allowed("far_out", "run.pdf", b"a", b"b", **far))
+        self.assertFalse(self.allowed("far_out", "run.txt", b"a", b"b", **far))
+        self.assertFalse(self.allowed("far_out", "run.pdf", b"a", b"b", **{"coord.txt": b"1" * 299}))
+        self.assertTrue(self.allowed("far_out", "run.pdf", None, b"b", status=compare_programs.hangs.encode()))
+
+
 if __name__ == "__main__":
     unittest.main()
