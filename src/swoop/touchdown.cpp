@@ -12,7 +12,7 @@ constexpr double resting_feet = 75.0;  // a pilot who stays this near the stop t
 
 void estimate_from_time_aloft(swoop &run, std::uint32_t time_aloft, error_slot *error) {
   const std::span<const gps_point> samples = samples_of(run);
-  const std::int64_t time = plus(run.entry_gate_time, time_aloft);
+  const std::int64_t time = time_after(run.entry_gate_time, time_aloft);
   std::uint32_t k = run.entry_gate;
   while (k < run.stop && !(samples[k].time > time)) ++k;
   // The sample before must not be sample 0, which stands for "not found" throughout.

@@ -10,7 +10,7 @@ namespace {
 constexpr std::int64_t margin = 10000;  // ms
 
 std::uint32_t start_before_exit(const swoop &run) {
-  const std::int64_t begin = plus(run.track[run.plane_exit].time, -margin);
+  const std::int64_t begin = time_after(run.track[run.plane_exit].time, -margin);
   std::uint32_t i = run.plane_exit;
   while (i > 0 && !(run.track[i].time < begin)) --i;
   return i;
@@ -30,7 +30,7 @@ std::uint32_t start_before_highest(const swoop &run) {
 
 std::uint32_t end_after_stop(const swoop &run) {
   if (run.touchdown_time != run.track[run.stop].time) return run.track_len;
-  const std::int64_t end = plus(run.touchdown_time, margin);
+  const std::int64_t end = time_after(run.touchdown_time, margin);
   std::uint32_t last = run.stop;
   while (last + 1 < run.track_len && !(run.track[last].time > end)) ++last;
   return last + 1;

@@ -19,6 +19,7 @@
 #include <ctime>
 
 #include "support/integer.h"
+#include "support/time.h"
 #include "track/decimal.h"
 
 namespace tarvel {
@@ -122,11 +123,6 @@ bool is_remembered(std::string_view text) {
          std::memcmp(text.data(), minute.spelling, minute.length) == 0;
 }
 
-// Products and sums of hostile times wrap.
-std::int64_t milliseconds(std::int64_t seconds, std::uint32_t millisecond) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(seconds) * 1000 + millisecond);
-}
-
 }  // namespace
 
 void forget_calendar_minute() { memory().length = 0; }
@@ -153,7 +149,7 @@ void parse_time_field(std::string_view text, gps_point &sample, error_slot *erro
   const std::uint32_t millisecond = total % 1000;
 
   if (remembered && second < 60) {
-    sample.time = milliseconds(memory().start + second, millisecond);
+    sample.time = time_of(memory().start + second, millisecond);
     return;
   }
   if (remembered) {
@@ -161,7 +157,7 @@ void parse_time_field(std::string_view text, gps_point &sample, error_slot *erro
     static_cast<void>(read_minute(position, minute));
   }
   const std::string_view spelling(text.data(), static_cast<std::size_t>(position - text.data()));
-  sample.time = milliseconds(seconds_since_epoch(minute, spelling, static_cast<int>(second)), millisecond);
+  sample.time = time_of(seconds_since_epoch(minute, spelling, static_cast<int>(second)), millisecond);
 }
 
 }  // namespace tarvel

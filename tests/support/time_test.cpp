@@ -27,8 +27,16 @@ TEST(time_test, elapses_from_one_to_another) {
   for (const elapsed_case &c : elapsed_cases) {
     SCOPED_TRACE(c.name);
     EXPECT_EQ(elapsed(c.from, c.to), c.expected);
-    EXPECT_EQ(plus(c.from, c.expected), c.to);
+    EXPECT_EQ(time_after(c.from, c.expected), c.to);
   }
+}
+
+TEST(time_test, counts_milliseconds) {
+  EXPECT_EQ(time_of(0, 0), 0);
+  EXPECT_EQ(time_of(2, 999), 2999);
+  EXPECT_EQ(time_of(-2, 1), -1999);
+  EXPECT_EQ(time_of(INT64_MAX / 1000, 807), INT64_MAX);
+  EXPECT_EQ(time_of(INT64_MAX / 1000, 808), INT64_MIN);
 }
 
 TEST(time_test, unsigned_seconds_are_never_negative) {
