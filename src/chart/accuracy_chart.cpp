@@ -1,5 +1,8 @@
+#include <utility>
+
 #include "chart/chart_building.h"
 #include "chart/run_charts.h"
+#include "support/format_text.h"
 #include "support/time.h"
 #include "support/units.h"
 

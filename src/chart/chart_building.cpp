@@ -1,5 +1,7 @@
 #include "chart/chart_building.h"
 
+#include <utility>
+
 namespace tarvel {
 
 owned_record<chart> make_chart(owned_text title, owned_text x_title, owned_text y_title) {

@@ -2,11 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
 
 #include "chart/chart.h"
 #include "chart/run_charts.h"
-#include "support/format_text.h"
+#include "support/memory.h"
 
 namespace tarvel {
 

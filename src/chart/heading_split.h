@@ -1,6 +1,7 @@
 // Cuts a continuous heading curve into what was recorded and what was evened out.
 #pragma once
 
+#include <cstddef>
 #include <span>
 
 #include "chart/chart.h"

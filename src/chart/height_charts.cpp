@@ -1,6 +1,9 @@
+#include <utility>
+
 #include "chart/chart_building.h"
 #include "chart/heading_split.h"
 #include "chart/run_charts.h"
+#include "support/format_text.h"
 #include "support/units.h"
 #include "track/track_frames.h"
 

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <utility>
 
 #include "chart/chart_building.h"
 #include "chart/run_charts.h"
+#include "support/format_text.h"
 #include "support/time.h"
 #include "support/units.h"
 #include "track/track_frames.h"

@@ -1,9 +1,11 @@
 #include <array>
 #include <span>
+#include <utility>
 
 #include "chart/chart_building.h"
 #include "chart/run_charts.h"
 #include "geo/course_frame.h"
+#include "support/format_text.h"
 #include "support/units.h"
 
 namespace tarvel {

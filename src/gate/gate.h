@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 
+#include "geo/vec3.h"
 #include "support/memory.h"
 #include "track/course.h"
 #include "track/gps_point.h"

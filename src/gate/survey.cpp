@@ -1,5 +1,6 @@
 #include "gate/survey.h"
 
+#include <array>
 #include <cmath>
 #include <utility>
 

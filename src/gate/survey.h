@@ -1,10 +1,10 @@
 // From the standstills of a walk to the course frame and the speed-carve rotation.
 #pragma once
 
-#include <array>
-
 #include "gate/gate.h"
+#include "geo/vec3.h"
 #include "support/error_slot.h"
+#include "support/memory.h"
 #include "support/text_buffer.h"
 
 namespace tarvel {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "geo/mat4.h"
 #include "support/error_slot.h"
 #include "swoop/swoop.h"
 

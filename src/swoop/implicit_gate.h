@@ -1,6 +1,7 @@
 // A frame from the run itself, for runs without a course: the entry gate stands at the bottom of the swoop.
 #pragma once
 
+#include "geo/vec3.h"
 #include "support/error_slot.h"
 #include "swoop/swoop.h"
 

@@ -1,6 +1,9 @@
 // The rollout: from the end of the dive to level flight.
 #pragma once
 
+#include <cstdint>
+
+#include "geo/vec3.h"
 #include "support/error_slot.h"
 #include "swoop/swoop.h"
 

@@ -1,6 +1,8 @@
 // The final turn: where it starts, and how far it goes round.
 #pragma once
 
+#include <cstdint>
+
 #include "support/error_slot.h"
 #include "swoop/swoop.h"
 

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <system_error>
+#include <utility>
 
 #include "track/decimal.h"
 #include "track/time_field.h"

@@ -1,7 +1,6 @@
 // The columns of a delimited track: which field of the sample each one fills.
 #pragma once
 
-#include <cstddef>
 #include <string_view>
 
 #include "support/error_slot.h"

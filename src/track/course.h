@@ -6,6 +6,7 @@
 #include <span>
 
 #include "geo/mat4.h"
+#include "geo/vec3.h"
 #include "support/memory.h"
 
 namespace tarvel {

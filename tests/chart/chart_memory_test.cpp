@@ -6,6 +6,7 @@
 #include "chart_text.h"
 #include "hand_made_swoop.h"
 #include "support/allocation_limit.h"
+#include "support/format_text.h"
 #include "support/pond_of.h"
 
 namespace tarvel {
