@@ -1,91 +1,20 @@
 #include "drawing/renderer.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
 
 #include "chart/axes.h"
 #include "drawing/cell_layout.h"
+#include "drawing/chart_drawing.h"
 #include "drawing/drawing_handles.h"
+#include "drawing/legend.h"
 #include "geo/angle.h"
 #include "support/integer.h"
 
 namespace tarvel {
 
 namespace {
-
-// Everything that drawing one chart needs.
-struct drawing {
-  cairo_t *cr = nullptr;
-  const chart &source;
-  chart_axes axes;
-  cell_layout layout;
-  layout_handle text;    // one for all texts of the chart: they share one font
-  double x_scale = 0.0;  // device units per data unit
-  double y_scale = 0.0;
-};
-
-// Pixels, as pango measures them.
-struct text_size {
-  int ink_x = 0;
-  int ink_y = 0;
-  int width = 0;  // logical
-  int ink_height = 0;
-};
-
-double right_of(const cell_layout &layout) { return layout.plot_left + layout.plot_width; }
-double bottom_of(const cell_layout &layout) { return layout.plot_top + layout.plot_height; }
-
-layout_handle make_text_layout(cairo_t *cr, double font_size) {
-  layout_handle text(pango_cairo_create_layout(cr));
-  const font_handle font(pango_font_description_new());
-  pango_font_description_set_family(font.get(), "arial");
-  pango_font_description_set_absolute_size(font.get(), font_size * PANGO_SCALE);
-  pango_layout_set_font_description(text.get(), font.get());
-  return text;
-}
-
-text_size set_text(const drawing &d, const char *words) {
-  pango_layout_set_text(d.text.get(), words, -1);
-  PangoRectangle ink;
-  PangoRectangle logical;
-  pango_layout_get_pixel_extents(d.text.get(), &ink, &logical);
-  return {ink.x, ink.y, logical.width, ink.height};
-}
-
-// Puts the top left corner of the ink of the text set last on a point.
-void show_text(const drawing &d, const text_size &size, double x, double y) {
-  cairo_move_to(d.cr, x - size.ink_x, y - size.ink_y);
-  pango_cairo_show_layout(d.cr, d.text.get());
-}
-
-void set_colour(cairo_t *cr, std::uint32_t colour) {
-  cairo_set_source_rgb(cr, ((colour >> 16) & 0xff) / 255.0, ((colour >> 8) & 0xff) / 255.0, (colour & 0xff) / 255.0);
-}
-
-void set_solid(cairo_t *cr, double width) {
-  cairo_set_line_width(cr, width);
-  cairo_set_dash(cr, nullptr, 0, 0.0);
-}
-
-void set_dashed(cairo_t *cr, double width, double dash, double gap) {
-  const std::array<double, 2> pattern = {dash, gap};
-  cairo_set_line_width(cr, width);
-  cairo_set_dash(cr, pattern.data(), static_cast<int>(pattern.size()), 0.0);
-}
-
-void draw_line(cairo_t *cr, double x1, double y1, double x2, double y2) {
-  cairo_move_to(cr, x1, y1);
-  cairo_line_to(cr, x2, y2);
-  cairo_stroke(cr);
-}
-
-// A new path, so that no line leads to the circle from a text or point drawn before.
-void add_circle(cairo_t *cr, vec2 centre, double radius) {
-  cairo_new_path(cr);
-  cairo_arc(cr, centre.x, centre.y, radius, 0.0, 2.0 * pi);
-}
 
 void draw_background(const drawing &d) {
   const cell_layout &l = d.layout;
@@ -278,11 +207,6 @@ void set_stroke(const drawing &d, series_style style) {
   }
 }
 
-bool is_line(series_style style) {
-  return style == series_style::solid || style == series_style::thick_dashed || style == series_style::thin_dashed ||
-         style == series_style::solid_with_dots;
-}
-
 void draw_series(const drawing &d, const series &curve) {
   const double radius = marker_radius(d, curve);
   set_colour(d.cr, curve.colour);
@@ -300,65 +224,6 @@ void draw_series(const drawing &d, const series &curve) {
 void draw_all_series(const drawing &d) {
   for (const series *curve = d.source.first_series.get(); curve != nullptr; curve = curve->next.get()) {
     draw_series(d, *curve);
-  }
-}
-
-struct legend_size {
-  std::uint32_t rows = 0;
-  int text_width = 0;
-};
-
-legend_size measure_legend(const drawing &d) {
-  legend_size size;
-  for (const series *curve = d.source.first_series.get(); curve != nullptr; curve = curve->next.get()) {
-    if (!curve->label) continue;
-    ++size.rows;
-    size.text_width = std::max(size.text_width, set_text(d, curve->label.get()).width);
-  }
-  return size;
-}
-
-// A piece of the series' line, or a dot for what has none.
-void draw_legend_sample(const drawing &d, const series &curve, double left, double middle, double length,
-                        double dot_radius) {
-  set_colour(d.cr, curve.colour);
-  if (is_line(curve.style)) {
-    set_solid(d.cr, 1.5 * d.layout.line_width);
-    cairo_new_path(d.cr);
-    draw_line(d.cr, left, middle, left + length, middle);
-  } else {
-    add_circle(d.cr, {left + length / 2.0, middle}, dot_radius);
-    cairo_fill(d.cr);
-  }
-}
-
-void draw_legend(const drawing &d) {
-  const legend_size size = measure_legend(d);
-  if (size.rows == 0) return;
-
-  const cell_layout &l = d.layout;
-  const double row_height = l.round_px(1.2 * l.font_size);
-  const double dot_radius = 3.0 * l.line_width;
-  const double sample_length = l.round_px(6.0 * dot_radius);
-  const double margin = l.round_px(0.25 * l.font_size);
-  const double box_width = sample_length + margin + size.text_width;
-  const double top = l.snap(l.plot_top) + l.snap(l.font_size);
-  const double left = d.source.legend_right == 0 ? l.snap(l.plot_left) + l.snap(l.font_size)
-                                                 : l.snap(right_of(l)) - l.snap(l.font_size) - box_width;
-  cairo_set_source_rgb(d.cr, 0.96, 0.96, 0.96);
-  cairo_new_path(d.cr);
-  cairo_rectangle(d.cr, left - margin, top - margin, box_width + 2.0 * margin, size.rows * row_height + 2.0 * margin);
-  cairo_fill(d.cr);
-
-  std::uint32_t row = 0;
-  for (const series *curve = d.source.first_series.get(); curve != nullptr; curve = curve->next.get()) {
-    if (!curve->label) continue;
-    const double row_top = top + row * row_height;
-    const text_size label = set_text(d, curve->label.get());
-    draw_legend_sample(d, *curve, left, row_top + l.round_px(0.5 * label.ink_height), sample_length, dot_radius);
-    cairo_set_source_rgb(d.cr, 0.0, 0.0, 0.0);
-    show_text(d, label, left + sample_length + margin, row_top);
-    ++row;
   }
 }
 
