@@ -187,8 +187,8 @@ void fill_stars(const drawing &d, const series &curve, double radius) {
   });
 }
 
-// Never larger than the cell: the drawing library cuts a circle into the more arcs the larger it is, an infinite one for
-// ever.
+// Never larger than the cell: the drawing library cuts a circle into the more arcs the larger it is, an infinite one
+// for ever.
 double marker_radius(const drawing &d, const series &curve) {
   if (curve.radius > 0.0) return std::min(curve.radius * d.x_scale, d.layout.cell_width);
   switch (curve.style) {

@@ -9,9 +9,9 @@
 
 namespace tarvel {
 
-// Background, frame, grid, tick labels, titles, series and legend, in that order; cells as in lay_out_cell. A point with
-// a coordinate beyond the axes, infinite or not a number, is left out, and a marker is no larger than the cell. A null
-// chart draws nothing.
+// Background, frame, grid, tick labels, titles, series and legend, in that order; cells as in lay_out_cell. A point
+// outside the cell, infinite or not a number, is left out, and a marker is no larger than the cell. A null chart draws
+// nothing.
 void draw_chart(cairo_t *cr, const chart *source, std::uint32_t cell);
 
 // False when the file of the charts' font cannot be read, so that nothing stands where words should: what pango says of

@@ -25,8 +25,8 @@ using column_actions = owned_array<column_action>;
                                         error_slot *error);
 
 // Reads the rest of the current line as one sample and appends it. A row with more fields than columns is dropped
-// without a warning, as a logger that was cut off in mid-line writes them; a row with fewer leaves the rest of the sample
-// zero. Fails with "failed to realloc gps_points" or "invalid time field".
+// without a warning, as a logger that was cut off in mid-line writes them; a row with fewer leaves the rest of the
+// sample zero. Fails with "failed to realloc gps_points" or "invalid time field".
 [[nodiscard]] outcome append_gps_point(track_file &file, const column_actions &actions, gps_track &track,
                                        error_slot *error);
 

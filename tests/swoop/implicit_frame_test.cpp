@@ -102,8 +102,8 @@ TEST(implicit_landing_test, is_what_scanning_every_candidate_anew_finds) {
   EXPECT_GT(refused, 2000);
 }
 
-// Heights that wander by 100 ft and more between slow samples, on clocks that creep, stand, go back and leap, some by so
-// much that differences of times wrap.
+// Heights that wander by 100 ft and more between slow samples, on clocks that creep, stand, go back and leap, some by
+// so much that differences of times wrap.
 std::vector<gps_point> long_wandering_walk(std::mt19937 &random) {
   const auto up_to = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
   const auto pace = static_cast<unsigned>(up_to(80));
