@@ -51,7 +51,7 @@ std::string container_bytes(std::size_t samples) {
   if (read_track_header_csv_stream(stream.get(), track, warnings, &error) != outcome::done) std::abort();
   std::string bytes(50 + 70 * samples, '\0');
   const file_handle container(fmemopen(bytes.data(), bytes.size(), "wb"));
-  write_swoop_stream(container.get(), samples_of(track), &error);
+  write_swoop_stream(container.get(), {track.points.get(), track.count}, &error);
   if (error || std::fflush(container.get()) != 0) std::abort();
   return bytes;
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
 #include "support/error_slot.h"
 #include "support/memory.h"
@@ -16,10 +15,6 @@ struct gps_track {
   std::uint32_t count = 0;     // samples in use
   std::uint32_t capacity = 0;  // samples allocated, while a delimited reader appends
 };
-
-[[nodiscard]] inline std::span<const gps_point> samples_of(const gps_track &track) {
-  return {track.points.get(), track.count};
-}
 
 // Makes room for one more sample: 4096 at first (13 minutes at 5 Hz), then twice as many. False when memory is short:
 // the slot then says "failed to realloc gps_points" and the samples are as they were.

@@ -119,7 +119,7 @@ TEST(tvl_file_test, zeroes_the_derived_fields_in_used_memory) {
   error_slot error = "not cleared";
   ASSERT_EQ(read_swoop_bytes(bytes, track, &error), done);
   ASSERT_EQ(error, nullptr);
-  for (const gps_point &sample : samples_of(track)) {
+  for (const gps_point &sample : std::span(track.points.get(), track.count)) {
     EXPECT_EQ(sample.pos_ecef.x, 0.0);
     EXPECT_EQ(sample.vel_local.y, 0.0);
     EXPECT_EQ(sample.dive_angle, 0.0);

@@ -162,7 +162,7 @@ TEST(tvl_page_test, the_run_is_what_is_written_for_the_first_example_sample) {
   error_slot error = nullptr;
   ASSERT_EQ(load_swoop_stream(open_bytes(text).get(), track, warnings, &error), outcome::done);
   ASSERT_STREQ(error, nullptr);
-  EXPECT_EQ(swoop_bytes(samples_of(track).first(1)), read_example("run").bytes);
+  EXPECT_EQ(swoop_bytes({track.points.get(), 1}), read_example("run").bytes);
 }
 
 TEST(tvl_page_test, the_course_is_read_as_listed) {

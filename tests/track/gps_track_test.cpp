@@ -79,15 +79,5 @@ TEST(gps_track_test, refuses_more_samples_than_its_count_can_name) {
   EXPECT_EQ(track.points[0].time, 42);
 }
 
-TEST(gps_track_test, views_the_samples_in_use) {
-  gps_track track;
-  EXPECT_TRUE(samples_of(track).empty());
-  error_slot error = nullptr;
-  ASSERT_TRUE(grow_track(track, &error));
-  track.count = 2;
-  EXPECT_EQ(samples_of(track).size(), 2U);
-  EXPECT_EQ(samples_of(track).data(), track.points.get());
-}
-
 }  // namespace
 }  // namespace tarvel
