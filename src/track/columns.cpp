@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstdlib>
+#include <span>
 #include <system_error>
 #include <utility>
 

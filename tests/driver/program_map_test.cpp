@@ -10,6 +10,7 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,8 +32,9 @@ std::string map_of_whole_track(const char *path) {
   error_slot error = nullptr;
   load_swoop_track(path, track, &error);
   EXPECT_STREQ(error, nullptr);
-  return bytes_written_by(
-      [&](std::FILE *stream) { write_kml(stream, track.points[0].time, samples_of(track), nullptr); });
+  return bytes_written_by([&](std::FILE *stream) {
+    write_kml(stream, track.points[0].time, std::span(track.points.get(), track.count), nullptr);
+  });
 }
 
 std::string map_of_run() { return read_text(source_dir() + "/tests/golden/driver/small.kml"); }
