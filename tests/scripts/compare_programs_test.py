@@ -128,28 +128,32 @@ class DrawingTest(unittest.TestCase):
 
 
 class RulesTest(unittest.TestCase):
-    def allowed(self, rule, what, old, new, printed=b"", status=b"1", **files):
-        outcome = {"standard output": printed, "exit status": status} | files
-        difference = compare_programs.Difference(None, what, old, new, outcome, outcome)
-        return bool(compare_programs.rules[rule](difference))
+    def allowed(self, rule, what="standard output", printed="", status="1", **files):
+        outcome = {"standard output": printed.encode(), "exit status": status.encode()} | files
+        call = scenarios.Call(["-d", "run.csv"], "UTC", "")
+        return bool(compare_programs.rules[rule](compare_programs.Difference(call, what, b"a", b"b", outcome, outcome)))
 
     def test_the_map_may_fail_later_or_be_there(self):
-        unreadable = b"x\nERROR: failed to read file: matrix.txt\n"
-        listed = compare_programs.listing
-        self.assertTrue(self.allowed("map_once", "standard output", b"a", b"b", b"ERROR: failed to write file: run.kml\n"))
-        self.assertFalse(self.allowed("map_once", "standard output", b"a", b"b", b"ERROR: failed to write file: run.txt\n"))
-        self.assertTrue(self.allowed("map_once", "run.kml", None, b"map", unreadable))
-        self.assertFalse(self.allowed("map_once", "run.kml", b"map", None, unreadable))
-        self.assertFalse(self.allowed("map_once", "run.kml", None, b"map", b"ERROR: could not find rollout\n"))
-        self.assertTrue(self.allowed("map_once", listed, b"- a", b"- a\n- run.kml", unreadable))
-        self.assertFalse(self.allowed("map_once", listed, b"- a", b"- b\n- run.kml", unreadable))
+        for printed, is_allowed in (
+            ("\nReport\nERROR: failed to write file: run.kml\n", True),
+            ("ERROR: failed to write file: run.txt\n", False),
+            ("ERROR: failed to read file: matrix.txt\n", True),
+            ("ERROR: failed to open file: 64.txt\n", True),
+            ("ERROR: failed to open file: run.csv\n", False),
+            ("ERROR: failed to open file: run.kml\n", False),
+            ("ERROR: could not find rollout\n", False),
+            ("", False),
+        ):
+            self.assertEqual(self.allowed("map_once", printed=printed), is_allowed, printed)
+        unreadable = "ERROR: failed to read file: matrix.txt\n"
+        self.assertFalse(self.allowed("map_once", printed=unreadable, **{"run.kml": b"map"}))
 
     def test_charts_may_differ_far_out(self):
         far = {"coord.txt": b"1" * 300}
-        self.assertTrue(self.allowed("far_out", "run.pdf", b"a", b"b", **far))
-        self.assertFalse(self.allowed("far_out", "run.txt", b"a", b"b", **far))
-        self.assertFalse(self.allowed("far_out", "run.pdf", b"a", b"b", **{"coord.txt": b"1" * 299}))
-        self.assertTrue(self.allowed("far_out", "run.pdf", None, b"b", status=compare_programs.hangs.encode()))
+        self.assertTrue(self.allowed("far_out", "run.pdf", **far))
+        self.assertFalse(self.allowed("far_out", "run.txt", **far))
+        self.assertFalse(self.allowed("far_out", "run.pdf", **{"coord.txt": b"1" * 299}))
+        self.assertTrue(self.allowed("far_out", "exit status", status=compare_programs.hangs))
 
 
 if __name__ == "__main__":
