@@ -19,8 +19,8 @@
 
 #include "chart/hand_made_swoop.h"
 #include "drawing/drawing_handles.h"
-#include "driver/protected_inputs.h"
 #include "driver/chart_files.h"
+#include "driver/protected_inputs.h"
 #include "support/allocation_limit.h"
 #include "support/files.h"
 #include "support/pond_of.h"
