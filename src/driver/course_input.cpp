@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "driver/file_handle.h"
+#include "driver/protected_inputs.h"
 #include "formats/course_file.h"
 
 namespace tarvel {
@@ -15,7 +16,12 @@ constexpr int max_further_files = 64;
 course_answer read_one_file(const char *path, const char *swoop_file, std::optional<course> &result, course_link &link,
                             error_slot *error) {
   const file_handle file = open_input(path, error);
-  if (!file) return course_answer::here;
+  if (!file) {
+    // No output may take its place all the same. A failure of this has the same words.
+    error_slot ignored = nullptr;
+    protect_input(path, &ignored);
+    return course_answer::here;
+  }
   course found;
   const course_answer answer = read_course(file.get(), path, swoop_file, found, link, error);
   report_read_error(file.get(), path, error);

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "driver/file_handle.h"
 #include "geo/angle.h"
 #include "support/allocation_limit.h"
 #include "support/failing_calls.h"
@@ -205,6 +206,20 @@ TEST(course_input_test, names_the_file_that_cannot_be_opened) {
   }
   const failing_call disk(c_call::fdopen, 0, ENOMEM);
   EXPECT_EQ(read("gate.txt", "run.csv").message, "failed to open file: gate.txt");
+}
+
+TEST(course_input_test, protects_a_course_that_cannot_be_opened) {
+  const temp_dir folder;
+  write_text("run.kml", rows);
+  write_text("matrix.txt", "* - run.kml\n");
+  {
+    const failing_call disk(c_call::fdopen, 1, EMFILE);
+    EXPECT_EQ(read("matrix.txt", "run.csv").message, "failed to open file: run.kml");
+  }
+  error_slot error = nullptr;
+  EXPECT_NE(open_output("run.kml", &error), nullptr);
+  EXPECT_STREQ(error, nullptr);
+  EXPECT_EQ(read_text("run.kml.orig"), rows);
 }
 
 // The kernel does not let the process read its memory at 0.
