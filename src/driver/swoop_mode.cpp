@@ -44,17 +44,12 @@ std::optional<course> load_course(const run_config &config, error_slot *error) {
   return loaded;
 }
 
-// The dump shows what the analysis has worked with, also when that has failed.
 void analyze_over_course(swoop &run, const std::optional<course> &loaded, error_slot *error) {
   if (loaded) {
     analyze_swoop(run, gate_type_course, loaded->matrix, loaded->theta, error);
   } else {
     analyze_swoop(run, gate_type_implicit, mat4(), 0.0, error);
   }
-  if (!run.debug || !run.is_derived) return;
-  error_slot dump_error = nullptr;
-  write_coord_dump(samples_of(run), &dump_error);
-  if (dump_error) *error = dump_error;
 }
 
 // The report goes to the screen first, so that a pilot sees it even where the folder cannot be written to; and at once,
@@ -73,17 +68,24 @@ void publish_report(const swoop &run, const run_config &config, const char *path
   close_output(std::move(file), path, error);
 }
 
+// What there is of a run that was analysed, apart from its map and charts.
+void publish_run(const swoop &run, const run_config &config, const swoop_outputs &outputs, error_slot *error) {
+  if (run.debug) write_trimmed_swoop(outputs.tvl.get(), run, error);
+  if (*error) return;
+  publish_report(run, config, outputs.txt.get(), error);
+}
+
 // The stop itself is left out: there the pilot may walk off already.
 std::span<const gps_point> turn_to_stop(const swoop &run) { return samples_of(run, {run.top_of_turn, run.stop}); }
 
-// A run that fails still has a map, of its whole track; the message of the first failure stays. Emptied again, since a
-// link may have led another output to the same file.
-void write_map(const swoop &run, file_handle map, const char *path, error_slot *error) {
+// A run that fails still has a map, of its whole track. The message of an output that has failed before stays. Emptied
+// again, since a link may have led another output to the same file.
+void write_map(const swoop &run, bool is_sound, file_handle map, const char *path, error_slot *error) {
   if (!empty_output(map.get())) {
     if (!*error) *error = format_error("failed to write file: %s", path);
     return;
   }
-  if (*error) {
+  if (!is_sound || *error) {
     const std::int64_t start_time = run.track_len == 0 ? 0 : run.track[0].time;
     write_kml(map.get(), start_time, samples_of(run), nullptr);
   } else {
@@ -91,16 +93,6 @@ void write_map(const swoop &run, file_handle map, const char *path, error_slot *
     write_kml(map.get(), run.track[run.top_of_turn].time, turn_to_stop(run), &ends);
   }
   close_output(std::move(map), path, error);
-}
-
-// From the samples to the report.
-void analyze_and_report(swoop &run, const std::optional<course> &loaded, const run_config &config,
-                        const swoop_outputs &outputs, error_slot *error) {
-  analyze_over_course(run, loaded, error);
-  if (*error) return;
-  if (run.debug) write_trimmed_swoop(outputs.tvl.get(), run, error);
-  if (*error) return;
-  publish_report(run, config, outputs.txt.get(), error);
 }
 
 // Null without a pond. It turns with the run's frame, so that both are drawn in one.
@@ -126,10 +118,16 @@ void run_swoop_mode(const run_config &config) {
   file_handle map = open_output(outputs.kml.get(), &error);
   fatal_error(error);
 
-  error = course_error;
-  if (error == nullptr) analyze_and_report(*run, loaded, config, outputs, &error);
-  write_map(*run, std::move(map), outputs.kml.get(), &error);
+  // What is wrong with the run is said once all outputs have been written: they may be cut short.
+  error_slot run_error = course_error;
+  if (run_error == nullptr) analyze_over_course(*run, loaded, &run_error);
+  const bool is_sound = run_error == nullptr;
+  // The dump shows what the analysis has worked with, also when that has failed.
+  if (run->debug && run->is_derived) write_coord_dump(samples_of(*run), &error);
+  if (is_sound && error == nullptr) publish_run(*run, config, outputs, &error);
+  write_map(*run, is_sound, std::move(map), outputs.kml.get(), &error);
   fatal_error(error);
+  fatal_error(run_error);
 
   write_swoop_pdf(outputs.pdf.get(), *run, turned_pond(loaded, *run), config.metric != 0, false, &error);
   fatal_error(error);

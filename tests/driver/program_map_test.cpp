@@ -145,7 +145,7 @@ TEST_F(program_map_test, is_missed_before_the_work_when_it_cannot_be_created) {
   for (const char *const name : {"coord.txt", "run.tvl", "run.pdf"}) EXPECT_FALSE(file_exists(name)) << name;
 }
 
-// A full disk takes an empty file. Of two failures the first is told.
+// A full disk takes an empty file. What is wrong with the course is of less use than that the map is cut short.
 TEST_F(program_map_test, is_missed_when_it_cannot_be_written) {
   replace_by_full_disk("run.kml");
   const program_result result = run_program({"run.csv"});
@@ -153,7 +153,7 @@ TEST_F(program_map_test, is_missed_when_it_cannot_be_written) {
   EXPECT_EQ(result.out, "\n" + read_text("run.txt") + "ERROR: failed to write file: run.kml\n");
   EXPECT_FALSE(file_exists("run.pdf"));
   fs::remove("matrix.txt");
-  EXPECT_EQ(run_program({"run.csv"}).out, "ERROR: failed to open file: matrix.txt\n");
+  EXPECT_EQ(run_program({"run.csv"}).out, "ERROR: failed to write file: run.kml\n");
 }
 
 TEST_F(program_map_test, sets_an_input_aside_once) {
