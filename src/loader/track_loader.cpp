@@ -7,12 +7,13 @@ namespace tarvel {
 
 namespace {
 
-outcome load_text_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error) {
+outcome load_text_stream(std::FILE *stream, gps_track &track, row_offsets *rows, text_buffer &warnings,
+                         error_slot *error) {
   std::rewind(stream);
-  const outcome result = read_track_tagged_stream(stream, track, warnings, error);
+  const outcome result = read_track_tagged_stream(stream, track, rows, warnings, error);
   if (result != outcome::not_this_form) return result;
   std::rewind(stream);
-  return read_track_header_csv_stream(stream, track, warnings, error);
+  return read_track_header_csv_stream(stream, track, rows, warnings, error);
 }
 
 }  // namespace
@@ -21,14 +22,23 @@ outcome load_gate_stream(std::FILE *stream, gate_file_data &gate_data, text_buff
   std::rewind(stream);
   const outcome result = read_gate_stream(stream, gate_data.course, error);
   if (result != outcome::not_this_form) return result;
-  return load_text_stream(stream, gate_data.track, warnings, error);
+  return load_text_stream(stream, gate_data.track, nullptr, warnings, error);
 }
 
 outcome load_swoop_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error) {
   std::rewind(stream);
   const outcome result = read_swoop_stream(stream, track, error);
   if (result != outcome::not_this_form) return result;
-  return load_text_stream(stream, track, warnings, error);
+  return load_text_stream(stream, track, nullptr, warnings, error);
+}
+
+outcome load_swoop_rows(std::FILE *stream, gps_track &track, row_offsets &rows, text_buffer &warnings,
+                        error_slot *error) {
+  rows = row_offsets();
+  std::rewind(stream);
+  const outcome result = read_swoop_stream(stream, track, error);
+  if (result != outcome::not_this_form) return result;
+  return load_text_stream(stream, track, &rows, warnings, error);
 }
 
 }  // namespace tarvel

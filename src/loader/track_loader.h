@@ -7,6 +7,7 @@
 #include "support/outcome.h"
 #include "support/text_buffer.h"
 #include "track/course.h"
+#include "track/delimited_reader.h"
 #include "track/gps_track.h"
 
 namespace tarvel {
@@ -24,5 +25,9 @@ struct gate_file_data {
 [[nodiscard]] outcome load_gate_stream(std::FILE *stream, gate_file_data &gate_data, text_buffer &warnings,
                                        error_slot *error);
 [[nodiscard]] outcome load_swoop_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error);
+
+// A run as load_swoop_stream loads it, and where the rows of its samples are in the text; none for a container.
+[[nodiscard]] outcome load_swoop_rows(std::FILE *stream, gps_track &track, row_offsets &rows, text_buffer &warnings,
+                                      error_slot *error);
 
 }  // namespace tarvel

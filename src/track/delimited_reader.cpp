@@ -29,32 +29,49 @@ outcome read_header_lines(track_file &file, column_actions &actions, text_buffer
   return names;
 }
 
-outcome read_sample_lines(track_file &file, gps_track &track, text_buffer &warnings, error_slot *error) {
+// What the sample lines fill.
+struct sample_lines {
   column_actions actions;
-  outcome result = read_header_lines(file, actions, warnings, error);
+  gps_track track;
+  row_offsets *rows = nullptr;  // null when nobody asks for them
+};
+
+// The rest of the line is a sample, unless the row is one that append_gps_point drops.
+outcome read_sample(track_file &file, std::uint64_t line, sample_lines &lines, error_slot *error) {
+  constexpr std::uint32_t first_capacity = 4096;
+  const std::uint32_t count = lines.track.count;
+  const outcome result = append_gps_point(file, lines.actions, lines.track, error);
+  if (lines.rows == nullptr || lines.track.count == count) return result;
+  if (try_append(lines.rows->offsets, lines.rows->count, lines.rows->capacity, first_capacity, line)) return result;
+  *error = "failed to realloc gps_points";
+  return outcome::no_memory;
+}
+
+outcome read_sample_lines(track_file &file, sample_lines &lines, text_buffer &warnings, error_slot *error) {
+  outcome result = read_header_lines(file, lines.actions, warnings, error);
   while (result == outcome::done && read_line(file)) {
-    if (*file.line != '\0') result = append_gps_point(file, actions, track, error);
+    if (*file.line != '\0') result = read_sample(file, line_offset(file), lines, error);
   }
   return result;
 }
 
-outcome read_tagged_line(track_file &file, column_actions &actions, gps_track &track, text_buffer &warnings,
-                         error_slot *error) {
+outcome read_tagged_line(track_file &file, sample_lines &lines, text_buffer &warnings, error_slot *error) {
   if (*file.line == '\0') return outcome::done;
   if (*file.line != '$') {
     *error = "missing $ prefix";
     return outcome::not_this_form;
   }
-  char *const rest = after_prefix(file.line, actions ? "$GNSS," : "$COL,GNSS,");
+  const std::uint64_t line = line_offset(file);
+  char *const rest = after_prefix(file.line, lines.actions ? "$GNSS," : "$COL,GNSS,");
   if (rest == nullptr) return outcome::done;
   file.line = rest;
-  return actions ? append_gps_point(file, actions, track, error) : parse_field_names(file, actions, warnings, error);
+  return lines.actions ? read_sample(file, line, lines, error)
+                       : parse_field_names(file, lines.actions, warnings, error);
 }
 
-outcome read_tagged_lines(track_file &file, gps_track &track, text_buffer &warnings, error_slot *error) {
-  column_actions actions;
+outcome read_tagged_lines(track_file &file, sample_lines &lines, text_buffer &warnings, error_slot *error) {
   outcome result = outcome::done;
-  while (result == outcome::done && read_line(file)) result = read_tagged_line(file, actions, track, warnings, error);
+  while (result == outcome::done && read_line(file)) result = read_tagged_line(file, lines, warnings, error);
   return result;
 }
 
@@ -71,35 +88,52 @@ outcome finish_reading(const track_file &file, const gps_track &loaded, error_sl
   return outcome::done;
 }
 
-using lines_reader = outcome (*)(track_file &file, gps_track &track, text_buffer &warnings, error_slot *error);
+using lines_reader = outcome (*)(track_file &file, sample_lines &lines, text_buffer &warnings, error_slot *error);
 
-outcome read_stream(std::FILE *stream, lines_reader read_lines, gps_track &track, text_buffer &warnings,
-                    error_slot *error) {
+outcome read_stream(std::FILE *stream, lines_reader read_lines, gps_track &track, row_offsets *rows,
+                    text_buffer &warnings, error_slot *error) {
   *error = nullptr;
-  gps_track loaded;
+  sample_lines lines;
+  row_offsets row_lines;
+  if (rows != nullptr) {
+    *rows = row_offsets();
+    lines.rows = &row_lines;
+  }
   track_file file;
   if (!open_track_stream(stream, file, error)) return outcome::no_memory;
 
   forget_calendar_minute();
-  outcome result = read_lines(file, loaded, warnings, error);
-  if (result == outcome::done) result = finish_reading(file, loaded, error);
+  outcome result = read_lines(file, lines, warnings, error);
+  if (result == outcome::done) result = finish_reading(file, lines.track, error);
   // A disk that fails in mid-file would otherwise pass for a shorter run.
   if (std::ferror(stream) != 0) {
     *error = "failed to read track";
     return outcome::unreadable;
   }
-  if (result == outcome::done) track = std::move(loaded);
+  if (result != outcome::done) return result;
+  track = std::move(lines.track);
+  if (rows != nullptr) *rows = std::move(row_lines);
   return result;
 }
 
 }  // namespace
 
 outcome read_track_header_csv_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error) {
-  return read_stream(stream, read_sample_lines, track, warnings, error);
+  return read_stream(stream, read_sample_lines, track, nullptr, warnings, error);
 }
 
 outcome read_track_tagged_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error) {
-  return read_stream(stream, read_tagged_lines, track, warnings, error);
+  return read_stream(stream, read_tagged_lines, track, nullptr, warnings, error);
+}
+
+outcome read_track_header_csv_stream(std::FILE *stream, gps_track &track, row_offsets *rows, text_buffer &warnings,
+                                     error_slot *error) {
+  return read_stream(stream, read_sample_lines, track, rows, warnings, error);
+}
+
+outcome read_track_tagged_stream(std::FILE *stream, gps_track &track, row_offsets *rows, text_buffer &warnings,
+                                 error_slot *error) {
+  return read_stream(stream, read_tagged_lines, track, rows, warnings, error);
 }
 
 }  // namespace tarvel

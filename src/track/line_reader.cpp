@@ -21,7 +21,9 @@ bool refill(track_file &file) {
   std::memmove(block, file.line, scanned);
   file.line = block;
   file.cursor = block + scanned;
-  file.end = file.cursor + std::fread(file.cursor, 1, file.block_size - scanned, file.stream);
+  const std::size_t count = std::fread(file.cursor, 1, file.block_size - scanned, file.stream);
+  file.end = file.cursor + count;
+  file.read += count;
   return true;
 }
 
@@ -51,6 +53,7 @@ bool open_track_stream(std::FILE *stream, track_file &file, error_slot *error) {
     return false;
   }
   file.line = file.cursor = file.end = file.block_ptr.get();
+  file.read = 0;
   file.overflow = 0;
   return true;
 }

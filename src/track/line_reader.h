@@ -18,6 +18,7 @@ struct track_file {
   char *line = nullptr;       // the rest of the current line, NUL-terminated
   char *cursor = nullptr;     // scan position: the start of the next line
   char *end = nullptr;        // end of the valid data in the block
+  std::uint64_t read = 0;     // bytes that the stream has given
   std::uint8_t overflow = 0;  // set when a line did not fit in the block
 };
 
@@ -28,6 +29,12 @@ struct track_file {
 // without a terminator counts. False at the end of the file, and when a line with its terminator fills the block of
 // 32768 bytes (overflow is then set). A NUL byte ends the text of its line.
 [[nodiscard]] bool read_line(track_file &file);
+
+// Where the current line begins, in bytes from where the stream stood when it was opened. Only before its first field is
+// cut off.
+[[nodiscard]] inline std::uint64_t line_offset(const track_file &file) {
+  return file.read - static_cast<std::uint64_t>(file.end - file.line);
+}
 
 // Cuts the next field off the current line, up to the next comma or the end; a NUL follows its text. Null data at the
 // end of the line, which a trailing comma has reached.
