@@ -1,0 +1,2 @@
+tarvel_test(split/stretches_test USES tarvel_split)
+tarvel_test(split/joined_tracks_test USES tarvel_split)
