@@ -1,5 +1,5 @@
-# The version and its date are kept in src/driver/version.h alone.
-set(version_header ${CMAKE_CURRENT_SOURCE_DIR}/src/driver/version.h)
+# The version and its date are kept in src/support/version.h alone.
+set(version_header ${CMAKE_CURRENT_SOURCE_DIR}/src/support/version.h)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${version_header})
 file(STRINGS ${version_header} version_line REGEX "version = ")
 if(NOT version_line MATCHES "\"version ([0-9.]+) \\(([A-Za-z]+ [0-9]+, [0-9]+)\\)\"")

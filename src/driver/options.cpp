@@ -6,8 +6,8 @@
 #include <cstdlib>
 
 #include "driver/exit.h"
-#include "driver/version.h"
 #include "support/integer.h"
+#include "support/version.h"
 
 namespace tarvel {
 
