@@ -25,6 +25,18 @@ function(tarvel_component name)
   set_property(GLOBAL APPEND_STRING PROPERTY TARVEL_LAYERS "${name}:${layer},")
 endfunction()
 
+# tarvel_program(NAME SOURCE USES target...): SOURCE holds main. The flags are for all programs: link-time optimisation on as
+# many cores as there are, since g++ warns when nobody has said how many; and no library loaded that the program does not
+# call, so that one that draws nothing starts without the drawing libraries.
+function(tarvel_program name source)
+  cmake_parse_arguments(PARSE_ARGV 2 program "" "" "USES")
+  add_executable(${name} ${source})
+  target_link_libraries(${name} PRIVATE ${program_USES} tarvel_build_options)
+  target_link_options(${name} PRIVATE
+    -Wl,--as-needed
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_INTERPROCEDURAL_OPTIMIZATION}>>:-flto=auto>)
+endfunction()
+
 # What libraries keep until the process ends is no leak of the project's. A request for more memory than there is fails
 # under the sanitizer as it does without.
 set(tarvel_sanitizer_options

@@ -21,4 +21,10 @@ void fatal_error(error_slot message) {
   exit_program(EXIT_FAILURE);
 }
 
+void fail_program(const char *program, error_slot message) {
+  if (message == nullptr) return;
+  std::fprintf(stderr, "%s: %s\n", program, message);
+  exit_program(EXIT_FAILURE);
+}
+
 }  // namespace tarvel

@@ -13,4 +13,8 @@ namespace tarvel {
 // here.
 void fatal_error(error_slot message);
 
+// Prints "PROGRAM: MESSAGE\n" to standard error and ends the program with status 1; null returns at once. For the
+// programs beside tarvel, whose standard output others read.
+void fail_program(const char *program, error_slot message);
+
 }  // namespace tarvel

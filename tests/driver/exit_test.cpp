@@ -51,5 +51,16 @@ TEST(exit_test, prints_an_error_to_standard_output_and_fails) {
       testing::ExitedWithCode(1), "wordsERROR: no points found in track\n");
 }
 
+TEST(exit_test, fails_with_the_name_of_the_program_on_standard_error) {
+  EXPECT_EXIT(
+      {
+        fail_program("tarvel-split", nullptr);
+        exit_program(5);
+      },
+      testing::ExitedWithCode(5), "");
+  EXPECT_EXIT(fail_program("tarvel-split", "file exists: day-1.csv"), testing::ExitedWithCode(1),
+              "^tarvel-split: file exists: day-1.csv\n$");
+}
+
 }  // namespace
 }  // namespace tarvel
