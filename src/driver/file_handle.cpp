@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "driver/file_identity.h"
@@ -20,7 +21,10 @@ file_handle open_stream(const char *path, int flags, const char *mode) {
   const int descriptor = open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
   if (descriptor < 0) return nullptr;
   file_handle file(fcntl(descriptor, F_SETFL, 0) == 0 ? fdopen(descriptor, mode) : nullptr);
-  if (!file) close(descriptor);
+  if (!file) {
+    close(descriptor);
+    if ((flags & O_EXCL) != 0) unlink(path);
+  }
   return file;
 }
 
@@ -96,6 +100,12 @@ file_handle open_output(const char *path, error_slot *error) {
 file_handle open_printed_output(const char *path, error_slot *error) {
   return open_emptied(
       path, [](const struct stat &file) { return redirect_stdout_from(file) && silence_stderr(file); }, error);
+}
+
+file_handle open_new_output(const char *path, error_slot *error) {
+  file_handle file = open_stream(path, O_WRONLY | O_CREAT | O_EXCL, "wb");
+  if (!file) *error = format_error(errno == EEXIST ? "file exists: %s" : "failed to open file: %s", path);
+  return file;
 }
 
 void close_output(file_handle file, const char *path, error_slot *error) {

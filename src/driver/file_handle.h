@@ -34,6 +34,10 @@ void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 // The same for an output that standard output may go to: what is printed later goes to standard error.
 [[nodiscard]] file_handle open_printed_output(const char *path, error_slot *error);
 
+// Creates an output. Null with "file exists: %s" when anything has its name, also a link that leads nowhere, or with
+// "failed to open file: %s".
+[[nodiscard]] file_handle open_new_output(const char *path, error_slot *error);
+
 // Copies what is left of a stream. Stops at the first error, which report_read_error or close_output then names.
 void copy_bytes(std::FILE *from, std::FILE *to);
 

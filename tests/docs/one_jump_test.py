@@ -11,6 +11,7 @@ from manual_text import code_lines
 
 PROJECT = Path(os.environ.get("TARVEL_SOURCE_DIR", Path(__file__).parents[2]))
 PROGRAM = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
+SPLIT = os.environ.get("TARVEL_SPLIT_PROGRAM", str(PROJECT / "build/release/tarvel-split"))
 EXAMPLES = PROJECT / "examples"
 CHAPTER = PROJECT / "docs/manual/one-jump.md"
 HEADER_LINES = 2
@@ -53,8 +54,10 @@ class OneJumpTest(unittest.TestCase):
         quoted = [line for line in lines if not line.startswith("$ ")]
         printed = []
         parts = []
+        programs = {**os.environ, "PATH": f"{Path(SPLIT).parent}:{os.environ['PATH']}"}
         for command in commands:
-            done = subprocess.run(["bash", "-c", command], cwd=self.place, capture_output=True, text=True, check=True)
+            done = subprocess.run(["bash", "-c", command], cwd=self.place, env=programs, capture_output=True, text=True,
+                                  check=True)
             printed += done.stdout.splitlines()
             written = re.search(r" > (\S+)$", command)
             if written:

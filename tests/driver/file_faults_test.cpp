@@ -247,5 +247,16 @@ TEST(file_faults_test, says_when_there_is_no_memory_for_one_more_input) {
   }
 }
 
+TEST(file_faults_test, leaves_no_new_output_behind_that_cannot_be_written) {
+  for (const c_call call : {c_call::fcntl, c_call::fdopen}) {
+    const temp_dir dir;
+    error_slot error = nullptr;
+    const failing_call flag(call, 0, ENOMEM);
+    EXPECT_EQ(open_new_output("run-1.csv", &error), nullptr);
+    EXPECT_STREQ(error, "failed to open file: run-1.csv");
+    EXPECT_FALSE(file_exists("run-1.csv"));
+  }
+}
+
 }  // namespace
 }  // namespace tarvel

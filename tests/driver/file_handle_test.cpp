@@ -116,6 +116,27 @@ TEST(file_handle_test, names_the_output_that_cannot_be_opened) {
   EXPECT_STREQ(error, "failed to open file: folder");
 }
 
+TEST(file_handle_test, creates_a_new_output_only_where_no_name_is) {
+  const temp_dir dir;
+  error_slot error = nullptr;
+  file_handle file = open_new_output("run-1.csv", &error);
+  EXPECT_EQ(error, nullptr);
+  ASSERT_NE(file, nullptr);
+  std::fputs("new", file.get());
+  close_output(std::move(file), "run-1.csv", &error);
+  EXPECT_EQ(read_text("run-1.csv"), "new");
+
+  EXPECT_EQ(open_new_output("run-1.csv", &error), nullptr);
+  EXPECT_STREQ(error, "file exists: run-1.csv");
+  EXPECT_EQ(read_text("run-1.csv"), "new");
+  ASSERT_EQ(symlink("gone", "link.csv"), 0);
+  EXPECT_EQ(open_new_output("link.csv", &error), nullptr);
+  EXPECT_STREQ(error, "file exists: link.csv");
+  EXPECT_FALSE(file_exists("gone"));
+  EXPECT_EQ(open_new_output("nowhere/run-1.csv", &error), nullptr);
+  EXPECT_STREQ(error, "failed to open file: nowhere/run-1.csv");
+}
+
 TEST(file_handle_test, reports_a_full_disk_when_the_output_is_closed) {
   // The buffer takes a short text, so that only the closing finds out; a long one fails on the way.
   for (const std::size_t length : {1U, 100000U}) {

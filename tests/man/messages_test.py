@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/man/messages_test.py: the messages of tarvel and tarvel-meet are the items under DIAGNOSTICS of their man pages,
-all of them and no others. Items hold example values where messages hold names and figures.
+"""tests/man/messages_test.py: the messages of tarvel, tarvel-meet and tarvel-split are the items under DIAGNOSTICS of their
+man pages, all of them and no others. Items hold example values where messages hold names and figures.
 """
 import ast
 import os
@@ -14,7 +14,12 @@ sys.path.insert(0, str(PROJECT / "tests/docs"))
 from source_messages import pattern_of, source_messages  # noqa: E402
 
 # The usage text and the line of -v, which are explained under their options.
-NO_DIAGNOSTICS = {"COMMAND LINE USAGE:", "Tarvel %s"}
+NO_DIAGNOSTICS = {"COMMAND LINE USAGE:", "Tarvel %s", "Usage: tarvel-split [-mw] track"}
+# The words of the list that tarvel-split prints.
+NO_MESSAGES = {"descent without a dive"}
+# What tarvel-split says of files, and what the driver says for it alone.
+OF_FILES = {"failed to open file: %s", "file exists: %s", "failed to write file: %s", "failed to write file: standard output"}
+NOT_OF_TARVEL = {"file exists: %s"}
 
 
 def items(page):
@@ -77,7 +82,8 @@ class MessagesTest(unittest.TestCase):
         return [item for item in explained if not any(pattern.fullmatch(item) for pattern in patterns)]
 
     def test_tarvel(self):
-        messages = set(source_messages(PROJECT / "src")) - NO_DIAGNOSTICS
+        messages = {message for message, files in source_messages(PROJECT / "src").items()
+                    if not all(name.startswith("splitter/") for name in files)} - NO_DIAGNOSTICS - NOT_OF_TARVEL
         self.assertGreater(len(messages), 70)
         self.check([pattern_of(message) for message in messages], items("tarvel.1"))
         print(f"tarvel: {len(messages)} messages, {len(items('tarvel.1'))} items")
@@ -91,6 +97,13 @@ class MessagesTest(unittest.TestCase):
     def test_the_course_file(self):
         patterns = [pattern_of(message) for message in source_messages(PROJECT / "src")]
         self.assertEqual(self.needless(patterns, items("tarvel-course.5")), [])
+
+    def test_tarvel_split(self):
+        said = set(source_messages(PROJECT / "src/splitter")) - NO_DIAGNOSTICS - NO_MESSAGES
+        self.assertGreater(len(said), 3)
+        engine = source_messages(PROJECT / "src/split")
+        self.assertLessEqual(OF_FILES, set(source_messages(PROJECT / "src/driver")))
+        self.check([pattern_of(message) for message in {*said, *engine, *OF_FILES}], items("tarvel-split.1"))
 
     def test_tarvel_meet(self):
         patterns = meet_patterns()

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/man/options_test.py: the options of tarvel and of tarvel-meet are the same in what the program prints, in its man
-page and in its completions for bash, zsh and fish; and the three shells describe each option in the same words.
+"""tests/man/options_test.py: the options of tarvel, tarvel-meet and tarvel-split are the same in what the program prints,
+in its man page and in its completions for bash, zsh and fish; and the three shells describe each option in the same words.
 
 Completions run in their own shells. Where zsh or fish is not installed, the completion's file is read instead.
 """
@@ -15,6 +15,7 @@ from pathlib import Path
 
 PROJECT = Path(os.environ.get("TARVEL_SOURCE_DIR", Path(__file__).parents[2]))
 TARVEL = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
+SPLIT = os.environ.get("TARVEL_SPLIT_PROGRAM", str(PROJECT / "build/release/tarvel-split"))
 COMPLETIONS = PROJECT / "completions"
 OPTION = r"-[A-Za-z]|--[a-z]+"
 
@@ -113,6 +114,14 @@ class OptionsTest(unittest.TestCase):
         self.assertEqual(listed_in_page("tarvel-meet"), expected)
         self.check_completions("tarvel-meet", expected)
         print(f"tarvel-meet: {len(expected)} options")
+
+    def test_tarvel_split(self):
+        heads = re.findall(r"^  (-\S.*?)   ?\S", printed_by([SPLIT, "--help"]), re.MULTILINE)
+        expected = {option for head in heads for option in re.findall(rf"(?<![\w-])(?:{OPTION})", head)}
+        self.assertEqual(len(expected), 8)
+        self.assertEqual(listed_in_page("tarvel-split"), expected)
+        self.check_completions("tarvel-split", expected)
+        print(f"tarvel-split: {len(expected)} options")
 
 
 if __name__ == "__main__":
