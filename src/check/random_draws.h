@@ -1,0 +1,28 @@
+// Random numbers that are the same in every build: the standard fixes the digits of its engines, not those of its
+// distributions.
+#pragma once
+
+#include <cstdint>
+#include <random>
+
+namespace tarvel {
+
+// The x below which a standard normal variate lies with this probability, 0 < p < 1; relative error about 1e-15.
+[[nodiscard]] double normal_quantile(double probability);
+
+class random_source {
+ public:
+  explicit random_source(std::uint64_t seed) : engine_(seed) {}
+
+  // Strictly between 0 and 1.
+  [[nodiscard]] double uniform();
+  // One number of the engine each.
+  [[nodiscard]] double normal();
+  // The sum of so many squared normal variates.
+  [[nodiscard]] double chi_square(int degrees_of_freedom);
+
+ private:
+  std::mt19937_64 engine_;
+};
+
+}  // namespace tarvel
