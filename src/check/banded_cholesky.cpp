@@ -15,9 +15,7 @@ bool factor_band(std::span<band_row> rows) {
   for (std::size_t i = 0; i < rows.size(); ++i) {
     for (std::size_t j = first_column(i); j <= i; ++j) {
       double sum = band_entry(rows, i, j);
-      for (std::size_t k = first_column(i); k < j; ++k) {
-        if (k + half_width >= j) sum -= band_entry(rows, i, k) * band_entry(rows, j, k);
-      }
+      for (std::size_t k = first_column(i); k < j; ++k) sum -= band_entry(rows, i, k) * band_entry(rows, j, k);
       if (i != j) {
         band_entry(rows, i, j) = sum / band_entry(rows, j, j);
       } else {
