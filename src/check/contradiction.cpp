@@ -1,0 +1,68 @@
+#include "check/contradiction.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarvel {
+
+namespace {
+
+// The rate of change at a sample, from its neighbours.
+double slope_at(std::span<const double> times, std::span<const double> values, std::size_t k) {
+  const std::size_t before = k == 0 ? 0 : k - 1;
+  const std::size_t after = std::min(k + 1, times.size() - 1);
+  return (values[after] - values[before]) / (times[after] - times[before]);
+}
+
+}  // namespace
+
+void accumulate_contradiction(std::span<const double> times, std::span<const double> positions,
+                              std::span<const double> velocities, std::span<double> drift) {
+  drift[0] = 0.0;
+  for (std::size_t k = 1; k < times.size(); ++k) {
+    const double dt = times[k] - times[k - 1];
+    const double bend = slope_at(times, velocities, k) - slope_at(times, velocities, k - 1);
+    const double flown = (velocities[k - 1] + velocities[k]) / 2.0 * dt - bend * dt * dt / 12.0;
+    drift[k] = drift[k - 1] + (positions[k] - positions[k - 1] - flown);
+  }
+}
+
+std::size_t sample_after(std::span<const double> times, std::size_t k, double span) {
+  const auto begin = times.begin() + static_cast<std::ptrdiff_t>(k);
+  const auto found = std::lower_bound(begin, times.end(), times[k] + span);
+  auto index = static_cast<std::size_t>(found - times.begin());
+  if (index < times.size() && index > k + 1 && times[k] + span - times[index - 1] < times[index] - times[k] - span) {
+    --index;
+  }
+  return std::max(index, k + 1);
+}
+
+span_contradiction contradiction_over(std::span<const double> times, std::span<const double> drift, double span) {
+  span_contradiction result;
+  for (std::size_t k = 0; k < times.size(); ++k) {
+    const std::size_t later = sample_after(times, k, span);
+    if (later >= times.size()) break;
+    const double step = drift[later] - drift[k];
+    result.seconds += times[later] - times[k];
+    result.mean_square += step * step;
+    ++result.steps;
+  }
+  if (result.steps == 0) return result;
+  result.seconds /= static_cast<double>(result.steps);
+  result.mean_square /= static_cast<double>(result.steps);
+  return result;
+}
+
+double roughness_of(std::span<const double> velocities, std::span<double> work) {
+  if (velocities.size() < 4) return 0.0;
+  const std::span<double> differences = work.first(velocities.size() - 3);
+  for (std::size_t k = 0; k < differences.size(); ++k) {
+    const std::span<const double> v = velocities.subspan(k, 4);
+    differences[k] = std::fabs(v[3] - 3.0 * v[2] + 3.0 * v[1] - v[0]);
+  }
+  const auto quartile = differences.begin() + static_cast<std::ptrdiff_t>(differences.size() / 4);
+  std::nth_element(differences.begin(), quartile, differences.end());
+  return *quartile;
+}
+
+}  // namespace tarvel

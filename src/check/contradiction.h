@@ -1,0 +1,33 @@
+// Positions and velocities of one track contradict each other by their errors alone: the step of the position over a
+// span, less the integral of the velocity over it, would be 0 without them.
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+#include "support/memory.h"
+
+namespace tarvel {
+
+// How far the position runs ahead of the integrated velocity at each sample, from 0 at the first. Metres; the integral
+// is that of a cubic through two samples and their slopes. All of one length.
+void accumulate_contradiction(std::span<const double> times, std::span<const double> positions,
+                              std::span<const double> velocities, std::span<double> drift);
+
+// The sample that lies a span (s) behind sample k, to half a step; the number of samples when the track ends before.
+[[nodiscard]] std::size_t sample_after(std::span<const double> times, std::size_t k, double span);
+
+// The mean square (m2) of the drift's steps over a span (s; 0 for one sample), and how long the spans really are.
+struct span_contradiction {
+  double seconds = 0.0;
+  double mean_square = 0.0;
+  std::size_t steps = 0;
+};
+[[nodiscard]] span_contradiction contradiction_over(std::span<const double> times, std::span<const double> drift,
+                                                    double span);
+
+// How rough the velocity is from sample to sample: the lower quartile of its third differences' absolute values, m/s, in
+// flight too calm for a manoeuvre to show in them. work holds as many numbers as the velocities.
+[[nodiscard]] double roughness_of(std::span<const double> velocities, std::span<double> work);
+
+}  // namespace tarvel

@@ -1,0 +1,46 @@
+// Positions and velocities of a stretch of a track along three axes in plain arrays: what is measured of noise and lag,
+// and what the smoother takes.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+#include "support/memory.h"
+#include "track/gps_point.h"
+
+namespace tarvel {
+
+enum axis_index : std::size_t { axis_north, axis_east, axis_down, axis_count };
+
+// How degrees become metres near one sample, and back. Over the kilometre of a run the plane departs from the ellipsoid
+// by less than any logger sees.
+struct local_plane {
+  vec3 origin;                // WGS84
+  double north_metres = 1.0;  // per degree
+  double east_metres = 1.0;   // per degree
+};
+
+[[nodiscard]] local_plane local_plane_at(const vec3 &wgs84);
+
+// North, east and down of a WGS84 position, metres from the origin, and back. Across the antimeridian the longitude goes
+// on beyond 180 degrees.
+[[nodiscard]] std::array<double, axis_count> to_plane(const local_plane &plane, const vec3 &wgs84);
+[[nodiscard]] vec3 from_plane(const local_plane &plane, const std::array<double, axis_count> &position);
+
+struct motion_series {
+  std::size_t count = 0;
+  local_plane plane;
+  owned_array<double> times;  // s since the first sample
+  std::array<owned_array<double>, axis_count> positions;
+  std::array<owned_array<double>, axis_count> velocities;
+};
+
+// Fills the series from samples, of which there is at least one. False when memory is short.
+[[nodiscard]] bool series_of(std::span<const gps_point> samples, motion_series &series);
+
+[[nodiscard]] inline std::span<const double> times_of(const motion_series &series) {
+  return {series.times.get(), series.count};
+}
+
+}  // namespace tarvel

@@ -1,0 +1,65 @@
+#include "check/contradiction.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace tarvel {
+namespace {
+
+struct series {
+  std::vector<double> times, positions, velocities;
+};
+
+// x = t to the third power: the integral is exact between samples with whole neighbours.
+series cubic_flight() {
+  series s;
+  for (int i = 0; i <= 40; ++i) {
+    const double t = 0.1 * i;
+    s.times.push_back(t);
+    s.positions.push_back(t * t * t);
+    s.velocities.push_back(3.0 * t * t);
+  }
+  return s;
+}
+
+std::vector<double> drift_of(const series &s) {
+  std::vector<double> drift(s.times.size());
+  accumulate_contradiction(s.times, s.positions, s.velocities, drift);
+  return drift;
+}
+
+TEST(contradiction_test, sees_none_in_a_smooth_flight) {
+  const std::vector<double> drift = drift_of(cubic_flight());
+  for (std::size_t k = 1; k + 1 < drift.size(); ++k) EXPECT_NEAR(drift[k] - drift[1], 0.0, 1e-12) << k;
+}
+
+TEST(contradiction_test, sees_a_velocity_that_is_too_fast) {
+  series s = cubic_flight();
+  for (double &velocity : s.velocities) velocity += 0.5;
+  const std::vector<double> drift = drift_of(s);
+  const span_contradiction second = contradiction_over(s.times, drift, 1.0);
+  EXPECT_NEAR(second.seconds, 1.0, 1e-12);
+  EXPECT_EQ(second.steps, 31U);
+  EXPECT_NEAR(second.mean_square, 0.25, 1e-3);
+}
+
+TEST(contradiction_test, takes_the_sample_nearest_to_a_span) {
+  const std::vector<double> times = {0.0, 0.2, 0.4, 0.6, 2.0};
+  EXPECT_EQ(sample_after(times, 0, 0.0), 1U);
+  EXPECT_EQ(sample_after(times, 0, 0.29), 1U);
+  EXPECT_EQ(sample_after(times, 0, 0.31), 2U);
+  EXPECT_EQ(sample_after(times, 3, 0.2), 4U);
+  EXPECT_EQ(sample_after(times, 0, 2.5), 5U);
+  EXPECT_EQ(sample_after(times, 4, 0.0), 5U);
+}
+
+TEST(contradiction_test, knows_nothing_of_spans_longer_than_the_track) {
+  const series s = cubic_flight();
+  const span_contradiction found = contradiction_over(s.times, drift_of(s), 10.0);
+  EXPECT_EQ(found.steps, 0U);
+  EXPECT_EQ(found.mean_square, 0.0);
+}
+
+}  // namespace
+}  // namespace tarvel

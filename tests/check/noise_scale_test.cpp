@@ -1,0 +1,94 @@
+#include "check/noise_scale.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace tarvel {
+namespace {
+
+struct noise_case {
+  const char *name;
+  double velocity, horizontal, vertical, memory;
+};
+
+const noise_case noise_cases[] = {
+    {"as stated", 1.0, 0.3, 0.3, 2.0},
+    {"half as noisy", 0.5, 0.3, 0.2, 2.0},
+    {"lasting errors", 1.5, 0.2, 0.4, 8.0},
+    {"short errors", 1.0, 0.3, 0.3, 0.5},
+};
+
+constexpr stated_noise stated = {0.03, {0.5, 2.0}};
+
+// What a track of endless length has, by the double sum over the trapezoids' weights.
+double integrated(double step, double span, double memory) {
+  const int steps = static_cast<int>(std::lround(span / step));
+  double sum = 0.0;
+  for (int i = 0; i <= steps; ++i) {
+    for (int j = 0; j <= steps; ++j) {
+      const double weight_i = i == 0 || i == steps ? 0.5 : 1.0;
+      const double weight_j = j == 0 || j == steps ? 0.5 : 1.0;
+      sum += weight_i * weight_j * std::exp(-std::abs(i - j) * step / memory);
+    }
+  }
+  return step * step * sum;
+}
+
+measured_noise noise_of(const noise_case &c) {
+  measured_noise measured;
+  measured.step = 0.1;
+  measured.duration = 3000.0;  // so long that what is usual no longer counts
+  measured.seconds = {0.1, 0.4, 1.0, 3.0};
+  for (std::size_t j = 0; j < 4; ++j) {
+    const double span = measured.seconds[j];
+    const double wandered = 2.0 * (1.0 - std::exp(-span / 60.0));
+    const double from_velocity = c.velocity * c.velocity * stated.velocity * integrated(0.1, span, c.memory);
+    measured.mean_square[0][j] = from_velocity + c.horizontal * c.horizontal * stated.position[0] * wandered;
+    measured.mean_square[1][j] = from_velocity + c.vertical * c.vertical * stated.position[1] * wandered;
+  }
+  return measured;
+}
+
+TEST(noise_scale_test, finds_the_noise_that_was_put_in) {
+  for (const noise_case &c : noise_cases) {
+    SCOPED_TRACE(c.name);
+    const noise_scale found = fit_noise(noise_of(c), stated);
+    EXPECT_NEAR(found.velocity, c.velocity, 0.03 * c.velocity);
+    EXPECT_NEAR(found.wander[0], c.horizontal, 0.2 * c.horizontal);
+    EXPECT_NEAR(found.wander[1], c.vertical, 0.2 * c.vertical);
+    EXPECT_NEAR(std::log(found.memory.velocity / c.memory), 0.0, 0.36);  // one of the times that are tried
+  }
+}
+
+TEST(noise_scale_test, holds_the_contradiction_against_what_is_stated) {
+  EXPECT_NEAR(fit_noise(noise_of(noise_cases[0]), stated).ratio, 1.0, 1e-12);
+  measured_noise twice = noise_of(noise_cases[0]);
+  for (auto &group : twice.mean_square) {
+    for (double &mean_square : group) mean_square *= 4.0;
+  }
+  EXPECT_NEAR(fit_noise(twice, stated).ratio, 2.0, 1e-12);
+}
+
+TEST(noise_scale_test, knows_more_from_a_longer_stretch) {
+  measured_noise measured = noise_of(noise_cases[0]);
+  measured.duration = 30.0;
+  EXPECT_EQ(fit_noise(measured, stated).degrees_of_freedom, 22);  // three axes, 30 s, errors that last 2 s either way
+  measured.duration = 2.0;
+  EXPECT_EQ(fit_noise(measured, stated).degrees_of_freedom, 4);
+  measured.duration = 1e4;
+  EXPECT_EQ(fit_noise(measured, stated).degrees_of_freedom, 200);
+}
+
+// A simulated track has no noise at all, and still no more digits than its file.
+TEST(noise_scale_test, believes_no_track_to_be_perfect) {
+  measured_noise measured = noise_of(noise_cases[0]);
+  measured.mean_square = {};
+  const noise_scale found = fit_noise(measured, stated);
+  EXPECT_GE(found.velocity * std::sqrt(stated.velocity), 0.00999);
+  EXPECT_GE(found.wander[0] * std::sqrt(stated.position[0] * 2.0 * 0.1 / 60.0), 0.00499);
+  EXPECT_LT(found.ratio, 0.01);
+}
+
+}  // namespace
+}  // namespace tarvel
