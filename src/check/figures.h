@@ -1,0 +1,61 @@
+// The figures of a report as numbers: what a check gives intervals for.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "swoop/swoop.h"
+
+namespace tarvel {
+
+// In the order of the report's lines. Heights, distances back and offsets of a phase follow each other.
+enum class figure : std::size_t {
+  exit_height,
+  turn_height,
+  turn_back,
+  turn_offset,
+  max_vertical_height,
+  max_vertical_back,
+  max_vertical_offset,
+  max_vertical_speed,
+  rollout_start_height,
+  rollout_start_back,
+  rollout_start_offset,
+  rollout_start_speed,
+  rollout_end_height,
+  rollout_end_back,
+  rollout_end_offset,
+  max_total_height,
+  max_total_back,
+  max_total_offset,
+  max_total_speed,
+  max_horizontal_height,
+  max_horizontal_back,
+  max_horizontal_offset,
+  max_horizontal_speed,
+  degrees,
+  turn_time,
+  rollout_time,
+  time_aloft,
+  entry_gate_speed,
+  distance_to_stop,
+  touchdown_distance,
+  touchdown_speed,
+  carve_time,
+  exit_gate_speed,
+};
+constexpr std::size_t figure_count = static_cast<std::size_t>(figure::exit_gate_speed) + 1;
+
+// Metres, m/s, seconds and degrees; NaN for what the report shows hyphens for. Degrees are positive to the right, which
+// the report says in words.
+using figure_values = std::array<double, figure_count>;
+
+[[nodiscard]] constexpr std::size_t index_of(figure which) { return static_cast<std::size_t>(which); }
+
+// Of an analysed run.
+[[nodiscard]] figure_values figures_of(const swoop &run);
+
+// All values, and what else the report says of the run, to the last bit.
+[[nodiscard]] bool same_figures(const swoop &one, const swoop &other);
+
+}  // namespace tarvel
