@@ -1,0 +1,61 @@
+// How sure the figures of a run are: the whole analysis over many tracks drawn given the measured one.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "check/figures.h"
+#include "check/interval.h"
+#include "check/noise_scale.h"
+#include "check/velocity_lag.h"
+#include "support/error_slot.h"
+#include "swoop/swoop.h"
+
+namespace tarvel {
+
+struct check_settings {
+  std::uint32_t draws = 400;
+  std::uint64_t seed = 1;
+  bool even_if_withheld = false;  // intervals also where they would not hold, for measuring what they are worth
+};
+
+// Why a run's figures get no intervals.
+enum class withheld {
+  nothing,
+  times_out_of_order,    // a time that repeats or steps back among the samples
+  gap,                   // samples missing between 15 s before the turn and the stop
+  contradiction,         // positions and velocities contradict each other by more than the logger's word explains
+  white_velocity_noise,  // the velocity's errors are forgotten too soon to be told from the position's
+  too_many_samples,      // the figures depend on more of the track than can be drawn in a second
+  unsolvable,            // numbers that allow no smooth flight
+};
+
+struct figure_check {
+  double value = 0.0;  // as figures_of gives it: NaN when the run has none
+  bool has_interval = false;
+  interval range;        // contains the value
+  double missing = 0.0;  // the part of the draws that do not have the figure
+};
+
+struct run_check {
+  std::array<figure_check, figure_count> figures;
+  withheld reason = withheld::nothing;
+  noise_scale noise;
+  velocity_lag lag;          // as found; taken out of the draws when it is more than chance
+  double roughness = 0.0;    // of the velocity from sample to sample, in proportion to the one its noise should have
+  double longest_gap = 0.0;  // s between two samples from 15 s before the turn to the stop
+  std::uint32_t draws = 0;
+  double failed = 0.0;         // the part of the draws whose analysis fails
+  double other_hand = 0.0;     // that turn the other way round
+  double other_degrees = 0.0;  // that turn by 45 degrees more or less
+  bool is_whole_track = false;
+};
+
+[[nodiscard]] inline const figure_check &check_of(const run_check &check, figure which) {
+  return check.figures[index_of(which)];
+}
+
+// Fills check from an analysed run, which stays as it is. Fails with "failed to allocate memory for check".
+void check_run(const swoop &run, const check_settings &settings, run_check &check, error_slot *error);
+
+}  // namespace tarvel

@@ -1,0 +1,205 @@
+#include "check/run_check.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "check/checked_flight.h"
+#include "support/allocation_limit.h"
+
+namespace tarvel {
+namespace {
+
+run_check checked(const swoop &run, const check_settings &settings = {}) {
+  run_check check;
+  error_slot error = "left over";
+  check_run(run, settings, check, &error);
+  EXPECT_STREQ(error, nullptr);
+  return check;
+}
+
+const check_settings few_draws = {.draws = 60};
+const check_settings few_draws_anyway = {.draws = 60, .even_if_withheld = true};
+
+bool same_check(const run_check &a, const run_check &b) {
+  for (std::size_t i = 0; i < figure_count; ++i) {
+    if (a.figures[i].range.low != b.figures[i].range.low || a.figures[i].range.high != b.figures[i].range.high) {
+      return false;
+    }
+  }
+  return true;
+}
+
+TEST(run_check_test, gives_each_figure_an_interval_around_it) {
+  for (const std::int32_t gate_type : {gate_type_course, gate_type_implicit}) {
+    SCOPED_TRACE(gate_type);
+    const swoop run = analysed(with_velocity_errors(flight_samples()), gate_type);
+    const run_check check = checked(run, few_draws);
+    EXPECT_EQ(check.reason, withheld::nothing);
+    EXPECT_EQ(check.draws, 60U);
+    EXPECT_EQ(check.failed, 0.0);
+    EXPECT_EQ(check.other_hand, 0.0);
+    EXPECT_FALSE(check.is_whole_track);
+    const figure_values values = figures_of(run);
+    for (std::size_t i = 0; i < figure_count; ++i) {
+      const figure_check &each = check.figures[i];
+      if (std::isnan(values[i])) {
+        EXPECT_FALSE(each.has_interval) << i;
+        continue;
+      }
+      EXPECT_EQ(each.value, values[i]) << i;
+      EXPECT_TRUE(each.has_interval) << i;
+      EXPECT_LE(each.range.low, values[i]) << i;
+      EXPECT_GE(each.range.high, values[i]) << i;
+      EXPECT_LT(each.range.low, each.range.high) << i;
+      EXPECT_EQ(each.missing, 0.0) << i;
+    }
+  }
+}
+
+TEST(run_check_test, holds_the_truth_of_a_flight_with_known_errors) {
+  const swoop truth = analysed(flight_samples());
+  const run_check check = checked(analysed(with_velocity_errors(flight_samples())));
+  const figure_check &speed = check_of(check, figure::entry_gate_speed);
+  EXPECT_LE(speed.range.low, truth.entry_gate_speed);
+  EXPECT_GE(speed.range.high, truth.entry_gate_speed);
+  EXPECT_GT(speed.range.high - speed.range.low, 0.1);
+  EXPECT_LT(speed.range.high - speed.range.low, 1.5);
+}
+
+// The offset is in the frame as well.
+TEST(run_check_test, knows_distances_better_in_a_frame_of_the_run_itself) {
+  const std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  const run_check over_course = checked(analysed(samples), few_draws);
+  const run_check alone = checked(analysed(samples, gate_type_implicit), few_draws);
+  const auto width = [](const run_check &check) {
+    const figure_check &height = check_of(check, figure::max_vertical_height);
+    return height.range.high - height.range.low;
+  };
+  EXPECT_GT(width(over_course), 1.5 * width(alone));
+}
+
+TEST(run_check_test, draws_the_same_from_the_same_seed) {
+  const swoop run = analysed(with_velocity_errors(flight_samples()));
+  EXPECT_TRUE(same_check(checked(run, {.draws = 30, .seed = 5}), checked(run, {.draws = 30, .seed = 5})));
+  EXPECT_FALSE(same_check(checked(run, {.draws = 30, .seed = 5}), checked(run, {.draws = 30, .seed = 6})));
+}
+
+TEST(run_check_test, says_how_many_draws_lack_a_figure) {
+  // 14.9 m beside the gate, which is 15 m to either side.
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  swoop run = run_of(samples);
+  mat4 beside = simulated_frame();
+  beside.m[1][3] += 14.7;
+  error_slot error = nullptr;
+  analyze_swoop(run, gate_type_course, beside, 0.0, &error);
+  ASSERT_NE(run.entry_gate, 0U);
+  const run_check check = checked(run, {.draws = 200});
+  const figure_check &speed = check_of(check, figure::entry_gate_speed);
+  EXPECT_GT(speed.missing, 0.05);
+  EXPECT_LT(speed.missing, 0.6);
+  EXPECT_TRUE(speed.has_interval);
+  EXPECT_EQ(check_of(check, figure::distance_to_stop).missing, 0.0);
+  EXPECT_EQ(check_of(check, figure::carve_time).missing, 1.0);
+}
+
+TEST(run_check_test, leaves_the_run_as_it_is) {
+  const swoop run = analysed(with_velocity_errors(flight_samples()));
+  const swoop same = analysed(with_velocity_errors(flight_samples()));
+  static_cast<void>(checked(run, few_draws));
+  EXPECT_EQ(std::memcmp(run.track.get(), same.track.get(), run.track_len * sizeof(gps_point)), 0);
+  EXPECT_TRUE(same_figures(run, same));
+}
+
+struct withheld_case {
+  const char *name;
+  std::vector<gps_point> (*make)();
+  withheld expected;
+};
+
+std::vector<gps_point> with_gap() {
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  // In the rollout, at 135 s: 1 s is missing.
+  samples.erase(samples.begin() + 673, samples.begin() + 677);
+  return samples;
+}
+
+std::vector<gps_point> with_repeated_time() {
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  samples[600].time = samples[599].time;  // in straight flight
+  return samples;
+}
+
+const withheld_case withheld_cases[] = {
+    {"a sound track", [] { return with_velocity_errors(flight_samples()); }, withheld::nothing},
+    {"a gap", with_gap, withheld::gap},
+    {"a time that repeats", with_repeated_time, withheld::times_out_of_order},
+    {"twice the stated errors", [] { return with_velocity_errors(flight_samples(), 2.5); }, withheld::contradiction},
+    {"errors that are new in each sample", [] { return with_velocity_errors(flight_samples(), 1.0, 0.001); },
+     withheld::white_velocity_noise},
+};
+
+TEST(run_check_test, gives_no_intervals_where_they_would_not_hold) {
+  for (const withheld_case &c : withheld_cases) {
+    SCOPED_TRACE(c.name);
+    const swoop run = analysed(c.make());
+    const run_check check = checked(run, few_draws);
+    EXPECT_EQ(check.reason, c.expected);
+    EXPECT_EQ(check_of(check, figure::entry_gate_speed).has_interval, c.expected == withheld::nothing);
+    EXPECT_EQ(check_of(check, figure::entry_gate_speed).value, run.entry_gate_speed);
+    const bool has_draws = checked(run, few_draws_anyway).draws != 0;
+    EXPECT_EQ(has_draws, c.expected != withheld::times_out_of_order);
+  }
+}
+
+TEST(run_check_test, measures_the_gap) {
+  EXPECT_NEAR(checked(analysed(with_gap()), few_draws).longest_gap, 1.0, 1e-12);
+}
+
+// The landing is found 40 s behind the stop: the whole track is needed, with three hours on the ground.
+TEST(run_check_test, gives_up_where_too_much_of_the_track_matters) {
+  const swoop run = analysed(flight_that_goes_on(10000.0), gate_type_implicit);
+  const run_check check = checked(run, few_draws_anyway);
+  EXPECT_EQ(check.reason, withheld::too_many_samples);
+  EXPECT_EQ(check.draws, 0U);
+}
+
+// Velocities one sample late.
+TEST(run_check_test, finds_a_lag_and_takes_it_out) {
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  for (std::size_t i = samples.size() - 1; i > 0; --i) samples[i].vel_ltp = samples[i - 1].vel_ltp;
+  const run_check check = checked(analysed(samples), few_draws);
+  EXPECT_NEAR(check.lag.horizontal, 0.2, 0.03);
+  EXPECT_NEAR(check.lag.vertical, 0.2, 0.03);
+  EXPECT_EQ(check.reason, withheld::nothing);
+}
+
+TEST(run_check_test, measures_noise_without_drawing) {
+  const run_check check = checked(analysed(with_velocity_errors(flight_samples())), {.draws = 0});
+  EXPECT_EQ(check.draws, 0U);
+  EXPECT_NEAR(check.noise.ratio, 1.0, 0.35);
+  EXPECT_NEAR(check.noise.velocity, 1.0, 0.35);
+  EXPECT_FALSE(check_of(check, figure::entry_gate_speed).has_interval);
+}
+
+TEST(run_check_test, says_when_memory_is_short) {
+  const swoop run = analysed(with_velocity_errors(flight_samples()));
+  int refused = 0;
+  for (std::size_t granted = 0;; ++granted) {
+    run_check check;
+    error_slot error = nullptr;
+    {
+      const allocation_limit limit(granted);
+      check_run(run, {.draws = 3}, check, &error);
+    }
+    if (error == nullptr) break;
+    EXPECT_STREQ(error, "failed to allocate memory for check");
+    EXPECT_EQ(check.draws, 0U);
+    ++refused;
+  }
+  EXPECT_GT(refused, 20);
+}
+
+}  // namespace
+}  // namespace tarvel
