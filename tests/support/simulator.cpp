@@ -116,16 +116,6 @@ flight_state state_at(const simulated_run &run, const timetable &plan, double t)
   return {0.0, swoop_speed_at(run, seconds), behind_gate > 0.0 ? run.carve_rate * behind_gate : 0.0};
 }
 
-// Course metres: x along the course, y to its left, z above the gate; v the speed along each.
-struct course_sample {
-  double x = 0.0;
-  double y = 0.0;
-  double z = 0.0;
-  double vx = 0.0;
-  double vy = 0.0;
-  double vz = 0.0;
-};
-
 void set_speed(course_sample &sample, const flight_state &state) {
   sample.vx = state.horizontal * std::cos(radians(state.direction));
   sample.vy = state.horizontal * std::sin(radians(state.direction));
@@ -242,6 +232,20 @@ void append_row(std::string &text, const simulated_run &run, const placement &pl
 }
 
 }  // namespace
+
+std::vector<course_sample> flown_samples(const simulated_run &run) { return fly(run); }
+
+exact_row exact_row_of(const simulated_run &run, const course_sample &at) {
+  const placement place = placement_of(run);
+  const double east = at.x * place.east_x + at.y * place.east_y;
+  const double north = at.x * place.north_x + at.y * place.north_y;
+  return {run.gate_latitude + north / place.metres_per_latitude,
+          run.gate_longitude + east / place.metres_per_longitude,
+          run.gate_height + at.z,
+          at.vx * place.north_x + at.vy * place.north_y,
+          at.vx * place.east_x + at.vy * place.east_y,
+          -at.vz};
+}
 
 simulated_truth truth_of(const simulated_run &run) {
   const timetable plan = timetable_of(run);

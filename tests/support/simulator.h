@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace tarvel {
 
@@ -52,6 +53,25 @@ struct simulated_truth {
 
 // The track as a logger writes it, starting at 10:00 on the sixteenth of May 2026.
 [[nodiscard]] std::string simulated_track(const simulated_run &run);
+
+// Where the run is at each sample, without errors. Course metres: x along the course, y to its left, z above the gate; v
+// the speed along each.
+struct course_sample {
+  double x = 0.0;
+  double y = 0.0;
+  double z = 0.0;
+  double vx = 0.0;
+  double vy = 0.0;
+  double vz = 0.0;
+};
+[[nodiscard]] std::vector<course_sample> flown_samples(const simulated_run &run);
+
+// What a logger without errors and with all digits would write of it.
+struct exact_row {
+  double latitude, longitude, height;
+  double north, east, down;  // m/s
+};
+[[nodiscard]] exact_row exact_row_of(const simulated_run &run, const course_sample &at);
 
 // The course file of the run's course, without theta and pond.
 [[nodiscard]] std::string simulated_course(const simulated_run &run);
