@@ -53,6 +53,23 @@ span_contradiction contradiction_over(std::span<const double> times, std::span<c
   return result;
 }
 
+double contradiction_quantile(std::span<const double> times, std::span<const double> north,
+                              std::span<const double> east, double span, double part, std::span<double> work) {
+  std::size_t count = 0;
+  for (std::size_t k = 0; k < times.size(); ++k) {
+    const std::size_t later = sample_after(times, k, span);
+    if (later >= times.size()) break;
+    const double to_north = north[later] - north[k];
+    const double to_east = east[later] - east[k];
+    work[count++] = std::sqrt(to_north * to_north + to_east * to_east);
+  }
+  if (count == 0) return 0.0;
+  const auto place = static_cast<std::size_t>(part * static_cast<double>(count - 1));
+  const std::span<double> steps = work.first(count);
+  std::nth_element(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(place), steps.end());
+  return steps[place];
+}
+
 double roughness_of(std::span<const double> velocities, std::span<double> work) {
   if (velocities.size() < 4) return 0.0;
   const std::span<double> differences = work.first(velocities.size() - 3);

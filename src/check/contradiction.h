@@ -26,6 +26,12 @@ struct span_contradiction {
 [[nodiscard]] span_contradiction contradiction_over(std::span<const double> times, std::span<const double> drift,
                                                     double span);
 
+// The length in plan of the drifts' steps over a span that this part of them does not exceed; 0 without any. work holds as
+// many numbers as the drifts.
+[[nodiscard]] double contradiction_quantile(std::span<const double> times, std::span<const double> north,
+                                            std::span<const double> east, double span, double part,
+                                            std::span<double> work);
+
 // How rough the velocity is from sample to sample: the lower quartile of its third differences' absolute values, m/s, in
 // flight too calm for a manoeuvre to show in them. work holds as many numbers as the velocities.
 [[nodiscard]] double roughness_of(std::span<const double> velocities, std::span<double> work);

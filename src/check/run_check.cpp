@@ -162,6 +162,22 @@ noise_scale measure_noise(draw_room &room) {
   return fit_noise(measured, stated);
 }
 
+// The horizontal one over a second, after the lag is taken out.
+double measure_contradiction(draw_room &room) {
+  constexpr double most = 0.95;
+  const std::size_t first = room.window.closely.first;
+  const std::span<const double> times = flown_times(room);
+  const std::span<double> north(room.work.get(), times.size());
+  const std::span<double> east(room.work.get() + room.series.count, times.size());
+  for (const std::size_t axis : {axis_north, axis_east}) {
+    accumulate_contradiction(times, {room.series.positions[axis].get() + first, times.size()},
+                             {room.series.velocities[axis].get() + first, times.size()},
+                             axis == axis_north ? north : east);
+  }
+  return contradiction_quantile(times, north, east, contradiction_spans[2], most,
+                                {room.deviations[0].get(), times.size()});
+}
+
 // Needs the velocities as measured: moved ones are smoother.
 double measure_roughness(draw_room &room) {
   const std::size_t first = room.window.closely.first;
@@ -317,6 +333,7 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
   }
   const double roughness = measure_roughness(room);
   take_out_lag(room, check);
+  check.contradiction = measure_contradiction(room);
   check.noise = measure_noise(room);
   check.roughness = roughness / expected_roughness(check.noise.velocity * stated_velocity_sigma(room),
                                                    usual_step(times), check.noise.memory.velocity);

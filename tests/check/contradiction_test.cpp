@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 namespace tarvel {
@@ -59,6 +60,35 @@ TEST(contradiction_test, knows_nothing_of_spans_longer_than_the_track) {
   const span_contradiction found = contradiction_over(s.times, drift_of(s), 10.0);
   EXPECT_EQ(found.steps, 0U);
   EXPECT_EQ(found.mean_square, 0.0);
+}
+
+// 0 to 10 m a step to the north, once 30 m to the east.
+TEST(contradiction_test, knows_how_long_most_steps_are) {
+  std::vector<double> times;
+  std::vector<double> north = {0.0};
+  std::vector<double> east(12);
+  for (int i = 0; i <= 11; ++i) times.push_back(i);
+  for (int i = 0; i <= 10; ++i) north.push_back(north.back() + i);
+  std::vector<double> work(12);
+  EXPECT_EQ(contradiction_quantile(times, north, east, 1.0, 0.95, work), 9.0);
+  EXPECT_EQ(contradiction_quantile(times, north, east, 1.0, 1.0, work), 10.0);
+  east.back() = 30.0;
+  EXPECT_NEAR(contradiction_quantile(times, north, east, 1.0, 1.0, work), std::sqrt(1000.0), 1e-12);
+  EXPECT_EQ(contradiction_quantile(times, north, east, 20.0, 0.95, work), 0.0);
+}
+
+// Third differences of 1, -1, 1, -1, ... are 8; those of a parabola are 0.
+TEST(contradiction_test, knows_how_rough_a_velocity_is) {
+  std::vector<double> work(20);
+  std::vector<double> rough;
+  std::vector<double> smooth;
+  for (int i = 0; i < 20; ++i) {
+    rough.push_back(i % 2 == 0 ? 1.0 : -1.0);
+    smooth.push_back(0.5 * i * i);
+  }
+  EXPECT_EQ(roughness_of(rough, work), 8.0);
+  EXPECT_EQ(roughness_of(smooth, work), 0.0);
+  EXPECT_EQ(roughness_of(std::vector<double>{1.0, -1.0, 1.0}, work), 0.0);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@ tarvel_test(check/interval_test USES tarvel_check)
 tarvel_test(check/figures_test USES tarvel_check)
 tarvel_test(check/check_window_test USES tarvel_check)
 tarvel_test(check/run_check_test USES tarvel_check)
+tarvel_test(check/reasons_test USES tarvel_check)
 
 # Simulated runs of known truth for scripts/check_coverage. It draws for minutes: optimised, unlike tests.
 add_executable(check_simulated_runs EXCLUDE_FROM_ALL tests/check/check_simulated_runs.cpp tests/support/simulator.cpp)

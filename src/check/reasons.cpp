@@ -1,0 +1,272 @@
+#include "check/reasons.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "support/time.h"
+#include "support/units.h"
+#include "swoop/sample_measures.h"
+
+namespace tarvel {
+
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+// In the order of the codes. Limits that are 0 are passed by what is greater than 0.
+constexpr std::array<reason_rule, reason_count> rules = {{
+    // s. Half a second at 30 m/s are 15 m: more than the turn's start moves by noise.
+    {reason_code::gap, "gap", severity::doubtful, 0.5},
+    // s. What was flown between the samples on either side of the gate is not in the track.
+    {reason_code::gap_at_gate, "gap-at-gate", severity::unusable, 0.5},
+    // Samples whose clock lies before that of the one before.
+    {reason_code::clock_steps_back, "clock-steps-back", severity::unusable, 0.0},
+    {reason_code::times_repeat, "times-repeat", severity::doubtful, 0.0},
+    // Samples without a fix in three dimensions, of a logger that tells.
+    {reason_code::fix_lost, "fix-lost", severity::unusable, 0.0},
+    // Satellites: below seven the accuracy depends on each of them; below four there is no position.
+    {reason_code::few_satellites, "few-satellites", severity::doubtful, 7.0},
+    {reason_code::no_satellites, "no-satellites", severity::unusable, 4.0},
+    // Of the accuracies that are usual, at their worst: speed 1 m/s, horizontal 5 m, vertical 8 m. Sound loggers state
+    // less than half of that; at three times as much the gate speed is known to 3 m/s.
+    {reason_code::poor_accuracy, "poor-accuracy", severity::doubtful, 1.0},
+    {reason_code::no_accuracy, "no-accuracy", severity::unusable, 3.0},
+    // m, 95 % over a second: 0.1 to 0.4 on quiet tracks, 3.6 to 8.6 where a logger at rest claims a swoop.
+    {reason_code::contradiction, "contradiction", severity::doubtful, 1.5},
+    {reason_code::no_agreement, "no-agreement", severity::unusable, 3.0},
+    // In proportion to the logger's statement: beyond, intervals no longer hold the truth.
+    {reason_code::noise_beyond_statement, "noise-beyond-statement", severity::doubtful, 1.5},
+    {reason_code::white_noise, "white-noise", severity::doubtful, 0.0},
+    // Samples that the figures depend on.
+    {reason_code::not_drawn, "not-drawn", severity::doubtful, 0.0},
+    // The part of the draws whose analysis fails, or that lack a figure that the run has.
+    {reason_code::draws_fail, "draws-fail", severity::doubtful, 0.025},
+    // m/s, m and s from end to end: places in a meet are decided by less than a quarter of it.
+    {reason_code::wide_gate_speed, "wide-gate-speed", severity::doubtful, 2.5},
+    {reason_code::wide_distance, "wide-distance", severity::doubtful, 15.0},
+    {reason_code::wide_carve_time, "wide-carve-time", severity::doubtful, 1.5},
+    {reason_code::figures_missing, "figures-missing", severity::doubtful, 0.025},
+    // The part of the draws that turn the other way round, or by 45 degrees more or less.
+    {reason_code::rotation_undecided, "rotation-undecided", severity::doubtful, 0.025},
+    // s. On half of the loggers the velocity is late by less; it moves heights, and the check takes it out.
+    {reason_code::horizontal_lag, "horizontal-lag", severity::note, 0.09},
+    {reason_code::vertical_lag, "vertical-lag", severity::note, 0.09},
+    // mph: a canopy in straight flight descends more slowly than 25, the limit that the turn is found by.
+    {reason_code::no_dive, "no-dive", severity::unusable, 25.0},
+    // mph: no canopy dives faster; who falls does.
+    {reason_code::too_fast_for_canopy, "too-fast-for-canopy", severity::unusable, 110.0},
+    // ft of the stop above the gate, or above the lowest point from the turn to the end of the track.
+    {reason_code::ends_in_air, "ends-in-air", severity::unusable, 100.0},
+    // s behind the stop: whether it is one is seen only afterwards.
+    {reason_code::ends_early, "ends-early", severity::doubtful, 0.5},
+    // Descents through 2,500 ft after a climb.
+    {reason_code::several_runs, "several-runs", severity::doubtful, 1.0},
+    // ft: who was so low between the exit and the turn had landed.
+    {reason_code::exit_of_another_run, "exit-of-another-run", severity::unusable, 200.0},
+    // ft above the ground: from higher up the distance flown level is no longer the swoop's.
+    {reason_code::levelled_high, "levelled-high", severity::doubtful, 15.0},
+    {reason_code::gate_not_crossed, "gate-not-crossed", severity::doubtful, 0.0},
+    // m between the gate and the nearest sample of the swoop: another course.
+    {reason_code::far_from_gate, "far-from-gate", severity::unusable, 100.0},
+    // m from the gate's centre; the gate is 10 m wide.
+    {reason_code::beside_the_gate, "beside-the-gate", severity::doubtful, 5.0},
+    {reason_code::touchdown_is_stop, "touchdown-is-stop", severity::note, 0.0},
+}};
+
+// What counts as 1 of an accuracy.
+constexpr float usual_speed_accuracy = 1.0F;
+constexpr float usual_horizontal_accuracy = 5.0F;
+constexpr float usual_vertical_accuracy = 8.0F;
+
+constexpr double pattern_height_feet = 2500.0;
+constexpr double climbed_height_feet = 3000.0;  // a descent counts again after a climb to here
+constexpr std::uint8_t fix_3d = 3;
+
+void add(run_verdict &verdict, reason_code code, double measured) {
+  verdict.reasons[verdict.count++] = {code, measured};
+  verdict.worst = std::max(verdict.worst, rule_of(code).weight);
+}
+
+void add_above(run_verdict &verdict, reason_code code, double measured) {
+  if (measured > rule_of(code).limit) add(verdict, code, measured);
+}
+
+void add_below(run_verdict &verdict, reason_code code, double measured) {
+  if (measured < rule_of(code).limit) add(verdict, code, measured);
+}
+
+std::span<const gps_point> flown_samples(const swoop &run) { return samples_of(run, {run.top_of_turn, run.stop + 1}); }
+
+double seconds_between(const gps_point &a, const gps_point &b) {
+  return static_cast<double>(elapsed(a.time, b.time)) / 1000.0;
+}
+
+void judge_times(const swoop &run, const run_check &check, run_verdict &verdict) {
+  const std::span<const gps_point> samples = flown_samples(run);
+  double longest = 0.0;
+  double back = 0.0;
+  double repeated = 0.0;
+  for (std::size_t k = 1; k < samples.size(); ++k) {
+    const double step = seconds_between(samples[k - 1], samples[k]);
+    longest = std::max(longest, step);
+    if (step < 0.0) ++back;
+    if (step == 0.0) ++repeated;
+  }
+  const double gap = std::max(longest, check.reason == withheld::gap ? check.longest_gap : 0.0);
+  const bool is_gap = check.reason == withheld::gap || (samples.size() > 2 && longest > 1.0);
+  if (is_gap) add_above(verdict, reason_code::gap, gap);
+  if (is_gap && run.entry_gate != 0) {
+    add_above(verdict, reason_code::gap_at_gate,
+              seconds_between(run.track[run.entry_gate], run.track[run.entry_gate + 1]));
+  }
+  add_above(verdict, reason_code::clock_steps_back, back);
+  add_above(verdict, reason_code::times_repeat, repeated);
+}
+
+void judge_reception(const swoop &run, run_verdict &verdict) {
+  float accuracy = 0.0F;
+  double satellites = infinity;
+  double lost = 0.0;
+  bool tells_fix = false;
+  for (const gps_point &sample : flown_samples(run)) {
+    for (const float part : {sample.sacc / usual_speed_accuracy, sample.hacc / usual_horizontal_accuracy,
+                             sample.vacc / usual_vertical_accuracy}) {
+      // An accuracy that is no number is none.
+      accuracy = std::isnan(part) ? std::numeric_limits<float>::infinity() : std::max(accuracy, part);
+    }
+    satellites = std::min(satellites, static_cast<double>(sample.numsv));
+    tells_fix = tells_fix || sample.gpsfix >= fix_3d;
+    if (sample.gpsfix < fix_3d) ++lost;
+  }
+  if (tells_fix) add_above(verdict, reason_code::fix_lost, lost);
+  if (satellites >= rule_of(reason_code::no_satellites).limit) {
+    add_below(verdict, reason_code::few_satellites, satellites);
+  } else {
+    add(verdict, reason_code::no_satellites, satellites);
+  }
+  const auto worst = static_cast<double>(accuracy);
+  if (worst <= rule_of(reason_code::no_accuracy).limit) {
+    add_above(verdict, reason_code::poor_accuracy, worst);
+  } else {
+    add(verdict, reason_code::no_accuracy, worst);
+  }
+}
+
+void judge_noise(const run_check &check, run_verdict &verdict) {
+  const bool is_false = check.contradiction > rule_of(reason_code::no_agreement).limit;
+  if (!is_false) add_above(verdict, reason_code::contradiction, check.contradiction);
+  add_above(verdict, reason_code::no_agreement, check.contradiction);
+  if (check.reason == withheld::contradiction) add(verdict, reason_code::noise_beyond_statement, check.noise.ratio);
+  if (check.reason == withheld::white_velocity_noise) add(verdict, reason_code::white_noise, check.roughness);
+  if (check.reason == withheld::too_many_samples || check.reason == withheld::unsolvable) {
+    add(verdict, reason_code::not_drawn, 0.0);
+  }
+}
+
+double width_of(const run_check &check, figure which) {
+  const figure_check &each = check_of(check, which);
+  return each.has_interval ? each.range.high - each.range.low : 0.0;
+}
+
+void judge_draws(const run_check &check, run_verdict &verdict) {
+  if (check.draws == 0) return;
+  add_above(verdict, reason_code::draws_fail, check.failed);
+  add_above(verdict, reason_code::wide_gate_speed, width_of(check, figure::entry_gate_speed));
+  add_above(verdict, reason_code::wide_distance, width_of(check, figure::distance_to_stop));
+  add_above(verdict, reason_code::wide_carve_time, width_of(check, figure::carve_time));
+  double missing = 0.0;
+  for (const figure which : {figure::entry_gate_speed, figure::carve_time}) {
+    const figure_check &each = check_of(check, which);
+    if (std::isnan(each.value)) continue;
+    missing = std::max(missing, each.missing - check.failed);
+  }
+  add_above(verdict, reason_code::figures_missing, missing);
+  add_above(verdict, reason_code::rotation_undecided, std::max(check.other_hand, check.other_degrees));
+}
+
+void judge_lag(const run_check &check, run_verdict &verdict) {
+  if (std::fabs(check.lag.horizontal) > rule_of(reason_code::horizontal_lag).limit) {
+    add(verdict, reason_code::horizontal_lag, check.lag.horizontal);
+  }
+  if (std::fabs(check.lag.vertical) > rule_of(reason_code::vertical_lag).limit) {
+    add(verdict, reason_code::vertical_lag, check.lag.vertical);
+  }
+}
+
+// Descents through 2,500 ft, and the least height between the exit and the turn, in feet.
+struct descents {
+  double count = 0.0;
+  double lowest_before_turn = infinity;
+  double lowest_from_turn_on = infinity;
+};
+
+descents descents_of(const swoop &run) {
+  descents found;
+  bool was_high = false;
+  for (std::uint32_t i = 0; i < run.track_len; ++i) {
+    const double height = height_feet(run.track[i]);
+    if (height >= climbed_height_feet || (i == 0 && height >= pattern_height_feet)) was_high = true;
+    if (was_high && height < pattern_height_feet) {
+      was_high = false;
+      ++found.count;
+    }
+    if (i >= run.plane_exit && i < run.top_of_turn) {
+      found.lowest_before_turn = std::min(found.lowest_before_turn, height);
+    }
+    if (i >= run.top_of_turn) found.lowest_from_turn_on = std::min(found.lowest_from_turn_on, height);
+  }
+  return found;
+}
+
+void judge_flight(const swoop &run, run_verdict &verdict) {
+  const descents found = descents_of(run);
+  const double dive = run.max_vert_speed != 0 ? descent_mph(run.track[run.max_vert_speed]) : 0.0;
+  add_below(verdict, reason_code::no_dive, dive);
+  add_above(verdict, reason_code::too_fast_for_canopy, dive);
+  const double stop_height = height_feet(run.track[run.stop]);
+  add_above(verdict, reason_code::ends_in_air, std::max(stop_height - found.lowest_from_turn_on, stop_height));
+  add_below(verdict, reason_code::ends_early, seconds_between(run.track[run.stop], run.track[run.track_len - 1]));
+  add_above(verdict, reason_code::several_runs, found.count);
+  if (run.plane_exit != 0) add_below(verdict, reason_code::exit_of_another_run, found.lowest_before_turn);
+}
+
+void judge_course(const swoop &run, run_verdict &verdict) {
+  if (run.gate_type == gate_type_implicit) {
+    add_above(verdict, reason_code::levelled_high, feet_per_metre * run.bottom_zpos);
+    return;
+  }
+  if (run.entry_gate != 0) {
+    if (std::fabs(run.entry_gate_ypos) > rule_of(reason_code::beside_the_gate).limit) {
+      add(verdict, reason_code::beside_the_gate, run.entry_gate_ypos);
+    }
+    return;
+  }
+  double nearest = infinity;
+  for (const gps_point &sample : samples_of(run, {run.rollout, run.stop + 1})) {
+    nearest = std::min(nearest, distance_2d({}, sample.pos_local));
+  }
+  const bool is_far = nearest > rule_of(reason_code::far_from_gate).limit;
+  add(verdict, is_far ? reason_code::far_from_gate : reason_code::gate_not_crossed, nearest);
+}
+
+}  // namespace
+
+const reason_rule &rule_of(reason_code code) { return rules[static_cast<std::size_t>(code)]; }
+
+run_verdict judge_run(const swoop &run, const run_check &check) {
+  run_verdict verdict;
+  judge_times(run, check, verdict);
+  judge_reception(run, verdict);
+  judge_noise(check, verdict);
+  judge_draws(check, verdict);
+  judge_lag(check, verdict);
+  judge_flight(run, verdict);
+  judge_course(run, verdict);
+  if (run.touchdown_time == run.track[run.stop].time) {
+    add(verdict, reason_code::touchdown_is_stop, run.touchdown_distance);
+  }
+  return verdict;
+}
+
+}  // namespace tarvel

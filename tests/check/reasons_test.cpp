@@ -1,0 +1,161 @@
+#include "check/reasons.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+#include "check/checked_flight.h"
+
+namespace tarvel {
+namespace {
+
+swoop sound_run(std::int32_t gate_type = gate_type_course) {
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  for (gps_point &sample : samples) {
+    sample.numsv = 14;
+    sample.gpsfix = 3;
+  }
+  return analysed(samples, gate_type);
+}
+
+run_check check_of_run(const swoop &run) {
+  run_check check;
+  error_slot error = nullptr;
+  check_run(run, {.draws = 60}, check, &error);
+  EXPECT_STREQ(error, nullptr);
+  return check;
+}
+
+bool has(const run_verdict &verdict, reason_code code) {
+  const auto reasons = reasons_of(verdict);
+  return std::any_of(reasons.begin(), reasons.end(), [&](const reason &each) { return each.code == code; });
+}
+
+// What a case changes of a sound run and its check; the reason that follows is the only one beside the note that the
+// touchdown is the stop.
+struct reason_case {
+  reason_code code;
+  severity worst;
+  void (*change)(swoop &run, run_check &check);
+};
+
+gps_point &flown(swoop &run) { return run.track[run.rollout]; }
+
+const reason_case reason_cases[] = {
+    {reason_code::few_satellites, severity::doubtful, [](swoop &r, run_check &) { flown(r).numsv = 6; }},
+    {reason_code::no_satellites, severity::unusable, [](swoop &r, run_check &) { flown(r).numsv = 3; }},
+    {reason_code::fix_lost, severity::unusable, [](swoop &r, run_check &) { flown(r).gpsfix = 2; }},
+    {reason_code::poor_accuracy, severity::doubtful, [](swoop &r, run_check &) { flown(r).sacc = 1.1F; }},
+    {reason_code::poor_accuracy, severity::doubtful, [](swoop &r, run_check &) { flown(r).hacc = 6.0F; }},
+    {reason_code::no_accuracy, severity::unusable, [](swoop &r, run_check &) { flown(r).vacc = 80.0F; }},
+    {reason_code::no_accuracy, severity::unusable,
+     [](swoop &r, run_check &) { flown(r).sacc = static_cast<float>(not_a_number); }},
+    {reason_code::clock_steps_back, severity::unusable, [](swoop &r, run_check &) { flown(r).time -= 500; }},
+    {reason_code::times_repeat, severity::doubtful, [](swoop &r, run_check &) { flown(r).time -= 200; }},
+    {reason_code::contradiction, severity::doubtful, [](swoop &, run_check &c) { c.contradiction = 1.6; }},
+    {reason_code::no_agreement, severity::unusable, [](swoop &, run_check &c) { c.contradiction = 3.1; }},
+    {reason_code::noise_beyond_statement, severity::doubtful,
+     [](swoop &, run_check &c) { c.reason = withheld::contradiction; }},
+    {reason_code::white_noise, severity::doubtful,
+     [](swoop &, run_check &c) { c.reason = withheld::white_velocity_noise; }},
+    {reason_code::not_drawn, severity::doubtful, [](swoop &, run_check &c) { c.reason = withheld::too_many_samples; }},
+    {reason_code::draws_fail, severity::doubtful, [](swoop &, run_check &c) { c.failed = 0.03; }},
+    {reason_code::wide_gate_speed, severity::doubtful,
+     [](swoop &, run_check &c) { c.figures[index_of(figure::entry_gate_speed)].range.high += 2.5; }},
+    {reason_code::wide_distance, severity::doubtful,
+     [](swoop &, run_check &c) { c.figures[index_of(figure::distance_to_stop)].range.low -= 15.0; }},
+    {reason_code::wide_carve_time, severity::doubtful,
+     [](swoop &, run_check &c) {
+       c.figures[index_of(figure::carve_time)] = {2.9, true, {2.0, 3.6}, 0.0};
+     }},
+    {reason_code::figures_missing, severity::doubtful,
+     [](swoop &, run_check &c) { c.figures[index_of(figure::entry_gate_speed)].missing = 0.1; }},
+    {reason_code::rotation_undecided, severity::doubtful, [](swoop &, run_check &c) { c.other_hand = 0.4; }},
+    {reason_code::rotation_undecided, severity::doubtful, [](swoop &, run_check &c) { c.other_degrees = 0.4; }},
+    {reason_code::horizontal_lag, severity::note, [](swoop &, run_check &c) { c.lag.horizontal = 0.14; }},
+    {reason_code::vertical_lag, severity::note, [](swoop &, run_check &c) { c.lag.vertical = -0.14; }},
+    {reason_code::no_dive, severity::unusable,
+     [](swoop &r, run_check &) { r.track[r.max_vert_speed].vel_local.z = -from_mph_below(25.0); }},
+    {reason_code::too_fast_for_canopy, severity::unusable,
+     [](swoop &r, run_check &) { r.track[r.max_vert_speed].vel_local.z = -from_mph_above(110.0); }},
+    {reason_code::ends_in_air, severity::unusable,
+     [](swoop &r, run_check &) { r.track[r.track_len - 1].pos_local.z -= 40.0; }},
+    {reason_code::several_runs, severity::doubtful,
+     [](swoop &r, run_check &) { r.track[r.track_len - 2].pos_local.z = 1000.0; }},
+    {reason_code::exit_of_another_run, severity::unusable,
+     [](swoop &r, run_check &) { r.track[r.top_of_turn - 1].pos_local.z = 10.0; }},
+    {reason_code::ends_early, severity::doubtful, [](swoop &r, run_check &) { r.track_len = r.stop + 1; }},
+    {reason_code::beside_the_gate, severity::doubtful, [](swoop &r, run_check &) { r.entry_gate_ypos = -5.1; }},
+    {reason_code::gate_not_crossed, severity::doubtful, [](swoop &r, run_check &) { r.entry_gate = 0; }},
+    {reason_code::far_from_gate, severity::unusable,
+     [](swoop &r, run_check &) {
+       r.entry_gate = 0;
+       for (std::uint32_t i = r.rollout; i <= r.stop; ++i) r.track[i].pos_local.y += 101.0;
+     }},
+};
+
+TEST(reasons_test, are_none_for_a_sound_run) {
+  for (const std::int32_t gate_type : {gate_type_course, gate_type_implicit}) {
+    SCOPED_TRACE(gate_type);
+    const swoop run = sound_run(gate_type);
+    const run_verdict verdict = judge_run(run, check_of_run(run));
+    EXPECT_EQ(verdict.worst, severity::note);
+    ASSERT_EQ(verdict.count, 1U);
+    EXPECT_EQ(verdict.reasons[0].code, reason_code::touchdown_is_stop);
+  }
+}
+
+TEST(reasons_test, follow_from_what_is_measured) {
+  const run_check sound = check_of_run(sound_run());
+  for (const reason_case &c : reason_cases) {
+    SCOPED_TRACE(std::string(rule_of(c.code).name));
+    swoop run = sound_run();
+    run_check check = sound;
+    c.change(run, check);
+    const run_verdict verdict = judge_run(run, check);
+    EXPECT_TRUE(has(verdict, c.code));
+    EXPECT_EQ(verdict.worst, c.worst);
+    EXPECT_EQ(verdict.count, 2U);
+  }
+}
+
+TEST(reasons_test, tell_a_gap_and_one_at_the_gate) {
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  for (gps_point &sample : samples) sample.numsv = 14;
+  std::vector<gps_point> in_the_turn = samples;
+  in_the_turn.erase(in_the_turn.begin() + 655, in_the_turn.begin() + 661);
+  swoop run = analysed(in_the_turn);
+  run_verdict verdict = judge_run(run, check_of_run(run));
+  EXPECT_EQ(verdict.worst, severity::doubtful);
+  EXPECT_TRUE(has(verdict, reason_code::gap));
+
+  std::vector<gps_point> at_the_gate = samples;
+  at_the_gate.erase(at_the_gate.begin() + 681, at_the_gate.begin() + 689);
+  run = analysed(at_the_gate);
+  verdict = judge_run(run, check_of_run(run));
+  EXPECT_EQ(verdict.worst, severity::unusable);
+  ASSERT_TRUE(has(verdict, reason_code::gap_at_gate));
+  EXPECT_NEAR(verdict.reasons[1].measured, 1.8, 1e-9);
+}
+
+TEST(reasons_test, doubt_distances_of_who_levels_out_high) {
+  swoop run = sound_run(gate_type_implicit);
+  run.bottom_zpos = from_feet_above(15.0);
+  EXPECT_TRUE(has(judge_run(run, run_check()), reason_code::levelled_high));
+  run.bottom_zpos = from_feet(15.0);
+  EXPECT_FALSE(has(judge_run(run, run_check()), reason_code::levelled_high));
+}
+
+TEST(reasons_test, have_names_of_their_own) {
+  std::set<std::string_view> names;
+  for (std::size_t i = 0; i < reason_count; ++i) {
+    const reason_rule &rule = rule_of(static_cast<reason_code>(i));
+    EXPECT_EQ(static_cast<std::size_t>(rule.code), i);
+    EXPECT_TRUE(names.insert(rule.name).second) << rule.name;
+  }
+}
+
+}  // namespace
+}  // namespace tarvel
