@@ -7,44 +7,23 @@ namespace tarvel {
 
 double widening_of(figure which) {
   switch (which) {
-    case figure::rollout_start_height:
-    case figure::rollout_start_back:
-    case figure::rollout_start_offset: return 1.25;
-
-    case figure::max_total_speed:
-    case figure::max_horizontal_speed:
-    case figure::max_horizontal_back:
-    case figure::rollout_time: return 1.2;
-
-    case figure::entry_gate_speed:
-    case figure::distance_to_stop:
-    case figure::touchdown_distance:
-    case figure::touchdown_speed:
-    case figure::carve_time:
-    case figure::rollout_start_speed:
-    case figure::degrees:
-    case figure::max_vertical_height:
-    case figure::max_vertical_back:
-    case figure::max_vertical_offset:
-    case figure::max_total_height:
-    case figure::max_total_back:
-    case figure::max_total_offset:
-    case figure::max_horizontal_height:
-    case figure::max_horizontal_offset: return 1.1;
-
-    case figure::exit_height:
     case figure::turn_height:
     case figure::turn_back:
     case figure::turn_offset:
-    case figure::max_vertical_speed:
-    case figure::rollout_end_height:
-    case figure::rollout_end_back:
-    case figure::rollout_end_offset:
+    case figure::rollout_start_height:
+    case figure::rollout_start_back:
+    case figure::rollout_start_offset:
+    case figure::rollout_start_speed:
+    case figure::max_total_speed:
+    case figure::max_horizontal_speed:
+    case figure::max_horizontal_back:
     case figure::turn_time:
+    case figure::rollout_time:
     case figure::time_aloft:
-    case figure::exit_gate_speed: return 1.0;
+    case figure::touchdown_speed:
+    case figure::degrees: return 1.1;
+    default: return 1.0;
   }
-  return 1.0;
 }
 
 double percentile(std::span<const double> values, double part) {

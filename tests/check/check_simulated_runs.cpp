@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "check/random_draws.h"
+#include "check/reasons.h"
 #include "check/run_check.h"
 #include "formats/course_file.h"
 #include "support/files.h"
@@ -71,7 +72,7 @@ simulated_run random_run(random_source &source, run_kind kind, double rate) {
   run.swoop_speed = between(source, 22.0, 36.0);
   run.swoop_height = between(source, 0.5, 2.0);
   run.gate_delay = between(source, 0.3, 1.5);
-  run.gate_offset = between(source, -4.0, 4.0);
+  run.gate_offset = between(source, -3.0, 3.0);
   run.swoop_seconds = between(source, 6.0, 9.0);
   run.standing_seconds = between(source, 5.0, 30.0);
   if (kind == run_kind::carve) run.carve_rate = source.uniform() < 0.5 ? 1.0714 : -1.0714;
@@ -234,16 +235,26 @@ bool analyse(swoop &run, run_kind kind, const course &flown) {
   return error == nullptr;
 }
 
+std::string names_of(const run_verdict &verdict) {
+  std::string names;
+  for (const reason &each : reasons_of(verdict)) {
+    names += names.empty() ? "" : ",";
+    names += rule_of(each.code).name;
+  }
+  return names;
+}
+
 void print_check(int number, run_kind kind, double rate, const figure_values &truth, const run_check &check,
-                 double seconds) {
+                 const run_verdict &verdict, double seconds) {
   std::printf(
       "run %d %s %g reason=%d ratio=%.3f scale=%.3f wander_h=%.3f wander_v=%.3f memory=%.3f lag_h=%.3f lag_v=%.3f "
       "rough=%.2f "
-      "failed=%.4f other_hand=%.4f whole=%d seconds=%.3f\n",
+      "failed=%.4f other_hand=%.4f other_degrees=%.4f whole=%d seconds=%.3f verdict=%d "
+      "names=%s\n",
       number, kind_names[static_cast<int>(kind)], rate, static_cast<int>(check.reason), check.noise.ratio,
       check.noise.velocity, check.noise.wander[0], check.noise.wander[1], check.noise.memory.velocity,
-      check.lag.horizontal, check.lag.vertical, check.roughness, check.failed, check.other_hand, check.is_whole_track,
-      seconds);
+      check.lag.horizontal, check.lag.vertical, check.roughness, check.failed, check.other_hand, check.other_degrees,
+      check.is_whole_track, seconds, static_cast<int>(verdict.worst), names_of(verdict).c_str());
   for (std::size_t i = 0; i < figure_count; ++i) {
     const figure_check &each = check.figures[i];
     std::printf("%zu %.9g %.9g %d %.9g %.9g %.4f\n", i, truth[i], each.value, each.has_interval, each.range.low,
@@ -270,7 +281,8 @@ bool check_one(int number, random_source &source, const settings &given) {
   const std::clock_t start = std::clock();
   check_run(measured, given.check, check, &error);
   if (error) std::abort();
-  print_check(number, kind, rate, figures_of(truth), check, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
+  print_check(number, kind, rate, figures_of(truth), check, judge_run(measured, check),
+              static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
   return true;
 }
 
