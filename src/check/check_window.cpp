@@ -98,14 +98,14 @@ void choose_window(const swoop &run, check_window &window, error_slot *error) {
   *error = nullptr;
   const kept_samples kept = kept_of(run);
   if (!take_samples(run, kept, false, window)) {
-    *error = "failed to allocate memory for check";
+    *error = "failed to allocate memory for swoop";
     return;
   }
   error_slot analysis_error = nullptr;
   analyze_like(run, window.run, &analysis_error);
   if (analysis_error == nullptr && same_figures(run, window.run)) return;
   if (!take_samples(run, kept, true, window)) {
-    *error = "failed to allocate memory for check";
+    *error = "failed to allocate memory for swoop";
     return;
   }
   analyze_like(run, window.run, &analysis_error);

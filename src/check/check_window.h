@@ -21,7 +21,7 @@ struct check_window {
 
 // From an analysed run: 15 s before the turn to 3 s behind the stop, 20 s when the frame is made from the landing, and
 // what the detectors look at elsewhere. When their figures are not those of the run to the last bit, the whole track.
-// Fails with "failed to allocate memory for check".
+// Fails with "failed to allocate memory for swoop".
 void choose_window(const swoop &run, check_window &window, error_slot *error);
 
 // A new record over the samples of another, which stay as they are but for their derived fields, analysed in the frame

@@ -322,7 +322,7 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
     return;
   }
   if (!make_room(room, settings.draws)) {
-    *error = "failed to allocate memory for check";
+    *error = "failed to allocate memory for swoop";
     return;
   }
   const std::span<const double> times = flown_times(room);

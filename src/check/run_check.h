@@ -57,7 +57,7 @@ struct run_check {
   return check.figures[index_of(which)];
 }
 
-// Fills check from an analysed run, which stays as it is. Fails with "failed to allocate memory for check".
+// Fills check from an analysed run, which stays as it is. Fails with "failed to allocate memory for swoop".
 void check_run(const swoop &run, const check_settings &settings, run_check &check, error_slot *error);
 
 }  // namespace tarvel

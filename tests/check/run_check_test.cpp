@@ -194,7 +194,7 @@ TEST(run_check_test, says_when_memory_is_short) {
       check_run(run, {.draws = 3}, check, &error);
     }
     if (error == nullptr) break;
-    EXPECT_STREQ(error, "failed to allocate memory for check");
+    EXPECT_STREQ(error, "failed to allocate memory for swoop");
     EXPECT_EQ(check.draws, 0U);
     ++refused;
   }
