@@ -282,14 +282,15 @@ drawn_counts draw_runs(draw_room &room, const swoop &run, const check_settings &
   return counts;
 }
 
-void fill_intervals(const drawn_counts &counts, std::uint32_t draws, double *rows, run_check &check) {
+void fill_intervals(const drawn_counts &counts, std::uint32_t draws, double step, double *rows, run_check &check) {
   const auto part_of = [&](std::size_t count) { return static_cast<double>(count) / draws; };
   for (std::size_t i = 0; i < figure_count; ++i) {
     figure_check &figure_of_run = check.figures[i];
     figure_of_run.missing = part_of(draws - counts.present[i]);
     if (counts.present[i] == 0 || !std::isfinite(figure_of_run.value)) continue;
     const std::span<double> drawn(rows + i * draws, counts.present[i]);
-    figure_of_run.range = containing(interval_of(drawn, widening_of(static_cast<figure>(i))), figure_of_run.value);
+    figure_of_run.range =
+        containing(interval_of(drawn, widening_of(static_cast<figure>(i), step)), figure_of_run.value);
     figure_of_run.has_interval = true;
   }
   check.draws = draws;
@@ -344,7 +345,7 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
     return;
   }
   const drawn_counts counts = draw_runs(room, run, settings, check.noise.degrees_of_freedom);
-  fill_intervals(counts, settings.draws, room.drawn.get(), check);
+  fill_intervals(counts, settings.draws, usual_step(times), room.drawn.get(), check);
 }
 
 }  // namespace tarvel

@@ -28,7 +28,7 @@ namespace {
 struct noise_kind {
   const char *name = "usual";
   double memory = 2.0;  // s that a velocity's error lasts
-  double stated = 1.0;  // of the accuracies that hold, those that are stated
+  double stated = 1.0;  // of the speed accuracy that holds, the one that is stated
   double lag = 0.0;     // s that velocities are late
   double wander = 1.0;
   int degrees = 4;  // of the t that the common scale gives; 0: one scale for all
@@ -210,8 +210,8 @@ std::vector<gps_point> measured_points(const simulated_run &run, const std::vect
     point.pos_wgs84.z = rounded(point.pos_wgs84.z + position[2], 1e3);
     point.vel_ltp = {rounded(seen.x + velocity[0], 1e2), rounded(seen.y + velocity[1], 1e2),
                      rounded(seen.z + velocity[2], 1e2)};
-    point.hacc = static_cast<float>(hacc * kind.stated);
-    point.vacc = static_cast<float>(vacc * kind.stated);
+    point.hacc = static_cast<float>(hacc);
+    point.vacc = static_cast<float>(vacc);
     point.sacc = static_cast<float>(sacc * kind.stated);
   }
   return points;
