@@ -15,6 +15,9 @@ ALWAYS_SAID = {"format_error", "fatal_error", "exit_with_message", "std::puts", 
 # Tables and constants whose literals are not said; the program's version is no message.
 NOT_SAID_TABLES = re.compile(r"\b(annotation \w+|version) =$")
 
+# What tarvel has no part of.
+OTHER_PROGRAMS = {"verdict"}
+
 TOKEN = re.compile(r'''
     (?P<comment>//[^\n]*|/\*.*?\*/)
   | (?P<directive>^[ \t]*\#[^\n]*)
@@ -135,9 +138,12 @@ def plain(words):
 
 
 def source_messages(folder):
-    """{message: {files}} of all sources below a folder; a message is a printf format, cut where a value follows."""
+    """{message: {files}} of all sources below a folder; a message is a printf format, cut where a value follows. Of all
+    of src/ those that tarvel can say."""
     messages = {}
     for path in sorted(folder.rglob("*")):
+        if path.relative_to(folder).parts[0] in OTHER_PROGRAMS:
+            continue
         if path.suffix not in (".cpp", ".h"):
             continue
         tokens = tokens_of(path.read_text())

@@ -1,0 +1,121 @@
+#include "verdict/check_report.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <set>
+#include <string>
+
+#include "check/checked_flight.h"
+#include "support/allocation_limit.h"
+
+namespace tarvel {
+namespace {
+
+std::string report_of(const swoop &run, const run_check &check, const run_verdict &verdict, bool metric = true) {
+  error_slot error = "left over";
+  const owned_text text = format_check_report(run, check, verdict, metric, &error);
+  EXPECT_STREQ(error, nullptr);
+  return text ? text.get() : "";
+}
+
+// A run of 5 samples a second with everything missing but what a test sets.
+swoop short_run() {
+  std::vector<gps_point> samples(11);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    samples[i].time = static_cast<std::int64_t>(i) * 200;
+    samples[i].numsv = static_cast<std::uint8_t>(12 + i % 4);
+  }
+  swoop run = run_of(samples);
+  run.top_of_turn = 1;
+  run.stop = 10;
+  return run;
+}
+
+run_check empty_check() {
+  run_check check;
+  for (figure_check &each : check.figures) each.value = std::numeric_limits<double>::quiet_NaN();
+  check.draws = 400;
+  for (figure_check &each : check.figures) each.missing = 1.0;
+  return check;
+}
+
+bool contains(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
+
+TEST(check_report_test, rounds_the_ends_outward) {
+  run_check check = empty_check();
+  check.figures[index_of(figure::distance_to_stop)] = {63.6, true, {62.1, 64.9}, 0.0};
+  check.figures[index_of(figure::carve_time)] = {2.8765, true, {2.8217, 2.9301}, 0.0};
+  const std::string text = report_of(short_run(), check, {});
+  EXPECT_TRUE(contains(text, "distance to stop:             64 m         62 ..      65\n")) << text;
+  EXPECT_TRUE(contains(text, "speed carve time:           2.88 sec     2.82 ..    2.94\n")) << text;
+  EXPECT_TRUE(contains(text, "5 samples a second, 12 to 15 satellites\n")) << text;
+  EXPECT_TRUE(contains(text, "entry gate speed:           ---- km/h\n")) << text;
+  EXPECT_TRUE(contains(text, "verdict: good\n")) << text;
+}
+
+TEST(check_report_test, prints_in_the_units_of_the_report) {
+  run_check check = empty_check();
+  check.figures[index_of(figure::entry_gate_speed)] = {30.0, true, {29.5, 30.5}, 0.0};
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "108.0 km/h   106.2 ..   109.8\n"));
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}, false), "67.1 mph     65.9 ..    68.3\n"));
+}
+
+TEST(check_report_test, says_where_draws_differ) {
+  run_check check = empty_check();
+  check.figures[index_of(figure::degrees)] = {-270.4, true, {-282.3, -263.8}, 0.0};
+  check.figures[index_of(figure::entry_gate_speed)] = {30.0, true, {29.5, 30.5}, 0.112};
+  check.figures[index_of(figure::carve_time)].missing = 0.75;
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "270 deg      263 ..     283   left-hand in all draws\n"));
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "109.8   missing in 12 % of the draws\n"));
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "---- sec    found in 25 % of the draws\n"));
+  check.other_hand = 0.125;
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "left-hand in 87 % of the draws\n"));
+}
+
+TEST(check_report_test, never_prints_a_negative_zero) {
+  run_check check = empty_check();
+  check.figures[index_of(figure::turn_back)] = {-0.2, true, {-0.7, -0.0}, 0.0};
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "  0 m         -1 ..       0\n"));
+}
+
+TEST(check_report_test, gives_reasons_and_the_verdict) {
+  run_verdict verdict;
+  verdict.worst = severity::unusable;
+  verdict.reasons[0] = {reason_code::gap_at_gate, 1.8};
+  verdict.reasons[1] = {reason_code::touchdown_is_stop, 64.1};
+  verdict.count = 2;
+  const std::string text = report_of(short_run(), empty_check(), verdict);
+  EXPECT_TRUE(contains(text, "unusable: gap-at-gate (1.8): seconds without samples")) << text;
+  EXPECT_TRUE(contains(text, "note: touchdown-is-stop (64.1): m: the touchdown")) << text;
+  EXPECT_TRUE(contains(text, "verdict: unusable\n")) << text;
+}
+
+TEST(check_report_test, advises_for_each_reason) {
+  std::set<std::string> advice;
+  for (std::size_t i = 0; i < reason_count; ++i) {
+    EXPECT_TRUE(advice.insert(advice_of(static_cast<reason_code>(i))).second) << i;
+  }
+  EXPECT_FALSE(advice.contains(""));
+}
+
+TEST(check_report_test, prints_every_figure_once) {
+  const std::string text = report_of(short_run(), empty_check(), {});
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2 + static_cast<std::ptrdiff_t>(figure_count) + 1 + 1);
+}
+
+TEST(check_report_test, says_when_memory_is_short) {
+  for (std::size_t granted = 0; granted < 2; ++granted) {
+    const swoop run = short_run();
+    const run_check check = empty_check();
+    error_slot error = nullptr;
+    const allocation_limit limit(granted);
+    EXPECT_EQ(format_check_report(run, check, {}, false, &error), nullptr);
+    EXPECT_STREQ(error, granted == 0 ? "malloc() failed" : "realloc failed");
+  }
+}
+
+}  // namespace
+}  // namespace tarvel

@@ -1,0 +1,1 @@
+tarvel_test(verdict/check_report_test USES tarvel_verdict)
