@@ -27,6 +27,10 @@ double widening_of(figure which, double step) {
     case figure::degrees:
     case figure::turn_time: return widening_of_turn(step);
 
+    case figure::entry_gate_speed:
+    case figure::distance_to_stop:
+    case figure::touchdown_distance: return 1.05;
+
     // From one sample to the next, while the pilot comes to rest.
     case figure::touchdown_speed: return 1.3;
 
@@ -43,9 +47,6 @@ double widening_of(figure which, double step) {
     case figure::max_total_height:
     case figure::max_total_back:
     case figure::time_aloft:
-    case figure::entry_gate_speed:
-    case figure::distance_to_stop:
-    case figure::touchdown_distance:
     case figure::carve_time:
     case figure::exit_gate_speed: return 1.1;
 

@@ -35,7 +35,7 @@ constexpr int least_degrees = 4;
 
 // The variance of a velocity error of variance 1, integrated over so many steps by trapezoids.
 double integrated_variance(double step, double span, double memory) {
-  const auto steps = static_cast<int>(span / step + 0.5);
+  const int steps = std::max(static_cast<int>(span / step + 0.5), 1);
   const double kept = fixed_exp(-step / memory);
   double sum = steps - 0.5;
   double power = 1.0;
@@ -65,6 +65,7 @@ noise_model model_of(const measured_noise &measured, const stated_noise &stated,
   noise_model model;
   for (std::size_t j = 0; j < span_count; ++j) {
     const double span = measured.seconds[j];
+    if (!(span > 0.0)) continue;  // the stretch is shorter
     model.velocity[j] = stated.velocity * integrated_variance(measured.step, span, memory);
     for (std::size_t group = 0; group < 2; ++group) {
       const double axes = group == 0 ? 2.0 : 1.0;

@@ -94,6 +94,18 @@ bool times_increase(const motion_series &series) {
   return true;
 }
 
+bool is_finite(const swoop &run, const motion_series &series) {
+  for (const gps_point &sample : samples_of(run)) {
+    if (!std::isfinite(sample.sacc) || !std::isfinite(sample.hacc) || !std::isfinite(sample.vacc)) return false;
+  }
+  for (std::size_t axis = 0; axis < axis_count; ++axis) {
+    for (std::size_t k = 0; k < series.count; ++k) {
+      if (!std::isfinite(series.positions[axis][k]) || !std::isfinite(series.velocities[axis][k])) return false;
+    }
+  }
+  return true;
+}
+
 // The samples from before the turn to the stop: [first, noise_end).
 std::span<const double> flown_times(const draw_room &room) {
   return times_of(room.series).subspan(room.window.closely.first, room.window.noise_end - room.window.closely.first);
@@ -330,6 +342,10 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
   check.longest_gap = longest_step(times);
   if (!times_increase(room.series) || times.size() < 3) {
     check.reason = withheld::times_out_of_order;
+    return;
+  }
+  if (!is_finite(room.window.run, room.series)) {
+    check.reason = withheld::unsolvable;
     return;
   }
   const double roughness = measure_roughness(room);

@@ -90,5 +90,17 @@ TEST(noise_scale_test, believes_no_track_to_be_perfect) {
   EXPECT_LT(found.ratio, 0.01);
 }
 
+// Recorded from the turn on: no span of 3 s fits.
+TEST(noise_scale_test, does_without_the_spans_that_are_missing) {
+  measured_noise measured = noise_of(noise_cases[0]);
+  measured.seconds[3] = measured.mean_square[0][3] = measured.mean_square[1][3] = 0.0;
+  const noise_scale found = fit_noise(measured, stated);
+  EXPECT_NEAR(found.velocity, 1.0, 0.05);
+  EXPECT_NEAR(found.wander[0], 0.3, 0.06);
+  measured.seconds = {};
+  measured.mean_square = {};
+  EXPECT_TRUE(std::isfinite(fit_noise(measured, stated).velocity));
+}
+
 }  // namespace
 }  // namespace tarvel
