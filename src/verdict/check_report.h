@@ -10,13 +10,10 @@
 
 namespace tarvel {
 
-// Behind the run's name: the rate and the satellites; a line for each figure, its ends rounded outward; a line for each
+// Behind the run's name: when its track begins, the rate and the satellites; a line for each figure, its ends rounded outward; a line for each
 // reason with what to do; the verdict. Lengths and speeds are in feet and mph or, with metric, in metres and km/h. Null
 // on failure, with "malloc() failed", "realloc failed" or "vsnprintf() failed (%d)\n".
 [[nodiscard]] owned_text format_check_report(const swoop &run, const run_check &check, const run_verdict &verdict,
                                              bool metric, error_slot *error);
-
-// What a reason means and what to do about it, without its figure.
-[[nodiscard]] const char *advice_of(reason_code code);
 
 }  // namespace tarvel

@@ -1,0 +1,125 @@
+#include "verdict/reason_text.h"
+
+#include <array>
+#include <cmath>
+
+namespace tarvel {
+
+namespace {
+
+enum class reason_unit { number, seconds, part, metres, feet, metres_per_second, mph };
+
+struct reason_words {
+  reason_code code;
+  reason_unit unit;
+  const char *words;  // behind the figure
+};
+
+// In the order of the codes.
+constexpr std::array<reason_words, reason_count> words_of_reasons = {{
+    {reason_code::gap, reason_unit::seconds,
+     "without samples between the turn and the stop; wear the logger where it sees the sky"},
+    {reason_code::gap_at_gate, reason_unit::seconds,
+     "without samples while a gate was crossed: what is given are bounds; judge that score by eye"},
+    {reason_code::clock_steps_back, reason_unit::number,
+     "steps of the clock back between the turn and the stop; copy the track from the logger again"},
+    {reason_code::times_repeat, reason_unit::number,
+     "samples at the time of the one before, between the turn and the stop; copy the track from the logger again"},
+    {reason_code::fix_lost, reason_unit::number,
+     "samples between the turn and the stop without a position in three dimensions; do not score this run"},
+    {reason_code::few_satellites, reason_unit::number,
+     "satellites at the fewest; switch the logger on minutes before the exit, under the open sky"},
+    {reason_code::no_satellites, reason_unit::number,
+     "satellites at the fewest, too few for a position; do not score this run"},
+    {reason_code::poor_accuracy, reason_unit::number,
+     "times the usual accuracy at the worst; compare with a second logger before scoring"},
+    {reason_code::no_accuracy, reason_unit::number, "times the usual accuracy at the worst; do not score this run"},
+    {reason_code::contradiction, reason_unit::metres,
+     "between the way by positions and the way by speeds over a second; compare with a second logger before scoring"},
+    {reason_code::no_agreement, reason_unit::metres,
+     "between the way by positions and the way by speeds over a second: not of one flight; do not score this run"},
+    {reason_code::noise_beyond_statement, reason_unit::number,
+     "times the noise that the logger states, so that no intervals are given; compare with a second logger"},
+    {reason_code::white_noise, reason_unit::number,
+     "times the roughness that the noise should have, so that no intervals are given; set the logger to a dynamic mode "
+     "for flight"},
+    {reason_code::not_drawn, reason_unit::number,
+     "samples matter, or some hold no numbers, so that no intervals are given; cut the track to the one run"},
+    {reason_code::draws_fail, reason_unit::part,
+     "of the drawn tracks cannot be analysed; look at the charts before scoring"},
+    {reason_code::wide_gate_speed, reason_unit::metres_per_second,
+     "from end to end of the gate speed's interval; take runs that differ by less for equal"},
+    {reason_code::wide_distance, reason_unit::metres,
+     "from end to end of the distance's interval; take runs that differ by less for equal"},
+    {reason_code::wide_carve_time, reason_unit::seconds,
+     "from end to end of the carve time's interval; take runs that differ by less for equal"},
+    {reason_code::figures_missing, reason_unit::part,
+     "of the drawn tracks lack a score that this run has; judge the gates by eye"},
+    {reason_code::rotation_undecided, reason_unit::part,
+     "of the drawn tracks turn otherwise; look at the heading chart before you call the turn"},
+    {reason_code::horizontal_lag, reason_unit::seconds,
+     "that horizontal speeds lag behind positions; speeds at the gates are those of that much before"},
+    {reason_code::vertical_lag, reason_unit::seconds,
+     "that vertical speeds lag behind positions; turn and rollout began higher by the descent in that time"},
+    {reason_code::no_dive, reason_unit::mph, "of descent at the most: this is no swoop; score another track"},
+    {reason_code::too_fast_for_canopy, reason_unit::mph,
+     "of descent, faster than any canopy dives; is this a fall, or a flight in a suit?"},
+    {reason_code::ends_in_air, reason_unit::feet,
+     "above the ground at the stop, so that it is none; let the logger run until you stand"},
+    {reason_code::ends_early, reason_unit::seconds,
+     "recorded behind the stop; let the logger run until you stand for some seconds"},
+    {reason_code::several_runs, reason_unit::number, "descents in this track; cut it to the one run"},
+    {reason_code::exit_of_another_run, reason_unit::feet,
+     "at the lowest between the exit and the turn: the exit is that of an earlier run; cut the track to the one run"},
+    {reason_code::levelled_high, reason_unit::feet,
+     "above the ground at the end of the rollout; do not compare this distance with others"},
+    {reason_code::gate_not_crossed, reason_unit::metres,
+     "between the run and the gate, which was not crossed; is this the run's course?"},
+    {reason_code::far_from_gate, reason_unit::metres,
+     "between the run and the gate: this is not the run's course; give the right one, or use -i"},
+    {reason_code::beside_the_gate, reason_unit::metres,
+     "from the gate's centre, beyond its half width; judge by eye whether the run was through the gate"},
+    {reason_code::touchdown_is_stop, reason_unit::metres,
+     "from the gate to the stop, which is taken for the touchdown: nobody marked it; stand there, or use -t"},
+}};
+
+constexpr bool are_in_order() {
+  for (std::size_t i = 0; i < reason_count; ++i) {
+    if (words_of_reasons[i].code != static_cast<reason_code>(i)) return false;
+  }
+  return true;
+}
+static_assert(are_in_order());
+
+const reason_words &words_of(reason_code code) { return words_of_reasons[static_cast<std::size_t>(code)]; }
+
+struct shown_figure {
+  double value;
+  int decimals;
+  const char *unit;
+};
+
+shown_figure shown(const reason &each, const display_units &units) {
+  const double feet = units.length_factor / feet_per_metre;
+  const double mph = units.speed_factor / mph_per_mps;
+  switch (words_of(each.code).unit) {
+    case reason_unit::number: break;
+    case reason_unit::seconds: return {each.measured, 2, " s"};
+    case reason_unit::part: return {std::ceil(100.0 * each.measured), 0, " %"};
+    case reason_unit::metres: return {each.measured * units.length_factor, 1, units.length};
+    case reason_unit::feet: return {each.measured * feet, 0, units.length};
+    case reason_unit::metres_per_second: return {each.measured * units.speed_factor, 1, units.speed};
+    case reason_unit::mph: return {each.measured * mph, 0, units.speed};
+  }
+  return {each.measured, std::floor(each.measured) == each.measured ? 0 : 1, ""};
+}
+
+}  // namespace
+
+void append_reason_sentence(text_buffer &text, const reason &each, const display_units &units) {
+  const auto [value, decimals, unit] = shown(each, units);
+  text_buffer_printf(text, "%.*f%s%s %s", decimals, value, unit[0] == ' ' || unit[0] == '\0' ? "" : " ", unit,
+                     words_of(each.code).words);
+}
+
+}  // namespace tarvel

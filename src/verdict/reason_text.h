@@ -1,0 +1,13 @@
+// What a reason to doubt a run says to its pilot and its scorer.
+#pragma once
+
+#include "check/reasons.h"
+#include "support/text_buffer.h"
+#include "support/units.h"
+
+namespace tarvel {
+
+// Appends the measured figure in its unit, what it means and what to do.
+void append_reason_sentence(text_buffer &text, const reason &each, const display_units &units);
+
+}  // namespace tarvel

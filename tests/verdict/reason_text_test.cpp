@@ -1,0 +1,59 @@
+#include "verdict/reason_text.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+namespace tarvel {
+namespace {
+
+std::string sentence_of(const reason &each, bool metric = true) {
+  error_slot error = nullptr;
+  text_buffer text = text_buffer_create(&error);
+  append_reason_sentence(text, each, display_units_for(metric));
+  EXPECT_STREQ(error, nullptr);
+  return text.data.get();
+}
+
+struct sentence_case {
+  reason_code code;
+  double measured;
+  bool metric;
+  const char *beginning;
+};
+
+const sentence_case sentence_cases[] = {
+    {reason_code::gap, 1.8, false, "1.80 s without samples"},
+    {reason_code::several_runs, 3.0, false, "3 descents"},
+    {reason_code::poor_accuracy, 1.25, false, "1.2 times"},
+    {reason_code::figures_missing, 0.031, false, "4 % of the drawn tracks"},
+    {reason_code::contradiction, 1.6, true, "1.6 m between"},
+    {reason_code::contradiction, 1.6, false, "5.2 ft between"},
+    {reason_code::levelled_high, 49.2126, false, "49 ft above"},
+    {reason_code::levelled_high, 49.2126, true, "15 m above"},
+    {reason_code::wide_gate_speed, 3.0, true, "10.8 km/h from end to end"},
+    {reason_code::wide_gate_speed, 3.0, false, "6.7 mph from end to end"},
+    {reason_code::too_fast_for_canopy, 120.0, false, "120 mph of descent"},
+    {reason_code::too_fast_for_canopy, 120.0, true, "193 km/h of descent"},
+};
+
+TEST(reason_text_test, begins_with_the_figure_in_its_unit) {
+  for (const sentence_case &c : sentence_cases) {
+    SCOPED_TRACE(c.beginning);
+    const std::string sentence = sentence_of({c.code, c.measured}, c.metric);
+    EXPECT_TRUE(sentence.starts_with(c.beginning)) << sentence;
+  }
+}
+
+TEST(reason_text_test, has_words_for_each_reason) {
+  std::set<std::string> sentences;
+  for (std::size_t i = 0; i < reason_count; ++i) {
+    const std::string sentence = sentence_of({static_cast<reason_code>(i), 1.0});
+    EXPECT_GT(sentence.size(), 30U) << i;
+    EXPECT_TRUE(sentences.insert(sentence).second) << sentence;
+  }
+}
+
+}  // namespace
+}  // namespace tarvel
