@@ -1,0 +1,122 @@
+#include "checker/options.h"
+
+#include <getopt.h>
+
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "driver/exit.h"
+#include "support/integer.h"
+#include "support/version.h"
+
+namespace tarvel {
+
+namespace {
+
+constexpr char help[] =
+    "usage: tarvel-check [options] run...\n"
+    "\n"
+    "Says how far each figure of a run can be trusted: the interval that holds it in\n"
+    "95 of 100 runs, the reasons to doubt it, and a verdict. The course comes from\n"
+    "matrix.txt in the working directory.\n"
+    "\n"
+    "options:\n"
+    "  -h, --help        print this\n"
+    "  -i, --implicit    find the entry gate from each run itself\n"
+    "  -m, --metric      metres and km/h instead of feet and mph\n"
+    "  -t, --aloft s     seconds aloft of the one run, as a judge measured them\n"
+    "  --draws n         tracks to draw, 40 to 10000 (400)\n"
+    "  --seed n          where the random numbers begin (1)\n"
+    "  --version         print the version\n"
+    "\n"
+    "exit status: 0 when all runs are good, 1 for an error, 2 when a run is doubtful,\n"
+    "3 when one is unusable\n";
+
+// Options without a letter.
+enum long_option { draws_option = 256, seed_option, version_option };
+
+constexpr option long_options[] = {
+    {"help", no_argument, nullptr, 'h'},
+    {"implicit", no_argument, nullptr, 'i'},
+    {"metric", no_argument, nullptr, 'm'},
+    {"aloft", required_argument, nullptr, 't'},
+    {"draws", required_argument, nullptr, draws_option},
+    {"seed", required_argument, nullptr, seed_option},
+    {"version", no_argument, nullptr, version_option},
+    {nullptr, 0, nullptr, 0},
+};
+
+// Fewer have no 2.5 % to speak of; more take longer than anybody waits.
+constexpr std::uint32_t fewest_draws = 40;
+constexpr std::uint32_t most_draws = 10000;
+
+[[noreturn]] void exit_with_hint() {
+  std::fputs("Try 'tarvel-check --help'.\n", stderr);
+  exit_program(EXIT_FAILURE);
+}
+
+[[noreturn]] void refuse(const char *message, const char *argument) {
+  std::fprintf(stderr, "%s: %s%s\n", check_program, message, argument);
+  exit_with_hint();
+}
+
+// True when all of the argument is such a number.
+template <typename T>
+bool is_number(const char *argument, T &number) {
+  const char *const end = argument + std::strlen(argument);
+  const auto [behind, error] = std::from_chars(argument, end, number);
+  return error == std::errc() && behind == end;
+}
+
+std::uint32_t parse_time_aloft(const char *argument) {
+  constexpr double longest = 3600.0;
+  double seconds = 0.0;
+  if (!is_number(argument, seconds) || !(seconds >= 0.0 && seconds <= longest)) {
+    refuse("no number of seconds: ", argument);
+  }
+  return truncate_to_uint32(seconds * 1000.0);
+}
+
+std::uint32_t parse_draws(const char *argument) {
+  std::uint32_t draws = 0;
+  if (!is_number(argument, draws) || draws < fewest_draws || draws > most_draws) {
+    refuse("no number of draws from 40 to 10000: ", argument);
+  }
+  return draws;
+}
+
+std::uint64_t parse_seed(const char *argument) {
+  std::uint64_t seed = 0;
+  if (!is_number(argument, seed)) refuse("no whole number: ", argument);
+  return seed;
+}
+
+void parse_switches(int argc, char *argv[], check_options &options) {
+  for (int found = 0; (found = getopt_long(argc, argv, "himt:", long_options, nullptr)) != -1;) {
+    switch (found) {
+      case 'h': std::fputs(help, stdout); exit_program(EXIT_SUCCESS);
+      case 'i': options.implicit_gate = true; break;
+      case 'm': options.metric = true; break;
+      case 't': options.time_aloft = parse_time_aloft(optarg); break;
+      case draws_option: options.settings.draws = parse_draws(optarg); break;
+      case seed_option: options.settings.seed = parse_seed(optarg); break;
+      case version_option: std::printf("%s %s\n", check_program, version); exit_program(EXIT_SUCCESS);
+      default: exit_with_hint();
+    }
+  }
+}
+
+}  // namespace
+
+void parse_check_options(int argc, char *argv[], check_options &options) {
+  parse_switches(argc, argv, options);
+  // getopt has moved the words that are no options behind the others.
+  options.tracks =
+      std::span<char *const>(argv, static_cast<std::size_t>(argc)).subspan(static_cast<std::size_t>(optind));
+  if (options.tracks.empty()) refuse("no track", "");
+  if (options.time_aloft != 0 && options.tracks.size() > 1) refuse("-t is the time of one run", "");
+}
+
+}  // namespace tarvel
