@@ -2,7 +2,7 @@
 # for them, the manual and the examples under the documentation.
 include(GNUInstallDirs)
 
-install(TARGETS tarvel tarvel-split RUNTIME)
+install(TARGETS tarvel tarvel-check tarvel-split RUNTIME)
 install(PROGRAMS meet/tarvel-meet TYPE BIN)
 
 # gzip without a name and a time in it, so that a package made twice is the same.
@@ -19,13 +19,13 @@ function(tarvel_install_compressed file name destination)
   install(FILES ${compressed} DESTINATION ${destination})
 endfunction()
 
-foreach(page tarvel.1 tarvel-meet.1 tarvel-split.1 tarvel-tvl.5 tarvel-course.5)
+foreach(page tarvel.1 tarvel-check.1 tarvel-meet.1 tarvel-split.1 tarvel-tvl.5 tarvel-course.5)
   string(REGEX MATCH "[0-9]$" section ${page})
   configure_file(docs/man/${page}.in ${PROJECT_BINARY_DIR}/man/${page} @ONLY)
   tarvel_install_compressed(${PROJECT_BINARY_DIR}/man/${page} ${page} ${CMAKE_INSTALL_MANDIR}/man${section})
 endforeach()
 
-foreach(program tarvel tarvel-meet tarvel-split)
+foreach(program tarvel tarvel-check tarvel-meet tarvel-split)
   install(FILES completions/${program}.bash RENAME ${program}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   install(FILES completions/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
@@ -47,6 +47,7 @@ the turn, the rollout, the gates and the touchdown, and writes scores, a
 report, a map as KML and two pages of charts as PDF.
 .
 tarvel-meet analyses all runs of a meet on every core and ranks them.
+tarvel-check says how far each figure of a run can be trusted.
 tarvel-split cuts the track of a day into its jumps.")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS

@@ -28,7 +28,9 @@ def quotes(text):
 
 class ReportLinesTest(unittest.TestCase):
     def test_quoted_lines_have_been_printed(self):
-        pages = [PROJECT / "README.md", *sorted((PROJECT / "docs/manual").glob("*.md"))]
+        # The chapter on tarvel-check has a test of its own.
+        chapters = set((PROJECT / "docs/manual").glob("*.md")) - {PROJECT / "docs/manual/trust-a-figure.md"}
+        pages = [PROJECT / "README.md", *sorted(chapters)]
         quoted = [(page.name, line) for page in pages for line in quotes(page.read_text())]
         print(f"{len(quoted)} quoted lines")
         self.assertGreater(len(quoted), 40)

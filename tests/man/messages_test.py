@@ -105,6 +105,13 @@ class MessagesTest(unittest.TestCase):
         self.assertLessEqual(OF_FILES, set(source_messages(PROJECT / "src/driver")))
         self.check([pattern_of(message) for message in {*said, *engine, *OF_FILES}], items("tarvel-split.1"))
 
+    def test_tarvel_check(self):
+        options = (PROJECT / "src/checker/options.cpp").read_text()
+        messages = re.findall(r'refuse\("(.*?)", (""|argument)\)', options)
+        self.assertGreater(len(messages), 4)
+        self.check([pattern_of(words + ("%s" if value == "argument" else "")) for words, value in messages],
+                   items("tarvel-check.1"))
+
     def test_tarvel_meet(self):
         patterns = meet_patterns()
         self.assertGreater(len(patterns), 20)

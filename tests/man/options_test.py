@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/man/options_test.py: the options of tarvel, tarvel-meet and tarvel-split are the same in what the program prints,
-in its man page and in its completions for bash, zsh and fish; and the three shells describe each option in the same words.
+"""tests/man/options_test.py: the options of each program are the same in what it prints, in its man page and in its
+completions for bash, zsh and fish; and the three shells describe each option in the same words.
 
 Completions run in their own shells. Where zsh or fish is not installed, the completion's file is read instead.
 """
@@ -16,6 +16,7 @@ from pathlib import Path
 PROJECT = Path(os.environ.get("TARVEL_SOURCE_DIR", Path(__file__).parents[2]))
 TARVEL = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
 SPLIT = os.environ.get("TARVEL_SPLIT_PROGRAM", str(PROJECT / "build/release/tarvel-split"))
+TARVEL_CHECK = os.environ.get("TARVEL_CHECK_PROGRAM", str(PROJECT / "build/release/tarvel-check"))
 COMPLETIONS = PROJECT / "completions"
 OPTION = r"-[A-Za-z]|--[a-z]+"
 
@@ -104,6 +105,15 @@ class OptionsTest(unittest.TestCase):
         self.assertEqual(listed_in_page("tarvel"), expected)
         self.check_completions("tarvel", expected)
         print(f"tarvel: {len(expected)} options")
+
+    def test_tarvel_check(self):
+        listing = re.search(r"^options:\n(.*?)\n\n", printed_by([TARVEL_CHECK, "--help"]), re.MULTILINE | re.DOTALL)[1]
+        heads = re.findall(r"^  (-\S.*?)(?:   .*)?$", listing, re.MULTILINE)
+        expected = {option for head in heads for option in re.findall(rf"(?<![\w-])(?:{OPTION})", head)}
+        self.assertEqual(len(expected), 11)
+        self.assertEqual(listed_in_page("tarvel-check"), expected)
+        self.check_completions("tarvel-check", expected)
+        print(f"tarvel-check: {len(expected)} options")
 
     def test_tarvel_meet(self):
         text = printed_by([sys.executable, str(PROJECT / "meet/tarvel-meet"), "--help"])
