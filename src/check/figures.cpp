@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "support/time.h"
-#include "track/track_frames.h"
+#include "swoop/report_figures.h"
 
 namespace tarvel {
 
@@ -13,56 +12,51 @@ namespace {
 
 constexpr double missing = std::numeric_limits<double>::quiet_NaN();
 
-void set(figure_values &values, figure which, double value) { values[index_of(which)] = value; }
+double value_of(const report_figure &figure) { return figure.missing == nullptr ? figure.value : missing; }
 
 // Height, distance back and offset.
-void set_place(figure_values &values, figure height, const vec3 &place) {
-  values[index_of(height)] = place.z;
-  values[index_of(height) + 1] = -place.x;
-  values[index_of(height) + 2] = -place.y;
+void set_place(figure_values &values, figure height, const report_point &place) {
+  values[index_of(height)] = place.altitude.value;
+  values[index_of(height) + 1] = place.back.value;
+  values[index_of(height) + 2] = place.offset.value;
 }
 
 bool same_bits(double a, double b) { return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b); }
 
 }  // namespace
 
-figure_values figures_of(const swoop &run) {
-  const std::span<const gps_point> samples = samples_of(run);
-  const gps_point &turn = samples[run.top_of_turn];
-  const gps_point &rollout = samples[run.rollout];
-  const gps_point &vertical = samples[run.max_vert_speed];
-  const gps_point &total = samples[run.max_total_speed];
-  const gps_point &horizontal = samples[run.max_horz_speed];
-
+figure_values values_of(const swoop &run) {
+  const report_figures figures = figures_of(run);
   figure_values values{};
-  set(values, figure::exit_height, run.plane_exit != 0 ? samples[run.plane_exit].pos_local.z : missing);
-  set_place(values, figure::turn_height, turn.pos_local);
-  set_place(values, figure::max_vertical_height, vertical.pos_local);
-  set(values, figure::max_vertical_speed, -vertical.vel_local.z);
-  set_place(values, figure::rollout_start_height, rollout.pos_local);
-  set(values, figure::rollout_start_speed, -rollout.vel_local.z);
-  set_place(values, figure::rollout_end_height, {run.bottom_xpos, run.bottom_ypos, run.bottom_zpos});
-  set_place(values, figure::max_total_height, total.pos_local);
-  set(values, figure::max_total_speed, total_speed(total));
-  set_place(values, figure::max_horizontal_height, horizontal.pos_local);
-  set(values, figure::max_horizontal_speed, horizontal_speed(horizontal));
-  set(values, figure::degrees, run.turn_degrees);
-  set(values, figure::turn_time, unsigned_seconds(turn.time, rollout.time));
-  set(values, figure::rollout_time, unsigned_seconds(rollout.time, run.bottom_time));
-  set(values, figure::time_aloft, unsigned_seconds(run.bottom_time, run.touchdown_time));
-  set(values, figure::entry_gate_speed, run.entry_gate_speed != 0.0 ? run.entry_gate_speed : missing);
-  set(values, figure::distance_to_stop, samples[run.stop].pos_local.x);
-  set(values, figure::touchdown_distance, run.touchdown_distance);
-  set(values, figure::touchdown_speed, run.touchdown_speed);
-  set(values, figure::carve_time,
-      run.exit_gate_time != 0 ? unsigned_seconds(run.entry_gate_time, run.exit_gate_time) : missing);
-  set(values, figure::exit_gate_speed, run.exit_gate_speed != 0.0 ? run.exit_gate_speed : missing);
+  const auto set = [&values](figure which, const report_figure &found) { values[index_of(which)] = value_of(found); };
+
+  set(figure::exit_height, figures.exit_altitude);
+  set_place(values, figure::turn_height, figures.turn);
+  set_place(values, figure::max_vertical_height, figures.max_vertical_speed.place);
+  set(figure::max_vertical_speed, figures.max_vertical_speed.speed);
+  set_place(values, figure::rollout_start_height, figures.rollout_start.place);
+  set(figure::rollout_start_speed, figures.rollout_start.speed);
+  set_place(values, figure::rollout_end_height, figures.rollout_end);
+  set_place(values, figure::max_total_height, figures.max_total_speed.place);
+  set(figure::max_total_speed, figures.max_total_speed.speed);
+  set_place(values, figure::max_horizontal_height, figures.max_horizontal_speed.place);
+  set(figure::max_horizontal_speed, figures.max_horizontal_speed.speed);
+  values[index_of(figure::degrees)] = run.turn_degrees;
+  set(figure::turn_time, figures.turn_time);
+  set(figure::rollout_time, figures.rollout_time);
+  set(figure::time_aloft, figures.aloft_time);
+  set(figure::entry_gate_speed, figures.entry_gate_speed);
+  set(figure::distance_to_stop, figures.stop_distance);
+  set(figure::touchdown_distance, figures.touchdown_distance);
+  set(figure::touchdown_speed, figures.touchdown_speed);
+  set(figure::carve_time, figures.carve_time);
+  set(figure::exit_gate_speed, figures.exit_gate_speed);
   return values;
 }
 
 bool same_figures(const swoop &one, const swoop &other) {
-  const figure_values a = figures_of(one);
-  const figure_values b = figures_of(other);
+  const figure_values a = values_of(one);
+  const figure_values b = values_of(other);
   for (std::size_t i = 0; i < figure_count; ++i) {
     if (!same_bits(a[i], b[i])) return false;
   }

@@ -53,7 +53,7 @@ using figure_values = std::array<double, figure_count>;
 [[nodiscard]] constexpr std::size_t index_of(figure which) { return static_cast<std::size_t>(which); }
 
 // Of an analysed run.
-[[nodiscard]] figure_values figures_of(const swoop &run);
+[[nodiscard]] figure_values values_of(const swoop &run);
 
 // All values, and what else the report says of the run, to the last bit.
 [[nodiscard]] bool same_figures(const swoop &one, const swoop &other);

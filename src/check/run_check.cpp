@@ -270,7 +270,7 @@ struct drawn_counts {
 };
 
 void collect(const swoop &drawn, const swoop &run, std::uint32_t draws, double *rows, drawn_counts &counts) {
-  const figure_values values = figures_of(drawn);
+  const figure_values values = values_of(drawn);
   for (std::size_t i = 0; i < figure_count; ++i) {
     if (std::isfinite(values[i])) rows[i * draws + counts.present[i]++] = values[i];
   }
@@ -323,7 +323,7 @@ withheld reason_in(const run_check &check, double step) {
 
 void check_run(const swoop &run, const check_settings &settings, run_check &check, error_slot *error) {
   check = run_check();
-  const figure_values values = figures_of(run);
+  const figure_values values = values_of(run);
   for (std::size_t i = 0; i < figure_count; ++i) check.figures[i].value = values[i];
 
   draw_room room;

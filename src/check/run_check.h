@@ -31,7 +31,7 @@ enum class withheld {
 };
 
 struct figure_check {
-  double value = 0.0;  // as figures_of gives it: NaN when the run has none
+  double value = 0.0;  // as values_of gives it: NaN when the run has none
   bool has_interval = false;
   interval range;        // contains the value
   double missing = 0.0;  // the part of the draws that do not have the figure

@@ -281,7 +281,7 @@ bool check_one(int number, random_source &source, const settings &given) {
   const std::clock_t start = std::clock();
   check_run(measured, given.check, check, &error);
   if (error) std::abort();
-  print_check(number, kind, rate, figures_of(truth), check, judge_run(measured, check),
+  print_check(number, kind, rate, values_of(truth), check, judge_run(measured, check),
               static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
   return true;
 }

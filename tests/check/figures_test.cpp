@@ -50,7 +50,7 @@ TEST(figures_test, are_those_of_the_report) {
     const owned_text report = format_swoop_report(run, true, &error);
     ASSERT_TRUE(report);
     const std::vector<double> printed = numbers_of(report.get());
-    const figure_values values = figures_of(run);
+    const figure_values values = values_of(run);
     ASSERT_EQ(printed.size(), figure_count) << report.get();
     for (std::size_t i = 0; i < figure_count; ++i) {
       if (std::isnan(printed[i])) {
@@ -68,7 +68,7 @@ TEST(figures_test, are_missing_where_the_report_has_hyphens) {
   run.entry_gate_speed = 0.0;
   run.exit_gate_time = run.entry_gate_time + 2880;
   run.exit_gate_speed = 21.5;
-  const figure_values values = figures_of(run);
+  const figure_values values = values_of(run);
   EXPECT_TRUE(std::isnan(values[index_of(figure::exit_height)]));
   EXPECT_TRUE(std::isnan(values[index_of(figure::entry_gate_speed)]));
   EXPECT_EQ(values[index_of(figure::carve_time)], 2.88);

@@ -41,7 +41,7 @@ TEST(run_check_test, gives_each_figure_an_interval_around_it) {
     EXPECT_EQ(check.failed, 0.0);
     EXPECT_EQ(check.other_hand, 0.0);
     EXPECT_FALSE(check.is_whole_track);
-    const figure_values values = figures_of(run);
+    const figure_values values = values_of(run);
     for (std::size_t i = 0; i < figure_count; ++i) {
       const figure_check &each = check.figures[i];
       if (std::isnan(values[i])) {
