@@ -10,10 +10,21 @@ namespace {
 outcome load_text_stream(std::FILE *stream, gps_track &track, row_offsets *rows, text_buffer &warnings,
                          error_slot *error) {
   std::rewind(stream);
-  const outcome result = read_track_tagged_stream(stream, track, rows, warnings, error);
+  outcome result = read_track_tagged_stream(stream, track, rows, warnings, error);
+  if (result == outcome::done) track.kind = track_kind::tagged_lines;
   if (result != outcome::not_this_form) return result;
   std::rewind(stream);
-  return read_track_header_csv_stream(stream, track, rows, warnings, error);
+  result = read_track_header_csv_stream(stream, track, rows, warnings, error);
+  if (result == outcome::done) track.kind = track_kind::header_lines;
+  return result;
+}
+
+outcome load_swoop(std::FILE *stream, gps_track &track, row_offsets *rows, text_buffer &warnings, error_slot *error) {
+  std::rewind(stream);
+  const outcome result = read_swoop_stream(stream, track, error);
+  if (result == outcome::done) track.kind = track_kind::container;
+  if (result != outcome::not_this_form) return result;
+  return load_text_stream(stream, track, rows, warnings, error);
 }
 
 }  // namespace
@@ -26,19 +37,13 @@ outcome load_gate_stream(std::FILE *stream, gate_file_data &gate_data, text_buff
 }
 
 outcome load_swoop_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error) {
-  std::rewind(stream);
-  const outcome result = read_swoop_stream(stream, track, error);
-  if (result != outcome::not_this_form) return result;
-  return load_text_stream(stream, track, nullptr, warnings, error);
+  return load_swoop(stream, track, nullptr, warnings, error);
 }
 
 outcome load_swoop_rows(std::FILE *stream, gps_track &track, row_offsets &rows, text_buffer &warnings,
                         error_slot *error) {
   rows = row_offsets();
-  std::rewind(stream);
-  const outcome result = read_swoop_stream(stream, track, error);
-  if (result != outcome::not_this_form) return result;
-  return load_text_stream(stream, track, &rows, warnings, error);
+  return load_swoop(stream, track, &rows, warnings, error);
 }
 
 }  // namespace tarvel

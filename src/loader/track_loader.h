@@ -21,7 +21,7 @@ struct gate_file_data {
 // Try the container, then tagged lines, then header lines, each from the start of the seekable stream. A stream that
 // cannot be read, or that there is no memory for, is not tried again: the slot has that reader's message. When no
 // reader fits, the slot has the header-line reader's message. Unless done the target is as it was. A gate container
-// fills the course, text the track.
+// fills the course, text the track. A track is told its kind.
 [[nodiscard]] outcome load_gate_stream(std::FILE *stream, gate_file_data &gate_data, text_buffer &warnings,
                                        error_slot *error);
 [[nodiscard]] outcome load_swoop_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error);

@@ -52,6 +52,7 @@ owned_record<swoop> swoop_create(std::FILE *stream, const char *name, text_buffe
   if (load_swoop_stream(stream, track, warnings, error) != outcome::done) return nullptr;
   run->track = std::move(track.points);
   run->track_len = track.count;
+  run->kind = track.kind;
   return run;
 }
 

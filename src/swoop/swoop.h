@@ -29,6 +29,7 @@ struct swoop {
   owned_text file;  // path of the track
   owned_array<gps_point> track;
   std::uint32_t track_len = 0;
+  track_kind kind = track_kind::header_lines;
   bool debug = false;            // coord.txt and a copy of the trimmed track are wanted
   bool is_derived = false;       // the samples have their local fields, which coord.txt shows
   std::uint32_t time_aloft = 0;  // between entry gate and touchdown, ms; 0 when not given
