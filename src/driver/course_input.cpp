@@ -1,10 +1,10 @@
 #include "driver/course_input.h"
 
+#include <cstdio>
 #include <utility>
 
 #include "driver/file_handle.h"
 #include "driver/protected_inputs.h"
-#include "formats/course_file.h"
 
 namespace tarvel {
 
@@ -31,18 +31,25 @@ course_answer read_one_file(const char *path, const char *swoop_file, std::optio
 
 }  // namespace
 
-void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, error_slot *error) {
+void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, course_link &file,
+                      error_slot *error) {
   *error = nullptr;
   result.reset();
+  std::snprintf(file.path, sizeof file.path, "%s", path);
   course_link link;
   course_answer answer = read_one_file(path, swoop_file, result, link, error);
   for (int i = 0; i < max_further_files && answer == course_answer::elsewhere && *error == nullptr; ++i) {
-    const course_link next = link;
-    answer = read_one_file(next.path, swoop_file, result, link, error);
+    file = link;
+    answer = read_one_file(file.path, swoop_file, result, link, error);
   }
   if (answer == course_answer::elsewhere && *error == nullptr) {
     *error = format_error("failed to open file: %s", link.path);
   }
+}
+
+void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, error_slot *error) {
+  course_link file;
+  read_course_file(path, swoop_file, result, file, error);
 }
 
 }  // namespace tarvel

@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "formats/course_file.h"
 #include "support/error_slot.h"
 #include "track/course.h"
 
@@ -15,5 +16,10 @@ constexpr const char *course_file_name = "matrix.txt";
 // when an index says that the run has no gate. Fails with "failed to open file: %s", "failed to read file: %s" or a
 // message of read_course.
 void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, error_slot *error);
+
+// The same, and the file in which it was found, or that failed. The name of the first file is cut to the 99 characters
+// that an index may name.
+void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, course_link &file,
+                      error_slot *error);
 
 }  // namespace tarvel

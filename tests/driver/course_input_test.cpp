@@ -222,6 +222,50 @@ TEST(course_input_test, protects_a_course_that_cannot_be_opened) {
   EXPECT_EQ(read_text("run.kml.orig"), rows);
 }
 
+struct file_case {
+  const char *name;
+  const char *run;
+  const char *file;
+  bool has_course;
+};
+
+// An entry that is for another run names a file, too.
+const file_case file_cases[] = {
+    {"an entry leads on", "11-42.csv", "south.txt", true},
+    {"an entry leads to an index that leads on", "12-00.csv", "rows.txt", true},
+    {"the rows behind the entries", "run.csv", "matrix.txt", true},
+    {"no gate", "14-37.csv", "matrix.txt", false},
+};
+
+TEST(course_input_test, tells_the_file_that_the_course_is_in) {
+  const temp_dir folder;
+  write_text("matrix.txt", "11 - south.txt\n12 - \"second.txt\"\n14 - nogate\n15 - east.txt\n" + rows);
+  write_text("second.txt", "* - rows.txt\n");
+  write_text("south.txt", rows);
+  write_text("rows.txt", rows);
+  for (const file_case &c : file_cases) {
+    SCOPED_TRACE(c.name);
+    std::optional<course> found;
+    course_link file;
+    error_slot error = nullptr;
+    read_course_file("matrix.txt", c.run, found, file, &error);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(found.has_value(), c.has_course);
+    EXPECT_STREQ(file.path, c.file);
+  }
+}
+
+TEST(course_input_test, tells_the_file_that_failed) {
+  const temp_dir folder;
+  write_text("matrix.txt", "* - south.txt\n");
+  std::optional<course> found;
+  course_link file;
+  error_slot error = nullptr;
+  read_course_file("matrix.txt", "run.csv", found, file, &error);
+  EXPECT_STREQ(error, "failed to open file: south.txt");
+  EXPECT_STREQ(file.path, "south.txt");
+}
+
 // The kernel does not let the process read its memory at 0.
 TEST(course_input_test, names_the_file_that_cannot_be_read) {
   const temp_dir folder;
