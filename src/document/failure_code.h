@@ -1,0 +1,11 @@
+// Messages as codes that stay when their words change.
+#pragma once
+
+#include "support/error_slot.h"
+
+namespace tarvel {
+
+// The code of a message that a run can fail with, such as "no-rollout"; "other" for any other message.
+[[nodiscard]] const char *failure_code(error_slot message);
+
+}  // namespace tarvel

@@ -1,0 +1,167 @@
+#include "document/run_document.h"
+
+#include <algorithm>
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include "document/chart_json.h"
+#include "document/failure_code.h"
+#include "document/json_values.h"
+#include "document/result_json.h"
+#include "document/track_json.h"
+#include "geo/angle.h"
+#include "support/units.h"
+#include "swoop/analysis.h"
+
+namespace tarvel {
+
+namespace {
+
+constexpr std::string_view warning_mark = "WARNING: ";
+
+const char *kind_name(track_kind kind) {
+  switch (kind) {
+    case track_kind::header_lines: return "header-lines";
+    case track_kind::tagged_lines: return "tagged-lines";
+    case track_kind::container: break;
+  }
+  return "container";
+}
+
+const char *stage_name(run_stage stage) {
+  switch (stage) {
+    case run_stage::track: return "track";
+    case run_stage::course: return "course";
+    case run_stage::analysis: return "analysis";
+    case run_stage::document: break;
+  }
+  return "document";
+}
+
+bool has_result(const run_facts &facts) { return facts.run != nullptr && facts.failure.message == nullptr; }
+
+json options_as_json(const run_facts &facts) {
+  return {{"implicit_gate", facts.implicit_gate},
+          {"metric", facts.metric},
+          {"time_aloft", facts.time_aloft == 0 ? json() : json(facts.time_aloft)}};
+}
+
+json program_as_json(const run_facts &facts) {
+  return {{"name", facts.program}, {"version", facts.version}, {"options", options_as_json(facts)}};
+}
+
+json track_as_json(const run_facts &facts) {
+  json track = {{"name", json_text(facts.track_name)}, {"sha256", json_text(facts.track_sha256)}};
+  const bool is_read = facts.run != nullptr && facts.run->track_len > 0;
+  const std::span<const gps_point> samples = is_read ? samples_of(*facts.run) : std::span<const gps_point>();
+  track["form"] = is_read ? json(kind_name(facts.run->kind)) : json();
+  track["count"] = samples.size();
+  track["first_clock"] = is_read ? clock_as_json(samples.front().time) : json();
+  track["last_clock"] = is_read ? clock_as_json(samples.back().time) : json();
+  track["rate"] = rate_as_json(samples);
+  return track;
+}
+
+json frame_as_json(const mat4 &frame) {
+  json::array_t rows;
+  for (const auto &row : frame.m) rows.push_back(json_column(row, json_number));
+  return rows;
+}
+
+json pond_as_json(const pond_outline *pond) {
+  if (pond == nullptr) return {};
+  const std::span<const vec3> points = points_of(*pond);
+  return {{"x", json_column(points, [](const vec3 &point) { return json_scaled(point.x, 1000.0); })},
+          {"y", json_column(points, [](const vec3 &point) { return json_scaled(point.y, 1000.0); })}};
+}
+
+json carve_as_json(const swoop &run) {
+  if (!run.carve_detected) return {};
+  return run.carve_direction == carve_towards_minus_y ? "right" : "left";
+}
+
+// A gate that was worked out from the run is never turned.
+double turned_degrees(const swoop &run) {
+  return run.gate_type == gate_type_course ? degrees_from_radians(correction_angle(run)) : 0.0;
+}
+
+json course_as_json(const run_facts &facts) {
+  json course = {{"file", json_text(facts.course_name)}, {"sha256", json_text(facts.course_sha256)}};
+  const bool is_flown = has_result(facts);
+  course["gate"] = facts.course != nullptr ? json("surveyed") : is_flown ? json("implicit") : json();
+  course["theta"] = facts.course != nullptr ? json_number(degrees_from_radians(facts.course->theta)) : json();
+  course["reversed"] = is_flown ? json(facts.run->reversal_detected) : json();
+  course["carve"] = is_flown ? carve_as_json(*facts.run) : json();
+  course["turned"] = is_flown ? json_number(turned_degrees(*facts.run)) : json();
+  course["frame"] = is_flown ? frame_as_json(facts.run->matrix) : json();
+  course["pond"] = is_flown ? pond_as_json(facts.pond) : json();
+  return course;
+}
+
+json warnings_as_json(const char *warnings) {
+  json::array_t list;
+  std::string_view rest = warnings == nullptr ? std::string_view() : std::string_view(warnings);
+  while (!rest.empty()) {
+    std::string_view line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    if (line.starts_with(warning_mark)) line.remove_prefix(warning_mark.size());
+    list.push_back(std::string(line));
+  }
+  return list;
+}
+
+json failure_as_json(const run_failure &failure) {
+  if (failure.message == nullptr) return {};
+  return {{"stage", stage_name(failure.stage)}, {"code", failure_code(failure.message)}, {"message", failure.message}};
+}
+
+// The document as far as it has been written. Each part becomes text at once: the whole of it as JSON records would take
+// several times its memory.
+struct document_text {
+  std::string text = "{";
+
+  void add(const char *name, const json &part) {
+    text += text.size() == 1 ? "\"" : ",\n\"";
+    text += name;
+    text += "\":";
+    // A name in another encoding has U+FFFD for each byte that is no UTF-8.
+    text += part.dump(-1, ' ', false, json::error_handler_t::replace);
+  }
+};
+
+std::string write_document(const run_facts &facts, error_slot *error) {
+  const swoop *const run = has_result(facts) ? facts.run : nullptr;
+  document_text document;
+  document.add("format", {{"name", run_format_name}, {"version", run_format_version}});
+  document.add("program", program_as_json(facts));
+  document.add("track", track_as_json(facts));
+  document.add("course", course_as_json(facts));
+  document.add("warnings", warnings_as_json(facts.warnings));
+  document.add("failure", failure_as_json(facts.failure));
+  document.add("figures", run != nullptr ? figures_as_json(*run, display_units_for(facts.metric)) : json());
+  document.add("phases", run != nullptr ? phases_as_json(*run) : json());
+  document.add("charts", run != nullptr ? charts_as_json({*run, facts.pond, facts.metric}, error) : json());
+  document.add("samples", run != nullptr ? samples_as_json(*run) : json());
+  document.add("overview", facts.run != nullptr ? overview_as_json(samples_of(*facts.run)) : json());
+  return document.text + "}\n";
+}
+
+}  // namespace
+
+owned_text format_run_document(const run_facts &facts, error_slot *error) {
+  *error = nullptr;
+  owned_text copy;
+  // The containers of the JSON library throw when memory is short.
+  try {
+    const std::string text = write_document(facts, error);
+    if (*error) return nullptr;
+    copy = try_duplicate(text.c_str());
+  } catch (const std::exception &) {
+    copy.reset();
+  }
+  if (!copy) *error = "failed to allocate memory for document";
+  return copy;
+}
+
+}  // namespace tarvel

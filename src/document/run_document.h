@@ -1,0 +1,51 @@
+// One run as one JSON document: tarvel-json(5).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "support/error_slot.h"
+#include "support/memory.h"
+#include "support/text_buffer.h"
+#include "swoop/swoop.h"
+#include "track/course.h"
+
+namespace tarvel {
+
+constexpr const char *run_format_name = "tarvel-run";
+constexpr int run_format_version = 1;
+
+// The parts of the work, at one of which a run fails.
+enum class run_stage { track, course, analysis, document };
+
+struct run_failure {
+  run_stage stage = run_stage::track;
+  error_slot message = nullptr;  // null for a run that succeeded
+};
+
+// What a document is made of. Of a failed run what there is.
+struct run_facts {
+  const char *program = nullptr;  // its name
+  const char *version = nullptr;
+  bool implicit_gate = false;
+  bool metric = false;
+
+  const char *track_name = nullptr;
+  const char *track_sha256 = nullptr;  // null when its bytes were not read
+  const char *warnings = nullptr;      // of the readers, one a line
+  const swoop *run = nullptr;          // null when the track was not read
+  std::uint32_t time_aloft = 0;        // ms
+
+  const char *course_name = nullptr;  // the file in which it was found; null without a course file
+  const char *course_sha256 = nullptr;
+  const tarvel::course *course = nullptr;  // as the file has it; null for a run without a course
+  const pond_outline *pond = nullptr;      // in the frame in force; null without a pond
+
+  run_failure failure;
+};
+
+// The whole document, a line for each of its parts. Null on failure, with "failed to allocate memory for charts" or
+// "failed to allocate memory for document".
+[[nodiscard]] owned_text format_run_document(const run_facts &facts, error_slot *error);
+
+}  // namespace tarvel

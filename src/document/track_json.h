@@ -1,0 +1,31 @@
+// A track's samples as JSON.
+#pragma once
+
+#include <span>
+
+#include "document/json_values.h"
+#include "swoop/swoop.h"
+#include "track/gps_track.h"
+
+namespace tarvel {
+
+// What an overview has at most, and all that it has of a longer track: the lowest and the highest sample of each of half
+// as many slices, in their order.
+constexpr std::uint32_t overview_points = 4000;
+
+// Time and height of the whole track.
+[[nodiscard]] json overview_as_json(std::span<const gps_point> samples);
+
+// The samples from 15 seconds before the turn to 5 seconds after the stop, in columns.
+[[nodiscard]] json samples_as_json(const swoop &run);
+
+// Samples a second, from the interval that half of the samples do not exceed; null when that is not positive.
+[[nodiscard]] json rate_as_json(std::span<const gps_point> samples);
+
+// The time on the logger's clock; null when the calendar cannot express it.
+[[nodiscard]] json clock_as_json(std::int64_t time);
+
+// Milliseconds since the track's first sample.
+[[nodiscard]] json time_as_json(std::span<const gps_point> samples, std::int64_t time);
+
+}  // namespace tarvel

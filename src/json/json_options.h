@@ -1,0 +1,19 @@
+// The command line of tarvel-json.
+#pragma once
+
+#include <cstdint>
+
+namespace tarvel {
+
+struct json_options {
+  bool implicit_gate = false;
+  bool metric = false;
+  std::uint32_t time_aloft = 0;  // ms
+  const char *track = nullptr;   // "-" for standard input
+};
+
+// Ends the program itself: with status 0 after --help and --version, with status 2 and a message on standard error for a
+// command line that cannot be carried out.
+[[nodiscard]] json_options parse_json_options(int argc, char *argv[]);
+
+}  // namespace tarvel
