@@ -2,7 +2,7 @@
 # for them, the manual and the examples under the documentation.
 include(GNUInstallDirs)
 
-install(TARGETS tarvel tarvel-check tarvel-split RUNTIME)
+install(TARGETS tarvel tarvel-check tarvel-json tarvel-split RUNTIME)
 install(PROGRAMS meet/tarvel-meet TYPE BIN)
 
 # gzip without a name and a time in it, so that a package made twice is the same.
@@ -19,13 +19,14 @@ function(tarvel_install_compressed file name destination)
   install(FILES ${compressed} DESTINATION ${destination})
 endfunction()
 
-foreach(page tarvel.1 tarvel-check.1 tarvel-meet.1 tarvel-split.1 tarvel-tvl.5 tarvel-course.5)
+foreach(page tarvel.1 tarvel-check.1 tarvel-json.1 tarvel-meet.1 tarvel-split.1 tarvel-tvl.5 tarvel-course.5
+    tarvel-json.5)
   string(REGEX MATCH "[0-9]$" section ${page})
   configure_file(docs/man/${page}.in ${PROJECT_BINARY_DIR}/man/${page} @ONLY)
   tarvel_install_compressed(${PROJECT_BINARY_DIR}/man/${page} ${page} ${CMAKE_INSTALL_MANDIR}/man${section})
 endforeach()
 
-foreach(program tarvel tarvel-check tarvel-meet tarvel-split)
+foreach(program tarvel tarvel-check tarvel-json tarvel-meet tarvel-split)
   install(FILES completions/${program}.bash RENAME ${program}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   install(FILES completions/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
@@ -33,7 +34,9 @@ foreach(program tarvel tarvel-check tarvel-meet tarvel-split)
 endforeach()
 
 # The manual's links stay within docs/; the architecture is for those who have the source.
-install(DIRECTORY docs/ TYPE DOC PATTERN man EXCLUDE PATTERN architecture.md EXCLUDE)
+install(DIRECTORY docs/ TYPE DOC PATTERN man EXCLUDE PATTERN schema EXCLUDE PATTERN architecture.md EXCLUDE)
+# For programs, which find it where they find data.
+install(DIRECTORY docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel)
 install(DIRECTORY examples TYPE DOC)
 install(FILES packaging/copyright TYPE DOC)
 tarvel_install_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
@@ -48,6 +51,7 @@ report, a map as KML and two pages of charts as PDF.
 .
 tarvel-meet analyses all runs of a meet on every core and ranks them.
 tarvel-check says how far each figure of a run can be trusted.
+tarvel-json writes what was found in a run as JSON, for other programs.
 tarvel-split cuts the track of a day into its jumps.")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS

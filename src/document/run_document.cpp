@@ -55,7 +55,7 @@ json track_as_json(const run_facts &facts) {
   json track = {{"name", json_text(facts.track_name)}, {"sha256", json_text(facts.track_sha256)}};
   const bool is_read = facts.run != nullptr && facts.run->track_len > 0;
   const std::span<const gps_point> samples = is_read ? samples_of(*facts.run) : std::span<const gps_point>();
-  track["form"] = is_read ? json(kind_name(facts.run->kind)) : json();
+  track["form"] = facts.run != nullptr ? json(kind_name(facts.run->kind)) : json();
   track["count"] = samples.size();
   track["first_clock"] = is_read ? clock_as_json(samples.front().time) : json();
   track["last_clock"] = is_read ? clock_as_json(samples.back().time) : json();

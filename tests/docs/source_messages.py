@@ -16,7 +16,7 @@ ALWAYS_SAID = {"format_error", "fatal_error", "exit_with_message", "std::puts", 
 NOT_SAID_TABLES = re.compile(r"\b(annotation \w+|version) =$")
 
 # What tarvel has no part of.
-OTHER_PROGRAMS = {"checker", "verdict"}
+OTHER_PROGRAMS = {"checker", "document", "json", "verdict"}
 
 TOKEN = re.compile(r'''
     (?P<comment>//[^\n]*|/\*.*?\*/)

@@ -112,6 +112,12 @@ class MessagesTest(unittest.TestCase):
         self.check([pattern_of(words + ("%s" if value == "argument" else "")) for words, value in messages],
                    items("tarvel-check.1"))
 
+    def test_tarvel_json(self):
+        messages = {message.removeprefix("tarvel-json: ") for message in source_messages(PROJECT / "src/json")
+                    if message.startswith("tarvel-json: ")} - {"%s"}
+        self.assertGreater(len(messages), 2)
+        self.check([pattern_of(message) for message in messages], items("tarvel-json.1"))
+
     def test_tarvel_meet(self):
         patterns = meet_patterns()
         self.assertGreater(len(patterns), 20)
