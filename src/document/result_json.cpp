@@ -92,7 +92,7 @@ moment exit_gate_moment(const swoop &run) {
 
 moment touchdown_moment(const swoop &run) {
   std::uint32_t before = run.stop;
-  while (before > 0 && run.track[before].time > run.touchdown_time) --before;
+  while (before > run.top_of_turn && run.track[before].time > run.touchdown_time) --before;
   moment touchdown = crossing_moment(run, before, run.touchdown_time);
   touchdown.place.x = run.touchdown_distance;
   touchdown.horizontal_speed = run.touchdown_speed;

@@ -1,0 +1,273 @@
+#!/usr/bin/env python3
+"""tests/json/documents_test.py: the documents of tarvel-json are valid against the schema, which names every member of
+them; their figures are those of tarvel's report; names, inputs and tracks of any kind leave a whole document.
+
+Needs jsonschema (Debian: python3-jsonschema).
+"""
+import copy
+import hashlib
+import importlib.machinery
+import importlib.util
+import json
+import os
+import re
+import resource
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+import jsonschema
+
+PROJECT = Path(os.environ.get("TARVEL_SOURCE_DIR", Path(__file__).parents[2]))
+TARVEL = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
+TARVEL_JSON = os.environ.get("TARVEL_JSON_PROGRAM", str(PROJECT / "build/release/tarvel-json"))
+EXAMPLES = PROJECT / "examples"
+SCHEMA = json.loads((PROJECT / "docs/schema/run-1.json").read_text())
+HEADER_LINES = 2
+
+
+def without_room(schema):
+    """The schema, but members that it does not name are errors."""
+    if isinstance(schema, list):
+        return [without_room(part) for part in schema]
+    if not isinstance(schema, dict):
+        return schema
+    closed = {key: without_room(part) for key, part in schema.items()}
+    if isinstance(closed.get("properties"), dict) and "allOf" not in closed:
+        closed["unevaluatedProperties" if "$ref" in closed else "additionalProperties"] = False
+    return closed
+
+
+CLOSED = without_room(copy.deepcopy(SCHEMA))
+# A figure that has a member more.
+CLOSED["$defs"]["figure"].pop("additionalProperties", None)
+VALIDATOR = jsonschema.Draft202012Validator(CLOSED)
+
+
+def no_constant(word):
+    raise ValueError(f"{word} is not JSON")
+
+
+class DocumentTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.place = Path(folder.name)
+        for example in EXAMPLES.glob("*.*"):
+            shutil.copy(example, self.place)
+
+    def call(self, *arguments, **settings):
+        return subprocess.run([TARVEL_JSON, *arguments], cwd=self.place, capture_output=True, check=False, **settings)
+
+    def document_of(self, *arguments, status=0, **settings):
+        done = self.call(*arguments, **settings)
+        self.assertEqual(done.returncode, status, done.stderr)
+        document = json.loads(done.stdout.decode("utf-8"), parse_constant=no_constant)
+        VALIDATOR.validate(document)
+        self.assertEqual(document["failure"] is None, status == 0)
+        if status == 0:
+            self.assertEqual(done.stderr, b"")
+        else:
+            message = document["failure"]["message"]
+            self.assertTrue(done.stderr.decode("utf-8", "replace").endswith(f"{message}\n"), done.stderr)
+        return document
+
+    # -----------------------------------------------------------------------------------------------------------------
+
+    def test_the_schema(self):
+        jsonschema.Draft202012Validator.check_schema(SCHEMA)
+        document = self.document_of("carve.csv")
+        for damage in ({"format": {"name": "tarvel-run", "version": 2}}, {"figures": {}}, {"surprise": 1},
+                       {"phases": {**document["phases"], "stop": {"index": 0}}}):
+            with self.subTest(damage=damage), self.assertRaises(jsonschema.ValidationError):
+                VALIDATOR.validate({**document, **damage})
+
+    def test_the_figures_are_those_of_the_report(self):
+        loader = importlib.machinery.SourceFileLoader("tarvel_meet", str(PROJECT / "meet/tarvel-meet"))
+        meet = importlib.util.module_from_spec(importlib.util.spec_from_loader("tarvel_meet", loader))
+        sys.dont_write_bytecode = True
+        loader.exec_module(meet)
+        for name, options in (("straight", []), ("carve", ["-m"]), ("reversed", []), ("implicit", ["-i"]),
+                              ("tagged", ["-t", "5", "-m"]), ("tagged", ["-i"])):
+            with self.subTest(name=name, options=options):
+                subprocess.run([TARVEL, *options, f"{name}.csv"], cwd=self.place, capture_output=True, check=True)
+                report = (self.place / f"{name}.txt").read_text()
+                read = meet.ReportFormat("-m" in options)
+                figures = self.document_of(*options, f"{name}.csv")["figures"]
+                printed = {re.sub(r"_(ft|mph|m|kmh|deg|s)$", "", key): text
+                           for key, text in read.figures(report).items()}
+                direction = printed.pop("turn_direction")
+                self.assertEqual(figures["rotation"]["direction"], direction + "-hand")
+                shown = {key: figure["text"] if figure["text"].strip("-") else "" for key, figure in figures.items()}
+                self.assertEqual(shown, printed)
+                self.check_values(figures)
+
+    def check_values(self, figures):
+        """A value, converted and rounded, is its text."""
+        factors = {"ft": 3.2808399, "mph": 2.23693629, "km/h": 3.6, "m": 1.0, "sec": 1.0, "deg": 1.0}
+        for name, figure in figures.items():
+            if figure["value"] is not None:
+                decimals = len(figure["text"].partition(".")[2])
+                shown = figure["value"] * factors[figure["text_unit"]]
+                self.assertEqual(float(f"{shown:.{decimals}f}"), float(figure["text"]), name)
+
+    def test_the_phases_lie_on_the_track(self):
+        document = self.document_of("carve.csv")
+        samples, phases = document["samples"], document["phases"]
+        for name in ("turn", "max_vertical_speed", "rollout_start", "max_total_speed", "max_horizontal_speed", "stop"):
+            phase = phases[name]
+            at = phase["index"] - samples["first"]
+            self.assertEqual(phase["time"], samples["time"][at], name)
+            for axis in "xyz":
+                self.assertAlmostEqual(phase[axis], samples[axis][at] / 1000, delta=0.0005001)
+        self.assertEqual(document["figures"]["entry_gate_speed"]["value"], phases["entry_gate"]["horizontal_speed"])
+        self.assertEqual(document["figures"]["stop_distance"]["value"], phases["stop"]["x"])
+        self.assertEqual(document["figures"]["touchdown_distance"]["value"], phases["touchdown"]["x"])
+
+    def test_the_digests(self):
+        document = self.document_of("carve.csv")
+        for part, name in (("track", "carve.csv"), ("course", "matrix.txt")):
+            digest = hashlib.sha256((self.place / name).read_bytes()).hexdigest()
+            self.assertEqual(document[part]["sha256"], digest)
+
+    def test_the_course_that_an_index_leads_to(self):
+        (self.place / "matrix.txt").rename(self.place / "south.txt")
+        (self.place / "matrix.txt").write_text("11 - north.txt\n* - south.txt\n")
+        course = self.document_of("carve.csv")["course"]
+        self.assertEqual(course["file"], "south.txt")
+        self.assertEqual(course["sha256"], hashlib.sha256((self.place / "south.txt").read_bytes()).hexdigest())
+        (self.place / "matrix.txt").write_text("* - nogate\n")
+        course = self.document_of("implicit.csv")["course"]
+        self.assertEqual((course["file"], course["gate"], course["theta"]), ("matrix.txt", "implicit", None))
+
+    def test_the_forms(self):
+        subprocess.run([TARVEL, "-d", "carve.csv"], cwd=self.place, capture_output=True, check=True)
+        for name, form in (("carve.csv", "header-lines"), ("tagged.csv", "tagged-lines"), ("carve.tvl", "container")):
+            self.assertEqual(self.document_of(name)["track"]["form"], form)
+
+    # -----------------------------------------------------------------------------------------------------------------
+
+    def test_standard_input(self):
+        expected = self.document_of("carve.csv")
+        read = self.document_of("-", input=(self.place / "carve.csv").read_bytes())
+        self.assertEqual(read["track"].pop("name"), "-")
+        expected["track"].pop("name")
+        self.assertEqual(read, expected)
+        self.assertEqual(self.document_of("-", input=b"", status=1)["failure"]["code"], "not-a-track")
+
+    def test_a_pipe_in_a_files_place(self):
+        command = f'"{TARVEL_JSON}" <(gzip -c carve.csv | gunzip)'
+        done = subprocess.run(["bash", "-c", command], cwd=self.place, capture_output=True, check=True)
+        self.assertEqual(json.loads(done.stdout)["track"]["count"], self.document_of("carve.csv")["track"]["count"])
+
+    def test_the_same_bytes_each_time(self):
+        first = self.call("carve.csv").stdout
+        for zone in ("UTC", "EST5EDT,M3.2.0,M11.1.0", "Asia/Kathmandu"):
+            self.assertEqual(self.call("carve.csv", env={**os.environ, "TZ": zone, "LC_ALL": "de_DE.UTF-8"}).stdout,
+                             first)
+
+    def test_names_of_any_bytes(self):
+        track = (self.place / "carve.csv").read_bytes()
+        for name in (b"\xff\xfe.csv", b"</script><img src=x onerror=alert(1).csv", b'a"b\\c\n\x01\x7f.csv',
+                     "Übung 🪂.csv".encode(), b"cut \xe2\x82.csv"):
+            (self.place / os.fsdecode(name.replace(b"/", b"_"))).write_bytes(track)
+            with self.subTest(name=name):
+                given = name.replace(b"/", b"_")
+                self.assertEqual(self.document_of(given)["track"]["name"], given.decode("utf-8", "replace"))
+                self.document_of(b"no such " + given, status=1)
+
+    def test_failures(self):
+        (self.place / "folder").mkdir()
+        (self.place / "bad.txt").write_text("[1, 2]\n")
+        rows = (self.place / "carve.csv").read_text().splitlines(keepends=True)
+        (self.place / "cut.csv").write_text("".join(rows[:1990]))
+        (self.place / "unknown.csv").write_text("time,colour\n\n")
+        cases = (("none.csv", "track", "cannot-open-file"), ("folder", "track", "cannot-read-file"),
+                 ("README.md", "track", "not-a-track"), ("walk.csv", "analysis", "no-pattern-entry"),
+                 ("cut.csv", "analysis", "no-swoop"))
+        for name, stage, code in cases:
+            with self.subTest(name=name):
+                failure = self.document_of(name, status=1)["failure"]
+                self.assertEqual((failure["stage"], failure["code"]), (stage, code))
+        self.assertEqual(self.document_of("unknown.csv", status=1)["warnings"], ["unknown field (colour)"])
+
+        for course, code in (("[1, 2]\n", "bad-course-file"), ("* - nowhere.txt\n", "cannot-open-file")):
+            (self.place / "matrix.txt").write_text(course)
+            failure = self.document_of("carve.csv", status=1)["failure"]
+            self.assertEqual((failure["stage"], failure["code"]), ("course", code))
+
+    def test_every_cut_of_a_track(self):
+        track = (self.place / "carve.csv").read_bytes()
+        for size in range(0, len(track), len(track) // 30):
+            done = self.call("-", input=track[:size])
+            self.assertIn(done.returncode, (0, 1))
+            VALIDATOR.validate(json.loads(done.stdout))
+
+    def test_numbers_of_any_kind(self):
+        rows = (self.place / "carve.csv").read_text().splitlines(keepends=True)
+        for word in ("nan", "inf", "-1e308", ""):
+            for column in range(1, 11, 2):
+                damaged = [",".join([*fields[:column], word, *fields[column + 1:]]) if number % 7 == 3 else row
+                           for number, row in enumerate(rows[HEADER_LINES:]) for fields in [row.split(",")]]
+                done = self.call("-", input="".join(rows[:HEADER_LINES] + damaged).encode())
+                self.assertIn(done.returncode, (0, 1))
+                VALIDATOR.validate(json.loads(done.stdout, parse_constant=no_constant))
+
+    # -----------------------------------------------------------------------------------------------------------------
+
+    def test_a_track_of_a_day_makes_a_document_as_of_a_jump(self):
+        rows = (self.place / "carve.csv").read_text().splitlines(keepends=True)
+        ground = [f"2026-05-16T{h:02}:{m:02}:{s:02}.00Z," + rows[-1].partition(",")[2]
+                  for h in range(14, 24) for m in range(60) for s in range(60)]
+        (self.place / "day.csv").write_text("".join(rows + ground))
+        done = self.call("day.csv")
+        document = json.loads(done.stdout)
+        VALIDATOR.validate(document)
+        self.assertEqual(document["track"]["count"], len(rows) - HEADER_LINES + len(ground))
+        self.assertLessEqual(len(document["overview"]["time"]), 4000)
+        self.assertLess(len(done.stdout), 250_000)
+
+    def test_a_track_for_which_there_is_no_memory(self):
+        def limit():
+            resource.setrlimit(resource.RLIMIT_AS, (room, room))
+
+        if os.environ.get("TARVEL_IS_SANITIZED"):
+            self.skipTest("a sanitizer needs all addresses")
+        statuses = set()
+        for room in range(6 << 20, 40 << 20, 1 << 20):
+            done = self.call("carve.csv", preexec_fn=limit)
+            statuses.add(done.returncode)
+            self.assertGreaterEqual(done.returncode, 0, (room, done.stderr))
+            if done.stdout:
+                VALIDATOR.validate(json.loads(done.stdout))
+        self.assertIn(0, statuses)
+
+    def test_a_command_line_that_is_wrong(self):
+        for arguments in ([], ["a.csv", "b.csv"], ["-x", "carve.csv"], ["-t", "two", "carve.csv"], ["-t"],
+                          ["-t", "-1", "carve.csv"], ["-t", "nan", "carve.csv"], ["--aloft=1e99", "carve.csv"]):
+            with self.subTest(arguments=arguments):
+                done = self.call(*arguments)
+                self.assertEqual((done.returncode, done.stdout), (2, b""))
+                self.assertTrue(done.stderr.endswith(b"Try 'tarvel-json --help'.\n"))
+
+    def test_the_options(self):
+        document = self.document_of("--metric", "--aloft", "6.5", "straight.csv")
+        self.assertEqual(document["program"]["options"],
+                         {"implicit_gate": False, "metric": True, "time_aloft": 6500})
+        printed = subprocess.run([TARVEL, "-v"], capture_output=True, text=True, check=True).stdout
+        self.assertIn(f"version {document['program']['version']} ", printed)
+        self.assertIn(f"version {document['program']['version']} ", self.call("--version").stdout.decode())
+
+    def test_an_output_that_is_full(self):
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([TARVEL_JSON, "carve.csv"], cwd=self.place, stdout=full, stderr=subprocess.PIPE,
+                                  check=False)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"failed to write file: standard output", done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
