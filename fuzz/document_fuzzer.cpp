@@ -1,0 +1,91 @@
+// The document of a run, whatever the track holds. The first byte holds the options: two bits of gate type, one for
+// metres, one for a time aloft, one for a course with a pond, one for a track that is not analysed, one for a name of
+// the track's own bytes. The rest is the track. Every document is JSON, has all its members, and holds no number that
+// JSON has not.
+#include <array>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "document/run_document.h"
+#include "fuzz_input.h"
+#include "geo/course_frame.h"
+#include "swoop/analysis.h"
+
+namespace {
+
+using namespace tarvel;
+
+// The course of the seeds.
+const mat4 course_frame = {{{0.756989892, -0.198146063, -0.622659170, -19949.301},
+                            {0.067911004, 0.971610626, -0.226629404, -7260.952},
+                            {0.649887990, 0.129270759, 0.748955721, -6366570.434},
+                            {0.000000000, 0.000000000, 0.000000000, 1.000}}};
+constexpr double course_theta = -0.0872;  // radians
+
+course make_course(bool has_pond) {
+  course made;
+  made.matrix = course_frame;
+  made.theta = course_theta;
+  if (!has_pond) return made;
+  made.pond.emplace();
+  for (const vec3 &point : std::array<vec3, 3>{{{1.0, 2.0, 0.0}, {70.0, -1e300, 0.0}, {1.0, 2.0, 0.0}}}) {
+    require(append_pond_point(*made.pond, point));
+  }
+  return made;
+}
+
+constexpr const char *members[] = {"format",  "program", "track",  "course",  "warnings", "failure",
+                                   "figures", "phases",  "charts", "samples", "overview"};
+
+void require_whole(const run_facts &facts) {
+  error_slot error = nullptr;
+  const owned_text text = format_run_document(facts, &error);
+  require(text != nullptr && error == nullptr);
+  const nlohmann::json document = nlohmann::json::parse(text.get(), nullptr, false);
+  require(document.is_object() && document.size() == std::size(members));
+  for (const char *const member : members) require(document.contains(member));
+  const bool has_failed = facts.failure.message != nullptr;
+  require(document["failure"].is_object() == has_failed);
+  require(document["figures"].is_null() == has_failed && document["samples"].is_null() == has_failed);
+  if (!has_failed) require(document["charts"].size() == 8 && document["phases"]["turn"].is_object());
+  if (!document["overview"].is_null()) require(document["overview"]["time"].size() <= 4000);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+  if (size < 2) return 0;
+  const std::uint8_t options = data[0];
+  const std::string bytes(reinterpret_cast<const char *>(data + 1), size - 1);
+  const std::string name = (options & 64) != 0 ? bytes : "run.csv";
+  const file_handle stream = open_fuzz_input(data + 1, size - 1);
+  error_slot error = nullptr;
+  text_buffer warnings = text_buffer_create(&error);
+  const owned_record<swoop> run = swoop_create(stream.get(), name.c_str(), warnings, &error);
+
+  run_facts facts;
+  facts.program = "fuzzer";
+  facts.version = "1";
+  facts.track_name = name.c_str();
+  facts.metric = (options & 4) != 0;
+  facts.warnings = warnings.data.get();
+  facts.run = run.get();
+  facts.failure.message = error;
+  if (error != nullptr || (options & 32) != 0) {
+    if (error == nullptr) facts.failure = {run_stage::course, name.c_str()};
+    require_whole(facts);
+    return 0;
+  }
+
+  course flown = make_course((options & 16) != 0);
+  run->time_aloft = (options & 8) != 0 ? 5000 : 0;
+  analyze_swoop(*run, options & 3, flown.matrix, flown.theta, &error);
+  facts.failure = {run_stage::analysis, error};
+  facts.course = &flown;
+  if (error == nullptr && flown.pond) {
+    rotate_point_list(points_of(*flown.pond), correction_angle(*run));
+    facts.pond = &*flown.pond;
+  }
+  require_whole(facts);
+  return 0;
+}
