@@ -6,6 +6,8 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
+#include "support/integer.h"
+
 namespace tarvel {
 
 // Members stay in the order in which they are given.
@@ -24,7 +26,7 @@ constexpr std::int64_t greatest_json_integer = std::int64_t{1} << 53;
 [[nodiscard]] inline json json_scaled(double value, double factor) {
   const double scaled = std::round(value * factor);
   const bool fits = std::fabs(scaled) <= static_cast<double>(greatest_json_integer);
-  return fits ? json(static_cast<std::int64_t>(scaled)) : json();
+  return fits ? json(truncate_to_int64(scaled)) : json();
 }
 
 // To thousandths, which keeps long lists short.

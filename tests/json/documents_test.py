@@ -148,6 +148,15 @@ class DocumentTest(unittest.TestCase):
         for name, form in (("carve.csv", "header-lines"), ("tagged.csv", "tagged-lines"), ("carve.tvl", "container")):
             self.assertEqual(self.document_of(name)["track"]["form"], form)
 
+    def test_what_the_manual_quotes(self):
+        chapter = (PROJECT / "docs/manual/json.md").read_text()
+        speed = self.document_of("carve.csv")["figures"]["entry_gate_speed"]
+        self.assertIn(f"    {speed['value']} {speed['text']} {speed['text_unit']}\n", chapter)
+        failure = next(line for line in self.call("walk.csv").stdout.decode().splitlines() if '"failure"' in line)
+        self.assertIn(f"    {failure}\n", chapter)
+        for member in SCHEMA["properties"]:
+            self.assertIn(f"| `{member}` |", chapter)
+
     # -----------------------------------------------------------------------------------------------------------------
 
     def test_standard_input(self):
