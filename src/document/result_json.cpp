@@ -48,7 +48,7 @@ struct figure_list {
 
 // A moment of the run: a sample, or a crossing between one and the next.
 struct moment {
-  std::uint32_t index = 0;  // 0: not found
+  std::uint32_t index = 0;
   std::int64_t time = 0;
   vec3 place;
   vec3 velocity;
@@ -100,7 +100,6 @@ moment touchdown_moment(const swoop &run) {
 }
 
 json moment_as_json(const swoop &run, const moment &found) {
-  if (found.index == 0) return {};
   json made = json::object();
   made["index"] = found.index;
   made["clock"] = clock_as_json(found.time);
@@ -147,7 +146,11 @@ json figures_as_json(const swoop &run, const display_units &units) {
 json phases_as_json(const swoop &run) {
   json phases = json::object();
   const auto add = [&](const char *name, const moment &found) { phases[name] = moment_as_json(run, found); };
-  add("exit", sample_moment(run, run.plane_exit));
+  // These a run may lack. A turn, though, may have begun at sample 0.
+  const auto add_if = [&](bool is_found, const char *name, const moment &found) {
+    phases[name] = is_found ? moment_as_json(run, found) : json();
+  };
+  add_if(run.plane_exit != 0, "exit", sample_moment(run, run.plane_exit));
   add("pattern_entry", sample_moment(run, run.pattern_entry));
   add("turn", sample_moment(run, run.top_of_turn));
   add("max_vertical_speed", sample_moment(run, run.max_vert_speed));
@@ -155,8 +158,8 @@ json phases_as_json(const swoop &run) {
   add("rollout_end", rollout_end_moment(run));
   add("max_total_speed", sample_moment(run, run.max_total_speed));
   add("max_horizontal_speed", sample_moment(run, run.max_horz_speed));
-  add("entry_gate", entry_gate_moment(run));
-  add("exit_gate", exit_gate_moment(run));
+  add_if(run.entry_gate != 0, "entry_gate", entry_gate_moment(run));
+  add_if(run.exit_gate != 0, "exit_gate", exit_gate_moment(run));
   add("touchdown", touchdown_moment(run));
   add("stop", sample_moment(run, run.stop));
   return phases;

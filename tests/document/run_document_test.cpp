@@ -90,6 +90,13 @@ TEST(run_document_test, has_phases_and_leaves_out_those_that_were_not_found) {
   EXPECT_EQ(phases["touchdown"]["x"], 55.5);
 }
 
+// A track may begin in the turn.
+TEST(run_document_test, has_a_turn_that_begins_at_the_first_sample) {
+  swoop run = hand_made_swoop();
+  run.top_of_turn = 0;
+  EXPECT_EQ(document_of(facts_of(&run))["phases"]["turn"]["index"], 0);
+}
+
 TEST(run_document_test, has_numbers_that_are_none_as_null) {
   swoop run = hand_made_swoop();
   run.entry_gate_speed = not_a_number;

@@ -81,7 +81,7 @@ class DocumentTest(unittest.TestCase):
         jsonschema.Draft202012Validator.check_schema(SCHEMA)
         document = self.document_of("carve.csv")
         for damage in ({"format": {"name": "tarvel-run", "version": 2}}, {"figures": {}}, {"surprise": 1},
-                       {"phases": {**document["phases"], "stop": {"index": 0}}}):
+                       {"phases": {**document["phases"], "stop": {"index": -1}}}):
             with self.subTest(damage=damage), self.assertRaises(jsonschema.ValidationError):
                 VALIDATOR.validate({**document, **damage})
 
