@@ -1,10 +1,12 @@
 #include "json/input_bytes.h"
 
 #include <fcntl.h>
-#include <sha256.h>
+#include <nettle/base16.h>
+#include <nettle/sha2.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstring>
 
 namespace tarvel {
@@ -56,7 +58,12 @@ file_handle open_bytes_stream(const input_bytes &input) {
 
 digest_text sha256_of(std::span<const unsigned char> bytes) {
   digest_text digest;
-  SHA256Data(bytes.data(), bytes.size(), digest.text);
+  sha256_ctx context;
+  sha256_init(&context);
+  sha256_update(&context, bytes.size(), bytes.data());
+  std::array<std::uint8_t, SHA256_DIGEST_SIZE> binary;
+  sha256_digest(&context, binary.size(), binary.data());
+  base16_encode_update(digest.text, binary.size(), binary.data());
   return digest;
 }
 
