@@ -29,50 +29,52 @@ json colour_as_json(std::uint32_t colour) {
   return text;
 }
 
-json series_as_json(const series &curve) {
+void append_series(document_text &text, const series &curve) {
   const std::span<const vec2> points = points_of(curve);
-  json made = json::object();
-  made["style"] = style_names[static_cast<std::uint32_t>(curve.style)];
-  made["colour"] = colour_as_json(curve.colour);
-  made["radius"] = curve.radius > 0.0 ? json_thousandths(curve.radius) : json();
-  made["label"] = json_text(curve.label.get());
-  made["x"] = json_column(points, [](const vec2 &point) { return json_thousandths(point.x); });
-  made["y"] = json_column(points, [](const vec2 &point) { return json_thousandths(point.y); });
-  return made;
+  append(text, "{");
+  append_member(text, "style", style_names[static_cast<std::uint32_t>(curve.style)]);
+  append_member(text, "colour", colour_as_json(curve.colour));
+  append_member(text, "radius", curve.radius > 0.0 ? json_thousandths(curve.radius) : json());
+  append_member(text, "label", json_text(curve.label.get()));
+  append_column(text, "x", append_thousandths, points, [](const vec2 &point) { return point.x; });
+  append_column(text, "y", append_thousandths, points, [](const vec2 &point) { return point.y; });
+  append(text, "}");
 }
 
 json axis_as_json(const owned_text &title, bool is_reversed, double step) {
   return {{"title", json_text(title.get())}, {"reversed", is_reversed}, {"step", step > 0.0 ? json(step) : json()}};
 }
 
-json chart_as_json(const chart &source) {
-  json made = json::object();
-  made["title"] = json_text(source.title.get());
-  made["x_axis"] = axis_as_json(source.x_title, source.reverse_x, source.x_step);
-  made["y_axis"] = axis_as_json(source.y_title, source.reverse_y, source.y_step);
-  made["equal_scale"] = source.equal_scale;
-  made["legend"] = source.legend_right != 0 ? "right" : "left";
-  json::array_t curves;
+void append_chart(document_text &text, const chart &source) {
+  append(text, "{");
+  append_member(text, "title", json_text(source.title.get()));
+  append_member(text, "x_axis", axis_as_json(source.x_title, source.reverse_x, source.x_step));
+  append_member(text, "y_axis", axis_as_json(source.y_title, source.reverse_y, source.y_step));
+  append_member(text, "equal_scale", source.equal_scale);
+  append_member(text, "legend", source.legend_right != 0 ? "right" : "left");
+  append_name(text, "series");
+  append(text, "[");
   for (const series *curve = source.first_series.get(); curve != nullptr; curve = curve->next.get()) {
-    curves.push_back(series_as_json(*curve));
+    append_separator(text);
+    append_series(text, *curve);
   }
-  made["series"] = std::move(curves);
-  return made;
+  append(text, "]}");
 }
 
 }  // namespace
 
-json charts_as_json(const chart_context &context, error_slot *error) {
-  json charts = json::object();
+void append_charts(document_text &text, const chart_context &context, error_slot *error) {
+  append(text, "{");
   for (const named_chart &named : named_charts) {
     const owned_record<chart> built = named.build(context);
     if (!built) {
       *error = "failed to allocate memory for charts";
-      return json();
+      return;
     }
-    charts[named.name] = chart_as_json(*built);
+    append_name(text, named.name);
+    append_chart(text, *built);
   }
-  return charts;
+  append(text, "}");
 }
 
 }  // namespace tarvel

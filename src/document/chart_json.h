@@ -2,13 +2,13 @@
 #pragma once
 
 #include "chart/run_charts.h"
-#include "document/json_values.h"
+#include "document/document_text.h"
 #include "support/error_slot.h"
 
 namespace tarvel {
 
 // All eight by name, from the builders that the pages are drawn with, in the units of the context. Fails with "failed to
 // allocate memory for charts".
-[[nodiscard]] json charts_as_json(const chart_context &context, error_slot *error);
+void append_charts(document_text &text, const chart_context &context, error_slot *error);
 
 }  // namespace tarvel

@@ -16,24 +16,24 @@ using json = nlohmann::ordered_json;
 // What a reader that has only doubles can hold.
 constexpr std::int64_t greatest_json_integer = std::int64_t{1} << 53;
 
+[[nodiscard]] constexpr bool is_json_integer(std::int64_t value) {
+  return value >= -greatest_json_integer && value <= greatest_json_integer;
+}
+
+// The value times the factor as the nearest integer. One that is no number, or too large for a JSON integer, becomes
+// one that is too large, too.
+[[nodiscard]] inline std::int64_t scaled_integer(double value, double factor) {
+  return truncate_to_int64(std::round(value * factor));
+}
+
 [[nodiscard]] inline json json_number(double value) { return std::isfinite(value) ? json(value) : json(); }
 
-[[nodiscard]] inline json json_integer(std::int64_t value) {
-  return value >= -greatest_json_integer && value <= greatest_json_integer ? json(value) : json();
-}
+[[nodiscard]] inline json json_integer(std::int64_t value) { return is_json_integer(value) ? json(value) : json(); }
 
-// The value times the factor as the nearest integer.
-[[nodiscard]] inline json json_scaled(double value, double factor) {
-  const double scaled = std::round(value * factor);
-  const bool fits = std::fabs(scaled) <= static_cast<double>(greatest_json_integer);
-  return fits ? json(truncate_to_int64(scaled)) : json();
-}
-
-// To thousandths, which keeps long lists short.
+// To thousandths.
 [[nodiscard]] inline json json_thousandths(double value) {
-  const double thousandths = std::round(value * 1000.0);
-  const bool fits = std::fabs(thousandths) <= static_cast<double>(greatest_json_integer);
-  return fits ? json(thousandths / 1000.0) : json_number(value);
+  const std::int64_t thousandths = scaled_integer(value, 1000.0);
+  return is_json_integer(thousandths) ? json(static_cast<double>(thousandths) / 1000.0) : json_number(value);
 }
 
 [[nodiscard]] inline json json_text(const char *text) { return text == nullptr ? json() : json(text); }

@@ -1,11 +1,12 @@
 #include "document/run_document.h"
 
 #include <algorithm>
-#include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "document/chart_json.h"
+#include "document/document_text.h"
 #include "document/failure_code.h"
 #include "document/json_values.h"
 #include "document/result_json.h"
@@ -72,8 +73,8 @@ json frame_as_json(const mat4 &frame) {
 json pond_as_json(const pond_outline *pond) {
   if (pond == nullptr) return {};
   const std::span<const vec3> points = points_of(*pond);
-  return {{"x", json_column(points, [](const vec3 &point) { return json_scaled(point.x, 1000.0); })},
-          {"y", json_column(points, [](const vec3 &point) { return json_scaled(point.y, 1000.0); })}};
+  return {{"x", json_column(points, [](const vec3 &point) { return json_integer(scaled_integer(point.x, 1000.0)); })},
+          {"y", json_column(points, [](const vec3 &point) { return json_integer(scaled_integer(point.y, 1000.0)); })}};
 }
 
 json carve_as_json(const swoop &run) {
@@ -116,52 +117,58 @@ json failure_as_json(const run_failure &failure) {
   return {{"stage", stage_name(failure.stage)}, {"code", failure_code(failure.message)}, {"message", failure.message}};
 }
 
-// The document as far as it has been written. Each part becomes text at once: the whole of it as JSON records would take
-// several times its memory.
-struct document_text {
-  std::string text = "{";
+// Each part has a line of its own.
+void append_part_name(document_text &text, std::string_view name) {
+  append_separator(text);
+  if (text.size > 1) append(text, "\n");
+  append_name(text, name);
+}
 
-  void add(const char *name, const json &part) {
-    text += text.size() == 1 ? "\"" : ",\n\"";
-    text += name;
-    text += "\":";
-    // A name in another encoding has U+FFFD for each byte that is no UTF-8.
-    text += part.dump(-1, ' ', false, json::error_handler_t::replace);
+void append_part(document_text &text, std::string_view name, const json &part) {
+  append_part_name(text, name);
+  append_json(text, part);
+}
+
+void append_result(document_text &text, const run_facts &facts, error_slot *error) {
+  const swoop &run = *facts.run;
+  append_part(text, "figures", figures_as_json(run, display_units_for(facts.metric)));
+  append_part(text, "phases", phases_as_json(run));
+  append_part_name(text, "charts");
+  append_charts(text, {run, facts.pond, facts.metric}, error);
+  append_part_name(text, "samples");
+  append_samples(text, run);
+}
+
+void append_document(document_text &text, const run_facts &facts, error_slot *error) {
+  append(text, "{");
+  append_part(text, "format", {{"name", run_format_name}, {"version", run_format_version}});
+  append_part(text, "program", program_as_json(facts));
+  append_part(text, "track", track_as_json(facts));
+  append_part(text, "course", course_as_json(facts));
+  append_part(text, "warnings", warnings_as_json(facts.warnings));
+  append_part(text, "failure", failure_as_json(facts.failure));
+  if (has_result(facts)) {
+    append_result(text, facts, error);
+  } else {
+    for (const char *const part : {"figures", "phases", "charts", "samples"}) append_part(text, part, json());
   }
-};
-
-std::string write_document(const run_facts &facts, error_slot *error) {
-  const swoop *const run = has_result(facts) ? facts.run : nullptr;
-  document_text document;
-  document.add("format", {{"name", run_format_name}, {"version", run_format_version}});
-  document.add("program", program_as_json(facts));
-  document.add("track", track_as_json(facts));
-  document.add("course", course_as_json(facts));
-  document.add("warnings", warnings_as_json(facts.warnings));
-  document.add("failure", failure_as_json(facts.failure));
-  document.add("figures", run != nullptr ? figures_as_json(*run, display_units_for(facts.metric)) : json());
-  document.add("phases", run != nullptr ? phases_as_json(*run) : json());
-  document.add("charts", run != nullptr ? charts_as_json({*run, facts.pond, facts.metric}, error) : json());
-  document.add("samples", run != nullptr ? samples_as_json(*run) : json());
-  document.add("overview", facts.run != nullptr ? overview_as_json(samples_of(*facts.run)) : json());
-  return document.text + "}\n";
+  append_part_name(text, "overview");
+  if (facts.run != nullptr) {
+    append_overview(text, samples_of(*facts.run));
+  } else {
+    append(text, "null");
+  }
+  append(text, {"}\n", 3});  // and the NUL
 }
 
 }  // namespace
 
 owned_text format_run_document(const run_facts &facts, error_slot *error) {
   *error = nullptr;
-  owned_text copy;
-  // The containers of the JSON library throw when memory is short.
-  try {
-    const std::string text = write_document(facts, error);
-    if (*error) return nullptr;
-    copy = try_duplicate(text.c_str());
-  } catch (const std::exception &) {
-    copy.reset();
-  }
-  if (!copy) *error = "failed to allocate memory for document";
-  return copy;
+  document_text text;
+  append_document(text, facts, error);
+  if (*error == nullptr && text.is_short_of_memory) *error = "failed to allocate memory for document";
+  return *error == nullptr ? std::move(text.data) : nullptr;
 }
 
 }  // namespace tarvel

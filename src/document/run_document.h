@@ -45,7 +45,8 @@ struct run_facts {
 };
 
 // The whole document, a line for each of its parts. Null on failure, with "failed to allocate memory for charts" or
-// "failed to allocate memory for document".
+// "failed to allocate memory for document". The JSON library, too, needs memory for small parts; it throws
+// std::bad_alloc, or aborts where a program is built without exceptions.
 [[nodiscard]] owned_text format_run_document(const run_facts &facts, error_slot *error);
 
 }  // namespace tarvel

@@ -1,6 +1,7 @@
 #include "document/track_json.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -43,11 +44,18 @@ std::pair<std::size_t, std::size_t> find_extremes(std::span<const gps_point> sam
                                                   std::size_t end) {
   std::size_t lowest = first;
   std::size_t highest = first;
+  double least = samples[first].pos_wgs84.z;
+  double greatest = least;
   for (std::size_t i = first + 1; i < end; ++i) {
     const double height = samples[i].pos_wgs84.z;
-    if (std::isnan(samples[lowest].pos_wgs84.z)) lowest = highest = i;
-    if (height < samples[lowest].pos_wgs84.z) lowest = i;
-    if (height > samples[highest].pos_wgs84.z) highest = i;
+    if (height < least || std::isnan(least)) {
+      lowest = i;
+      least = height;
+    }
+    if (height > greatest || std::isnan(greatest)) {
+      highest = i;
+      greatest = height;
+    }
   }
   return std::minmax(lowest, highest);
 }
@@ -69,6 +77,27 @@ std::vector<std::size_t> overview_indices(std::span<const gps_point> samples) {
   return indices;
 }
 
+// The interval that half of them do not exceed: nearly always the first one, which then more than half of the samples keep.
+std::int64_t median_interval(std::span<const gps_point> samples) {
+  const auto interval = [&](std::size_t i) { return elapsed(samples[i - 1].time, samples[i].time); };
+  const std::size_t count = samples.size() - 1;
+  std::size_t kept = 0;
+  for (std::size_t i = 1; i <= count; ++i) kept += interval(i) == interval(1) ? 1 : 0;
+  if (kept > count / 2) return interval(1);
+
+  std::vector<std::int64_t> intervals;
+  intervals.reserve(count);
+  for (std::size_t i = 1; i <= count; ++i) intervals.push_back(interval(i));
+  const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>((count - 1) / 2);
+  std::nth_element(intervals.begin(), middle, intervals.end());
+  return *middle;
+}
+
+// Milliseconds since the track's first sample.
+std::int64_t time_in_track(std::span<const gps_point> samples, std::int64_t time) {
+  return elapsed(samples.front().time, time);
+}
+
 }  // namespace
 
 json clock_as_json(std::int64_t time) {
@@ -77,56 +106,59 @@ json clock_as_json(std::int64_t time) {
 }
 
 json time_as_json(std::span<const gps_point> samples, std::int64_t time) {
-  return samples.empty() ? json() : json_integer(elapsed(samples.front().time, time));
+  return samples.empty() ? json() : json_integer(time_in_track(samples, time));
 }
 
 json rate_as_json(std::span<const gps_point> samples) {
   if (samples.size() < 2) return {};
-  std::vector<std::int64_t> intervals;
-  intervals.reserve(samples.size() - 1);
-  for (std::size_t i = 1; i < samples.size(); ++i) intervals.push_back(elapsed(samples[i - 1].time, samples[i].time));
-  const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>((intervals.size() - 1) / 2);
-  std::nth_element(intervals.begin(), middle, intervals.end());
-  return *middle > 0 ? json_thousandths(1000.0 / static_cast<double>(*middle)) : json();
+  const std::int64_t interval = median_interval(samples);
+  return interval > 0 ? json_thousandths(1000.0 / static_cast<double>(interval)) : json();
 }
 
-json overview_as_json(std::span<const gps_point> samples) {
+void append_overview(document_text &text, std::span<const gps_point> samples) {
   const std::vector<std::size_t> indices = overview_indices(samples);
-  json overview = json::object();
-  overview["time"] = json_column(indices, [&](std::size_t i) { return time_as_json(samples, samples[i].time); });
-  overview["height"] =
-      json_column(indices, [&](std::size_t i) { return json_scaled(samples[i].pos_wgs84.z, per_millimetre); });
-  return overview;
+  append(text, "{");
+  append_column(text, "time", append_integer, indices,
+                [&](std::size_t i) { return time_in_track(samples, samples[i].time); });
+  append_column(text, "height", append_integer, indices,
+                [&](std::size_t i) { return scaled_integer(samples[i].pos_wgs84.z, per_millimetre); });
+  append(text, "}");
 }
 
-json samples_as_json(const swoop &run) {
+void append_samples(document_text &text, const swoop &run) {
   const sample_range range = run_range(run);
   const std::span<const gps_point> all = samples_of(run);
   const std::span<const gps_point> samples = samples_of(run, range);
-  const auto column = [&](double factor, auto value_of) {
-    return json_column(samples, [&](const gps_point &s) { return json_scaled(value_of(s), factor); });
+  const auto column = [&](const char *name, auto value_of) {
+    append_column(text, name, append_integer, samples, value_of);
+  };
+  const auto millimetres = [&](const char *name, auto value_of) {
+    column(name, [&](const gps_point &s) { return scaled_integer(value_of(s), per_millimetre); });
+  };
+  const auto hundredths = [&](const char *name, auto value_of) {
+    column(name, [&](const gps_point &s) { return scaled_integer(value_of(s), per_hundredth); });
   };
 
-  json columns = json::object();
-  columns["first"] = range.first;
-  columns["count"] = samples.size();
-  columns["time"] = json_column(samples, [&](const gps_point &s) { return time_as_json(all, s.time); });
-  columns["x"] = column(per_millimetre, [](const gps_point &s) { return s.pos_local.x; });
-  columns["y"] = column(per_millimetre, [](const gps_point &s) { return s.pos_local.y; });
-  columns["z"] = column(per_millimetre, [](const gps_point &s) { return s.pos_local.z; });
-  columns["vx"] = column(per_millimetre, [](const gps_point &s) { return s.vel_local.x; });
-  columns["vy"] = column(per_millimetre, [](const gps_point &s) { return s.vel_local.y; });
-  columns["vz"] = column(per_millimetre, [](const gps_point &s) { return s.vel_local.z; });
-  columns["dive_angle"] = column(per_hundredth, [](const gps_point &s) { return s.dive_angle; });
-  columns["heading"] = column(per_hundredth, [](const gps_point &s) { return s.heading; });
-  columns["turn_angle"] = column(per_hundredth, [](const gps_point &s) { return s.turn_angle; });
-  columns["turn_rate"] = column(per_hundredth, [](const gps_point &s) { return s.turn_rate; });
-  columns["hacc"] = column(per_millimetre, [](const gps_point &s) { return static_cast<double>(s.hacc); });
-  columns["vacc"] = column(per_millimetre, [](const gps_point &s) { return static_cast<double>(s.vacc); });
-  columns["sacc"] = column(per_millimetre, [](const gps_point &s) { return static_cast<double>(s.sacc); });
-  columns["satellites"] = json_column(samples, [](const gps_point &s) { return json(s.numsv); });
-  columns["fix"] = json_column(samples, [](const gps_point &s) { return json(s.gpsfix); });
-  return columns;
+  append(text, "{");
+  append_member(text, "first", range.first);
+  append_member(text, "count", samples.size());
+  column("time", [&](const gps_point &s) { return time_in_track(all, s.time); });
+  millimetres("x", [](const gps_point &s) { return s.pos_local.x; });
+  millimetres("y", [](const gps_point &s) { return s.pos_local.y; });
+  millimetres("z", [](const gps_point &s) { return s.pos_local.z; });
+  millimetres("vx", [](const gps_point &s) { return s.vel_local.x; });
+  millimetres("vy", [](const gps_point &s) { return s.vel_local.y; });
+  millimetres("vz", [](const gps_point &s) { return s.vel_local.z; });
+  hundredths("dive_angle", [](const gps_point &s) { return s.dive_angle; });
+  hundredths("heading", [](const gps_point &s) { return s.heading; });
+  hundredths("turn_angle", [](const gps_point &s) { return s.turn_angle; });
+  hundredths("turn_rate", [](const gps_point &s) { return s.turn_rate; });
+  millimetres("hacc", [](const gps_point &s) { return static_cast<double>(s.hacc); });
+  millimetres("vacc", [](const gps_point &s) { return static_cast<double>(s.vacc); });
+  millimetres("sacc", [](const gps_point &s) { return static_cast<double>(s.sacc); });
+  column("satellites", [](const gps_point &s) { return std::int64_t{s.numsv}; });
+  column("fix", [](const gps_point &s) { return std::int64_t{s.gpsfix}; });
+  append(text, "}");
 }
 
 }  // namespace tarvel

@@ -3,6 +3,7 @@
 
 #include <span>
 
+#include "document/document_text.h"
 #include "document/json_values.h"
 #include "swoop/swoop.h"
 #include "track/gps_track.h"
@@ -14,10 +15,10 @@ namespace tarvel {
 constexpr std::uint32_t overview_points = 4000;
 
 // Time and height of the whole track.
-[[nodiscard]] json overview_as_json(std::span<const gps_point> samples);
+void append_overview(document_text &text, std::span<const gps_point> samples);
 
 // The samples from 15 seconds before the turn to 5 seconds after the stop, in columns.
-[[nodiscard]] json samples_as_json(const swoop &run);
+void append_samples(document_text &text, const swoop &run);
 
 // Samples a second, from the interval that half of the samples do not exceed; null when that is not positive.
 [[nodiscard]] json rate_as_json(std::span<const gps_point> samples);

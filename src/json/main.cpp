@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <optional>
 
 #include "document/run_document.h"
@@ -98,14 +99,25 @@ void set_facts(json_run &work, const json_options &options) {
   work.facts.track_name = options.track;
 }
 
+// The JSON library throws when there is no memory.
+owned_text try_document(const run_facts &facts, error_slot *error) {
+  try {
+    return format_run_document(facts, error);
+  } catch (const std::bad_alloc &) {
+    *error = "failed to allocate memory for document";
+    return nullptr;
+  }
+}
+
 // What there is no memory for is left out of the document, which then says so.
-owned_text format_document(json_run &work) {
+owned_text make_document(json_run &work) {
   error_slot error = nullptr;
-  owned_text document = format_run_document(work.facts, &error);
+  owned_text document = try_document(work.facts, &error);
   if (document) return document;
   work.facts.failure = {run_stage::document, error};
   work.facts.run = nullptr;
-  return format_run_document(work.facts, &error);
+  work.run.reset();  // gives its memory back
+  return try_document(work.facts, &error);
 }
 
 }  // namespace
@@ -123,7 +135,7 @@ int main(int argc, char *argv[]) {
   if (!error) analyze(work, &error);
   work.facts.failure.message = error;
 
-  const owned_text document = format_document(work);
+  const owned_text document = make_document(work);
   if (document) std::fputs(document.get(), stdout);
   if (work.facts.failure.message) std::fprintf(stderr, "tarvel-json: %s\n", work.facts.failure.message);
   exit_program(work.facts.failure.message ? EXIT_FAILURE : EXIT_SUCCESS);

@@ -7,6 +7,18 @@
 namespace tarvel {
 namespace {
 
+json overview_of(std::span<const gps_point> samples) {
+  document_text text;
+  append_overview(text, samples);
+  return json::parse(std::string_view(text.data.get(), text.size));
+}
+
+json samples_of_document(const swoop &run) {
+  document_text text;
+  append_samples(text, run);
+  return json::parse(std::string_view(text.data.get(), text.size));
+}
+
 // One every interval ms, at heights 0, 1, 2, ... m.
 std::vector<gps_point> rising_samples(std::size_t count, std::int64_t interval) {
   std::vector<gps_point> samples(count);
@@ -18,7 +30,7 @@ std::vector<gps_point> rising_samples(std::size_t count, std::int64_t interval) 
 }
 
 TEST(overview_test, has_every_sample_of_a_short_track) {
-  const json overview = overview_as_json(rising_samples(overview_points, 100));
+  const json overview = overview_of(rising_samples(overview_points, 100));
   ASSERT_EQ(overview["time"].size(), overview_points);
   EXPECT_EQ(overview["time"][3], 300);
   EXPECT_EQ(overview["height"][3], 3000);
@@ -28,7 +40,7 @@ TEST(overview_test, has_the_extremes_of_a_long_track) {
   std::vector<gps_point> samples = rising_samples(100'000, 100);  // 50 samples a slice
   samples[70].pos_wgs84.z = -7.0;
   samples[60].pos_wgs84.z = 9999.0;
-  const json overview = overview_as_json(samples);
+  const json overview = overview_of(samples);
   ASSERT_EQ(overview["time"].size(), overview_points);
   EXPECT_EQ(overview["height"][0], 0);
   EXPECT_EQ(overview["height"][1], 49'000);
@@ -43,7 +55,7 @@ TEST(overview_test, passes_over_heights_that_are_no_numbers) {
   std::vector<gps_point> samples = rising_samples(100'000, 100);
   samples[0].pos_wgs84.z = not_a_number;
   samples[50].pos_wgs84.z = endless;
-  const json overview = overview_as_json(samples);
+  const json overview = overview_of(samples);
   EXPECT_EQ(overview["height"][0], 1000);
   EXPECT_EQ(overview["height"][1], 49'000);
   EXPECT_TRUE(overview["height"][2].is_null());
@@ -62,6 +74,9 @@ const rate_case rate_cases[] = {
     {"no sample", {}, nullptr},
     {"a clock that stands", {7, 7, 7}, nullptr},
     {"thirds are rounded", {0, 300, 600}, 3.333},
+    {"the first interval is another", {0, 50, 250, 450, 650}, 5.0},
+    {"half of the intervals are the first", {0, 300, 600, 700, 900}, 5.0},
+    {"all intervals differ", {0, 300, 400, 600}, 5.0},
 };
 
 TEST(rate_test, is_that_of_the_median_interval) {
@@ -82,7 +97,7 @@ swoop run_with_turn(std::size_t count, std::int64_t interval) {
 }
 
 TEST(samples_test, begin_15_seconds_before_the_turn_and_end_5_seconds_behind_the_stop) {
-  const json samples = samples_as_json(run_with_turn(1000, 100));
+  const json samples = samples_of_document(run_with_turn(1000, 100));
   EXPECT_EQ(samples["first"], 50);
   EXPECT_EQ(samples["count"], 301);
   EXPECT_EQ(samples["time"].front(), 5000);
@@ -94,7 +109,7 @@ TEST(samples_test, begin_15_seconds_before_the_turn_and_end_5_seconds_behind_the
 }
 
 TEST(samples_test, end_with_the_track) {
-  const json samples = samples_as_json(run_with_turn(301, 1000));
+  const json samples = samples_of_document(run_with_turn(301, 1000));
   EXPECT_EQ(samples["first"], 185);
   EXPECT_EQ(samples["count"], 116);
 }
@@ -104,7 +119,7 @@ TEST(samples_test, are_limited_whatever_the_clock_says) {
   swoop run = run_of(rising_samples(10'000, 0));
   run.top_of_turn = 5000;
   run.stop = 5001;
-  const json samples = samples_as_json(run);
+  const json samples = samples_of_document(run);
   EXPECT_EQ(samples["first"], 3000);
   EXPECT_EQ(samples["count"], 4002);
 }
@@ -117,7 +132,7 @@ TEST(samples_test, are_millimetres_and_hundredths_of_degrees) {
   sample.heading = 359.996;
   sample.turn_rate = -0.126;
   sample.hacc = 0.25F;
-  const json samples = samples_as_json(run);
+  const json samples = samples_of_document(run);
   EXPECT_EQ(samples["x"][15], 1235);
   EXPECT_EQ(samples["y"][15], 0);
   EXPECT_TRUE(samples["z"][15].is_null());
