@@ -13,12 +13,14 @@ constexpr std::size_t first_capacity = 256 * 1024;
 
 constexpr std::size_t longest_integer = 20;  // a minus and 19 digits
 
+bool grow(document_text &text, std::size_t length) {
+  const bool has_grown = try_reserve(text.data, text.capacity, std::uint64_t{text.size} + length, first_capacity);
+  if (!has_grown) text.is_short_of_memory = true;
+  return has_grown;
+}
+
 bool make_room(document_text &text, std::size_t length) {
-  if (text.capacity - text.size >= length) return true;
-  if (!try_reserve(text.data, text.capacity, std::uint64_t{text.size} + length, first_capacity)) {
-    text.is_short_of_memory = true;
-  }
-  return !text.is_short_of_memory;
+  return text.capacity - text.size >= length || grow(text, length);
 }
 
 void append_digits(document_text &text, std::int64_t value) {
@@ -33,6 +35,10 @@ void append(document_text &text, std::string_view more) {
   if (!make_room(text, more.size())) return;
   std::copy(more.begin(), more.end(), text.data.get() + text.size);
   text.size += more.size();
+}
+
+void append(document_text &text, char more) {
+  if (make_room(text, 1)) text.data[text.size++] = more;
 }
 
 void append_separator(document_text &text) {

@@ -21,6 +21,7 @@ struct document_text {
 };
 
 void append(document_text &text, std::string_view more);
+void append(document_text &text, char more);
 
 // A comma, but not behind an opening bracket or at the beginning of a line.
 void append_separator(document_text &text);
@@ -43,12 +44,13 @@ template <typename number, typename range, typename conversion>
 void append_column(document_text &text, std::string_view name, void (*append_number)(document_text &, number),
                    const range &elements, conversion value_of) {
   append_name(text, name);
-  append(text, "[");
+  char before = '[';
   for (const auto &element : elements) {
-    append_separator(text);
+    append(text, before);
     append_number(text, value_of(element));
+    before = ',';
   }
-  append(text, "]");
+  append(text, std::empty(elements) ? "[]" : "]");
 }
 
 }  // namespace tarvel

@@ -60,21 +60,29 @@ std::pair<std::size_t, std::size_t> find_extremes(std::span<const gps_point> sam
   return std::minmax(lowest, highest);
 }
 
-std::vector<std::size_t> overview_indices(std::span<const gps_point> samples) {
-  std::vector<std::size_t> indices;
-  indices.reserve(std::min<std::size_t>(samples.size(), overview_points));
+struct overview_point {
+  std::int64_t time = 0;    // since the track's first sample, ms
+  std::int64_t height = 0;  // mm
+};
+
+std::vector<overview_point> overview_of(std::span<const gps_point> samples) {
+  std::vector<overview_point> points;
+  points.reserve(std::min<std::size_t>(samples.size(), overview_points));
+  const auto add = [&](const gps_point &sample) {
+    points.push_back({elapsed(samples.front().time, sample.time), scaled_integer(sample.pos_wgs84.z, per_millimetre)});
+  };
   if (samples.size() <= overview_points) {
-    for (std::size_t i = 0; i < samples.size(); ++i) indices.push_back(i);
-    return indices;
+    for (const gps_point &sample : samples) add(sample);
+    return points;
   }
   constexpr std::size_t slices = overview_points / 2;
   for (std::size_t slice = 0; slice < slices; ++slice) {
     const auto [first, second] =
         find_extremes(samples, samples.size() * slice / slices, samples.size() * (slice + 1) / slices);
-    indices.push_back(first);
-    if (second != first) indices.push_back(second);
+    add(samples[first]);
+    if (second != first) add(samples[second]);
   }
-  return indices;
+  return points;
 }
 
 // The interval that half of them do not exceed: nearly always the first one, which then more than half of the samples keep.
@@ -116,12 +124,10 @@ json rate_as_json(std::span<const gps_point> samples) {
 }
 
 void append_overview(document_text &text, std::span<const gps_point> samples) {
-  const std::vector<std::size_t> indices = overview_indices(samples);
+  const std::vector<overview_point> points = overview_of(samples);
   append(text, "{");
-  append_column(text, "time", append_integer, indices,
-                [&](std::size_t i) { return time_in_track(samples, samples[i].time); });
-  append_column(text, "height", append_integer, indices,
-                [&](std::size_t i) { return scaled_integer(samples[i].pos_wgs84.z, per_millimetre); });
+  append_column(text, "time", append_integer, points, [](const overview_point &point) { return point.time; });
+  append_column(text, "height", append_integer, points, [](const overview_point &point) { return point.height; });
   append(text, "}");
 }
 

@@ -132,6 +132,12 @@ class DocumentTest(unittest.TestCase):
         for part, name in (("track", "carve.csv"), ("course", "matrix.txt")):
             digest = hashlib.sha256((self.place / name).read_bytes()).hexdigest()
             self.assertEqual(document[part]["sha256"], digest)
+        subprocess.run([TARVEL, "-d", "carve.csv"], cwd=self.place, capture_output=True, check=True)
+        container = self.place / "carve.tvl"
+        container.write_bytes(container.read_bytes() + bytes(100_000))
+        for name, status in (("tagged.csv", 0), ("carve.tvl", 0), ("README.md", 1), ("walk.csv", 1)):
+            digest = hashlib.sha256((self.place / name).read_bytes()).hexdigest()
+            self.assertEqual(self.document_of(name, status=status)["track"]["sha256"], digest, name)
 
     def test_the_course_that_an_index_leads_to(self):
         (self.place / "matrix.txt").rename(self.place / "south.txt")

@@ -7,6 +7,7 @@ if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   list(APPEND tarvel_json_environment "TARVEL_IS_SANITIZED=1")
 endif()
 
+tarvel_test(json/input_stream_test USES tarvel_json)
 tarvel_test(json/json_program_test USES tarvel_support)
 add_dependencies(json_program_test tarvel-json)
 set_property(TEST json/json_program_test APPEND PROPERTY ENVIRONMENT "TARVEL_PROGRAM=$<TARGET_FILE:tarvel-json>")

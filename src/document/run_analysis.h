@@ -1,0 +1,30 @@
+// The work that a document tells of: a track's stream is read and its run analysed.
+#pragma once
+
+#include <cstdio>
+#include <optional>
+
+#include "document/run_document.h"
+#include "support/memory.h"
+#include "support/text_buffer.h"
+#include "swoop/swoop.h"
+#include "track/course.h"
+
+namespace tarvel {
+
+// What the facts of a document point to. It stays where it is as long as they do.
+struct analysed_run {
+  text_buffer warnings;
+  owned_record<swoop> run;
+  std::optional<course> flown;  // null without a course; its pond turns with the run's frame
+};
+
+// Reads the seekable stream of a track; facts.track_name is that of the run. Gives the facts warnings and run. Fails with
+// "malloc() failed" (the warnings) or a message of swoop_create, in facts.failure.
+void read_run(std::FILE *track, analysed_run &work, run_facts &facts);
+
+// Analyses it over the course in the work, or without one. Gives the facts course and pond. Fails with a message of
+// analyze_swoop, in facts.failure.
+void analyse_run(analysed_run &work, run_facts &facts);
+
+}  // namespace tarvel
