@@ -3,6 +3,10 @@
 // the user's sake (an output that would replace an input, for one) is not refused here.
 //
 //   engine_program [-dimp] [-t time] [-g gate] [swoop]
+//
+// With the digests of the track and of its course file it writes what tarvel-json prints to document.json instead:
+//
+//   engine_program -s digest [-c digest] [-im] [-t time] swoop
 #include <getopt.h>
 
 #include <cstdio>
@@ -13,6 +17,8 @@
 
 #include "chart/run_charts.h"
 #include "container/tvl_file.h"
+#include "document/run_analysis.h"
+#include "document/run_document.h"
 #include "driver/file_handle.h"
 #include "formats/coord_dump.h"
 #include "formats/course_file.h"
@@ -20,6 +26,7 @@
 #include "gate/gate_open.h"
 #include "geo/course_frame.h"
 #include "support/integer.h"
+#include "support/version.h"
 #include "swoop/analysis.h"
 #include "swoop/report.h"
 #include "swoop/trimmed_range.h"
@@ -35,11 +42,13 @@ struct settings {
   std::uint32_t time_aloft = 0;
   const char *gate = nullptr;
   const char *swoop = nullptr;
+  const char *track_sha256 = nullptr;
+  const char *course_sha256 = nullptr;
 };
 
 settings parse_settings(int argc, char *argv[]) {
   settings given;
-  for (int option = getopt(argc, argv, "dimpt:g:"); option != -1; option = getopt(argc, argv, "dimpt:g:")) {
+  for (int option = 0; (option = getopt(argc, argv, "dimpt:g:s:c:")) != -1;) {
     switch (option) {
       case 'd': given.debug = true; break;
       case 'i': given.implicit_gate = true; break;
@@ -47,6 +56,8 @@ settings parse_settings(int argc, char *argv[]) {
       case 'p': given.pond = true; break;
       case 't': given.time_aloft = truncate_to_uint32(std::strtod(optarg, nullptr) * 1000.0); break;
       case 'g': given.gate = optarg; break;
+      case 's': given.track_sha256 = optarg; break;
+      case 'c': given.course_sha256 = optarg; break;
       default: std::exit(2);
     }
   }
@@ -114,10 +125,11 @@ void survey(const settings &given) {
              [&](std::FILE *file) { write_kml(file, surveyed->track[0].time, samples_of(*surveyed), &ends); });
 }
 
-std::optional<course> find_course(const char *swoop_file) {
+// The path becomes that of the file in which it was found.
+std::optional<course> find_course(const char *swoop_file, std::string &path) {
   course found;
   course_link link;
-  std::string path = "matrix.txt";
+  path = "matrix.txt";
   for (;;) {
     const file_handle file = open_file(path.c_str(), "rb");
     error_slot error = nullptr;
@@ -164,7 +176,8 @@ void analyse(const settings &given) {
   const std::string map = with_extension(given.swoop, "kml");
   write_track_map(*run, map);
 
-  const std::optional<course> flown = given.implicit_gate ? std::nullopt : find_course(given.swoop);
+  std::string course_file;
+  const std::optional<course> flown = given.implicit_gate ? std::nullopt : find_course(given.swoop, course_file);
   error_slot error = nullptr;
   analyze_swoop(*run, flown ? gate_type_course : gate_type_implicit, flown ? flown->matrix : mat4(),
                 flown ? flown->theta : 0.0, &error);
@@ -185,11 +198,45 @@ void analyse(const settings &given) {
   write_file("charts.txt", [&](std::FILE *file) { print_charts(file, *run, flown, given.metric); });
 }
 
+// The name and the version are those of tarvel-json, so that nothing else should differ.
+void write_document(const settings &given) {
+  const std::string version_number = std::string(version).substr(8, std::string(version).find(' ', 8) - 8);
+  run_facts facts;
+  facts.program = "tarvel-json";
+  facts.version = version_number.c_str();
+  facts.implicit_gate = given.implicit_gate;
+  facts.metric = given.metric;
+  facts.time_aloft = given.time_aloft;
+  facts.track_name = given.swoop;
+  facts.track_sha256 = given.track_sha256;
+
+  analysed_run work;
+  std::string course_file;
+  const file_handle track = open_file(given.swoop, "rb");
+  read_run(track.get(), work, facts);
+  if (facts.failure.message == nullptr && !given.implicit_gate) {
+    work.flown = find_course(given.swoop, course_file);
+    facts.course_name = course_file.c_str();
+    facts.course_sha256 = given.course_sha256;
+  }
+  if (facts.failure.message == nullptr) analyse_run(work, facts);
+
+  error_slot error = nullptr;
+  const owned_text document = format_run_document(facts, &error);
+  stop_at(error);
+  write_file("document.json", [&](std::FILE *file) { std::fputs(document.get(), file); });
+  if (facts.failure.message != nullptr) std::exit(1);
+}
+
 }  // namespace
 }  // namespace tarvel
 
 int main(int argc, char *argv[]) {
   const tarvel::settings given = tarvel::parse_settings(argc, argv);
+  if (given.track_sha256 != nullptr) {
+    tarvel::write_document(given);
+    return 0;
+  }
   if (given.gate != nullptr) tarvel::survey(given);
   if (given.swoop != nullptr) tarvel::analyse(given);
   return 0;

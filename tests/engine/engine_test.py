@@ -3,8 +3,13 @@
 Whatever a pilot reads of a run must be the same byte for byte. Only the frame that a survey finds may differ: it is
 computed with sines and cosines, whose last bits every C library rounds in its own way, and has the earth's radius as
 its lever: less than a millimetre, which may turn the last digit in a course file.
+
+For the same reason the numbers that a document has at full precision may differ in their last digits, as every position
+in a run's frame comes from such a sine. The texts and the lists of integers and thousandths beside them are the same.
 """
 
+import hashlib
+import json
 import os
 import pathlib
 import re
@@ -17,11 +22,13 @@ import unittest
 
 source = pathlib.Path(os.environ["TARVEL_SOURCE_DIR"])
 tarvel = os.environ["TARVEL_PROGRAM"]
+tarvel_json = os.environ["TARVEL_JSON_PROGRAM"]
 engine = []
 
 frame_bytes = slice(44, 180)  # of a survey's container: matrix and theta, 17 doubles
 course_number = re.compile(rb"-?\d+\.\d+")
 runs = ("carve", "implicit", "reversed", "straight", "tagged")
+document_options = ((), ("-m",), ("-i",), ("-i", "-m"), ("-t", "5"))
 options = ((), ("-m",), ("-d",), ("-i",), ("-i", "-m", "-d"), ("-t", "5"))
 
 
@@ -91,6 +98,49 @@ class EngineTest(unittest.TestCase):
         left = self.compare(["-d", "-p", "-g", "walk.csv"], self.example("walk.csv"))
         self.compare(["-p", "-g", "walk.tvl"], {"walk.tvl": left["walk.tvl"]})
         self.compare(["-d", "carve.csv"], {"matrix.txt": left["matrix.txt"], **self.example("carve.csv")})
+
+    def full_precision(self, document):
+        """Takes the numbers of full precision out of a document and returns them by name."""
+        numbers = {}
+        for name, figure in (document["figures"] or {}).items():
+            numbers[name] = figure.pop("value")
+        for name, phase in (document["phases"] or {}).items():
+            for member, value in list((phase or {}).items()):
+                if isinstance(value, float):
+                    numbers[name, member] = phase.pop(member)
+        for row, values in enumerate(document["course"].pop("frame") or []):
+            for column, value in enumerate(values):
+                numbers[row, column] = value
+        return numbers
+
+    def compare_documents(self, arguments, files):
+        folder = self.folder / "documents"
+        folder.mkdir(exist_ok=True)
+        for file, content in files.items():
+            (folder / file).write_bytes(content)
+        digests = ["-s", hashlib.sha256(files[arguments[-1]]).hexdigest(),
+                   "-c", hashlib.sha256(files["matrix.txt"]).hexdigest()]
+        native = subprocess.run([tarvel_json, *arguments], cwd=folder, capture_output=True, timeout=240)
+        other = subprocess.run([*engine, *digests, *arguments], cwd=folder, capture_output=True, timeout=240)
+        self.assertEqual(native.returncode, other.returncode)
+        printed = native.stdout, (folder / "document.json").read_bytes()
+        if printed[0] == printed[1]:
+            return
+        documents = [json.loads(document) for document in printed]
+        numbers, other_numbers = map(self.full_precision, documents)
+        self.assertEqual(*documents)
+        self.assertEqual(list(numbers), list(other_numbers))
+        for name, value in numbers.items():
+            self.assertAlmostEqual(value, other_numbers[name], delta=1e-6, msg=name)
+
+    def test_documents(self):
+        golden = source / "tests" / "golden" / "driver"
+        files = self.example(*(f"{run}.csv" for run in runs), "walk.csv", "matrix.txt")
+        files |= {name: (golden / name).read_bytes() for name in ("small.csv", "small.tvl")}
+        for run in files.keys() - {"matrix.txt"}:
+            for given in document_options:
+                with self.subTest(run=run, options=given):
+                    self.compare_documents([*given, run], files)
 
     def test_messages(self):
         course = self.example("matrix.txt", "carve.csv")
