@@ -1,0 +1,83 @@
+// The x axis of the curves: which samples of a run stand on it, and where.
+import { Run, findMark } from "./runs";
+
+export type AxisKind = "time" | "distance" | "height";
+export type Alignment = "entry_gate" | "turn" | "rollout_start" | "touchdown";
+
+// In ascending order of their values, of which no two are equal.
+export interface AxisSamples {
+  samples: Int32Array;
+  values: Float64Array; // s from the moment of the alignment, m to the gate along the course, or m above the gate
+  places: Int32Array; // of each sample of the run: its index in the others, or -1
+}
+
+// The moment at which runs are laid over each other, in seconds of the run's own time. A run that has no such moment is
+// laid by its gate, its stop, or its first sample.
+export function momentOf(run: Run, alignment: Alignment): number {
+  for (const key of [alignment, "entry_gate", "stop"]) {
+    const time = findMark(run, key)?.phase.time;
+    if (time !== undefined && time !== null) return time / 1000;
+  }
+  return run.time[0];
+}
+
+function gather(run: Run, ascending: number[], values: Float64Array): AxisSamples {
+  const places = new Int32Array(run.count).fill(-1);
+  ascending.forEach((sample, place) => (places[sample] = place));
+  return {
+    samples: Int32Array.from(ascending),
+    values: Float64Array.from(ascending, (sample) => values[sample]),
+    places,
+  };
+}
+
+// Samples whose value lies above that of all samples before them.
+function rising(values: Float64Array): number[] {
+  const kept: number[] = [];
+  let highest = -Infinity;
+  values.forEach((value, i) => {
+    if (value > highest) {
+      highest = value;
+      kept.push(i);
+    }
+  });
+  return kept;
+}
+
+// The stretch around the gate in which the run moves along the course: further back it turns, and meets places twice.
+function forwards(run: Run): number[] {
+  let from = findMark(run, "entry_gate")?.sample ?? run.x.findIndex((x) => x >= 0);
+  if (from < 0) from = findMark(run, "rollout_end")?.sample ?? 0;
+  let to = from;
+  while (from > 0 && run.x[from - 1] < run.x[from]) --from;
+  while (to + 1 < run.count && run.x[to + 1] > run.x[to]) ++to;
+  return Array.from({ length: to - from + 1 }, (_, i) => from + i);
+}
+
+export function axisSamples(run: Run, kind: AxisKind, alignment: Alignment): AxisSamples {
+  switch (kind) {
+    case "time": {
+      const moment = momentOf(run, alignment);
+      const values = run.time.map((time) => time - moment);
+      return gather(run, rising(values), values);
+    }
+    case "distance":
+      return gather(run, forwards(run).filter((i) => Number.isFinite(run.x[i])), run.x);
+    case "height":
+      // Each height once: the samples that are lower than all before them.
+      return gather(run, rising(run.height.map((height) => -height)).reverse(), run.height);
+  }
+}
+
+// The index of the value that lies nearest; the first of two that lie as near. -1 where there are none.
+export function nearest(values: Float64Array, value: number): number {
+  let low = 0;
+  let high = values.length;
+  while (low < high) {
+    const middle = (low + high) >> 1;
+    if (values[middle] < value) low = middle + 1;
+    else high = middle;
+  }
+  if (low === values.length) return values.length - 1;
+  return low > 0 && value - values[low - 1] <= values[low] - value ? low - 1 : low;
+}

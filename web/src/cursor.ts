@@ -1,0 +1,28 @@
+// The one cursor: a sample of the first run, and who wants to know when it moves.
+
+type Listener = (sample: number, source: unknown) => void;
+
+export class Cursor {
+  private listeners: Listener[] = [];
+
+  constructor(
+    private readonly count: number,
+    private current: number,
+  ) {}
+
+  get sample(): number {
+    return this.current;
+  }
+
+  // source is handed on, so that what moved the cursor does not follow itself.
+  move(sample: number, source: unknown = null): void {
+    const next = Math.max(0, Math.min(this.count - 1, Math.round(sample)));
+    if (Number.isNaN(next) || next === this.current) return;
+    this.current = next;
+    for (const listener of this.listeners) listener(next, source);
+  }
+
+  listen(listener: Listener): void {
+    this.listeners.push(listener);
+  }
+}

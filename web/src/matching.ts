@@ -1,0 +1,42 @@
+// Which sample of each run belongs to the cursor's sample of the first one: the nearest on the x axis of the curves.
+import { Alignment, AxisKind, AxisSamples, axisSamples, nearest } from "./axis";
+import { Run } from "./runs";
+
+export class Matching {
+  readonly axes: AxisSamples[];
+  private readonly times: AxisSamples[];
+
+  constructor(
+    readonly runs: Run[],
+    readonly kind: AxisKind,
+    readonly alignment: Alignment,
+  ) {
+    this.axes = runs.map((run) => axisSamples(run, kind, alignment));
+    this.times = kind === "time" ? this.axes : runs.map((run) => axisSamples(run, "time", alignment));
+  }
+
+  // Of each run, -1 for one that has no samples there. A sample that the axis has not is matched by its time.
+  of(sample: number): Int32Array {
+    const place = this.axes[0].places[sample];
+    const axes = place < 0 ? this.times : this.axes;
+    const value = axes[0].values[axes[0].places[sample]];
+    return Int32Array.from(axes, (axis, run) => {
+      if (run === 0) return sample;
+      const index = value === undefined ? -1 : nearest(axis.values, value);
+      return index < 0 ? -1 : axis.samples[index];
+    });
+  }
+
+  // The sample of the first run that is nearest to a value of the axis.
+  sampleAt(value: number): number {
+    return this.axes[0].samples[nearest(this.axes[0].values, value)] ?? 0;
+  }
+
+  // The sample of the first run that belongs to a sample of another one.
+  sampleFor(run: number, sample: number): number {
+    if (run === 0) return sample;
+    const axes = this.axes[run].places[sample] < 0 ? this.times : this.axes;
+    const place = axes[run].places[sample];
+    return place < 0 ? 0 : axes[0].samples[nearest(axes[0].values, axes[run].values[place])];
+  }
+}
