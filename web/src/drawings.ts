@@ -1,0 +1,69 @@
+// The views and the curves of some runs in one set of units, on the screen or on paper.
+import { Alignment, AxisKind, AxisSamples, momentOf } from "./axis";
+import { Palette } from "./colours";
+import { Cursor } from "./cursor";
+import { Curves, Stretch, axisTitle } from "./curves";
+import { Matching } from "./matching";
+import { Panel } from "./panels";
+import { Run, findMark, turnToStop } from "./runs";
+import { sceneFromAbove, sceneFromTheSide } from "./scene";
+import { Units } from "./units";
+import { View } from "./view";
+
+export const alignments: { value: Alignment; text: string }[] = [
+  { value: "entry_gate", text: "gate" },
+  { value: "turn", text: "start of turn" },
+  { value: "rollout_start", text: "start of rollout" },
+  { value: "touchdown", text: "touchdown" },
+];
+
+export function alignmentName(alignment: Alignment): string {
+  return alignments.find(({ value }) => value === alignment)!.text;
+}
+
+// From a little before the turn to a little after the stop, and what the axis has at most.
+export function stretchOf(axes: AxisSamples[], runs: Run[], kind: AxisKind): Stretch {
+  const ends = axes.flatMap(({ values }) => (values.length > 0 ? [values[0], values[values.length - 1]] : []));
+  const whole: [number, number] = ends.length > 0 ? [Math.min(...ends), Math.max(...ends)] : [0, 1];
+  const [from, to] = turnToStop(runs[0]);
+  const { places, values } = axes[0];
+  const at = (sample: number, otherwise: number) => (places[sample] >= 0 ? values[places[sample]] : otherwise);
+  let shown: [number, number] = whole;
+  if (kind === "time") shown = [at(from, whole[0]) - 1, at(to, whole[1]) + 1];
+  if (kind === "height") shown = [whole[0], at(from, whole[1])];
+  if (kind === "distance") shown = [whole[0], at(to, whole[1])];
+  const limited: [number, number] = [Math.max(whole[0], shown[0]), Math.min(whole[1], shown[1])];
+  return new Stretch(whole, limited[0] < limited[1] ? limited : whole);
+}
+
+// Where the phases of a run stand on its x axis.
+function marksOn(run: Run, { kind, alignment, axes }: Matching): { value: number; isGate: boolean }[] {
+  const shown = ["turn", "rollout_start", "rollout_end", "entry_gate", "exit_gate", "touchdown"];
+  return shown.flatMap((key) => {
+    const mark = findMark(run, key);
+    if (!mark || mark.phase.time === null) return [];
+    const { places, values } = axes[0];
+    const onAxis = places[mark.sample] < 0 ? NaN : values[places[mark.sample]];
+    const isGate = key === "entry_gate";
+    if (kind === "time") return [{ value: mark.phase.time / 1000 - momentOf(run, alignment), isGate }];
+    if (kind === "distance" && isGate) return [{ value: 0, isGate }];
+    return Number.isFinite(onAxis) ? [{ value: onAxis, isGate }] : [];
+  });
+}
+
+export function makeCurves(panels: Panel[], matching: Matching, stretch: Stretch, units: Units, palette: Palette, cursor: Cursor | null): Curves {
+  return new Curves(panels, {
+    kind: matching.kind,
+    axisTitle: axisTitle(matching.kind, alignmentName(matching.alignment), units),
+    stretch,
+    units,
+    palette,
+    marks: marksOn(matching.runs[0], matching),
+    pick: (value) => cursor?.move(matching.sampleAt(value)),
+  });
+}
+
+export function makeViews(matching: Matching, units: Units, pixelRatio: number, cursor: Cursor | null): View[] {
+  const pick = (run: number, sample: number) => cursor?.move(matching.sampleFor(run, sample));
+  return [sceneFromAbove(matching.runs), sceneFromTheSide(matching.runs)].map((scene) => new View(scene, { units, pixelRatio, pick }));
+}
