@@ -10,3 +10,4 @@ function(tarvel_module_test name)
 endfunction()
 
 tarvel_module_test(modules_test)
+tarvel_module_test(figures_test)

@@ -1,0 +1,32 @@
+// Figures and intervals as the page words them.
+import assert from "node:assert/strict";
+import { test } from "node:test";
+
+import { checkOf, intervalText } from "../../web/src/check.ts";
+import { differenceText, figureText } from "../../web/src/figures.ts";
+import { imperial, metric } from "../../web/src/units.ts";
+import { runDocument } from "./sample_run.mjs";
+
+test("a figure is the report's text in the report's units, and has its digits in the others", () => {
+  const speed = { value: 34.34647685744649, unit: "m/s", text: "76.8", text_unit: "mph" };
+  assert.equal(figureText(speed, imperial), "76.8");
+  assert.equal(figureText(speed, metric), "123.6");
+  const offset = { value: -1.179498529752891, unit: "m", text: "-4", text_unit: "ft" };
+  assert.equal(figureText(offset, imperial), "−4");
+  assert.equal(figureText(offset, metric), "−1");
+  assert.equal(figureText({ value: null, unit: "m/s", text: "----", text_unit: "mph" }, imperial), "–");
+  assert.equal(differenceText(speed, { ...speed, value: 35.34647685744649 }, metric), "+3.6");
+  assert.equal(differenceText(speed, speed, imperial), "0.0");
+  const turn = { value: 270, unit: "deg", text: "270", text_unit: "deg", direction: "left-hand" };
+  assert.equal(differenceText(turn, { ...turn, direction: "right-hand" }, imperial), "other side");
+});
+
+test("an interval is rounded outward, and a document without a check has none", () => {
+  const source = { ...runDocument([{ x: 1 }]), check: { verdict: "good", intervals: { entry_gate_speed: { low: 34.0, high: 34.5 }, rotation: "?" }, reasons: [{ code: "gap", severity: "note", text: "words" }] } };
+  const check = checkOf(source);
+  const speed = { value: 34.3, unit: "m/s", text: "76.7", text_unit: "mph" };
+  assert.equal(intervalText(check, "entry_gate_speed", speed, imperial), "76.0 … 77.2"); // 76.056 and 77.174
+  assert.equal(intervalText(check, "rotation", speed, imperial), "");
+  assert.deepEqual(check.reasons, [{ code: "gap", weight: "note", text: "words" }]);
+  assert.equal(checkOf(runDocument([{ x: 1 }])), null);
+});

@@ -1,0 +1,193 @@
+// The figures of the report: those that score as tiles, the phases as a table, and several runs beside each other.
+import { Check, intervalText } from "./check";
+import { Palette, runColour } from "./colours";
+import { RunDocument, Figure } from "./document";
+import { element } from "./dom";
+import { Units, fixed, signed, withUnit, Quantity } from "./units";
+
+const quantities: Record<Figure["unit"], Quantity> = { m: "length", "m/s": "speed", s: "time", deg: "angle" };
+const decimals: Record<Quantity, number> = { length: 0, speed: 1, time: 2, angle: 0, rate: 0, count: 0 };
+
+export function quantityOf(figure: Figure): Quantity {
+  return quantities[figure.unit];
+}
+
+export function decimalsOf(figure: Figure): number {
+  return decimals[quantityOf(figure)];
+}
+
+// As the report prints it in these units, without the unit. The report's own text where it is in them.
+export function figureText(figure: Figure, units: Units): string {
+  if (figure.value === null) return "–";
+  const quantity = quantityOf(figure);
+  const isPrinted = quantity === "time" || quantity === "angle" || figure.text_unit === units.unit(quantity);
+  return isPrinted ? figure.text.trim().replace("-", "−") : printed(figure.value * units.factor(quantity), decimals[quantity]);
+}
+
+// With the report's minus before a 0, which figures that are rounded to it have.
+function printed(value: number, digits: number): string {
+  return Number.isFinite(value) ? value.toFixed(digits).replace("-", "−") : fixed(value, digits);
+}
+
+export function figureWithUnit(figure: Figure, units: Units): string {
+  const text = figureText(figure, units);
+  return figure.value === null ? text : withUnit(text, units.unit(quantityOf(figure)));
+}
+
+// The other's less the first's; empty when one of them has none.
+export function differenceText(first: Figure, other: Figure, units: Units): string {
+  if (first.value === null || other.value === null) return "";
+  if (first.direction !== other.direction) return "other side";
+  const quantity = quantityOf(first);
+  return signed((other.value - first.value) * units.factor(quantity), decimals[quantity]);
+}
+
+interface Score {
+  key: string;
+  name: string;
+  behind?: { key: string; text: string }; // a second figure, in words
+}
+
+const scores: Score[] = [
+  { key: "entry_gate_speed", name: "Entry gate speed" },
+  { key: "carve_time", name: "Speed carve time", behind: { key: "exit_gate_speed", text: "at the exit gate" } },
+  { key: "stop_distance", name: "Distance to stop" },
+  { key: "touchdown_distance", name: "Touchdown estimate", behind: { key: "touchdown_speed", text: "at touchdown" } },
+  { key: "rotation", name: "Degrees of rotation" },
+  { key: "turn_time", name: "Time to execute turn" },
+  { key: "rollout_time", name: "Time during rollout" },
+  { key: "aloft_time", name: "Time aloft during swoop" },
+];
+
+// A straight run has no carve time; it is not listed there as missing.
+function scoresOf(documents: RunDocument[]): Score[] {
+  const hasCarve = documents.some((each) => each.figures?.carve_time.value != null);
+  return scores.filter(({ key }) => key !== "carve_time" || hasCarve);
+}
+
+interface PhaseRow {
+  name: string;
+  key: string;
+  speed?: string;
+}
+
+const phaseRows: PhaseRow[] = [
+  { name: "Exited airplane", key: "exit" },
+  { name: "Initiated turn", key: "turn" },
+  { name: "Max vertical speed", key: "max_vertical_speed", speed: "max_vertical_speed" },
+  { name: "Started rollout", key: "rollout_start", speed: "rollout_start_vertical_speed" },
+  { name: "Finished rollout", key: "rollout_end" },
+  { name: "Max total speed", key: "max_total_speed", speed: "max_total_speed" },
+  { name: "Max horizontal speed", key: "max_horizontal_speed", speed: "max_horizontal_speed" },
+];
+
+function intervalNote(check: Check | null, key: string, figure: Figure, units: Units): HTMLElement | null {
+  const text = intervalText(check, key, figure, units);
+  return text === "" ? null : element("span", { class: "interval", title: "holds the truth in 95 of 100 runs" }, text);
+}
+
+export function scoreTiles(document: RunDocument, check: Check | null, units: Units): HTMLElement {
+  const list = element("dl", { class: "tiles" });
+  const figures = document.figures;
+  if (!figures) return list;
+  for (const { key, name, behind } of scoresOf([document])) {
+    const figure = figures[key];
+    const more = behind ? figures[behind.key] : undefined;
+    const words = [
+      figure.direction ? `(${figure.direction})` : "",
+      more && behind && more.value !== null ? `${figureWithUnit(more, units)} ${behind.text}` : "",
+    ].filter((text) => text !== "");
+    const value = element("span", { class: "value", "data-figure": key }, figureText(figure, units));
+    const unit = figure.value === null ? "" : units.unit(quantityOf(figure));
+    list.append(
+      element(
+        "div",
+        { class: "tile" },
+        element("dt", {}, name),
+        element(
+          "dd",
+          {},
+          value,
+          element("span", { class: "unit" }, unit.startsWith("°") ? unit : `\u00a0${unit}`),
+          intervalNote(check, key, figure, units),
+          words.length > 0 ? element("span", { class: "behind" }, words.join(", ")) : null,
+        ),
+      ),
+    );
+  }
+  return list;
+}
+
+// Where each phase is, and how fast; with the differences from another run's.
+export function phaseTable(document: RunDocument, check: Check | null, units: Units, first: RunDocument | null = null): HTMLElement {
+  const figures = document.figures;
+  const heads = [`Height, ${units.unit("length")}`, `Back, ${units.unit("length")}`, `Offset, ${units.unit("length")}`, `Speed, ${units.unit("speed")}`];
+  const table = element(
+    "table",
+    { class: "figures" },
+    element("caption", {}, "Phases: height above the gate, distance back from it, offset to the right of the centre line"),
+    element("thead", {}, element("tr", {}, element("th", { scope: "col" }, "Phase"), ...heads.map((head) => element("th", { scope: "col" }, head)))),
+  );
+  const body = element("tbody");
+  for (const row of figures ? phaseRows : []) {
+    const keys = [`${row.key}_altitude`, `${row.key}_back`, `${row.key}_offset`, row.speed ?? ""];
+    const line = element("tr", {}, element("th", { scope: "row" }, row.name));
+    for (const key of keys) {
+      const figure = figures?.[key];
+      const text = figure ? element("span", { "data-figure": key }, figureText(figure, units)) : "";
+      const other = first?.figures?.[key];
+      const difference = figure && other ? element("span", { class: "difference" }, differenceText(other, figure, units)) : null;
+      line.append(element("td", {}, text, difference, figure ? intervalNote(check, key, figure, units) : null));
+    }
+    body.append(line);
+  }
+  table.append(body);
+  return element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": "Phases" }, table);
+}
+
+function swatch(run: number, palette: Palette): HTMLElement {
+  const made = element("span", { class: "swatch", "aria-hidden": "true" });
+  made.style.backgroundColor = runColour(run, palette);
+  return made;
+}
+
+export function runName(label: string, run: number, palette: Palette): HTMLElement {
+  return element("span", { class: "run-name" }, swatch(run, palette), label);
+}
+
+// A line for each run; behind the figures of all but the first, how they differ from it.
+export function comparisonTable(documents: RunDocument[], labels: string[], colours: number[], palette: Palette, units: Units): HTMLElement {
+  const shown = [
+    ...scoresOf(documents),
+    { key: "exit_gate_speed", name: "Exit gate speed" },
+    { key: "touchdown_speed", name: "Touchdown speed" },
+  ].filter(({ key }) => documents.some((each) => each.figures && each.figures[key].value !== null));
+  const head = element("tr", {}, element("th", { scope: "col" }, "Run"));
+  for (const { key, name } of shown) {
+    const sample = documents.find((each) => each.figures)?.figures?.[key];
+    const unit = sample ? units.unit(quantityOf(sample)) : "";
+    head.append(element("th", { scope: "col" }, unit === "" ? name : `${name}, ${unit}`));
+  }
+  const body = element("tbody");
+  const first = documents[0].figures;
+  documents.forEach((document, i) => {
+    const name = colours[i] < 0 ? element("span", { class: "run-name" }, labels[i]) : runName(labels[i], colours[i], palette);
+    const line = element("tr", {}, element("th", { scope: "row" }, name));
+    if (document.failure) line.append(element("td", { colspan: shown.length, class: "failed" }, document.failure.message));
+    for (const { key } of document.failure ? [] : shown) {
+      const figure = document.figures?.[key];
+      const difference = figure && first && i > 0 ? differenceText(first[key], figure, units) : "";
+      line.append(
+        element(
+          "td",
+          {},
+          element("span", { "data-figure": key }, figure ? figureText(figure, units) : "–"),
+          difference === "" ? null : element("span", { class: "difference" }, difference),
+        ),
+      );
+    }
+    body.append(line);
+  });
+  const table = element("table", { class: "figures comparison" }, element("caption", {}, "Figures, and how they differ from those of the first run"), element("thead", {}, head), body);
+  return element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": "Runs compared" }, table);
+}
