@@ -3,7 +3,8 @@
 include(GNUInstallDirs)
 
 install(TARGETS tarvel tarvel-check tarvel-json tarvel-split RUNTIME)
-install(PROGRAMS meet/tarvel-meet TYPE BIN)
+install(PROGRAMS meet/tarvel-meet web/tarvel-page TYPE BIN)
+install(FILES ${tarvel_page_folder}/page.js ${tarvel_page_folder}/page.css DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel/page)
 
 # gzip without a name and a time in it, so that a package made twice is the same.
 find_program(TARVEL_GZIP gzip REQUIRED)
@@ -52,6 +53,7 @@ report, a map as KML and two pages of charts as PDF.
 tarvel-meet analyses all runs of a meet on every core and ranks them.
 tarvel-check says how far each figure of a run can be trusted.
 tarvel-json writes what was found in a run as JSON, for other programs.
+tarvel-page shows runs in one HTML file.
 tarvel-split cuts the track of a day into its jumps.")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
@@ -64,7 +66,8 @@ set(CPACK_DEBIAN_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The charts ask for "arial", for which these have the widths.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-liberation")
-# tarvel-meet is a Python program that has parallel share out the work, and rsync carry it to other machines.
+# tarvel-page and tarvel-meet are Python programs. The latter has parallel share out the work, and rsync carry it to other
+# machines.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "parallel, python3")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "rsync")
 

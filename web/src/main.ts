@@ -1,0 +1,299 @@
+// The page of one run, or of several compared with the first.
+import { Alignment, AxisKind } from "./axis";
+import { checkOf, verdictPanel } from "./check";
+import { paletteOf, speedColour } from "./colours";
+import { Cursor } from "./cursor";
+import { Curves, Stretch, axisTitle } from "./curves";
+import { RunDocument } from "./document";
+import { button, choose, element, segments } from "./dom";
+import { alignmentName, alignments, makeCurves, makeViews, stretchOf } from "./drawings";
+import { comparisonTable, phaseTable, scoreTiles } from "./figures";
+import { factList, failurePanel, warningList } from "./head";
+import { Matching } from "./matching";
+import { accuracyPanels, differencePanels, flightPanels } from "./panels";
+import { addSheet } from "./print";
+import { Readout } from "./readout";
+import { Run, findMark, labelsOf, makeRun } from "./runs";
+import { Theme, rememberSystem, rememberTheme, rememberedSystem, rememberedTheme } from "./settings";
+import { System, Units, show as showValue, unitsOf } from "./units";
+import { VideoPanel } from "./video";
+import { View, speedRange } from "./view";
+
+export interface Shown {
+  // Takes the page out of its root, and its listeners from the window.
+  close(): void;
+}
+
+const axisChoices: { value: AxisKind; text: string }[] = [
+  { value: "time", text: "time" },
+  { value: "distance", text: "distance to the gate" },
+  { value: "height", text: "height" },
+];
+
+class RunPage {
+  private readonly runs: Run[];
+  private readonly labels: string[];
+  private readonly colours: number[];
+  private readonly cursor: Cursor | null;
+  private units: Units;
+  private kind: AxisKind = "time";
+  private alignment: Alignment = "entry_gate";
+  private matching: Matching | null = null;
+  private views: View[] = [];
+  private curves: Curves[] = [];
+  private readout: Readout | null = null;
+  private removeSheet: (() => void) | null = null;
+  private readonly body = element("div", { class: "body" });
+  private readonly closing = new AbortController();
+
+  constructor(
+    private readonly root: HTMLElement,
+    private readonly documents: RunDocument[],
+  ) {
+    this.labels = labelsOf(documents.map((each) => each.track.name));
+    const made = documents.map((each, i) => makeRun(each, this.labels[i]));
+    this.runs = made.filter((run): run is Run => run !== null);
+    this.colours = made.map((run) => (run ? this.runs.indexOf(run) : -1));
+    this.units = unitsOf(rememberedSystem(documents[0].program.options.metric ? "metric" : "imperial"));
+    const first = this.runs[0];
+    this.cursor = first ? new Cursor(first.count, findMark(first, "entry_gate")?.sample ?? 0) : null;
+    this.cursor?.listen((sample) => this.showCursor(sample));
+
+    applyTheme(rememberedTheme());
+    root.classList.add("tarvel");
+    root.replaceChildren(this.header(), element("main", {}, this.body, first && this.cursor ? new VideoPanel(first, this.cursor).root : null));
+    document.title = this.labels.join(", ");
+    this.refresh();
+
+    const { signal } = this.closing;
+    const resized = new ResizeObserver(() => this.resize());
+    resized.observe(root);
+    signal.addEventListener("abort", () => resized.disconnect());
+    darkSystem.addEventListener("change", () => this.changeTheme(rememberedTheme()), { signal });
+    window.addEventListener("beforeprint", () => this.makeSheet(), { signal });
+    window.addEventListener("afterprint", () => this.endSheet(), { signal });
+    root.addEventListener("keydown", (event) => this.pressed(event), { signal });
+  }
+
+  close(): void {
+    this.closing.abort();
+    this.endSheet();
+    for (const group of this.curves) group.destroy();
+    this.root.replaceChildren();
+  }
+
+  private changeTheme(theme: Theme): void {
+    applyTheme(theme);
+    this.refresh();
+  }
+
+  private header(): HTMLElement {
+    const systems: { value: System; text: string }[] = [
+      { value: "imperial", text: "ft, mph" },
+      { value: "metric", text: "m, km/h" },
+    ];
+    const themes: { value: Theme; text: string }[] = [
+      { value: "auto", text: "as the system" },
+      { value: "light", text: "light" },
+      { value: "dark", text: "dark" },
+    ];
+    const [first] = this.documents;
+    const others = this.labels.slice(1);
+    return element(
+      "header",
+      {},
+      element(
+        "div",
+        { class: "title" },
+        element("h1", {}, this.labels[0]),
+        element(
+          "div",
+          { class: "controls" },
+          segments("Units", systems, this.units.system, (system) => {
+            this.units = unitsOf(system);
+            rememberSystem(system);
+            this.refresh();
+          }),
+          choose("Theme", themes, rememberedTheme(), (theme) => {
+            rememberTheme(theme);
+            this.changeTheme(theme);
+          }),
+          button("Print", { class: "tool wide" }, () => window.print()),
+        ),
+      ),
+      others.length > 0 ? element("p", { class: "others" }, `compared with ${others.join(", ")}`) : null,
+      factList(first),
+    );
+  }
+
+  // Everything that depends on units, theme, axis or alignment is made anew.
+  private refresh(): void {
+    for (const group of this.curves) group.destroy();
+    this.curves = [];
+    this.views = [];
+    this.readout = null;
+    this.body.replaceChildren();
+    const { documents, units, body } = this;
+    const [first] = documents;
+    const palette = paletteOf(this.root);
+    const check = checkOf(first);
+    const parts = [failurePanel(first), warningList(first), check && verdictPanel(check)];
+    body.append(...parts.filter((part): part is HTMLElement => part !== null));
+    if (documents.length > 1) body.append(comparisonTable(documents, this.labels, this.colours, palette, units));
+    else if (first.figures) body.append(scoreTiles(first, check, units));
+    if (this.cursor) this.addDrawings(this.cursor, palette);
+    documents.forEach((document, i) => {
+      if (!document.figures) return;
+      const name = documents.length > 1 ? element("h3", {}, this.labels[i]) : null;
+      const table = phaseTable(document, i === 0 ? check : checkOf(document), units, i === 0 ? null : first);
+      body.append(element("section", { class: "panel" }, name, table));
+    });
+    this.resize();
+    if (this.cursor) this.showCursor(this.cursor.sample);
+  }
+
+  private addDrawings(cursor: Cursor, palette: ReturnType<typeof paletteOf>): void {
+    const { runs, units, body } = this;
+    const matching = new Matching(runs, this.kind, this.alignment);
+    this.matching = matching;
+    const stretch = stretchOf(matching.axes, runs, this.kind);
+    this.views = makeViews(matching, units, Math.max(1, window.devicePixelRatio), cursor);
+    this.readout = new Readout(matching, cursor, units, alignmentName(this.alignment), palette);
+    const flight = makeCurves(flightPanels(matching, palette), matching, stretch, units, palette, cursor);
+    this.curves = [flight];
+
+    body.append(
+      element("div", { class: "views" }, ...this.views.map((view) => view.root)),
+      runs.length === 1 ? this.speedLegend(palette) : "",
+      this.readout.root,
+      this.curveTools(stretch),
+      flight.root,
+    );
+    if (runs.length > 1) this.addDifferences(cursor, stretch, palette);
+    const accuracies = makeCurves(accuracyPanels(matching, palette), matching, stretch, units, palette, cursor);
+    this.curves.push(accuracies);
+    const details = element("details", { class: "more" }, element("summary", {}, element("h2", {}, "Accuracy and satellites")), accuracies.root);
+    details.addEventListener("toggle", () => this.resize());
+    body.append(details);
+  }
+
+  // By place, whatever the axis of the other curves.
+  private addDifferences(cursor: Cursor, stretch: Stretch, palette: ReturnType<typeof paletteOf>): void {
+    const { runs, units, body } = this;
+    const byPlace = this.kind === "distance" ? this.matching! : new Matching(runs, "distance", this.alignment);
+    const shared = this.kind === "distance" ? stretch : stretchOf(byPlace.axes, runs, "distance");
+    const group = makeCurves(differencePanels(runs, palette), byPlace, shared, units, palette, cursor);
+    this.curves.push(group);
+    body.append(
+      element("h2", {}, "Differences at the same place"),
+      element("p", { class: "note" }, `Each run less ${this.labels[0]}, over ${axisTitle("distance", "gate", units)}.`),
+      group.root,
+    );
+  }
+
+  private curveTools(stretch: Stretch): HTMLElement {
+    const zoomBy = (factor: number) => () => {
+      const middle = (stretch.from + stretch.to) / 2;
+      const half = (stretch.to - stretch.from) / 2 / factor;
+      stretch.set(middle - half, middle + half);
+    };
+    return element(
+      "div",
+      { class: "curve-tools" },
+      element("h2", {}, "Curves"),
+      segments("Curves over", axisChoices, this.kind, (kind) => {
+        this.kind = kind;
+        this.refreshKeeping(`[aria-label="Curves over"] [aria-pressed="true"]`);
+      }),
+      choose("Aligned at the", alignments, this.alignment, (alignment) => {
+        this.alignment = alignment;
+        this.refreshKeeping(".curve-tools select");
+      }),
+      element(
+        "div",
+        { class: "tools" },
+        button("+", { class: "tool", "aria-label": "Zoom in: curves" }, zoomBy(1.5)),
+        button("−", { class: "tool", "aria-label": "Zoom out: curves" }, zoomBy(1 / 1.5)),
+        button("Fit", { class: "tool", "aria-label": "Fit: curves" }, () => stretch.fit()),
+      ),
+      element("p", { class: "note axis-title" }, `x axis: ${axisTitle(this.kind, alignmentName(this.alignment), this.units)}`),
+    );
+  }
+
+  // The control that was used is made anew, too, and gets the focus back; nor does the page jump.
+  private refreshKeeping(selector: string): void {
+    const top = window.scrollY;
+    this.refresh();
+    this.root.querySelector<HTMLElement>(selector)?.focus({ preventScroll: true });
+    window.scrollTo(window.scrollX, top);
+  }
+
+  private speedLegend(palette: ReturnType<typeof paletteOf>): HTMLElement {
+    const run = this.runs[0];
+    const path = { x: run.x, y: run.y, speed: run.total, from: 0, to: 0 };
+    [path.from, path.to] = [findMark(run, "turn")?.sample ?? 0, findMark(run, "stop")?.sample ?? run.count - 1];
+    const [least, greatest] = speedRange(path);
+    const bar = element("span", { class: "ramp", "aria-hidden": "true" });
+    const stops = Array.from({ length: 11 }, (_, i) => speedColour(i / 10, palette));
+    bar.style.background = `linear-gradient(to right, ${stops.join(",")})`;
+    return element(
+      "p",
+      { class: "legend" },
+      "total speed ",
+      showValue(least, "speed", 0, this.units),
+      bar,
+      showValue(greatest, "speed", 0, this.units),
+    );
+  }
+
+  private resize(): void {
+    for (const view of this.views) view.resize();
+    for (const group of this.curves) group.resize();
+  }
+
+  private showCursor(sample: number): void {
+    if (!this.matching) return;
+    const matched = this.matching.of(sample);
+    for (const view of this.views) view.showCursor(matched);
+    for (const group of this.curves) group.showCursor(matched);
+    this.readout?.show(matched);
+  }
+
+  // Arrow keys over a drawing. The slider and all other controls have their own.
+  private pressed(event: KeyboardEvent): void {
+    const isDrawing = event.target instanceof Element && event.target.matches(".view-area, .plot");
+    if (!isDrawing || !this.cursor || event.ctrlKey || event.metaKey || event.altKey) return;
+    const by = event.shiftKey ? 10 : 1;
+    if (event.key === "ArrowRight" || event.key === "ArrowUp") this.cursor.move(this.cursor.sample + by);
+    else if (event.key === "ArrowLeft" || event.key === "ArrowDown") this.cursor.move(this.cursor.sample - by);
+    else if (event.key === "Home") this.cursor.move(0);
+    else if (event.key === "End") this.cursor.move(Infinity);
+    else if (event.key === "PageDown") this.readout?.jump(1);
+    else if (event.key === "PageUp") this.readout?.jump(-1);
+    else return;
+    event.preventDefault();
+  }
+
+  private makeSheet(): void {
+    this.endSheet();
+    const { documents, labels, colours, matching, units } = this;
+    this.removeSheet = addSheet(this.root, { documents, labels, colours, matching, units });
+  }
+
+  private endSheet(): void {
+    this.removeSheet?.();
+    this.removeSheet = null;
+  }
+}
+
+const darkSystem = matchMedia("(prefers-color-scheme: dark)");
+
+function applyTheme(theme: Theme): void {
+  const isDark = theme === "dark" || (theme === "auto" && darkSystem.matches);
+  document.documentElement.dataset.theme = isDark ? "dark" : "light";
+}
+
+// Shows the first document in root, compared with the others.
+export function show(root: HTMLElement, documents: RunDocument[]): Shown {
+  return new RunPage(root, documents);
+}
