@@ -9,12 +9,17 @@ import { runDocument } from "./sample_run.mjs";
 
 test("a figure is the report's text in the report's units, and has its digits in the others", () => {
   const speed = { value: 34.34647685744649, unit: "m/s", text: "76.8", text_unit: "mph" };
-  assert.equal(figureText(speed, imperial), "76.8");
-  assert.equal(figureText(speed, metric), "123.6");
+  assert.equal(figureText("entry_gate_speed", speed, imperial), "76.8");
+  assert.equal(figureText("entry_gate_speed", speed, metric), "123.6");
   const offset = { value: -1.179498529752891, unit: "m", text: "-4", text_unit: "ft" };
-  assert.equal(figureText(offset, imperial), "−4");
-  assert.equal(figureText(offset, metric), "−1");
-  assert.equal(figureText({ value: null, unit: "m/s", text: "----", text_unit: "mph" }, imperial), "–");
+  assert.equal(figureText("turn_offset", offset, imperial), "−4");
+  assert.equal(figureText("turn_offset", offset, metric), "−1");
+  const small = { ...offset, value: -0.1, text: "-0" };
+  for (const units of [imperial, metric]) {
+    assert.equal(figureText("turn_offset", small, units), "−0");
+    assert.equal(figureText("rollout_end_offset", small, units), "0");
+  }
+  assert.equal(figureText("exit_gate_speed", { value: null, unit: "m/s", text: "----", text_unit: "mph" }, imperial), "–");
   assert.equal(differenceText(speed, { ...speed, value: 35.34647685744649 }, metric), "+3.6");
   assert.equal(differenceText(speed, speed, imperial), "0.0");
   const turn = { value: 270, unit: "deg", text: "270", text_unit: "deg", direction: "left-hand" };

@@ -11,3 +11,22 @@ endfunction()
 
 tarvel_module_test(modules_test)
 tarvel_module_test(figures_test)
+
+# Debian's selenium belongs to Debian's Python. The tests exit with 77 where a browser is not installed.
+find_program(TARVEL_DEBIAN_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
+if(NOT TARVEL_DEBIAN_PYTHON)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
+  set(TARVEL_DEBIAN_PYTHON ${Python3_EXECUTABLE})
+endif()
+
+# tarvel_browser_test(NAME): tests/web/NAME.py.
+function(tarvel_browser_test name)
+  add_test(NAME web/${name} COMMAND ${TARVEL_DEBIAN_PYTHON} -B ${PROJECT_SOURCE_DIR}/tests/web/${name}.py)
+  set_tests_properties(web/${name} PROPERTIES
+    ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>;TARVEL_PAGE_PROGRAM=${PROJECT_BINARY_DIR}/tarvel-page;${tarvel_sanitizer_options}"
+    LABELS browser
+    SKIP_RETURN_CODE 77
+    TIMEOUT 600)
+endfunction()
+
+tarvel_browser_test(browser_test)

@@ -3,35 +3,25 @@ import { Check, intervalText } from "./check";
 import { Palette, runColour } from "./colours";
 import { RunDocument, Figure } from "./document";
 import { element } from "./dom";
-import { Units, fixed, signed, withUnit, Quantity } from "./units";
+import { Quantity, Units, signed } from "./units";
 
 const quantities: Record<Figure["unit"], Quantity> = { m: "length", "m/s": "speed", s: "time", deg: "angle" };
 const decimals: Record<Quantity, number> = { length: 0, speed: 1, time: 2, angle: 0, rate: 0, count: 0 };
 
-export function quantityOf(figure: Figure): Quantity {
+function quantityOf(figure: Figure): Quantity {
   return quantities[figure.unit];
 }
 
-export function decimalsOf(figure: Figure): number {
-  return decimals[quantityOf(figure)];
-}
+// The report has no minus before these when they are rounded to 0; before the others it has.
+const withoutMinusZero = new Set(["rollout_end_back", "rollout_end_offset"]);
 
 // As the report prints it in these units, without the unit. The report's own text where it is in them.
-export function figureText(figure: Figure, units: Units): string {
+export function figureText(key: string, figure: Figure, units: Units): string {
   if (figure.value === null) return "–";
   const quantity = quantityOf(figure);
   const isPrinted = quantity === "time" || quantity === "angle" || figure.text_unit === units.unit(quantity);
-  return isPrinted ? figure.text.trim().replace("-", "−") : printed(figure.value * units.factor(quantity), decimals[quantity]);
-}
-
-// With the report's minus before a 0, which figures that are rounded to it have.
-function printed(value: number, digits: number): string {
-  return Number.isFinite(value) ? value.toFixed(digits).replace("-", "−") : fixed(value, digits);
-}
-
-export function figureWithUnit(figure: Figure, units: Units): string {
-  const text = figureText(figure, units);
-  return figure.value === null ? text : withUnit(text, units.unit(quantityOf(figure)));
+  const text = isPrinted ? figure.text.trim() : (figure.value * units.factor(quantity)).toFixed(decimals[quantity]);
+  return text === "-0" && withoutMinusZero.has(key) ? "0" : text.replace("-", "−");
 }
 
 // The other's less the first's; empty when one of them has none.
@@ -86,6 +76,11 @@ function intervalNote(check: Check | null, key: string, figure: Figure, units: U
   return text === "" ? null : element("span", { class: "interval", title: "holds the truth in 95 of 100 runs" }, text);
 }
 
+function behindText(key: string, figure: Figure, words: string, units: Units): HTMLElement {
+  const value = element("span", { "data-figure": key }, figureText(key, figure, units));
+  return element("span", { class: "behind" }, value, `\u00a0${units.unit(quantityOf(figure))} ${words}`);
+}
+
 export function scoreTiles(document: RunDocument, check: Check | null, units: Units): HTMLElement {
   const list = element("dl", { class: "tiles" });
   const figures = document.figures;
@@ -93,11 +88,7 @@ export function scoreTiles(document: RunDocument, check: Check | null, units: Un
   for (const { key, name, behind } of scoresOf([document])) {
     const figure = figures[key];
     const more = behind ? figures[behind.key] : undefined;
-    const words = [
-      figure.direction ? `(${figure.direction})` : "",
-      more && behind && more.value !== null ? `${figureWithUnit(more, units)} ${behind.text}` : "",
-    ].filter((text) => text !== "");
-    const value = element("span", { class: "value", "data-figure": key }, figureText(figure, units));
+    const value = element("span", { class: "value", "data-figure": key }, figureText(key, figure, units));
     const unit = figure.value === null ? "" : units.unit(quantityOf(figure));
     list.append(
       element(
@@ -110,7 +101,8 @@ export function scoreTiles(document: RunDocument, check: Check | null, units: Un
           value,
           element("span", { class: "unit" }, unit.startsWith("°") ? unit : `\u00a0${unit}`),
           intervalNote(check, key, figure, units),
-          words.length > 0 ? element("span", { class: "behind" }, words.join(", ")) : null,
+          figure.direction ? element("span", { class: "behind" }, figure.direction) : null,
+          more && behind && more.value !== null ? behindText(behind.key, more, behind.text, units) : null,
         ),
       ),
     );
@@ -119,7 +111,13 @@ export function scoreTiles(document: RunDocument, check: Check | null, units: Un
 }
 
 // Where each phase is, and how fast; with the differences from another run's.
-export function phaseTable(document: RunDocument, check: Check | null, units: Units, first: RunDocument | null = null): HTMLElement {
+export function phaseTable(
+  document: RunDocument,
+  label: string,
+  check: Check | null,
+  units: Units,
+  first: RunDocument | null = null,
+): HTMLElement {
   const figures = document.figures;
   const heads = [`Height, ${units.unit("length")}`, `Back, ${units.unit("length")}`, `Offset, ${units.unit("length")}`, `Speed, ${units.unit("speed")}`];
   const table = element(
@@ -134,7 +132,7 @@ export function phaseTable(document: RunDocument, check: Check | null, units: Un
     const line = element("tr", {}, element("th", { scope: "row" }, row.name));
     for (const key of keys) {
       const figure = figures?.[key];
-      const text = figure ? element("span", { "data-figure": key }, figureText(figure, units)) : "";
+      const text = figure ? element("span", { "data-figure": key }, figureText(key, figure, units)) : "";
       const other = first?.figures?.[key];
       const difference = figure && other ? element("span", { class: "difference" }, differenceText(other, figure, units)) : null;
       line.append(element("td", {}, text, difference, figure ? intervalNote(check, key, figure, units) : null));
@@ -142,7 +140,7 @@ export function phaseTable(document: RunDocument, check: Check | null, units: Un
     body.append(line);
   }
   table.append(body);
-  return element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": "Phases" }, table);
+  return element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": `Phases of ${label}` }, table);
 }
 
 function swatch(run: number, palette: Palette): HTMLElement {
@@ -181,7 +179,7 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
         element(
           "td",
           {},
-          element("span", { "data-figure": key }, figure ? figureText(figure, units) : "–"),
+          element("span", { "data-figure": key }, figure ? figureText(key, figure, units) : "–"),
           difference === "" ? null : element("span", { class: "difference" }, difference),
         ),
       );

@@ -24,7 +24,7 @@ export function factList(document: RunDocument): HTMLElement {
   const facts: [string, string][] = [
     [gate ? "Through the gate" : "Track begins", clockText(gate ?? track.first_clock)],
     ["Course", courseText(document)],
-    ["Track", `${track.count} samples${rate}`],
+    ["Track", `${track.name}, ${track.count} samples${rate}`],
     ...(aloft === null ? [] : [["Time aloft given", `${aloft / 1000} s`] as [string, string]]),
     ["Analysed by", `Tarvel ${program.version}`],
     ["SHA-256 of the track", track.sha256 ?? "unknown"],

@@ -145,7 +145,7 @@ class RunPage {
     documents.forEach((document, i) => {
       if (!document.figures) return;
       const name = documents.length > 1 ? element("h3", {}, this.labels[i]) : null;
-      const table = phaseTable(document, i === 0 ? check : checkOf(document), units, i === 0 ? null : first);
+      const table = phaseTable(document, this.labels[i], i === 0 ? check : checkOf(document), units, i === 0 ? null : first);
       body.append(element("section", { class: "panel" }, name, table));
     });
     this.resize();

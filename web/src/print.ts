@@ -33,7 +33,7 @@ export function addSheet(root: HTMLElement, { documents, labels, colours, matchi
   const line = (text: string) => element("p", {}, text);
   const sheet = element(
     "div",
-    { class: "sheet" },
+    { class: documents.length > 1 ? "sheet several" : "sheet" },
     element("h1", {}, labels.join(", ")),
     line(`${clockText(gate)} · course: ${courseText(first)} · Tarvel ${first.program.version}`),
     failurePanel(first),
@@ -43,7 +43,7 @@ export function addSheet(root: HTMLElement, { documents, labels, colours, matchi
   const check = checkOf(first);
   if (check) sheet.append(verdictPanel(check));
   if (documents.length > 1) sheet.append(comparisonTable(documents, labels, colours, palette, units));
-  else if (first.figures) sheet.append(scoreTiles(first, check, units), phaseTable(first, check, units));
+  else if (first.figures) sheet.append(scoreTiles(first, check, units), phaseTable(first, labels[0], check, units));
   if (!matching) return () => sheet.remove();
 
   // The drawings take what the text leaves: two rows of curves below one of views.

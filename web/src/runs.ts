@@ -126,7 +126,7 @@ export function labelsOf(names: string[]): string[] {
   const isUnique = (labels: string[]) => new Set(labels).size === labels.length;
   if (isUnique(short)) return short;
   if (isUnique(names)) return names;
-  return names.map((name, i) => `${name} (${i + 1})`);
+  return short.map((name, i) => `${name} (${i + 1})`);
 }
 
 // Where the run is interesting: from the turn to the stop.

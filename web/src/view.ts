@@ -72,7 +72,7 @@ export class View {
     const whole = button("Fit", { "aria-label": `Fit: ${scene.name}`, class: "tool" }, () => this.fit());
     const tools = element("div", { class: "tools" }, closer, away, whole);
     const axes = `${scene.upwards} over distance to the gate, ${options.units.unit("length")}`;
-    const title = element("div", {}, element("h3", {}, scene.name), element("p", { class: "note" }, axes));
+    const title = element("div", {}, element("h2", {}, scene.name), element("p", { class: "note" }, axes));
     const head = element("div", { class: "panel-head" }, title, tools);
     this.root = element("section", { class: "panel view" }, head, this.area);
     this.palette = paletteOf(this.root);
