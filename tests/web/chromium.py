@@ -2,7 +2,6 @@
 import base64
 import json
 import os
-import time
 
 from selenium import webdriver
 from selenium.webdriver.chrome.options import Options
@@ -36,16 +35,6 @@ def requests_of(driver):
 def console_of(driver):
     """What was said to the console since the last call, violations of the content policy among it."""
     return [entry["message"] for entry in driver.get_log("browser")]
-
-
-def wait_for(condition, seconds=10):
-    end = time.monotonic() + seconds
-    while time.monotonic() < end:
-        value = condition()
-        if value:
-            return value
-        time.sleep(0.02)
-    raise AssertionError("it did not come to be in time")
 
 
 def emulate(driver, dark=False):

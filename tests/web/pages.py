@@ -4,12 +4,23 @@ import os
 import re
 import shutil
 import subprocess
+import time
 from pathlib import Path
 
 PROJECT = Path(os.environ["TARVEL_SOURCE_DIR"])
 TARVEL = os.environ["TARVEL_PROGRAM"]
 TARVEL_JSON = os.environ["TARVEL_JSON_PROGRAM"]
 TARVEL_PAGE = os.environ["TARVEL_PAGE_PROGRAM"]
+
+
+def wait_for(condition, seconds=20):
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.02)
+    raise AssertionError("it did not come to be in time")
 
 
 class Workplace:

@@ -40,6 +40,10 @@ export class Stretch {
   listen(listener: () => void): void {
     this.listeners.push(listener);
   }
+
+  forget(): void {
+    this.listeners.length = 0;
+  }
 }
 
 export interface CurvesOptions {
@@ -58,6 +62,7 @@ interface Plot {
   line: HTMLElement;
   dots: HTMLElement[];
   area: HTMLElement;
+  size: { width: number; height: number };
 }
 
 const font = '11px "Segoe UI", system-ui, "Helvetica Neue", Arial, sans-serif';
@@ -82,15 +87,19 @@ export class Curves {
   ) {
     this.xFactor = options.kind === "time" ? 1 : options.units.factor("length");
     this.plots = panels.map((panel) => this.makePlot(panel));
+    this.root.classList.toggle("three", panels.length === 3);
     options.stretch.listen(() => this.applyStretch());
   }
 
-  // To be called when the panels are in the page, and whenever their size has changed.
+  // To be called when the panels are in the page, and whenever their size has changed; resize() draws them in that size. All
+  // drawings of a page are measured before the first is drawn, since a drawing makes the browser lay out the page anew.
+  measure(): void {
+    for (const plot of this.plots) plot.size = { width: plot.area.clientWidth, height: plot.area.clientHeight };
+  }
+
   resize(): void {
-    for (const { uplot, area } of this.plots) {
-      const width = area.clientWidth;
-      const height = area.clientHeight;
-      if (width > 0 && (width !== uplot.width || height !== uplot.height)) uplot.setSize({ width, height });
+    for (const { uplot, size } of this.plots) {
+      if (size.width > 0 && (size.width !== uplot.width || size.height !== uplot.height)) uplot.setSize(size);
     }
   }
 
@@ -136,7 +145,7 @@ export class Curves {
       return dot;
     });
     uplot.over.append(line, ...dots);
-    const plot = { panel, uplot, line, dots, area };
+    const plot = { panel, uplot, line, dots, area, size: { width: 0, height: 0 } };
     const valueAt = (x: number) => uplot.posToVal(x - uplot.over.offsetLeft, "x") / this.xFactor;
     listenToGestures(area, {
       point: (x) => this.options.pick(valueAt(x)),
@@ -256,8 +265,9 @@ export class Curves {
 
   private placeCursor({ panel, uplot, line, dots }: Plot): void {
     const factor = this.options.units.factor(panel.quantity);
-    const width = uplot.over.clientWidth;
-    const height = uplot.over.clientHeight;
+    // Not asked of the element, which would lay out the page anew.
+    const width = uplot.bbox.width / uPlot.pxRatio;
+    const height = uplot.bbox.height / uPlot.pxRatio;
     let lineAt = NaN;
     panel.curves.forEach((curve, i) => {
       const place = curve.axis.places[this.matched[curve.run] ?? -1] ?? -1;

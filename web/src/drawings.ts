@@ -63,7 +63,13 @@ export function makeCurves(panels: Panel[], matching: Matching, stretch: Stretch
   });
 }
 
-export function makeViews(matching: Matching, units: Units, pixelRatio: number, cursor: Cursor | null): View[] {
+export function makeViews(
+  matching: Matching,
+  units: Units,
+  palette: Palette,
+  pixelRatio: number,
+  cursor: Cursor | null,
+): View[] {
   const pick = (run: number, sample: number) => cursor?.move(matching.sampleFor(run, sample));
-  return [sceneFromAbove(matching.runs), sceneFromTheSide(matching.runs)].map((scene) => new View(scene, { units, pixelRatio, pick }));
+  return [sceneFromAbove(matching.runs), sceneFromTheSide(matching.runs)].map((scene) => new View(scene, { units, palette, pixelRatio, pick }));
 }

@@ -12,6 +12,7 @@ export interface Handlers {
 // A page that is being scrolled goes on scrolling when a drawing comes under the wheel.
 const scrollPause = 350; // ms
 let lastScroll = -Infinity;
+window.addEventListener("scroll", () => (lastScroll = performance.now()), { passive: true });
 
 function wheelFactor(event: WheelEvent): number {
   const pixels = event.deltaY * (event.deltaMode === WheelEvent.DOM_DELTA_LINE ? 33 : 1);
@@ -39,7 +40,6 @@ export function listenToGestures(area: HTMLElement, handlers: Handlers): void {
   };
   claim();
 
-  window.addEventListener("scroll", () => (lastScroll = performance.now()), { passive: true });
   area.addEventListener(
     "wheel",
     (event) => {

@@ -1,13 +1,13 @@
 // The page of one run, or of several compared with the first.
 import { Alignment, AxisKind } from "./axis";
 import { checkOf, verdictPanel } from "./check";
-import { paletteOf, speedColour } from "./colours";
+import { Palette, paletteOf, speedColour } from "./colours";
 import { Cursor } from "./cursor";
 import { Curves, Stretch, axisTitle } from "./curves";
 import { RunDocument } from "./document";
 import { button, choose, element, segments } from "./dom";
 import { alignmentName, alignments, makeCurves, makeViews, stretchOf } from "./drawings";
-import { comparisonTable, phaseTable, scoreTiles } from "./figures";
+import { comparisonTable, phaseTable, runName, scoreTiles } from "./figures";
 import { factList, failurePanel, warningList } from "./head";
 import { Matching } from "./matching";
 import { accuracyPanels, differencePanels, flightPanels } from "./panels";
@@ -42,6 +42,8 @@ class RunPage {
   private views: View[] = [];
   private curves: Curves[] = [];
   private readout: Readout | null = null;
+  private stretch: Stretch | null = null;
+  private showsAccuracies = false;
   private removeSheet: (() => void) | null = null;
   private readonly body = element("div", { class: "body" });
   private readonly closing = new AbortController();
@@ -63,7 +65,9 @@ class RunPage {
     root.classList.add("tarvel");
     root.replaceChildren(this.header(), element("main", {}, this.body, first && this.cursor ? new VideoPanel(first, this.cursor).root : null));
     document.title = this.labels.join(", ");
-    this.refresh();
+    this.addWords();
+    // The figures are on the screen before anything is drawn.
+    afterPaint(() => this.closing.signal.aborted || this.addDrawings());
 
     const { signal } = this.closing;
     const resized = new ResizeObserver(() => this.resize());
@@ -128,6 +132,11 @@ class RunPage {
 
   // Everything that depends on units, theme, axis or alignment is made anew.
   private refresh(): void {
+    this.addWords();
+    this.addDrawings();
+  }
+
+  private addWords(): void {
     for (const group of this.curves) group.destroy();
     this.curves = [];
     this.views = [];
@@ -141,23 +150,30 @@ class RunPage {
     body.append(...parts.filter((part): part is HTMLElement => part !== null));
     if (documents.length > 1) body.append(comparisonTable(documents, this.labels, this.colours, palette, units));
     else if (first.figures) body.append(scoreTiles(first, check, units));
-    if (this.cursor) this.addDrawings(this.cursor, palette);
+    this.matching = this.cursor ? new Matching(this.runs, this.kind, this.alignment) : null;
+  }
+
+  private addDrawings(): void {
+    const { cursor, matching, documents, body, units } = this;
+    const [first] = documents;
+    if (cursor && matching) this.addViewsAndCurves(cursor, matching, paletteOf(this.root));
     documents.forEach((document, i) => {
       if (!document.figures) return;
-      const name = documents.length > 1 ? element("h3", {}, this.labels[i]) : null;
-      const table = phaseTable(document, this.labels[i], i === 0 ? check : checkOf(document), units, i === 0 ? null : first);
+      const name = documents.length > 1 ? element("h3", {}, runName(this.labels[i], this.colours[i], paletteOf(this.root))) : null;
+      const table = phaseTable(document, this.labels[i], checkOf(document), units, i === 0 ? null : first);
       body.append(element("section", { class: "panel" }, name, table));
     });
     this.resize();
-    if (this.cursor) this.showCursor(this.cursor.sample);
+    if (cursor) this.showCursor(cursor.sample);
   }
 
-  private addDrawings(cursor: Cursor, palette: ReturnType<typeof paletteOf>): void {
+  private addViewsAndCurves(cursor: Cursor, matching: Matching, palette: Palette): void {
     const { runs, units, body } = this;
-    const matching = new Matching(runs, this.kind, this.alignment);
-    this.matching = matching;
-    const stretch = stretchOf(matching.axes, runs, this.kind);
-    this.views = makeViews(matching, units, Math.max(1, window.devicePixelRatio), cursor);
+    // What is zoomed stays so in other units.
+    this.stretch?.forget();
+    const stretch = this.stretch ?? stretchOf(matching.axes, runs, this.kind);
+    this.stretch = stretch;
+    this.views = makeViews(matching, units, palette, Math.max(1, window.devicePixelRatio), cursor);
     this.readout = new Readout(matching, cursor, units, alignmentName(this.alignment), palette);
     const flight = makeCurves(flightPanels(matching, palette), matching, stretch, units, palette, cursor);
     this.curves = [flight];
@@ -170,15 +186,28 @@ class RunPage {
       flight.root,
     );
     if (runs.length > 1) this.addDifferences(cursor, stretch, palette);
-    const accuracies = makeCurves(accuracyPanels(matching, palette), matching, stretch, units, palette, cursor);
-    this.curves.push(accuracies);
-    const details = element("details", { class: "more" }, element("summary", {}, element("h2", {}, "Accuracy and satellites")), accuracies.root);
-    details.addEventListener("toggle", () => this.resize());
-    body.append(details);
+    body.append(this.accuracies(() => makeCurves(accuracyPanels(matching, palette), matching, stretch, units, palette, cursor)));
+  }
+
+  // Made when they are first looked at.
+  private accuracies(make: () => Curves): HTMLElement {
+    const details = element("details", { class: "more" }, element("summary", {}, element("h2", {}, "Accuracy and satellites")));
+    const open = () => {
+      this.showsAccuracies = details.open;
+      if (details.childElementCount > 1) return;
+      const made = make();
+      this.curves.push(made);
+      details.append(made.root);
+      this.resize();
+      if (this.cursor) this.showCursor(this.cursor.sample);
+    };
+    details.addEventListener("toggle", open);
+    details.open = this.showsAccuracies;
+    return details;
   }
 
   // By place, whatever the axis of the other curves.
-  private addDifferences(cursor: Cursor, stretch: Stretch, palette: ReturnType<typeof paletteOf>): void {
+  private addDifferences(cursor: Cursor, stretch: Stretch, palette: Palette): void {
     const { runs, units, body } = this;
     const byPlace = this.kind === "distance" ? this.matching! : new Matching(runs, "distance", this.alignment);
     const shared = this.kind === "distance" ? stretch : stretchOf(byPlace.axes, runs, "distance");
@@ -203,10 +232,12 @@ class RunPage {
       element("h2", {}, "Curves"),
       segments("Curves over", axisChoices, this.kind, (kind) => {
         this.kind = kind;
+        this.stretch = null;
         this.refreshKeeping(`[aria-label="Curves over"] [aria-pressed="true"]`);
       }),
       choose("Aligned at the", alignments, this.alignment, (alignment) => {
         this.alignment = alignment;
+        this.stretch = null;
         this.refreshKeeping(".curve-tools select");
       }),
       element(
@@ -228,7 +259,7 @@ class RunPage {
     window.scrollTo(window.scrollX, top);
   }
 
-  private speedLegend(palette: ReturnType<typeof paletteOf>): HTMLElement {
+  private speedLegend(palette: Palette): HTMLElement {
     const run = this.runs[0];
     const path = { x: run.x, y: run.y, speed: run.total, from: 0, to: 0 };
     [path.from, path.to] = [findMark(run, "turn")?.sample ?? 0, findMark(run, "stop")?.sample ?? run.count - 1];
@@ -247,8 +278,9 @@ class RunPage {
   }
 
   private resize(): void {
-    for (const view of this.views) view.resize();
-    for (const group of this.curves) group.resize();
+    const drawings = [...this.views, ...this.curves];
+    for (const drawing of drawings) drawing.measure();
+    for (const drawing of drawings) drawing.resize();
   }
 
   private showCursor(sample: number): void {
@@ -287,6 +319,12 @@ class RunPage {
 }
 
 const darkSystem = matchMedia("(prefers-color-scheme: dark)");
+
+// A page that nobody sees is not painted, and does not wait for it.
+function afterPaint(then: () => void): void {
+  if (document.hidden) setTimeout(then);
+  else requestAnimationFrame(() => setTimeout(then));
+}
 
 function applyTheme(theme: Theme): void {
   const isDark = theme === "dark" || (theme === "auto" && darkSystem.matches);

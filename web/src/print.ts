@@ -50,14 +50,14 @@ export function addSheet(root: HTMLElement, { documents, labels, colours, matchi
   const left = Math.max(330, sheetHeight - aroundDrawings - sheet.offsetHeight);
   sheet.style.setProperty("--view-height", `${Math.floor(left * 0.44)}px`);
   sheet.style.setProperty("--plot-height", `${Math.floor(left * 0.28)}px`);
-  const views = makeViews(matching, units, pixelRatio, null);
+  const views = makeViews(matching, units, palette, pixelRatio, null);
   sheet.append(element("div", { class: "views" }, ...views.map((view) => view.root)));
-  for (const view of views) view.resize();
   const panels = flightPanels(matching, palette);
   const four = matching.runs.length === 1 ? panels : panels.filter(({ title }) => !/^(Total|Heading)/.test(title));
   const curves = makeCurves(four.slice(0, 4), matching, stretchOf(matching.axes, matching.runs, matching.kind), units, palette, null);
   sheet.append(curves.root);
-  curves.resize();
+  for (const drawing of [...views, curves]) drawing.measure();
+  for (const drawing of [...views, curves]) drawing.resize();
   const axis = axisTitle(matching.kind, alignmentName(matching.alignment), units);
   sheet.append(line(`Curves over ${axis}. SHA-256 of the track: ${first.track.sha256 ?? "unknown"}`));
   return () => {

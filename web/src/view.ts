@@ -1,5 +1,5 @@
 // A view of the runs to one scale, on a canvas: from above or from the side.
-import { Palette, paletteOf, runColour, runDash, speedColour } from "./colours";
+import { Palette, runColour, runDash, speedColour } from "./colours";
 import { button, element } from "./dom";
 import { listenToGestures } from "./gestures";
 import { placeLabels } from "./labels";
@@ -9,6 +9,7 @@ import { Units, fixed } from "./units";
 
 export interface ViewOptions {
   units: Units;
+  palette: Palette;
   pixelRatio: number;
   pick(run: number, sample: number): void;
 }
@@ -53,8 +54,9 @@ export class View {
   private readonly canvas = element("canvas", { role: "img" });
   private readonly projection = new Projection();
   private readonly dots: HTMLElement[];
+  private readonly palette: Palette;
   private samples: number[] = [];
-  private palette: Palette;
+  private measured: [number, number] = [0, 0];
   private width = 0;
   private height = 0;
 
@@ -62,6 +64,7 @@ export class View {
     private readonly scene: Scene,
     private readonly options: ViewOptions,
   ) {
+    this.palette = options.palette;
     this.area.setAttribute("aria-label", `${scene.name}. Arrow keys move the cursor; plus, minus and 0 zoom.`);
     this.canvas.setAttribute("aria-label", `Flight path ${scene.name.toLowerCase()}, with the course and the phases`);
     this.dots = scene.paths.map(() => element("div", { class: "dot", hidden: true }));
@@ -75,7 +78,6 @@ export class View {
     const title = element("div", {}, element("h2", {}, scene.name), element("p", { class: "note" }, axes));
     const head = element("div", { class: "panel-head" }, title, tools);
     this.root = element("section", { class: "panel view" }, head, this.area);
-    this.palette = paletteOf(this.root);
     listenToGestures(this.area, {
       point: (x, y) => this.pickAt(x, y),
       pan: (dx, dy) => this.pan(dx, dy),
@@ -86,14 +88,16 @@ export class View {
     });
   }
 
-  // To be called when the view is in the page, and whenever its size has changed.
+  // To be called when the view is in the page, and whenever its size has changed; resize() draws it in that size.
+  measure(): void {
+    this.measured = [this.area.clientWidth, this.area.clientHeight];
+  }
+
   resize(): void {
-    const width = this.area.clientWidth;
-    const height = this.area.clientHeight;
+    const [width, height] = this.measured;
     if (width === 0 || (width === this.width && height === this.height)) return;
     this.width = width;
     this.height = height;
-    this.palette = paletteOf(this.root);
     this.canvas.width = Math.round(width * this.options.pixelRatio);
     this.canvas.height = Math.round(height * this.options.pixelRatio);
     for (const [run, dot] of this.dots.entries()) {
