@@ -30,3 +30,4 @@ function(tarvel_browser_test name)
 endfunction()
 
 tarvel_browser_test(browser_test)
+tarvel_browser_test(firefox_test)
