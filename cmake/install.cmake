@@ -20,14 +20,14 @@ function(tarvel_install_compressed file name destination)
   install(FILES ${compressed} DESTINATION ${destination})
 endfunction()
 
-foreach(page tarvel.1 tarvel-check.1 tarvel-json.1 tarvel-meet.1 tarvel-split.1 tarvel-tvl.5 tarvel-course.5
-    tarvel-json.5)
+foreach(page tarvel.1 tarvel-check.1 tarvel-json.1 tarvel-meet.1 tarvel-page.1 tarvel-split.1 tarvel-tvl.5
+    tarvel-course.5 tarvel-json.5)
   string(REGEX MATCH "[0-9]$" section ${page})
   configure_file(docs/man/${page}.in ${PROJECT_BINARY_DIR}/man/${page} @ONLY)
   tarvel_install_compressed(${PROJECT_BINARY_DIR}/man/${page} ${page} ${CMAKE_INSTALL_MANDIR}/man${section})
 endforeach()
 
-foreach(program tarvel tarvel-check tarvel-json tarvel-meet tarvel-split)
+foreach(program tarvel tarvel-check tarvel-json tarvel-meet tarvel-page tarvel-split)
   install(FILES completions/${program}.bash RENAME ${program}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   install(FILES completions/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)

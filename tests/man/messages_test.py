@@ -32,8 +32,8 @@ def is_word(node, *names):
     return isinstance(node, ast.Name) and node.id in names
 
 
-class MeetMessages(ast.NodeVisitor):
-    """The patterns of what tarvel-meet says of a command or of a run."""
+class PythonMessages(ast.NodeVisitor):
+    """The patterns of what a Python program says of a command or of a run."""
 
     def __init__(self):
         self.patterns = []
@@ -49,7 +49,7 @@ class MeetMessages(ast.NodeVisitor):
             self.patterns.append(re.compile("".join(parts)))
 
     def visit_Call(self, node):
-        if is_word(node.func, "UsageError"):
+        if is_word(node.func, "UsageError", "Failure") or ast.unparse(node.func) == "parser.error":
             self.add(node.args[0])
         elif is_word(node.func, "outcome"):
             self.add(node.args[1])
@@ -65,9 +65,9 @@ class MeetMessages(ast.NodeVisitor):
         self.generic_visit(node)
 
 
-def meet_patterns():
-    visitor = MeetMessages()
-    visitor.visit(ast.parse((PROJECT / "meet/tarvel-meet").read_text()))
+def python_patterns(program):
+    visitor = PythonMessages()
+    visitor.visit(ast.parse((PROJECT / program).read_text()))
     return visitor.patterns
 
 
@@ -119,10 +119,15 @@ class MessagesTest(unittest.TestCase):
         self.check([pattern_of(message) for message in messages], items("tarvel-json.1"))
 
     def test_tarvel_meet(self):
-        patterns = meet_patterns()
+        patterns = python_patterns("meet/tarvel-meet")
         self.assertGreater(len(patterns), 20)
         self.check(patterns, items("tarvel-meet.1"))
         print(f"tarvel-meet: {len(patterns)} messages, {len(items('tarvel-meet.1'))} items")
+
+    def test_tarvel_page(self):
+        patterns = python_patterns("web/tarvel-page")
+        self.assertGreater(len(patterns), 5)
+        self.check(patterns, items("tarvel-page.1"))
 
 
 if __name__ == "__main__":

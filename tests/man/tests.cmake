@@ -4,7 +4,7 @@ tarvel_test(man/course_page_test USES tarvel_driver)
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(tarvel_page_environment
-  "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_CHECK_PROGRAM=$<TARGET_FILE:tarvel-check>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>;TARVEL_SPLIT_PROGRAM=$<TARGET_FILE:tarvel-split>"
+  "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_CHECK_PROGRAM=$<TARGET_FILE:tarvel-check>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>;TARVEL_PAGE_PROGRAM=${PROJECT_BINARY_DIR}/tarvel-page;TARVEL_SPLIT_PROGRAM=$<TARGET_FILE:tarvel-split>"
   ${tarvel_sanitizer_options})
 
 foreach(name options_test messages_test figures_test)

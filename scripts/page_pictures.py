@@ -1,0 +1,34 @@
+#!/usr/bin/env python3
+"""scripts/page_pictures.py FOLDER OUT: pictures of the pages carve.html and compared.html of a folder, as OUT/page.png and
+OUT/page-compared.png. Needs Debian's chromium and python3-selenium."""
+import base64
+import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests/web"))
+import chromium  # noqa: E402
+
+WIDTH = 1280
+
+
+def draw(driver, page, out):
+    driver.get(page.as_uri())
+    driver.execute_async_script("const done = arguments[0]; setTimeout(done, 1000)")  # till all is drawn
+    height = driver.execute_script("return document.querySelector('details.more').getBoundingClientRect().top + scrollY")
+    picture = driver.execute_cdp_cmd("Page.captureScreenshot", {
+        "captureBeyondViewport": True, "clip": {"x": 0, "y": 0, "width": WIDTH, "height": height, "scale": 1}})
+    out.write_bytes(base64.b64decode(picture["data"]))
+
+
+def main():
+    folder, out = Path(sys.argv[1]).resolve(), Path(sys.argv[2])
+    driver = chromium.start(WIDTH)
+    try:
+        draw(driver, folder / "carve.html", out / "page.png")
+        draw(driver, folder / "compared.html", out / "page-compared.png")
+    finally:
+        driver.quit()
+
+
+if __name__ == "__main__":
+    main()
