@@ -131,6 +131,56 @@ class QuietTest(unittest.TestCase):
                 self.assertEqual(chromium.requests_of(driver), [page.as_uri()])
                 self.assertEqual(chromium.console_of(driver), [])
 
+    def odd_documents(self):
+        """{what is odd: a document}"""
+        carve = work.document("carve.csv")
+
+        def changed(change):
+            made = copy.deepcopy(carve)
+            change(made)
+            return made
+
+        def columns(of):
+            return lambda each: each["samples"].update(
+                {name: of(name, column) for name, column in each["samples"].items() if isinstance(column, list)})
+
+        def first_sample_alone(each):
+            columns(lambda name, column: column[:1])(each)
+            each["samples"]["count"] = 1
+
+        def no_gate(each):
+            each["phases"]["entry_gate"] = None
+            each["figures"]["entry_gate_speed"].update(value=None, text="----")
+
+        return {
+            "every other value is null": changed(columns(lambda name, column: [
+                None if i % 2 and name not in ("satellites", "fix") else value for i, value in enumerate(column)])),
+            "all values are null": changed(columns(lambda name, column: [None] * len(column))),
+            "one sample": changed(first_sample_alone),
+            "no sample": changed(lambda each: (columns(lambda name, column: [])(each), each["samples"].update(count=0))),
+            "all at one place": changed(columns(lambda name, column: [column[0]] * len(column))),
+            "backwards": changed(columns(lambda name, column: column[::-1])),
+            "far out": changed(columns(lambda name, column: [value * 10**6 for value in column])),
+            "no phase": changed(lambda each: each.update(phases={name: None for name in each["phases"]})),
+            "no gate": changed(no_gate),
+            "no chart": changed(lambda each: each.update(charts=None)),
+            "no figure": changed(lambda each: [figure.update(value=None) for figure in each["figures"].values()]),
+        }
+
+    def test_odd_documents_are_shown(self):
+        carve = work.document("carve.csv")
+        for name, document in self.odd_documents().items():
+            for documents in ([document], [carve, document]):
+                with self.subTest(name, documents=len(documents)):
+                    driver.get(work.page_of_documents("odd.html", *documents).as_uri())
+                    wait_for(lambda: texts("table.figures"))
+                    if texts(".readout"):
+                        press("height")
+                        press("distance to the gate")
+                        put_cursor(3)
+                        script("document.querySelector('details.more').open = true")
+                    self.assertEqual(chromium.console_of(driver), [])
+
     def test_a_page_of_one_run_is_small(self):
         for run in ("carve.csv", "straight.csv", "reversed.csv"):
             size = work.page("size.html", run).stat().st_size

@@ -85,5 +85,6 @@ export function verdictPanel(check: Check): HTMLElement {
     { class: `verdict ${check.verdict}`, "aria-label": "Verdict" },
     element("p", {}, element("span", { class: "sign", "aria-hidden": "true" }, signs[check.verdict]), element("strong", {}, words[check.verdict])),
     check.reasons.length > 0 ? list : null,
+    Object.keys(check.intervals).length > 0 ? element("p", { class: "note" }, "With each figure: the interval that holds the truth in 95 of 100 runs.") : null,
   );
 }

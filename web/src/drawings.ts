@@ -24,7 +24,9 @@ export function alignmentName(alignment: Alignment): string {
 // From a little before the turn to a little after the stop, and what the axis has at most.
 export function stretchOf(axes: AxisSamples[], runs: Run[], kind: AxisKind): Stretch {
   const ends = axes.flatMap(({ values }) => (values.length > 0 ? [values[0], values[values.length - 1]] : []));
-  const whole: [number, number] = ends.length > 0 ? [Math.min(...ends), Math.max(...ends)] : [0, 1];
+  const least = ends.length > 0 ? Math.min(...ends) : 0;
+  const greatest = ends.length > 0 ? Math.max(...ends) : 1;
+  const whole: [number, number] = least < greatest ? [least, greatest] : [least - 0.5, least + 0.5];
   const [from, to] = turnToStop(runs[0]);
   const { places, values } = axes[0];
   const at = (sample: number, otherwise: number) => (places[sample] >= 0 ? values[places[sample]] : otherwise);

@@ -73,7 +73,7 @@ const phaseRows: PhaseRow[] = [
 
 function intervalNote(check: Check | null, key: string, figure: Figure, units: Units): HTMLElement | null {
   const text = intervalText(check, key, figure, units);
-  return text === "" ? null : element("span", { class: "interval", title: "holds the truth in 95 of 100 runs" }, text);
+  return text === "" ? null : element("span", { class: "interval" }, text);
 }
 
 function behindText(key: string, figure: Figure, words: string, units: Units): HTMLElement {

@@ -63,7 +63,7 @@ class RunPage {
 
     applyTheme(rememberedTheme());
     root.classList.add("tarvel");
-    root.replaceChildren(this.header(), element("main", {}, this.body, first && this.cursor ? new VideoPanel(first, this.cursor).root : null));
+    root.replaceChildren(this.header(), element("main", {}, this.body, first && this.cursor ? new VideoPanel(first, this.cursor, this.closing.signal).root : null));
     document.title = this.labels.join(", ");
     this.addWords();
     // The figures are on the screen before anything is drawn.

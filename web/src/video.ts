@@ -12,6 +12,11 @@ const speeds = [
   { value: "0.25", text: "quarter speed" },
 ];
 
+// By the name where the system does not know the type.
+function isVideo(file: File): boolean {
+  return file.type.startsWith("video/") || /\.(mp4|m4v|mov|webm|mkv|avi|mts)$/i.test(file.name);
+}
+
 export class VideoPanel {
   readonly root: HTMLElement;
   private readonly video = element("video", { controls: true, playsinline: true, preload: "auto", hidden: true });
@@ -27,6 +32,7 @@ export class VideoPanel {
   constructor(
     private readonly run: Run,
     private readonly cursor: Cursor,
+    signal: AbortSignal, // takes the panel's hands off the document
   ) {
     const moments = run.marks.map((mark) => ({ value: mark.key, text: mark.name }));
     this.moment = findMark(run, "touchdown")?.key ?? moments[0]?.value ?? "";
@@ -55,8 +61,8 @@ export class VideoPanel {
     this.video.addEventListener("seeked", () => this.seeked());
     this.video.addEventListener("play", () => this.watch());
     cursor.listen((sample, source) => source !== this && this.seek(sample));
-    document.addEventListener("dragover", (event) => event.preventDefault());
-    document.addEventListener("drop", (event) => this.drop(event));
+    document.addEventListener("dragover", (event) => event.preventDefault(), { signal });
+    document.addEventListener("drop", (event) => this.drop(event), { signal });
   }
 
   private say(text: string): void {
@@ -64,9 +70,9 @@ export class VideoPanel {
   }
 
   private drop(event: DragEvent): void {
-    event.preventDefault();
     const file = event.dataTransfer?.files[0];
-    if (!file) return;
+    if (!file || !isVideo(file)) return;
+    event.preventDefault();
     (this.root as HTMLDetailsElement).open = true;
     this.open(file);
   }
