@@ -144,7 +144,7 @@ export class Curves {
       dot.style.borderColor = curve.colour;
       return dot;
     });
-    uplot.over.append(line, ...dots);
+    uplot.over.append(line, ...[...dots].reverse());
     const plot = { panel, uplot, line, dots, area, size: { width: 0, height: 0 } };
     const valueAt = (x: number) => uplot.posToVal(x - uplot.over.offsetLeft, "x") / this.xFactor;
     listenToGestures(area, {

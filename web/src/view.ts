@@ -68,7 +68,8 @@ export class View {
     this.area.setAttribute("aria-label", `${scene.name}. Arrow keys move the cursor; plus, minus and 0 zoom.`);
     this.canvas.setAttribute("aria-label", `Flight path ${scene.name.toLowerCase()}, with the course and the phases`);
     this.dots = scene.paths.map(() => element("div", { class: "dot", hidden: true }));
-    this.area.append(this.canvas, ...this.dots);
+    // The first run is uppermost.
+    this.area.append(this.canvas, ...[...this.dots].reverse());
     const zoomBy = (factor: number) => () => this.zoom(factor, this.width / 2, this.height / 2);
     const closer = button("+", { "aria-label": `Zoom in: ${scene.name}`, class: "tool" }, zoomBy(1.5));
     const away = button("−", { "aria-label": `Zoom out: ${scene.name}`, class: "tool" }, zoomBy(1 / 1.5));
