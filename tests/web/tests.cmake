@@ -19,18 +19,20 @@ if(NOT TARVEL_DEBIAN_PYTHON)
   set(TARVEL_DEBIAN_PYTHON ${Python3_EXECUTABLE})
 endif()
 
-# tarvel_browser_test(NAME): tests/web/NAME.py.
-function(tarvel_browser_test name)
+# tarvel_page_test(NAME): tests/web/NAME.py.
+function(tarvel_page_test name)
   add_test(NAME web/${name} COMMAND ${TARVEL_DEBIAN_PYTHON} -B ${PROJECT_SOURCE_DIR}/tests/web/${name}.py)
   set_tests_properties(web/${name} PROPERTIES
     ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>;TARVEL_PAGE_PROGRAM=${PROJECT_BINARY_DIR}/tarvel-page;${tarvel_sanitizer_options}"
-    LABELS browser
     SKIP_RETURN_CODE 77
     TIMEOUT 600)
 endfunction()
 
+tarvel_page_test(page_program_test)
+
 # The sanitizers see nothing of a page.
 if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
-  tarvel_browser_test(browser_test)
-  tarvel_browser_test(firefox_test)
+  tarvel_page_test(browser_test)
+  tarvel_page_test(firefox_test)
+  set_tests_properties(web/browser_test web/firefox_test PROPERTIES LABELS browser)
 endif()

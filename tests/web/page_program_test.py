@@ -1,0 +1,138 @@
+#!/usr/bin/env python3
+"""tests/web/page_program_test.py: tarvel-page on the command line, and what is in the file that it writes."""
+import base64
+import hashlib
+import html.parser
+import json
+import os
+import re
+import subprocess
+import tempfile
+import unittest
+from itertools import accumulate
+
+from pages import TARVEL_PAGE, Workplace
+
+
+class Parts(html.parser.HTMLParser):
+    """What a browser finds: {element: its text}, scripts by their id or 'script', the policy."""
+
+    def __init__(self, text):
+        super().__init__()
+        self.parts, self.name, self.policy, self.addresses = {}, None, None, []
+        self.feed(text)
+
+    def handle_starttag(self, tag, attributes):
+        values = dict(attributes)
+        self.addresses += [values[name] for name in ("src", "href", "action", "data") if name in values]
+        if values.get("http-equiv") == "Content-Security-Policy":
+            self.policy = values["content"]
+        self.name = values.get("id", tag) if tag in ("script", "style", "title") else None
+
+    def handle_data(self, data):
+        if self.name:
+            self.parts[self.name] = self.parts.get(self.name, "") + data
+
+    def handle_endtag(self, tag):
+        self.name = None
+
+
+class PageProgramTest(unittest.TestCase):
+    def setUp(self):
+        temporary = tempfile.TemporaryDirectory()
+        self.addCleanup(temporary.cleanup)
+        self.work = Workplace(temporary.name)
+
+    def page(self, *arguments, status=0, environment=None):
+        return self.work.run([TARVEL_PAGE, *arguments], status, environment).stderr
+
+    def files(self):
+        return sorted(path.name for path in self.work.folder.iterdir() if path.suffix not in (".csv", ".txt"))
+
+    def test_the_page_lies_beside_the_track_and_replaces_an_older_one(self):
+        (self.work.folder / "day.1").mkdir()
+        os.rename(self.work.folder / "carve.csv", self.work.folder / "day.1/carve.new.csv")
+        (self.work.folder / "day.1/carve.new.html").write_text("old")
+        self.page("day.1/carve.new.csv")
+        self.assertIn("Content-Security-Policy", (self.work.folder / "day.1/carve.new.html").read_text())
+        self.assertEqual(sorted(os.listdir(self.work.folder / "day.1")), ["carve.new.csv", "carve.new.html"])
+
+    def test_a_track_from_standard_input(self):
+        with open(self.work.folder / "carve.csv", "rb") as track:
+            subprocess.run([TARVEL_PAGE, "-"], cwd=self.work.folder, stdin=track, check=True)
+        self.assertEqual(self.files(), ["run.html"])
+
+    def test_no_input_is_overwritten(self):
+        os.rename(self.work.folder / "carve.csv", self.work.folder / "carve.html")
+        before = (self.work.folder / "carve.html").read_bytes()
+        os.link(self.work.folder / "matrix.txt", self.work.folder / "course.html")
+        for arguments in (["carve.html"], ["-o", "carve.html", "straight.csv", "carve.html"], ["-o", "course.html", "straight.csv"]):
+            self.assertIn("is an input; name another file with -o", self.page(*arguments, status=2))
+        self.assertEqual((self.work.folder / "carve.html").read_bytes(), before)
+
+    def test_a_wrong_command_line(self):
+        for arguments, message in [([], "no track"), (["-", "-"], "standard input can be read once"),
+                                   (["-t", "5", "carve.csv", "straight.csv"], "-t belongs to one run"),
+                                   (["--metr", "carve.csv"], "unrecognized")]:
+            self.assertIn(message, self.page(*arguments, status=2))
+        self.assertEqual(self.files(), [])
+
+    def test_options_that_tarvel_json_refuses(self):
+        error = self.page("-t", "two", "carve.csv", status=2)
+        self.assertIn("tarvel-json: not a number of seconds: two", error)
+        self.assertIn("tarvel-page: no document of carve.csv", error)
+        self.assertEqual(self.files(), [])
+
+    def test_a_run_that_fails_has_a_page(self):
+        self.assertIn("could not detect pattern entry", self.page("walk.csv", status=1))
+        self.assertEqual(self.files(), ["walk.html"])
+        self.page("-o", "both.html", "carve.csv", "gone.csv", status=1)
+        self.assertEqual(self.files(), ["both.html", "walk.html"])
+
+    def test_a_page_that_cannot_be_written(self):
+        self.assertIn("cannot write gone/page.html: No such file or directory", self.page("-o", "gone/page.html", "carve.csv", status=2))
+        (self.work.folder / "taken.html").mkdir()
+        self.assertIn("cannot write taken.html", self.page("-o", "taken.html", "carve.csv", status=2))
+        self.assertEqual(self.files(), ["taken.html"])
+
+    def test_a_program_that_is_not_there(self):
+        self.assertIn("cannot run /gone: No such file", self.page("carve.csv", status=2, environment={"TARVEL_JSON": "/gone"}))
+        self.assertIn("no document of carve.csv", self.page("carve.csv", status=2, environment={"TARVEL_JSON": "/bin/true"}))
+
+    def test_the_policy_names_the_script_and_the_style(self):
+        self.page("carve.csv")
+        found = Parts((self.work.folder / "carve.html").read_text())
+        digests = {name: base64.b64encode(hashlib.sha256(found.parts[name].encode()).digest()).decode() for name in ("script", "style")}
+        self.assertEqual(found.policy, f"default-src 'none'; script-src 'sha256-{digests['script']}'; "
+                                       f"style-src 'sha256-{digests['style']}'; media-src blob:; base-uri 'none'; form-action 'none'")
+        self.assertEqual(found.addresses, [])
+        self.assertNotRegex(found.parts["style"], r"url\(|@import")
+
+    def test_the_documents_are_those_of_tarvel_json(self):
+        self.page("-m", "carve.csv", "straight.csv")
+        found = json.loads(Parts((self.work.folder / "carve.html").read_text()).parts["tarvel-documents"])
+        for run, packed in zip(("carve.csv", "straight.csv"), found, strict=True):
+            document = self.work.document(run, "-m")
+            for name in ("program", "track", "warnings", "failure", "figures", "phases"):
+                self.assertEqual(packed[name], document[name])
+            for name, column in packed["samples"].items():
+                whole = document["samples"][name]
+                self.assertEqual(list(accumulate(column)) if isinstance(column, list) else column, whole, name)
+
+    def test_no_name_ends_the_block_of_documents(self):
+        document = self.work.document("carve.csv")
+        document["track"]["name"] = "</script><!--<script>\u2028"
+        page = self.work.page_of_documents("hostile.html", document).read_text()
+        block = re.search(r'id="tarvel-documents">(.*?)</script>', page, re.DOTALL)[1]
+        self.assertNotIn("<", block)
+        self.assertEqual(json.loads(block)[0]["track"]["name"], document["track"]["name"])
+
+    def test_the_bundle_ends_no_element(self):
+        self.page("carve.csv")
+        text = (self.work.folder / "carve.html").read_text()
+        self.assertEqual(text.count("</script"), 2)
+        self.assertEqual(text.count("</style"), 1)
+
+
+if __name__ == "__main__":
+    unittest.main()
