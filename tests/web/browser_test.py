@@ -580,6 +580,18 @@ class PrintTest(unittest.TestCase):
         self.check(page, 8.27, 11.69, words)
         self.check(page, 8.5, 11, words)
 
+    def test_it_is_drawn_when_the_browser_takes_it(self):
+        # Which is before any microtask, when a button has asked for the sheet.
+        open_page(work.page("carve.html", "carve.csv"))
+        painted = script("""
+            window.dispatchEvent(new Event('beforeprint'));
+            const isPainted = canvas =>
+              canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height).data.some(byte => byte);
+            const found = [...document.querySelectorAll('.sheet .view canvas, .sheet .plot canvas')].map(isPainted);
+            window.dispatchEvent(new Event('afterprint'));
+            return found""")
+        self.assertEqual(painted, [True] * 6)
+
     def test_one_sheet_holds_eight_runs(self):
         page = work.page("eight.html", *["carve.csv", "straight.csv", "reversed.csv", "tagged.csv"] * 2)
         self.check(page, 8.5, 11, ["carve", "tagged", "74.9"])

@@ -99,7 +99,10 @@ export class Curves {
 
   resize(): void {
     for (const { uplot, size } of this.plots) {
-      if (size.width > 0 && (size.width !== uplot.width || size.height !== uplot.height)) uplot.setSize(size);
+      // At once, since a sheet of paper is taken as soon as it has been made.
+      if (size.width > 0 && (size.width !== uplot.width || size.height !== uplot.height)) {
+        uplot.batch(() => uplot.setSize(size));
+      }
     }
   }
 

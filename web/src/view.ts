@@ -164,7 +164,8 @@ export class View {
     if (!context || this.width === 0) return;
     const ratio = this.options.pixelRatio;
     context.setTransform(ratio, 0, 0, ratio, 0, 0);
-    context.clearRect(0, 0, this.width, this.height);
+    context.fillStyle = this.palette.surface;
+    context.fillRect(0, 0, this.width, this.height);
     context.lineJoin = "round";
     context.lineCap = "round";
     this.drawGrid(context);
