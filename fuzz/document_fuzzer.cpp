@@ -3,6 +3,8 @@
 // the track's own bytes. The rest is the track. Every document is JSON, has all its members, and holds no number that
 // JSON has not.
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -37,10 +39,21 @@ course make_course(bool has_pond) {
 constexpr const char *members[] = {"format",  "program", "track",  "course",  "warnings", "failure",
                                    "figures", "phases",  "charts", "samples", "overview"};
 
+// Into the folder of that name, so that a test can hold all documents against the schema.
+void keep_document(const char *text) {
+  const char *const folder = std::getenv("TARVEL_DOCUMENTS");
+  if (folder == nullptr) return;
+  static int number = 0;
+  const std::string path = std::string(folder) + "/" + std::to_string(++number) + ".json";
+  std::FILE *const file = std::fopen(path.c_str(), "wb");
+  require(file != nullptr && std::fputs(text, file) >= 0 && std::fclose(file) == 0);
+}
+
 void require_whole(const run_facts &facts) {
   error_slot error = nullptr;
   const owned_text text = format_run_document(facts, &error);
   require(text != nullptr && error == nullptr);
+  keep_document(text.get());
   const nlohmann::json document = nlohmann::json::parse(text.get(), nullptr, false);
   require(document.is_object() && document.size() == std::size(members));
   for (const char *const member : members) require(document.contains(member));

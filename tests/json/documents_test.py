@@ -24,6 +24,7 @@ import jsonschema
 PROJECT = Path(os.environ.get("TARVEL_SOURCE_DIR", Path(__file__).parents[2]))
 TARVEL = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
 TARVEL_JSON = os.environ.get("TARVEL_JSON_PROGRAM", str(PROJECT / "build/release/tarvel-json"))
+REPLAY = os.environ.get("TARVEL_DOCUMENT_REPLAY", str(PROJECT / "build/dev/document_replay"))
 EXAMPLES = PROJECT / "examples"
 SCHEMA = json.loads((PROJECT / "docs/schema/run-1.json").read_text())
 HEADER_LINES = 2
@@ -230,6 +231,18 @@ class DocumentTest(unittest.TestCase):
                 done = self.call("-", input="".join(rows[:HEADER_LINES] + damaged).encode())
                 self.assertIn(done.returncode, (0, 1))
                 VALIDATOR.validate(json.loads(done.stdout, parse_constant=no_constant))
+
+    def test_what_the_fuzz_target_makes(self):
+        kept = self.place / "documents"
+        kept.mkdir()
+        inputs = [folder for folder in (PROJECT / "fuzz/seeds/document", PROJECT / "fuzz/corpus/document")
+                  if folder.is_dir()]
+        subprocess.run([REPLAY, *inputs], env={**os.environ, "TARVEL_DOCUMENTS": str(kept)}, capture_output=True,
+                       check=True)
+        documents = list(kept.iterdir())
+        self.assertEqual(len(documents), sum(len(list(folder.iterdir())) for folder in inputs))
+        for document in documents:
+            VALIDATOR.validate(json.loads(document.read_bytes(), parse_constant=no_constant))
 
     # -----------------------------------------------------------------------------------------------------------------
 
