@@ -46,13 +46,19 @@ export class Stretch {
   }
 }
 
+export interface AxisMark {
+  name: string;
+  value: number;
+  isGate: boolean;
+}
+
 export interface CurvesOptions {
   kind: AxisKind;
   axisTitle: string;
   stretch: Stretch;
   units: Units;
   palette: Palette;
-  marks: { value: number; isGate: boolean }[]; // of the first run's phases
+  marks: AxisMark[]; // of the first run's phases
   pick(value: number): void;
 }
 
@@ -193,7 +199,7 @@ export class Curves {
     return {
       width: 300,
       height: 180,
-      padding: [8, 10, 0, 0],
+      padding: [16, 10, 0, 0],
       legend: { show: false },
       cursor: { show: false },
       series: [
@@ -257,6 +263,29 @@ export class Curves {
       context.moveTo(x, bbox.top);
       context.lineTo(x, bbox.top + bbox.height);
       context.stroke();
+    }
+    context.restore();
+    if (uplot === this.plots?.[0]?.uplot) this.drawNames(uplot);
+  }
+
+  // Of the marks, above the first panel; a name that would touch the one before it is left out, the gate's never.
+  private drawNames(uplot: uPlot): void {
+    const { ctx: context, bbox } = uplot;
+    const ratio = uPlot.pxRatio;
+    context.save();
+    context.font = font.replace("11px", `${Math.round(10 * ratio)}px`);
+    context.fillStyle = this.options.palette.muted;
+    context.textAlign = "center";
+    context.textBaseline = "bottom";
+    const taken: [number, number][] = [];
+    const marks = [...this.options.marks].sort((a, b) => Number(b.isGate) - Number(a.isGate));
+    for (const { name, value } of marks) {
+      const x = uplot.valToPos(value * this.xFactor, "x", true);
+      const half = context.measureText(name).width / 2 + 3 * ratio;
+      const isOutside = x < bbox.left || x > bbox.left + bbox.width;
+      if (isOutside || taken.some(([from, to]) => x + half > from && x - half < to)) continue;
+      taken.push([x - half, x + half]);
+      context.fillText(name, x, bbox.top - 2 * ratio);
     }
     context.restore();
   }

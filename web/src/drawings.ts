@@ -2,7 +2,7 @@
 import { Alignment, AxisKind, AxisSamples, momentOf } from "./axis";
 import { Palette } from "./colours";
 import { Cursor } from "./cursor";
-import { Curves, Stretch, axisTitle } from "./curves";
+import { AxisMark, Curves, Stretch, axisTitle } from "./curves";
 import { Matching } from "./matching";
 import { Panel } from "./panels";
 import { Run, findMark, turnToStop } from "./runs";
@@ -39,17 +39,24 @@ export function stretchOf(axes: AxisSamples[], runs: Run[], kind: AxisKind): Str
 }
 
 // Where the phases of a run stand on its x axis.
-function marksOn(run: Run, { kind, alignment, axes }: Matching): { value: number; isGate: boolean }[] {
-  const shown = ["turn", "rollout_start", "rollout_end", "entry_gate", "exit_gate", "touchdown"];
-  return shown.flatMap((key) => {
+function marksOn(run: Run, { kind, alignment, axes }: Matching): AxisMark[] {
+  const shown = [
+    ["turn", "turn"],
+    ["rollout_start", "rollout"],
+    ["rollout_end", "level"],
+    ["entry_gate", "gate"],
+    ["exit_gate", "exit gate"],
+    ["touchdown", "touchdown"],
+  ];
+  return shown.flatMap(([key, name]): AxisMark[] => {
     const mark = findMark(run, key);
     if (!mark || mark.phase.time === null) return [];
     const { places, values } = axes[0];
     const onAxis = places[mark.sample] < 0 ? NaN : values[places[mark.sample]];
     const isGate = key === "entry_gate";
-    if (kind === "time") return [{ value: mark.phase.time / 1000 - momentOf(run, alignment), isGate }];
-    if (kind === "distance" && isGate) return [{ value: 0, isGate }];
-    return Number.isFinite(onAxis) ? [{ value: onAxis, isGate }] : [];
+    if (kind === "time") return [{ name, value: mark.phase.time / 1000 - momentOf(run, alignment), isGate }];
+    if (kind === "distance" && isGate) return [{ name, value: 0, isGate }];
+    return Number.isFinite(onAxis) ? [{ name, value: onAxis, isGate }] : [];
   });
 }
 
