@@ -6,6 +6,9 @@ _tarvel_json_description() {
     -i | --implicit) echo "find the entry gate from the run itself" ;;
     -m | --metric) echo "texts and charts in metric units" ;;
     -t | --aloft) echo "seconds aloft, as a judge measured them" ;;
+    --check) echo "how far each figure can be trusted" ;;
+    --draws) echo "tracks to draw for --check, 40 to 10000" ;;
+    --seed) echo "where its random numbers begin" ;;
     --version) echo "print the version" ;;
   esac
 }
@@ -22,7 +25,7 @@ _tarvel_json_tracks() {
 
 _tarvel_json_options() {
   local option
-  mapfile -t COMPREPLY < <(compgen -W '-h --help -i --implicit -m --metric -t --aloft --version' -- "$cur")
+  mapfile -t COMPREPLY < <(compgen -W '-h --help -i --implicit -m --metric -t --aloft --check --draws --seed --version' -- "$cur")
   # Only a list on the screen has room for descriptions; a single candidate would be typed into the command.
   [[ $COMP_TYPE == 63 && ${#COMPREPLY[@]} -gt 1 ]] || return 0
   for option in "${!COMPREPLY[@]}"; do
@@ -41,7 +44,7 @@ _tarvel_json() {
   COMPREPLY=()
   # Letters may share a hyphen; the last of them takes the next word.
   case $prev in
-    -t | -[im]*t | --aloft) return ;;
+    -t | -[im]*t | --aloft | --draws | --seed) return ;;
   esac
   case $cur in
     -*) _tarvel_json_options ;;

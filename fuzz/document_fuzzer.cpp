@@ -1,6 +1,6 @@
 // The document of a run, whatever the track holds. The first byte holds the options: two bits of gate type, one for
 // metres, one for a time aloft, one for a course with a pond, one for a track that is not analysed, one for a name of
-// the track's own bytes. The rest is the track. Every document is JSON, has all its members, and holds no number that
+// the track's own bytes, one for a check. The rest is the track. Every document is JSON, has all its members, and holds no number that
 // JSON has not.
 #include <array>
 #include <cstdio>
@@ -36,8 +36,8 @@ course make_course(bool has_pond) {
   return made;
 }
 
-constexpr const char *members[] = {"format",  "program", "track",  "course",  "warnings", "failure",
-                                   "figures", "phases",  "charts", "samples", "overview"};
+constexpr const char *members[] = {"format",  "program", "track",  "course", "warnings", "failure",
+                                   "figures", "check",   "phases", "charts", "samples",  "overview"};
 
 // Into the folder of that name, so that a test can hold all documents against the schema.
 void keep_document(const char *text) {
@@ -60,6 +60,7 @@ void require_whole(const run_facts &facts) {
   const bool has_failed = facts.failure.message != nullptr;
   require(document["failure"].is_object() == has_failed);
   require(document["figures"].is_null() == has_failed && document["samples"].is_null() == has_failed);
+  require(document["check"].is_object() == (facts.checked != nullptr));
   if (!has_failed) require(document["charts"].size() == 8 && document["phases"]["turn"].is_object());
   if (!document["overview"].is_null()) require(document["overview"]["time"].size() <= 4000);
 }
@@ -98,6 +99,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   if (error == nullptr && flown.pond) {
     rotate_point_list(points_of(*flown.pond), correction_angle(*run));
     facts.pond = &*flown.pond;
+  }
+  checked_run checked;
+  if (error == nullptr && (options & 128) != 0) {
+    check_settings settings;
+    settings.draws = 40;
+    check_run(*run, settings, checked.check, &error);
+    require(error == nullptr);
+    checked.verdict = judge_run(*run, checked.check);
+    facts.checked = &checked;
   }
   require_whole(facts);
   return 0;

@@ -2,11 +2,10 @@
 
 #include <getopt.h>
 
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
+#include "checker/draw_options.h"
 #include "driver/exit.h"
 #include "support/integer.h"
 #include "support/version.h"
@@ -48,10 +47,6 @@ constexpr option long_options[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-// Fewer have no 2.5 % to speak of; more take longer than anybody waits.
-constexpr std::uint32_t fewest_draws = 40;
-constexpr std::uint32_t most_draws = 10000;
-
 [[noreturn]] void exit_with_hint() {
   std::fputs("Try 'tarvel-check --help'.\n", stderr);
   exit_program(EXIT_FAILURE);
@@ -60,14 +55,6 @@ constexpr std::uint32_t most_draws = 10000;
 [[noreturn]] void refuse(const char *message, const char *argument) {
   std::fprintf(stderr, "%s: %s%s\n", check_program, message, argument);
   exit_with_hint();
-}
-
-// True when all of the argument is such a number.
-template <typename T>
-bool is_number(const char *argument, T &number) {
-  const char *const end = argument + std::strlen(argument);
-  const auto [behind, error] = std::from_chars(argument, end, number);
-  return error == std::errc() && behind == end;
 }
 
 std::uint32_t parse_time_aloft(const char *argument) {
@@ -81,9 +68,7 @@ std::uint32_t parse_time_aloft(const char *argument) {
 
 std::uint32_t parse_draws(const char *argument) {
   std::uint32_t draws = 0;
-  if (!is_number(argument, draws) || draws < fewest_draws || draws > most_draws) {
-    refuse("no number of draws from 40 to 10000: ", argument);
-  }
+  if (!is_number_of_draws(argument, draws)) refuse("no number of draws from 40 to 10000: ", argument);
   return draws;
 }
 

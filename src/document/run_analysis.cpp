@@ -34,4 +34,13 @@ void analyse_run(analysed_run &work, run_facts &facts) {
   facts.pond = &*work.flown->pond;
 }
 
+void check_analysed_run(analysed_run &work, run_facts &facts) {
+  facts.failure = {run_stage::check, nullptr};
+  checked_run &checked = work.checked.emplace();
+  check_run(*work.run, *facts.asked_check, checked.check, &facts.failure.message);
+  if (facts.failure.message) return;
+  checked.verdict = judge_run(*work.run, checked.check);
+  facts.checked = &checked;
+}
+
 }  // namespace tarvel

@@ -35,6 +35,7 @@ const char *stage_name(run_stage stage) {
     case run_stage::track: return "track";
     case run_stage::course: return "course";
     case run_stage::analysis: return "analysis";
+    case run_stage::check: return "check";
     case run_stage::document: break;
   }
   return "document";
@@ -42,10 +43,17 @@ const char *stage_name(run_stage stage) {
 
 bool has_result(const run_facts &facts) { return facts.run != nullptr && facts.failure.message == nullptr; }
 
+json seed_as_json(std::uint64_t seed) {
+  return seed <= static_cast<std::uint64_t>(greatest_json_integer) ? json(seed) : json();
+}
+
 json options_as_json(const run_facts &facts) {
   return {{"implicit_gate", facts.implicit_gate},
           {"metric", facts.metric},
-          {"time_aloft", facts.time_aloft == 0 ? json() : json(facts.time_aloft)}};
+          {"time_aloft", facts.time_aloft == 0 ? json() : json(facts.time_aloft)},
+          {"check", facts.asked_check != nullptr},
+          {"draws", facts.asked_check != nullptr ? json(facts.asked_check->draws) : json()},
+          {"seed", facts.asked_check != nullptr ? seed_as_json(facts.asked_check->seed) : json()}};
 }
 
 json program_as_json(const run_facts &facts) {
@@ -131,7 +139,10 @@ void append_part(document_text &text, std::string_view name, const json &part) {
 
 void append_result(document_text &text, const run_facts &facts, error_slot *error) {
   const swoop &run = *facts.run;
-  append_part(text, "figures", figures_as_json(run, display_units_for(facts.metric)));
+  const display_units units = display_units_for(facts.metric);
+  append_part(text, "figures", figures_as_json(run, units));
+  append_part(text, "check", facts.checked != nullptr ? check_as_json(run, *facts.checked, units, error) : json());
+  if (*error) return;
   append_part(text, "phases", phases_as_json(run));
   append_part_name(text, "charts");
   append_charts(text, {run, facts.pond, facts.metric}, error);
@@ -150,7 +161,7 @@ void append_document(document_text &text, const run_facts &facts, error_slot *er
   if (has_result(facts)) {
     append_result(text, facts, error);
   } else {
-    for (const char *const part : {"figures", "phases", "charts", "samples"}) append_part(text, part, json());
+    for (const char *const part : {"figures", "check", "phases", "charts", "samples"}) append_part(text, part, json());
   }
   append_part_name(text, "overview");
   if (facts.run != nullptr) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "document/check_json.h"
 #include "support/error_slot.h"
 #include "support/memory.h"
 #include "support/text_buffer.h"
@@ -16,7 +17,7 @@ constexpr const char *run_format_name = "tarvel-run";
 constexpr int run_format_version = 1;
 
 // The parts of the work, at one of which a run fails.
-enum class run_stage { track, course, analysis, document };
+enum class run_stage { track, course, analysis, check, document };
 
 struct run_failure {
   run_stage stage = run_stage::track;
@@ -41,12 +42,15 @@ struct run_facts {
   const tarvel::course *course = nullptr;  // as the file has it; null for a run without a course
   const pond_outline *pond = nullptr;      // in the frame in force; null without a pond
 
+  const check_settings *asked_check = nullptr;  // null when the run is not to be checked
+  const checked_run *checked = nullptr;         // null when it was not
+
   run_failure failure;
 };
 
-// The whole document, a line for each of its parts. Null on failure, with "failed to allocate memory for charts" or
-// "failed to allocate memory for document". The JSON library, too, needs memory for small parts; it throws
-// std::bad_alloc, or aborts where a program is built without exceptions.
+// The whole document, a line for each of its parts. Null on failure, with "failed to allocate memory for charts", "failed
+// to allocate memory for document" or a message of check_as_json. The JSON library, too, needs memory for small parts; it
+// throws std::bad_alloc, or aborts where a program is built without exceptions.
 [[nodiscard]] owned_text format_run_document(const run_facts &facts, error_slot *error);
 
 }  // namespace tarvel

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+
+#include "check/run_check.h"
 
 namespace tarvel {
 
@@ -9,7 +12,8 @@ struct json_options {
   bool implicit_gate = false;
   bool metric = false;
   std::uint32_t time_aloft = 0;  // ms
-  const char *track = nullptr;   // "-" for standard input
+  std::optional<check_settings> check;
+  const char *track = nullptr;  // "-" for standard input
 };
 
 // Ends the program itself: with status 0 after --help and --version, with status 2 and a message on standard error for a

@@ -66,6 +66,12 @@ void analyse(json_run &run, error_slot *error) {
   *error = run.facts.failure.message;
 }
 
+void check(json_run &run, error_slot *error) {
+  if (run.facts.asked_check == nullptr) return;
+  check_analysed_run(run.work, run.facts);
+  *error = run.facts.failure.message;
+}
+
 // "2.23" of "version 2.23 (August 2, 2026)".
 owned_text copy_version_number() {
   owned_text number = try_duplicate(version + std::strlen("version "));
@@ -81,6 +87,7 @@ void set_facts(json_run &run, const json_options &options) {
   run.facts.metric = options.metric;
   run.facts.time_aloft = options.time_aloft;
   run.facts.track_name = options.track;
+  if (options.check) run.facts.asked_check = &*options.check;
 }
 
 // The JSON library throws when there is no memory.
@@ -117,6 +124,7 @@ int main(int argc, char *argv[]) {
   if (!error) read_track(run, options, &error);
   if (!error) find_course(run, options, &error);
   if (!error) analyse(run, &error);
+  if (!error) check(run, &error);
   run.facts.failure.message = error;
 
   const owned_text document = make_document(run);

@@ -85,12 +85,10 @@ double round_down(double value) { return std::floor(value); }
 double round_up(double value) { return std::ceil(value); }
 double round_near(double value) { return std::nearbyint(value); }
 
-// Degrees are printed without their direction, which stands behind them.
 interval printed_range(const report_line &line, const figure_check &each, double factor) {
-  const bool is_turned = line.unit == measure::angle && each.value < 0.0;
-  const double low = is_turned ? -each.range.high : each.range.low;
-  const double high = is_turned ? -each.range.low : each.range.high;
-  return {rounded(low * factor, line.decimals, round_down), rounded(high * factor, line.decimals, round_up)};
+  const interval range = shown_range(line.which, each);
+  return {rounded(range.low * factor, line.decimals, round_down),
+          rounded(range.high * factor, line.decimals, round_up)};
 }
 
 void print_line(text_buffer &text, const report_line &line, const run_check &check, bool is_touchdown_marked,
@@ -154,19 +152,10 @@ void print_head(text_buffer &text, const swoop &run) {
                      clock_text_of(run.track[0].time).text, rate, fewest->numsv, most->numsv);
 }
 
-const char *name_of(severity weight) {
-  switch (weight) {
-    case severity::note: return "good";
-    case severity::doubtful: return "doubtful";
-    case severity::unusable: return "unusable";
-  }
-  return "";
-}
-
 void print_reason(text_buffer &text, const reason &each, const display_units &units) {
   const reason_rule &rule = rule_of(each.code);
-  const char *const weight = rule.weight == severity::note ? "note" : name_of(rule.weight);
-  text_buffer_printf(text, "%s: %.*s: ", weight, static_cast<int>(rule.name.size()), rule.name.data());
+  text_buffer_printf(text, "%s: %.*s: ", name_of_weight(rule.weight), static_cast<int>(rule.name.size()),
+                     rule.name.data());
   append_reason_sentence(text, each, units);
   text_buffer_printf(text, "\n");
 }
@@ -185,9 +174,36 @@ owned_text format_check_report(const swoop &run, const run_check &check, const r
   for (const report_line &line : lines) print_line(text, line, check, is_touchdown_marked, units);
   text_buffer_printf(text, "\n");
   for (const reason &each : reasons_of(verdict)) print_reason(text, each, units);
-  text_buffer_printf(text, "verdict: %s\n", name_of(verdict.worst));
+  text_buffer_printf(text, "verdict: %s\n", name_of_verdict(verdict.worst));
   if (*error) return nullptr;
   return std::move(text.data);
+}
+
+const char *name_of_verdict(severity worst) {
+  switch (worst) {
+    case severity::note: return "good";
+    case severity::doubtful: return "doubtful";
+    case severity::unusable: return "unusable";
+  }
+  return "";
+}
+
+const char *name_of_weight(severity weight) { return weight == severity::note ? "note" : name_of_verdict(weight); }
+
+// The direction stands behind the degrees.
+interval shown_range(figure which, const figure_check &each) {
+  const bool is_turned = which == figure::degrees && each.value < 0.0;
+  return is_turned ? interval{-each.range.high, -each.range.low} : each.range;
+}
+
+printed_ends print_ends(figure which, const figure_check &each, const display_units &units) {
+  const report_line &line =
+      *std::find_if(std::begin(lines), std::end(lines), [&](const report_line &one) { return one.which == which; });
+  const interval range = printed_range(line, each, factor_of(line, units));
+  printed_ends ends;
+  std::snprintf(ends.low, sizeof ends.low, "%.*f", line.decimals, range.low);
+  std::snprintf(ends.high, sizeof ends.high, "%.*f", line.decimals, range.high);
+  return ends;
 }
 
 }  // namespace tarvel

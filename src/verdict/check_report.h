@@ -1,6 +1,8 @@
-// The text of a check: each figure with its interval, the reasons to doubt it, and the verdict.
+// The words of a check: each figure with its interval, the reasons to doubt it, and the verdict.
 #pragma once
 
+#include "check/figures.h"
+#include "check/interval.h"
 #include "check/reasons.h"
 #include "check/run_check.h"
 #include "support/error_slot.h"
@@ -15,5 +17,21 @@ namespace tarvel {
 // on failure, with "malloc() failed", "realloc failed" or "vsnprintf() failed (%d)\n".
 [[nodiscard]] owned_text format_check_report(const swoop &run, const run_check &check, const run_verdict &verdict,
                                              bool metric, error_slot *error);
+
+// "good", "doubtful" or "unusable".
+[[nodiscard]] const char *name_of_verdict(severity worst);
+
+// "note", "doubtful" or "unusable".
+[[nodiscard]] const char *name_of_weight(severity weight);
+
+// The interval of a figure as it is shown: degrees have no direction. Needs an interval.
+[[nodiscard]] interval shown_range(figure which, const figure_check &each);
+
+// Its ends as printed: rounded outward.
+struct printed_ends {
+  char low[328];
+  char high[328];
+};
+[[nodiscard]] printed_ends print_ends(figure which, const figure_check &each, const display_units &units);
 
 }  // namespace tarvel

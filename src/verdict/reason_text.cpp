@@ -122,4 +122,17 @@ void append_reason_sentence(text_buffer &text, const reason &each, const display
                      words_of(each.code).words);
 }
 
+reason_value value_of(const reason &each) {
+  switch (words_of(each.code).unit) {
+    case reason_unit::number:
+    case reason_unit::part: break;
+    case reason_unit::seconds: return {each.measured, "s"};
+    case reason_unit::metres: return {each.measured, "m"};
+    case reason_unit::feet: return {each.measured / feet_per_metre, "m"};
+    case reason_unit::metres_per_second: return {each.measured, "m/s"};
+    case reason_unit::mph: return {each.measured / mph_per_mps, "m/s"};
+  }
+  return {each.measured, nullptr};
+}
+
 }  // namespace tarvel

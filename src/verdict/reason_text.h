@@ -10,4 +10,11 @@ namespace tarvel {
 // Appends the measured figure in its unit, what it means and what to do.
 void append_reason_sentence(text_buffer &text, const reason &each, const display_units &units);
 
+// The measured figure in m, m/s or s; without a unit for a number, and for a part of 1.
+struct reason_value {
+  double value = 0.0;
+  const char *unit = nullptr;
+};
+[[nodiscard]] reason_value value_of(const reason &each);
+
 }  // namespace tarvel

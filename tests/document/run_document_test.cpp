@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -30,8 +31,8 @@ json document_of(const run_facts &facts) {
   return text ? json::parse(text.get()) : json();
 }
 
-const char *const members[] = {"format",  "program", "track",  "course",  "warnings", "failure",
-                               "figures", "phases",  "charts", "samples", "overview"};
+const char *const members[] = {"format",  "program", "track",  "course", "warnings", "failure",
+                               "figures", "check",   "phases", "charts", "samples",  "overview"};
 
 TEST(run_document_test, has_all_members_of_a_run_that_failed) {
   run_facts facts = facts_of(nullptr);
@@ -145,6 +146,89 @@ TEST(run_document_test, lists_the_warnings) {
   run_facts facts = facts_of(nullptr);
   facts.warnings = "WARNING: unknown field (a)\nWARNING: unknown field (\xff)\n";
   EXPECT_EQ(document_of(facts)["warnings"], json({"unknown field (a)", "unknown field (\xef\xbf\xbd)"}));
+}
+
+// Every figure as the run has it, and an interval from a tenth below it to a fifth above.
+checked_run check_of_figures(const swoop &run) {
+  checked_run made;
+  const figure_values values = values_of(run);
+  for (std::size_t i = 0; i < figure_count; ++i) {
+    made.check.figures[i] = {values[i], true, {values[i] - 0.1, values[i] + 0.2}, 0.0};
+  }
+  made.check.draws = 400;
+  return made;
+}
+
+TEST(run_document_test, has_intervals_and_reasons_of_a_run_that_was_checked) {
+  swoop run = hand_made_swoop();
+  run.touchdown_time = run.track[run.stop].time - 1;
+  run.turn_degrees = -450.25;
+  run.entry_gate_speed = 30.0;
+  checked_run checked = check_of_figures(run);
+  checked.check.figures[index_of(figure::distance_to_stop)].has_interval = false;
+  checked.check.figures[index_of(figure::rollout_time)].missing = 0.0075;
+  checked.verdict.worst = severity::unusable;
+  checked.verdict.reasons[0] = {reason_code::no_dive, 2.23693629};
+  checked.verdict.reasons[1] = {reason_code::no_accuracy, std::numeric_limits<double>::infinity()};
+  checked.verdict.count = 2;
+  run_facts facts = facts_of(&run);
+  facts.metric = true;
+  facts.checked = &checked;
+
+  const json check = document_of(facts)["check"];
+  EXPECT_EQ(check["verdict"], "unusable");
+  EXPECT_EQ(check["draws"], 400);
+  const json &intervals = check["intervals"];
+  // 29.9 m/s are 107.64 km/h, 30.2 m/s are 108.72 km/h.
+  const json gate_speed = {{"low", 29.9},          {"high", 30.2}, {"low_text", "107.6"},
+                           {"high_text", "108.8"}, {"missing", 0}, {"why", nullptr}};
+  EXPECT_EQ(intervals["entry_gate_speed"], gate_speed);
+  // Without the direction, as the figure.
+  EXPECT_EQ(intervals["rotation"]["low"], 450.25 - 0.2);
+  EXPECT_EQ(intervals["rotation"]["low_text"], "450");
+  EXPECT_EQ(intervals["rotation"]["high_text"], "451");
+  EXPECT_EQ(intervals["rollout_time"]["missing"], 3);
+  const json none = {{"low", nullptr},       {"high", nullptr}, {"low_text", nullptr},
+                     {"high_text", nullptr}, {"missing", 0},    {"why", "missing-in-all-draws"}};
+  EXPECT_EQ(intervals["stop_distance"], none);
+
+  // 1 mph in all digits of the factor.
+  EXPECT_EQ(check["reasons"][0]["code"], "no-dive");
+  EXPECT_EQ(check["reasons"][0]["severity"], "unusable");
+  EXPECT_EQ(check["reasons"][0]["value"], 1.0);
+  EXPECT_EQ(check["reasons"][0]["unit"], "m/s");
+  EXPECT_TRUE(check["reasons"][0]["text"].get<std::string>().starts_with("4 km/h of descent"));
+  EXPECT_TRUE(check["reasons"][1]["value"].is_null());
+  EXPECT_TRUE(check["reasons"][1]["unit"].is_null());
+}
+
+TEST(run_document_test, has_an_interval_under_the_name_of_each_figure) {
+  const swoop run = hand_made_swoop();
+  const checked_run checked = check_of_figures(run);
+  run_facts facts = facts_of(&run);
+  facts.checked = &checked;
+  const json document = document_of(facts);
+  const json &intervals = document["check"]["intervals"];
+  EXPECT_EQ(intervals.size(), document["figures"].size());
+  for (const auto &[name, each] : document["figures"].items()) {
+    SCOPED_TRACE(name);
+    ASSERT_TRUE(intervals.contains(name));
+    if (intervals[name]["why"].is_null()) {
+      EXPECT_NEAR(intervals[name]["low"].get<double>(), each["value"].get<double>() - 0.15, 0.0501);
+    }
+  }
+}
+
+TEST(run_document_test, does_not_take_the_stop_for_a_touchdown) {
+  swoop run = hand_made_swoop();
+  run.touchdown_time = run.track[run.stop].time;
+  const checked_run checked = check_of_figures(run);
+  run_facts facts = facts_of(&run);
+  facts.checked = &checked;
+  const json intervals = document_of(facts)["check"]["intervals"];
+  EXPECT_EQ(intervals["touchdown_distance"]["why"], "touchdown-is-stop");
+  EXPECT_TRUE(intervals["touchdown_distance"]["low"].is_null());
+  EXPECT_TRUE(intervals["stop_distance"]["why"].is_null());
 }
 
 TEST(run_document_test, says_that_there_is_no_memory) {

@@ -24,6 +24,7 @@ import jsonschema
 PROJECT = Path(os.environ.get("TARVEL_SOURCE_DIR", Path(__file__).parents[2]))
 TARVEL = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
 TARVEL_JSON = os.environ.get("TARVEL_JSON_PROGRAM", str(PROJECT / "build/release/tarvel-json"))
+TARVEL_CHECK = os.environ.get("TARVEL_CHECK_PROGRAM", str(PROJECT / "build/release/tarvel-check"))
 REPLAY = os.environ.get("TARVEL_DOCUMENT_REPLAY", str(PROJECT / "build/dev/document_replay"))
 EXAMPLES = PROJECT / "examples"
 SCHEMA = json.loads((PROJECT / "docs/schema/run-1.json").read_text())
@@ -114,6 +115,53 @@ class DocumentTest(unittest.TestCase):
                 decimals = len(figure["text"].partition(".")[2])
                 shown = figure["value"] * factors[figure["text_unit"]]
                 self.assertEqual(float(f"{shown:.{decimals}f}"), float(figure["text"]), name)
+
+    def test_the_check_is_that_of_tarvel_check(self):
+        for name, options in (("straight", []), ("carve", ["-m", "--seed", "3"]), ("reversed", ["-t", "5"]),
+                              ("implicit", ["-i", "-m"])):
+            options = [*options, "--draws", "60"]
+            with self.subTest(name=name, options=options):
+                document = self.document_of("--check", *options, f"{name}.csv")
+                check, figures = document["check"], document["figures"]
+                report = subprocess.run([TARVEL_CHECK, *options, f"{name}.csv"], cwd=self.place, capture_output=True,
+                                        text=True, check=False).stdout
+                self.assertIn(f"verdict: {check['verdict']}\n", report)
+                for reason in check["reasons"]:
+                    self.assertIn(f"{reason['severity']}: {reason['code']}: {reason['text']}\n", report)
+                self.assertEqual(len(re.findall(r"^(?:note|doubtful|unusable): ", report, re.MULTILINE)),
+                                 len(check["reasons"]))
+                self.assertEqual(list(check["intervals"]), list(figures))
+                self.assertEqual(check["draws"], 60)
+                for figure, interval in check["intervals"].items():
+                    self.check_interval(figures[figure], interval, report)
+
+    def check_interval(self, figure, interval, report):
+        """An interval contains its value, is rounded outward, and is printed."""
+        if interval["why"]:
+            self.assertEqual((interval["low"], interval["high_text"]), (None, None))
+            self.assertEqual(interval["why"] == "not-found", figure["value"] is None)
+            return
+        factor = {"ft": 3.2808399, "mph": 2.23693629, "km/h": 3.6}.get(figure["text_unit"], 1.0)
+        self.assertLessEqual(interval["low"], figure["value"])
+        self.assertGreaterEqual(interval["high"], figure["value"])
+        step = 10.0 ** -len(figure["text"].partition(".")[2])
+        for end, sign in (("low", -1), ("high", 1)):
+            outward = sign * (float(interval[f"{end}_text"]) - interval[end] * factor)
+            self.assertGreater(outward, -1e-9)
+            self.assertLess(outward, step + 1e-9)
+        self.assertRegex(report, rf" {figure['text_unit']} +{interval['low_text']} \.\. +{interval['high_text']}\b")
+
+    def test_figures_that_cannot_be_trusted_say_why(self):
+        rows = (self.place / "carve.csv").read_text().splitlines(keepends=True)
+        turn, stop = (self.document_of("carve.csv")["phases"][name]["index"] + HEADER_LINES for name in ("turn", "stop"))
+        middle = (turn + stop) // 2
+        (self.place / "gap.csv").write_text("".join(rows[:middle - 10] + rows[middle + 10:]))
+        check = self.document_of("--check", "gap.csv")["check"]
+        self.assertNotEqual(check["verdict"], "good")
+        self.assertEqual(check["intervals"]["turn_altitude"]["why"], "gap")
+        self.assertIn("gap", [reason["code"] for reason in check["reasons"]])
+        self.assertIsNone(self.document_of("--check", "walk.csv", status=1)["check"])
+        self.assertIsNone(self.document_of("carve.csv")["check"])
 
     def test_the_phases_lie_on_the_track(self):
         document = self.document_of("carve.csv")
@@ -231,6 +279,8 @@ class DocumentTest(unittest.TestCase):
                 done = self.call("-", input="".join(rows[:HEADER_LINES] + damaged).encode())
                 self.assertIn(done.returncode, (0, 1))
                 VALIDATOR.validate(json.loads(done.stdout, parse_constant=no_constant))
+                done = self.call("--check", "--draws=40", "-", input="".join(rows[:HEADER_LINES] + damaged).encode())
+                VALIDATOR.validate(json.loads(done.stdout, parse_constant=no_constant))
 
     def test_what_the_fuzz_target_makes(self):
         kept = self.place / "documents"
@@ -275,6 +325,9 @@ class DocumentTest(unittest.TestCase):
 
     def test_a_command_line_that_is_wrong(self):
         for arguments in ([], ["a.csv", "b.csv"], ["-x", "carve.csv"], ["-t", "two", "carve.csv"], ["-t"],
+                          ["--draws", "100", "carve.csv"], ["--seed=2", "carve.csv"],
+                          ["--check", "--draws", "39", "carve.csv"],
+                          ["--check", "--draws", "10001", "carve.csv"], ["--check", "--seed", "-1", "carve.csv"],
                           ["-t", "-1", "carve.csv"], ["-t", "nan", "carve.csv"], ["--aloft=1e99", "carve.csv"]):
             with self.subTest(arguments=arguments):
                 done = self.call(*arguments)
@@ -284,7 +337,12 @@ class DocumentTest(unittest.TestCase):
     def test_the_options(self):
         document = self.document_of("--metric", "--aloft", "6.5", "straight.csv")
         self.assertEqual(document["program"]["options"],
-                         {"implicit_gate": False, "metric": True, "time_aloft": 6500})
+                         {"implicit_gate": False, "metric": True, "time_aloft": 6500, "check": False, "draws": None,
+                          "seed": None})
+        document = self.document_of("--check", "--draws=40", "--seed=18446744073709551615", "-i", "implicit.csv")
+        self.assertEqual(document["program"]["options"],
+                         {"implicit_gate": True, "metric": False, "time_aloft": None, "check": True, "draws": 40,
+                          "seed": None})
         printed = subprocess.run([TARVEL, "-v"], capture_output=True, text=True, check=True).stdout
         self.assertIn(f"version {document['program']['version']} ", printed)
         self.assertIn(f"version {document['program']['version']} ", self.call("--version").stdout.decode())

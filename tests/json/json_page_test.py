@@ -15,6 +15,9 @@ from source_messages import source_messages  # noqa: E402
 
 SCHEMA = json.loads((PROJECT / "docs/schema/run-1.json").read_text())
 PAGE = (PROJECT / "docs/man/tarvel-json.5.in").read_text()
+FIGURES = set(SCHEMA["properties"]["figures"]["properties"])
+# Why a figure has no interval.
+WHY = set(SCHEMA["$defs"]["interval"]["properties"]["why"]["enum"]) - {None}
 CODES = SCHEMA["properties"]["failure"]["properties"]["code"]["enum"]
 
 # What a run can fail by. A survey's messages are none of them.
@@ -50,11 +53,15 @@ class PageTest(unittest.TestCase):
     def test_each_member_is_explained_in_its_section(self):
         for name, part in SCHEMA["properties"].items():
             with self.subTest(name):
-                explained = section_items(name) if members_of(part) else set()
+                members = members_of(part)
+                if name == "check":
+                    self.assertLessEqual(FIGURES, members)  # explained in their own section
+                    members -= FIGURES
+                explained = section_items(name) if members else set()
                 # The side to which a run turned stands in a sentence.
-                self.assertEqual(members_of(part) - explained - {"direction"}, set())
-                codes = set(CODES) if name == "failure" else set()
-                self.assertEqual(explained - members_of(part), codes)
+                self.assertEqual(members - explained - {"direction"}, set())
+                codes = {"failure": set(CODES), "check": WHY}.get(name, set())
+                self.assertEqual(explained - members, codes)
                 self.assertIn(f".Ss {name}\n", PAGE)
 
     def test_the_values_of_each_member_are_named(self):
@@ -71,6 +78,11 @@ class PageTest(unittest.TestCase):
 
     def test_the_codes(self):
         self.assertEqual(set(source_codes().values()) | {"other"}, set(CODES))
+
+    def test_the_reasons_for_no_interval(self):
+        source = (PROJECT / "src/document/check_json.cpp").read_text()
+        known = set(re.findall(r'(?:return|[?:]) "([a-z-]+)"', source))
+        self.assertEqual(known, WHY)
 
     def test_each_message_has_a_code(self):
         beginnings = source_codes()
