@@ -3,15 +3,21 @@
 #   scripts/fuzz 60 container
 #
 # With the tests each is also linked with a main that replays its seeds and its corpus, under whatever the tests are
-# built with. A finding, made small, becomes a seed. The corpus is what scripts/fuzz kept of its last long run.
+# built with. A finding, made small, becomes a seed. The corpus is what scripts/fuzz kept of its last long run; building
+# the replay unpacks it.
+
+if(TARVEL_FUZZERS)
+  add_library(tarvel_reused_memory OBJECT fuzz/reused_memory.cpp)
+  target_compile_options(tarvel_reused_memory PRIVATE -fno-sanitize=all)
+  target_link_options(tarvel_reused_memory INTERFACE -fsanitize=fuzzer -Wl,--wrap=realloc,--wrap=free)
+endif()
 
 # tarvel_fuzzer(NAME USES target...)
 function(tarvel_fuzzer name)
   cmake_parse_arguments(PARSE_ARGV 1 fuzzer "" "" "USES")
   if(TARVEL_FUZZERS)
     add_executable(${name}_fuzzer fuzz/${name}_fuzzer.cpp)
-    target_link_libraries(${name}_fuzzer PRIVATE ${fuzzer_USES} tarvel_build_options)
-    target_link_options(${name}_fuzzer PRIVATE -fsanitize=fuzzer)
+    target_link_libraries(${name}_fuzzer PRIVATE ${fuzzer_USES} tarvel_reused_memory tarvel_build_options)
   endif()
   if(TARVEL_TESTS)
     add_executable(${name}_replay fuzz/${name}_fuzzer.cpp fuzz/replay.cpp)
