@@ -1,7 +1,8 @@
-// The clock time of a sample. The input's lines are times in the order of a track: what is remembered from one must not
-// change what the next one gives.
-#include <algorithm>
+// The clock times of a track, one in each line of the input, in a zone that is hard for the calendar. The minute that the
+// reader remembers must not change any time: forgetting it before each line gives the same times.
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include "fuzz_input.h"
 #include "track/time_field.h"
@@ -9,6 +10,9 @@
 namespace {
 
 using namespace tarvel;
+
+// 19 minutes and 32 seconds ahead; changes to summer time and back in the middle of a minute, every year.
+constexpr char zone[] = "LMT-0:19:32LST,M3.5.0/2:00:30,M10.5.0/3:00:30";
 
 struct answer {
   std::int64_t time = 0;
@@ -24,22 +28,42 @@ answer parse(const std::string &text) {
   return error == nullptr ? answer{sample.time, true} : answer{};
 }
 
+// Each line in a block of its own, so that a read behind its NUL is noticed. A field ends at its first NUL.
+std::vector<std::string> split_lines(const char *text, std::size_t size) {
+  std::vector<std::string> lines;
+  lines.reserve(16);
+  for (;;) {
+    const void *const line_end = std::memchr(text, '\n', size);
+    const std::size_t length =
+        line_end != nullptr ? static_cast<std::size_t>(static_cast<const char *>(line_end) - text) : size;
+    lines.emplace_back(text, strnlen(text, length));
+    if (line_end == nullptr) return lines;
+    text += length + 1;
+    size -= length + 1;
+  }
+}
+
+std::vector<answer> parse_all(const std::vector<std::string> &lines, bool forgets) {
+  static const std::string summer = "2024-06-01T12:00:00Z";
+  // In the hour that comes twice the calendar's answer depends on the one before.
+  forget_calendar_minute();
+  static_cast<void>(parse(summer));
+  forget_calendar_minute();
+  std::vector<answer> answers;
+  answers.reserve(lines.size());
+  for (const std::string &line : lines) {
+    if (forgets) forget_calendar_minute();
+    answers.push_back(parse(line));
+  }
+  return answers;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const std::string all(reinterpret_cast<const char *>(data), size);
-  std::string previous;
-  for (std::size_t start = 0; start <= all.size();) {
-    const std::size_t end = std::min(all.find('\n', start), all.size());
-    // A field ends at its first NUL.
-    const std::string line = std::string(all.substr(start, end - start).c_str());
-    forget_calendar_minute();
-    const answer alone = parse(line);
-    forget_calendar_minute();
-    static_cast<void>(parse(previous));
-    require(parse(line) == alone);
-    previous = line;
-    start = end + 1;
-  }
+  static const bool has_zone = setenv("TZ", zone, 1) == 0;
+  require(has_zone);
+  const std::vector<std::string> lines = split_lines(reinterpret_cast<const char *>(data), size);
+  require(parse_all(lines, false) == parse_all(lines, true));
   return 0;
 }
