@@ -22,8 +22,20 @@ function(tarvel_fuzzer name)
   if(TARVEL_TESTS)
     add_executable(${name}_replay fuzz/${name}_fuzzer.cpp fuzz/replay.cpp)
     target_link_libraries(${name}_replay PRIVATE ${fuzzer_USES} tarvel_build_options)
-    file(GLOB inputs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
-    add_test(NAME fuzz/${name} COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${name} ${inputs})
+    set(inputs ${PROJECT_SOURCE_DIR}/fuzz/seeds/${name})
+    file(GLOB archive CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name}.tar.gz)
+    if(archive)
+      set(corpus ${PROJECT_BINARY_DIR}/corpus/${name})
+      add_custom_command(OUTPUT ${corpus}.unpacked
+        COMMAND ${CMAKE_COMMAND} -E rm -rf ${corpus}
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${corpus}
+        COMMAND ${CMAKE_COMMAND} -E chdir ${corpus} ${CMAKE_COMMAND} -E tar xzf ${archive}
+        COMMAND ${CMAKE_COMMAND} -E touch ${corpus}.unpacked
+        DEPENDS ${archive})
+      target_sources(${name}_replay PRIVATE ${corpus}.unpacked)
+      list(APPEND inputs ${corpus})
+    endif()
+    add_test(NAME fuzz/${name} COMMAND ${name}_replay ${inputs})
     set_tests_properties(fuzz/${name} PROPERTIES ENVIRONMENT "TZ=UTC;LC_ALL=C;${tarvel_sanitizer_options}" TIMEOUT 60)
   endif()
 endfunction()

@@ -102,7 +102,8 @@ class Sources:
             else:
                 self.runs["example " + path.stem] = (read_track(path.read_bytes()), example_course)
         with tempfile.TemporaryDirectory(prefix="tarvel_scenarios_") as name:
-            folder = import_script("same_bytes").simulated_tracks(pathlib.Path(name))
+            same_bytes = import_script("same_bytes")
+            folder = same_bytes.simulated_tracks(pathlib.Path(name))
             for path in sorted(folder.glob("*.csv")):
                 course = path.with_suffix(".txt")
                 track = read_track(path.read_bytes())
@@ -117,8 +118,9 @@ class Sources:
         ]
         made_of_walks = (container_of(program, ["-d", "-g", "run.csv"], track, None) for track in self.walks.values())
         self.walk_containers = [made for made in made_of_walks if made]
-        seeds = (file for kind in ("seeds", "corpus") for file in (root / "fuzz" / kind).glob("*/*"))
-        self.seeds = [(file.parent.name, file.read_bytes()) for file in sorted(seeds) if file.is_file()]
+        with tempfile.TemporaryDirectory(prefix="tarvel_scenarios_") as name:
+            inputs = same_bytes.fuzz_inputs(pathlib.Path(name))
+            self.seeds = [(file.parent.name, file.read_bytes()) for file in inputs]
 
 
 def container_of(program, arguments, track, course):
