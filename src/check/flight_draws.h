@@ -1,0 +1,38 @@
+// Tracks that may have been flown, drawn given the measured one.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "check/axis_smoother.h"
+#include "check/measured_flight.h"
+#include "check/random_draws.h"
+#include "support/memory.h"
+
+namespace tarvel {
+
+// How strongly the jerk is followed; a third of the draws each. Each of them alone held the truth of fewer runs.
+constexpr std::array<double, 3> jerk_factors = {0.2, 0.08, 0.5};
+
+// Everything that draws need beside the measured flight.
+struct flight_draws {
+  std::array<std::array<smoothed_axis, axis_count>, jerk_factors.size()> axes;
+  std::array<owned_array<double>, axis_count> position_sigmas;
+  owned_array<double> velocity_sigmas;
+  std::array<owned_array<double>, axis_count> deviations;
+  std::array<double, axis_count> offset_sigmas{};  // of all positions in common
+  int degrees_of_freedom = 1;                      // how well the noise is known
+};
+
+// False when memory is short.
+[[nodiscard]] bool make_room(flight_draws &draws, const measured_flight &flight);
+
+// Finds the most probable flight. False when the numbers allow no solution.
+[[nodiscard]] bool smooth_flight(const stated_noise &stated, const noise_scale &noise, measured_flight &flight,
+                                 flight_draws &draws);
+
+// Replaces positions and velocities of the window's samples by a drawn flight, the draw being the so manieth.
+void draw_track(flight_draws &draws, std::uint32_t draw, random_source &source, measured_flight &flight);
+
+}  // namespace tarvel

@@ -1,0 +1,128 @@
+#include "check/measured_flight.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "check/contradiction.h"
+
+namespace tarvel {
+
+namespace {
+
+// A lag below this is chance, and nothing to a figure.
+constexpr double least_lag = 0.03;   // s
+constexpr double before_turn = 2.0;  // s; the lag is sought from there to the stop
+
+// A logger's statement that cannot be true.
+constexpr double least_stated_speed = 0.02;    // m/s
+constexpr double least_stated_position = 0.1;  // m
+
+// The part of one axis in what is flown.
+std::span<const double> flown(const measured_flight &flight, const owned_array<double> &values) {
+  const std::size_t first = flight.window.closely.first;
+  return {values.get() + first, flight.window.noise_end - first};
+}
+
+// Before the turn, where the lag begins to show.
+std::size_t first_of_lag(const measured_flight &flight) {
+  const std::size_t turn = flight.window.run.top_of_turn;
+  const owned_array<double> &times = flight.series.times;
+  std::size_t first = turn;
+  while (first > flight.window.closely.first && times[turn] - times[first] < before_turn) --first;
+  return first;
+}
+
+}  // namespace
+
+bool fill_series(measured_flight &flight) {
+  return series_of(samples_of(flight.window.run), flight.series) && try_resize(flight.work, 2 * flight.series.count);
+}
+
+double stated_velocity_sigma(const gps_point &sample) {
+  return std::max(static_cast<double>(sample.sacc), least_stated_speed) * stated_velocity_part;
+}
+
+double stated_position_sigma(const gps_point &sample, std::size_t group) {
+  if (group == 1) return std::max(static_cast<double>(sample.vacc), least_stated_position);
+  return std::max(static_cast<double>(sample.hacc), least_stated_position) * stated_horizontal_part;
+}
+
+stated_noise mean_stated_noise(const measured_flight &flight) {
+  stated_noise stated;
+  const auto count = static_cast<double>(flown_times(flight).size());
+  for (std::size_t k = flight.window.closely.first; k < flight.window.noise_end; ++k) {
+    const gps_point &sample = flight.window.run.track[k];
+    stated.velocity += stated_velocity_sigma(sample) * stated_velocity_sigma(sample) / count;
+    for (std::size_t group = 0; group < 2; ++group) {
+      stated.position[group] += stated_position_sigma(sample, group) * stated_position_sigma(sample, group) / count;
+    }
+  }
+  return stated;
+}
+
+velocity_lag take_out_lag(measured_flight &flight) {
+  motion_series &series = flight.series;
+  const std::span<double> work(flight.work.get(), 2 * series.count);
+  const velocity_lag found = estimate_lag(series, first_of_lag(flight), flight.window.noise_end, work);
+  for (std::size_t axis = 0; axis < axis_count; ++axis) {
+    const double lag = group_of(axis) == 0 ? found.horizontal : found.vertical;
+    if (!(std::fabs(lag) >= least_lag)) continue;
+    const std::span<double> moved = work.first(series.count);
+    move_velocities(times_of(series), {series.velocities[axis].get(), series.count}, lag, moved);
+    std::copy(moved.begin(), moved.end(), series.velocities[axis].get());
+  }
+  return found;
+}
+
+noise_scale measure_noise(measured_flight &flight, const stated_noise &stated) {
+  const std::span<const double> times = flown_times(flight);
+  const std::span<double> drift(flight.work.get(), times.size());
+  measured_noise measured;
+  measured.duration = times.back() - times.front();
+  measured.step = usual_step(times);
+  for (std::size_t axis = 0; axis < axis_count; ++axis) {
+    accumulate_contradiction(times, flown(flight, flight.series.positions[axis]),
+                             flown(flight, flight.series.velocities[axis]), drift);
+    const std::size_t group = group_of(axis);
+    for (std::size_t j = 0; j < contradiction_spans.size(); ++j) {
+      const span_contradiction found = contradiction_over(times, drift, contradiction_spans[j]);
+      measured.seconds[j] = found.seconds;
+      measured.mean_square[group][j] += found.mean_square / (group == 0 ? 2.0 : 1.0);
+    }
+  }
+  return fit_noise(measured, stated);
+}
+
+double measure_contradiction(measured_flight &flight, std::span<double> work) {
+  constexpr double most = 0.95;
+  constexpr std::size_t one_second = 2;  // among the spans
+  const std::span<const double> times = flown_times(flight);
+  const std::span<double> north(flight.work.get(), times.size());
+  const std::span<double> east(flight.work.get() + flight.series.count, times.size());
+  for (const std::size_t axis : {axis_north, axis_east}) {
+    accumulate_contradiction(times, flown(flight, flight.series.positions[axis]),
+                             flown(flight, flight.series.velocities[axis]), axis == axis_north ? north : east);
+  }
+  return contradiction_quantile(times, north, east, contradiction_spans[one_second], most, work.first(times.size()));
+}
+
+double measure_roughness(measured_flight &flight) {
+  double sum = 0.0;
+  for (std::size_t axis = 0; axis < axis_count; ++axis) {
+    const std::span<const double> velocities = flown(flight, flight.series.velocities[axis]);
+    sum += roughness_of(velocities, {flight.work.get(), velocities.size()});
+  }
+  return sum / static_cast<double>(axis_count);
+}
+
+double usual_step(std::span<const double> times) {
+  return times.size() < 2 ? 0.0 : (times.back() - times.front()) / static_cast<double>(times.size() - 1);
+}
+
+double longest_step(std::span<const double> times) {
+  double longest = 0.0;
+  for (std::size_t k = 1; k < times.size(); ++k) longest = std::max(longest, times[k] - times[k - 1]);
+  return longest;
+}
+
+}  // namespace tarvel

@@ -1,0 +1,58 @@
+// What is measured of a run's flight, and how noisy it is.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+#include "check/check_window.h"
+#include "check/motion_series.h"
+#include "check/noise_scale.h"
+#include "check/velocity_lag.h"
+#include "support/memory.h"
+
+namespace tarvel {
+
+// The samples that the figures depend on, and the same along three axes.
+struct measured_flight {
+  check_window window;
+  motion_series series;
+  owned_array<double> work;  // twice the series, for who needs it until he returns
+};
+
+// Fills the series from the window. False when memory is short.
+[[nodiscard]] bool fill_series(measured_flight &flight);
+
+// The times of the samples from before the turn to the stop: what noise and lag are measured of.
+[[nodiscard]] inline std::span<const double> flown_times(const measured_flight &flight) {
+  const std::size_t first = flight.window.closely.first;
+  return times_of(flight.series).subspan(first, flight.window.noise_end - first);
+}
+
+// 0 is horizontal, 1 vertical.
+[[nodiscard]] constexpr std::size_t group_of(std::size_t axis) { return axis == axis_down ? 1 : 0; }
+
+// The errors that the logger states of a sample along one axis, never less than can be true.
+[[nodiscard]] double stated_velocity_sigma(const gps_point &sample);
+[[nodiscard]] double stated_position_sigma(const gps_point &sample, std::size_t group);
+
+// The means of their squares over what is flown.
+[[nodiscard]] stated_noise mean_stated_noise(const measured_flight &flight);
+
+// How late the velocities are from before the turn to the stop. What is more than chance is taken out of the series.
+[[nodiscard]] velocity_lag take_out_lag(measured_flight &flight);
+
+// Needs the lag taken out.
+[[nodiscard]] noise_scale measure_noise(measured_flight &flight, const stated_noise &stated);
+
+// The horizontal contradiction over a second that 95 % do not exceed, m. Needs the lag taken out; work holds as many
+// numbers as the series.
+[[nodiscard]] double measure_contradiction(measured_flight &flight, std::span<double> work);
+
+// Of the velocities, the mean of the axes. Needs them as measured: moved ones are smoother.
+[[nodiscard]] double measure_roughness(measured_flight &flight);
+
+[[nodiscard]] double usual_step(std::span<const double> times);
+[[nodiscard]] double longest_step(std::span<const double> times);
+
+}  // namespace tarvel
