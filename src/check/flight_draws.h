@@ -15,14 +15,19 @@ namespace tarvel {
 // How strongly the jerk is followed; a third of the draws each. Each of them alone held the truth of fewer runs.
 constexpr std::array<double, 3> jerk_factors = {0.2, 0.08, 0.5};
 
-// Everything that draws need beside the measured flight.
+// Everything that draws need beside the measured flight. A drawn acceleration wanders: the closer the samples, the more
+// often it changes its sign, which flown ones do not, and detectors that walk as long as the descent grows would stop
+// at each. So flights are drawn at nodes, samples at least a tenth of a second apart, and in between follow the
+// polynomial of least jerk.
 struct flight_draws {
+  motion_series nodes;
+  owned_array<std::uint32_t> node_samples;  // their indices in the window
   std::array<std::array<smoothed_axis, axis_count>, jerk_factors.size()> axes;
   std::array<owned_array<double>, axis_count> position_sigmas;
   owned_array<double> velocity_sigmas;
-  std::array<owned_array<double>, axis_count> deviations;
-  std::array<double, axis_count> offset_sigmas{};  // of all positions in common
-  int degrees_of_freedom = 1;                      // how well the noise is known
+  std::array<owned_array<double>, axis_count> states;  // of the last draw, three for each node
+  std::array<double, axis_count> offset_sigmas{};      // of all positions in common
+  int degrees_of_freedom = 1;                          // how well the noise is known
 };
 
 // False when memory is short.

@@ -35,7 +35,7 @@ std::size_t first_of_lag(const measured_flight &flight) {
 }  // namespace
 
 bool fill_series(measured_flight &flight) {
-  return series_of(samples_of(flight.window.run), flight.series) && try_resize(flight.work, 2 * flight.series.count);
+  return series_of(samples_of(flight.window.run), flight.series) && try_resize(flight.work, 3 * flight.series.count);
 }
 
 double stated_velocity_sigma(const gps_point &sample) {
@@ -93,17 +93,18 @@ noise_scale measure_noise(measured_flight &flight, const stated_noise &stated) {
   return fit_noise(measured, stated);
 }
 
-double measure_contradiction(measured_flight &flight, std::span<double> work) {
+double measure_contradiction(measured_flight &flight) {
   constexpr double most = 0.95;
   constexpr std::size_t one_second = 2;  // among the spans
   const std::span<const double> times = flown_times(flight);
   const std::span<double> north(flight.work.get(), times.size());
-  const std::span<double> east(flight.work.get() + flight.series.count, times.size());
+  const std::span<double> east(north.data() + times.size(), times.size());
+  const std::span<double> work(east.data() + times.size(), times.size());
   for (const std::size_t axis : {axis_north, axis_east}) {
     accumulate_contradiction(times, flown(flight, flight.series.positions[axis]),
                              flown(flight, flight.series.velocities[axis]), axis == axis_north ? north : east);
   }
-  return contradiction_quantile(times, north, east, contradiction_spans[one_second], most, work.first(times.size()));
+  return contradiction_quantile(times, north, east, contradiction_spans[one_second], most, work);
 }
 
 double measure_roughness(measured_flight &flight) {

@@ -17,7 +17,7 @@ namespace tarvel {
 struct measured_flight {
   check_window window;
   motion_series series;
-  owned_array<double> work;  // twice the series, for who needs it until he returns
+  owned_array<double> work;  // thrice the series, for who needs it until he returns
 };
 
 // Fills the series from the window. False when memory is short.
@@ -45,9 +45,8 @@ struct measured_flight {
 // Needs the lag taken out.
 [[nodiscard]] noise_scale measure_noise(measured_flight &flight, const stated_noise &stated);
 
-// The horizontal contradiction over a second that 95 % do not exceed, m. Needs the lag taken out; work holds as many
-// numbers as the series.
-[[nodiscard]] double measure_contradiction(measured_flight &flight, std::span<double> work);
+// The horizontal contradiction over a second that 95 % do not exceed, m. Needs the lag taken out.
+[[nodiscard]] double measure_contradiction(measured_flight &flight);
 
 // Of the velocities, the mean of the axes. Needs them as measured: moved ones are smoother.
 [[nodiscard]] double measure_roughness(measured_flight &flight);

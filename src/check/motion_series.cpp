@@ -37,13 +37,17 @@ vec3 from_plane(const local_plane &plane, const std::array<double, axis_count> &
           plane.origin.y + position[axis_east] / plane.east_metres, plane.origin.z - position[axis_down]};
 }
 
-bool series_of(std::span<const gps_point> samples, motion_series &series) {
-  if (!try_resize(series.times, samples.size())) return false;
+bool make_room(motion_series &series, std::size_t count) {
+  series.count = count;
+  if (!try_resize(series.times, count)) return false;
   for (std::size_t axis = 0; axis < axis_count; ++axis) {
-    if (!try_resize(series.positions[axis], samples.size())) return false;
-    if (!try_resize(series.velocities[axis], samples.size())) return false;
+    if (!try_resize(series.positions[axis], count) || !try_resize(series.velocities[axis], count)) return false;
   }
-  series.count = samples.size();
+  return true;
+}
+
+bool series_of(std::span<const gps_point> samples, motion_series &series) {
+  if (!make_room(series, samples.size())) return false;
   // Near the end of the track, where the scores are found.
   series.plane = local_plane_at(samples.back().pos_wgs84);
   for (std::size_t k = 0; k < samples.size(); ++k) {

@@ -36,6 +36,9 @@ struct motion_series {
   std::array<owned_array<double>, axis_count> velocities;
 };
 
+// Makes room for so many samples. False when memory is short.
+[[nodiscard]] bool make_room(motion_series &series, std::size_t count);
+
 // Fills the series from samples, of which there is at least one. False when memory is short.
 [[nodiscard]] bool series_of(std::span<const gps_point> samples, motion_series &series);
 

@@ -111,11 +111,11 @@ withheld reason_in(const run_check &check, double step) {
 }
 
 // What noise and lag say, and whether intervals would hold.
-void measure(measured_flight &flight, const stated_noise &stated, std::span<double> work, run_check &check) {
+void measure(measured_flight &flight, const stated_noise &stated, run_check &check) {
   const std::span<const double> times = flown_times(flight);
   const double roughness = measure_roughness(flight);
   check.lag = take_out_lag(flight);
-  check.contradiction = measure_contradiction(flight, work);
+  check.contradiction = measure_contradiction(flight);
   check.noise = measure_noise(flight, stated);
   check.roughness = roughness / expected_roughness(check.noise.velocity * mean_velocity_sigma(flight),
                                                    usual_step(times), check.noise.memory.velocity);
@@ -154,7 +154,7 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
   check.reason = reason_against(flight);
   if (check.reason != withheld::nothing) return;
   const stated_noise stated = mean_stated_noise(flight);
-  measure(flight, stated, {draws.deviations[0].get(), flight.series.count}, check);
+  measure(flight, stated, check);
   if (settings.draws == 0 || (check.reason != withheld::nothing && !settings.even_if_withheld)) return;
   if (!smooth_flight(stated, check.noise, flight, draws)) {
     check.reason = withheld::unsolvable;

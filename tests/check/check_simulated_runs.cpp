@@ -64,6 +64,7 @@ simulated_run random_run(random_source &source, run_kind kind, double rate) {
   run.rate = rate;
   run.course_bearing = between(source, 0.0, 360.0);
   run.canopy_seconds = between(source, 150.0, 190.0);
+  run.straight_seconds = between(source, 4.0, 12.0);
   run.exit_height = between(source, 1350.0, 1550.0);
   run.turn_degrees = between(source, 80.0, 640.0) * (source.uniform() < 0.5 ? -1.0 : 1.0);
   run.turn_seconds = 2.5 + std::fabs(run.turn_degrees) / between(source, 80.0, 110.0);

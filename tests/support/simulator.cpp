@@ -99,8 +99,9 @@ flight_state state_at(const simulated_run &run, const timetable &plan, double t)
   }
   if (t < plan.turn_start) {
     // Whole circles, so that the turn starts in the right direction.
-    const double circles = std::floor(run.canopy_seconds / circle_seconds);
-    const double part = (t - plan.canopy) / run.canopy_seconds;
+    const double seconds = run.canopy_seconds - run.straight_seconds;
+    const double circles = std::floor(seconds / circle_seconds);
+    const double part = std::fmin((t - plan.canopy) / seconds, 1.0);
     return {sink, canopy_speed, run.turn_degrees + 360.0 * std::fmod(circles * part, 1.0)};
   }
   if (t < plan.rollout_start) {

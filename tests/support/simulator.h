@@ -27,7 +27,8 @@ struct simulated_run {
   double freefall_seconds = 3.0;
   double exit_height = 1500.0;  // above the gate; the canopy's sink rate follows from it and canopy_seconds
   double canopy_seconds = 200.0;
-  double turn_degrees = 270.0;  // positive to the right
+  double straight_seconds = 0.0;  // of them, after the last circle
+  double turn_degrees = 270.0;    // positive to the right
   double turn_seconds = 6.0;
   double dive_speed = 34.0;  // greatest descent rate
   double rollout_seconds = 3.0;
