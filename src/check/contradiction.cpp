@@ -7,6 +7,8 @@ namespace tarvel {
 
 namespace {
 
+constexpr double longest_known_step = 1.0;  // s; what was flown over a longer one is not in the velocities
+
 // The rate of change at a sample, from its neighbours.
 double slope_at(std::span<const double> times, std::span<const double> values, std::size_t k) {
   const std::size_t before = k == 0 ? 0 : k - 1;
@@ -21,9 +23,11 @@ void accumulate_contradiction(std::span<const double> times, std::span<const dou
   drift[0] = 0.0;
   for (std::size_t k = 1; k < times.size(); ++k) {
     const double dt = times[k] - times[k - 1];
+    drift[k] = drift[k - 1];
+    if (dt > longest_known_step) continue;
     const double bend = slope_at(times, velocities, k) - slope_at(times, velocities, k - 1);
     const double flown = (velocities[k - 1] + velocities[k]) / 2.0 * dt - bend * dt * dt / 12.0;
-    drift[k] = drift[k - 1] + (positions[k] - positions[k - 1] - flown);
+    drift[k] += positions[k] - positions[k - 1] - flown;
   }
 }
 

@@ -10,7 +10,8 @@
 namespace tarvel {
 
 // How far the position runs ahead of the integrated velocity at each sample, from 0 at the first. Metres; the integral
-// is that of a cubic through two samples and their slopes. All of one length.
+// is that of a cubic through two samples and their slopes. Over a gap of more than a second it stays the same. All of one
+// length.
 void accumulate_contradiction(std::span<const double> times, std::span<const double> positions,
                               std::span<const double> velocities, std::span<double> drift);
 

@@ -46,6 +46,9 @@ enum class figure : std::size_t {
 };
 constexpr std::size_t figure_count = static_cast<std::size_t>(figure::exit_gate_speed) + 1;
 
+// What runs are scored by; the others are those of phases.
+[[nodiscard]] constexpr bool is_score(figure which) { return which >= figure::entry_gate_speed; }
+
 // Metres, m/s, seconds and degrees; NaN for what the report shows hyphens for. Degrees are positive to the right, which
 // the report says in words.
 using figure_values = std::array<double, figure_count>;

@@ -74,12 +74,12 @@ velocity_lag take_out_lag(measured_flight &flight) {
   return found;
 }
 
-noise_scale measure_noise(measured_flight &flight, const stated_noise &stated) {
+noise_scale measure_noise(measured_flight &flight, const stated_noise &stated, double step) {
   const std::span<const double> times = flown_times(flight);
   const std::span<double> drift(flight.work.get(), times.size());
   measured_noise measured;
   measured.duration = times.back() - times.front();
-  measured.step = usual_step(times);
+  measured.step = step;
   for (std::size_t axis = 0; axis < axis_count; ++axis) {
     accumulate_contradiction(times, flown(flight, flight.series.positions[axis]),
                              flown(flight, flight.series.velocities[axis]), drift);
@@ -116,8 +116,13 @@ double measure_roughness(measured_flight &flight) {
   return sum / static_cast<double>(axis_count);
 }
 
-double usual_step(std::span<const double> times) {
-  return times.size() < 2 ? 0.0 : (times.back() - times.front()) / static_cast<double>(times.size() - 1);
+double usual_step(std::span<const double> times, std::span<double> work) {
+  if (times.size() < 2) return 0.0;
+  const std::span<double> steps = work.first(times.size() - 1);
+  for (std::size_t k = 0; k < steps.size(); ++k) steps[k] = times[k + 1] - times[k];
+  const auto median = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
+  std::nth_element(steps.begin(), median, steps.end());
+  return *median;
 }
 
 double longest_step(std::span<const double> times) {

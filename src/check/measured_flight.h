@@ -42,8 +42,8 @@ struct measured_flight {
 // How late the velocities are from before the turn to the stop. What is more than chance is taken out of the series.
 [[nodiscard]] velocity_lag take_out_lag(measured_flight &flight);
 
-// Needs the lag taken out.
-[[nodiscard]] noise_scale measure_noise(measured_flight &flight, const stated_noise &stated);
+// Needs the lag taken out. step: s between samples, as is usual in this track.
+[[nodiscard]] noise_scale measure_noise(measured_flight &flight, const stated_noise &stated, double step);
 
 // The horizontal contradiction over a second that 95 % do not exceed, m. Needs the lag taken out.
 [[nodiscard]] double measure_contradiction(measured_flight &flight);
@@ -51,7 +51,8 @@ struct measured_flight {
 // Of the velocities, the mean of the axes. Needs them as measured: moved ones are smoother.
 [[nodiscard]] double measure_roughness(measured_flight &flight);
 
-[[nodiscard]] double usual_step(std::span<const double> times);
+// The median; 0 without two times. work holds as many numbers as the times.
+[[nodiscard]] double usual_step(std::span<const double> times, std::span<double> work);
 [[nodiscard]] double longest_step(std::span<const double> times);
 
 }  // namespace tarvel

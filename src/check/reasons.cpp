@@ -16,7 +16,7 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 // In the order of the codes. Limits that are 0 are passed by what is greater than 0.
 constexpr std::array<reason_rule, reason_count> rules = {{
-    // s. Half a second at 30 m/s are 15 m: more than the turn's start moves by noise.
+    // s, from 15 s before the turn to the stop. Half a second at 30 m/s are 15 m: more than the turn's start moves by noise.
     {reason_code::gap, "gap", severity::doubtful, 0.5},
     // s. What was flown between the samples on either side of the gate is not in the track.
     {reason_code::gap_at_gate, "gap-at-gate", severity::unusable, 0.5},
@@ -35,8 +35,10 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     // m, 95 % over a second: 0.1 to 0.4 on quiet tracks, 3.6 to 8.6 where a logger at rest claims a swoop.
     {reason_code::contradiction, "contradiction", severity::doubtful, 1.5},
     {reason_code::no_agreement, "no-agreement", severity::unusable, 3.0},
-    // In proportion to the logger's statement: beyond, intervals no longer hold the truth.
-    {reason_code::noise_beyond_statement, "noise-beyond-statement", severity::doubtful, 1.5},
+    // In proportion to the logger's statement, over a second. The intervals follow the noise that is measured; beyond this
+    // the phases get none. A logger that is three times as wrong as it says does not know its reception.
+    {reason_code::noise_beyond_statement, "noise-beyond-statement", severity::note, 1.5},
+    {reason_code::noise_far_beyond_statement, "noise-far-beyond-statement", severity::doubtful, 3.0},
     {reason_code::white_noise, "white-noise", severity::doubtful, 0.0},
     // Samples that the figures depend on.
     {reason_code::not_drawn, "not-drawn", severity::doubtful, 0.0},
@@ -47,9 +49,11 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::wide_distance, "wide-distance", severity::doubtful, 15.0},
     {reason_code::wide_carve_time, "wide-carve-time", severity::doubtful, 1.5},
     {reason_code::figures_missing, "figures-missing", severity::doubtful, 0.025},
-    // The part of the draws that turn the other way round, or by 45 degrees more or less. At 20 samples a second a few draws
-    // in a hundred of a sound run do.
-    {reason_code::rotation_undecided, "rotation-undecided", severity::doubtful, 0.1},
+    // The part of the draws that turn the other way round: which way is called decides what the turn counts.
+    {reason_code::rotation_undecided, "rotation-undecided", severity::doubtful, 0.025},
+    // The part of the draws that turn by 45 degrees more or less. The start of one turn in fifty is found late; the interval
+    // of the degrees says so, and no score depends on them.
+    {reason_code::rotation_uncertain, "rotation-uncertain", severity::note, 0.1},
     // s. On half of the loggers the velocity is late by less; it moves heights, and the check takes it out.
     {reason_code::horizontal_lag, "horizontal-lag", severity::note, 0.09},
     {reason_code::vertical_lag, "vertical-lag", severity::note, 0.09},
@@ -105,22 +109,15 @@ double seconds_between(const gps_point &a, const gps_point &b) {
 
 void judge_times(const swoop &run, const run_check &check, run_verdict &verdict) {
   const std::span<const gps_point> samples = flown_samples(run);
-  double longest = 0.0;
   double back = 0.0;
   double repeated = 0.0;
   for (std::size_t k = 1; k < samples.size(); ++k) {
     const double step = seconds_between(samples[k - 1], samples[k]);
-    longest = std::max(longest, step);
     if (step < 0.0) ++back;
     if (step == 0.0) ++repeated;
   }
-  const double gap = std::max(longest, check.reason == withheld::gap ? check.longest_gap : 0.0);
-  const bool is_gap = check.reason == withheld::gap || (samples.size() > 2 && longest > 1.0);
-  if (is_gap) add_above(verdict, reason_code::gap, gap);
-  if (is_gap && run.entry_gate != 0) {
-    add_above(verdict, reason_code::gap_at_gate,
-              seconds_between(run.track[run.entry_gate], run.track[run.entry_gate + 1]));
-  }
+  add_above(verdict, reason_code::gap, check.longest_gap);
+  add_above(verdict, reason_code::gap_at_gate, check.gate_gap);
   add_above(verdict, reason_code::clock_steps_back, back);
   add_above(verdict, reason_code::times_repeat, repeated);
 }
@@ -158,7 +155,9 @@ void judge_noise(const run_check &check, run_verdict &verdict) {
   const bool is_false = check.contradiction > rule_of(reason_code::no_agreement).limit;
   if (!is_false) add_above(verdict, reason_code::contradiction, check.contradiction);
   add_above(verdict, reason_code::no_agreement, check.contradiction);
-  if (check.reason == withheld::contradiction) add(verdict, reason_code::noise_beyond_statement, check.noise.ratio);
+  const bool is_far_beyond = check.noise.ratio > rule_of(reason_code::noise_far_beyond_statement).limit;
+  if (!is_far_beyond) add_above(verdict, reason_code::noise_beyond_statement, check.noise.ratio);
+  add_above(verdict, reason_code::noise_far_beyond_statement, check.noise.ratio);
   if (check.reason == withheld::white_velocity_noise) add(verdict, reason_code::white_noise, check.roughness);
   if (check.reason == withheld::too_many_samples || check.reason == withheld::unsolvable) {
     add(verdict, reason_code::not_drawn, 0.0);
@@ -183,7 +182,8 @@ void judge_draws(const run_check &check, run_verdict &verdict) {
     missing = std::max(missing, each.missing - check.failed);
   }
   add_above(verdict, reason_code::figures_missing, missing);
-  add_above(verdict, reason_code::rotation_undecided, std::max(check.other_hand, check.other_degrees));
+  add_above(verdict, reason_code::rotation_undecided, check.other_hand);
+  add_above(verdict, reason_code::rotation_uncertain, check.other_degrees);
 }
 
 void judge_lag(const run_check &check, run_verdict &verdict) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "check/crossing_bounds.h"
 #include "check/flight_draws.h"
 #include "check/measured_flight.h"
 #include "check/random_draws.h"
@@ -85,12 +86,16 @@ drawn_counts draw_runs(const swoop &run, const check_settings &settings, measure
   return counts;
 }
 
-void fill_intervals(const drawn_counts &counts, std::uint32_t draws, double step, double *rows, run_check &check) {
+void fill_intervals(const drawn_counts &counts, const check_settings &settings, double step, double *rows,
+                    run_check &check) {
+  const std::uint32_t draws = settings.draws;
+  const bool are_phases_told = check.reason == withheld::nothing || settings.even_if_withheld;
   const auto part_of = [&](std::size_t count) { return static_cast<double>(count) / draws; };
   for (std::size_t i = 0; i < figure_count; ++i) {
     figure_check &figure_of_run = check.figures[i];
     figure_of_run.missing = part_of(draws - counts.present[i]);
     if (counts.present[i] == 0 || !std::isfinite(figure_of_run.value)) continue;
+    if (!are_phases_told && !is_score(static_cast<figure>(i))) continue;
     const std::span<double> drawn(rows + i * draws, counts.present[i]);
     figure_of_run.range =
         containing(interval_of(drawn, widening_of(static_cast<figure>(i), step)), figure_of_run.value);
@@ -102,8 +107,43 @@ void fill_intervals(const drawn_counts &counts, std::uint32_t draws, double step
   check.other_degrees = part_of(counts.other_degrees);
 }
 
-withheld reason_in(const run_check &check, double step) {
-  if (check.longest_gap > std::max(least_gap, usual_steps * step)) return withheld::gap;
+void bound(run_check &check, figure which, const interval &range) {
+  figure_check &each = check.figures[index_of(which)];
+  each.is_bounded = true;
+  each.has_interval = false;
+  each.range = containing(range, each.value);
+}
+
+double greatest_usual_step(double step) { return std::max(least_gap, usual_steps * step); }
+
+// Needs gates that were crossed.
+void bound_carve(const swoop &run, double usual, run_check &check) {
+  const crossing_bounds entry = bounds_of_crossing(run, run.entry_gate);
+  const crossing_bounds exit = bounds_of_crossing(run, run.exit_gate);
+  if (exit.gap > usual) bound(check, figure::exit_gate_speed, exit.speed);
+  if (!(entry.gap > usual || exit.gap > usual)) return;
+  check.gate_gap = std::max(entry.gap, exit.gap);
+  const auto known = [&](const crossing_bounds &gate, std::int64_t time) {
+    const auto at = static_cast<double>(time);
+    return gate.gap > usual ? gate.time : interval{at, at};
+  };
+  const interval from = known(entry, run.entry_gate_time);
+  const interval to = known(exit, run.exit_gate_time);
+  bound(check, figure::carve_time, {std::max(to.low - from.high, 0.0) / 1000.0, (to.high - from.low) / 1000.0});
+}
+
+void bound_crossings(const swoop &run, double usual, run_check &check) {
+  if (run.entry_gate == 0) return;
+  const crossing_bounds entry = bounds_of_crossing(run, run.entry_gate);
+  if (entry.gap > usual) {
+    check.gate_gap = entry.gap;
+    bound(check, figure::entry_gate_speed, entry.speed);
+  }
+  if (run.exit_gate_time != 0) bound_carve(run, usual, check);
+}
+
+withheld reason_in(const run_check &check) {
+  if (check.longest_gap > 0.0) return withheld::gap;
   if (check.noise.ratio > greatest_ratio) return withheld::contradiction;
   if (check.noise.memory.velocity < shortest_memory || check.roughness > greatest_roughness)
     return withheld::white_velocity_noise;
@@ -111,15 +151,15 @@ withheld reason_in(const run_check &check, double step) {
 }
 
 // What noise and lag say, and whether intervals would hold.
-void measure(measured_flight &flight, const stated_noise &stated, run_check &check) {
-  const std::span<const double> times = flown_times(flight);
+void measure(measured_flight &flight, const stated_noise &stated, double step, run_check &check) {
   const double roughness = measure_roughness(flight);
   check.lag = take_out_lag(flight);
   check.contradiction = measure_contradiction(flight);
-  check.noise = measure_noise(flight, stated);
-  check.roughness = roughness / expected_roughness(check.noise.velocity * mean_velocity_sigma(flight),
-                                                   usual_step(times), check.noise.memory.velocity);
-  check.reason = reason_in(check, usual_step(times));
+  check.noise = measure_noise(flight, stated, step);
+  // A short flight may seem to have errors that last for ever, and then even the digits of a file are rough.
+  const double memory = std::min(check.noise.memory.velocity, stated_memory.velocity);
+  check.roughness = roughness / expected_roughness(check.noise.velocity * mean_velocity_sigma(flight), step, memory);
+  check.reason = reason_in(check);
 }
 
 // Why nothing can be measured.
@@ -150,18 +190,21 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
     *error = "failed to allocate memory for swoop";
     return;
   }
-  check.longest_gap = longest_step(flown_times(flight));
+  const double step = usual_step(flown_times(flight), {flight.work.get(), flight.series.count});
+  const double usual = greatest_usual_step(step);
+  const double longest = longest_step(flown_times(flight));
+  if (longest > usual) check.longest_gap = longest;
   check.reason = reason_against(flight);
-  if (check.reason != withheld::nothing) return;
+  if (check.reason != withheld::nothing) return bound_crossings(run, usual, check);
   const stated_noise stated = mean_stated_noise(flight);
-  measure(flight, stated, check);
-  if (settings.draws == 0 || (check.reason != withheld::nothing && !settings.even_if_withheld)) return;
-  if (!smooth_flight(stated, check.noise, flight, draws)) {
+  measure(flight, stated, step, check);
+  if (settings.draws != 0 && smooth_flight(stated, check.noise, flight, draws)) {
+    const drawn_counts counts = draw_runs(run, settings, flight, draws, rows.get());
+    fill_intervals(counts, settings, step, rows.get(), check);
+  } else if (settings.draws != 0) {
     check.reason = withheld::unsolvable;
-    return;
   }
-  const drawn_counts counts = draw_runs(run, settings, flight, draws, rows.get());
-  fill_intervals(counts, settings.draws, usual_step(flown_times(flight)), rows.get(), check);
+  bound_crossings(run, usual, check);
 }
 
 }  // namespace tarvel

@@ -19,7 +19,8 @@ struct check_settings {
   bool even_if_withheld = false;  // intervals also where they would not hold, for measuring what they are worth
 };
 
-// Why a run's figures get no intervals.
+// Why a run's figures get no intervals: none of them, or with a gap, a contradiction and white errors those of the phases,
+// whose detectors walk from sample to sample.
 enum class withheld {
   nothing,
   times_out_of_order,    // a time that repeats or steps back among the samples
@@ -33,8 +34,9 @@ enum class withheld {
 struct figure_check {
   double value = 0.0;  // as values_of gives it: NaN when the run has none
   bool has_interval = false;
-  interval range;        // contains the value
-  double missing = 0.0;  // the part of the draws that do not have the figure
+  interval range;           // contains the value
+  double missing = 0.0;     // the part of the draws that do not have the figure
+  bool is_bounded = false;  // the gate was crossed in a gap: the value means nothing, and the range is all that is known
 };
 
 struct run_check {
@@ -45,7 +47,8 @@ struct run_check {
   double contradiction = 0.0;  // m between the step of the position over a second and the integral of the velocity, in
                                // plan and after the lag: 95 % are less
   double roughness = 0.0;      // of the velocity from sample to sample, in proportion to the one its noise should have
-  double longest_gap = 0.0;    // s between two samples from 15 s before the turn to the stop
+  double longest_gap = 0.0;    // s between two samples from 15 s before the turn to the stop; 0 for the usual steps
+  double gate_gap = 0.0;       // the same of the samples on either side of a gate
   std::uint32_t draws = 0;
   double failed = 0.0;         // the part of the draws whose analysis fails
   double other_hand = 0.0;     // that turn the other way round

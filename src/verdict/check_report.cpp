@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 
 #include "support/text_buffer.h"
@@ -96,23 +97,32 @@ void print_line(text_buffer &text, const report_line &line, const run_check &che
   const figure_check &each = check_of(check, line.which);
   const double factor = factor_of(line, units);
   if (std::isnan(each.value)) {
-    text_buffer_printf(text, "%-24s    ---- %-4s", line.label, unit_of(line, units));
+    text_buffer_printf(text, "%-24s    ---- %s", line.label, unit_of(line, units));
     if (check.draws != 0 && each.missing < 1.0) {
       text_buffer_printf(text, "   found in %.0f %% of the draws", std::ceil(100.0 * (1.0 - each.missing)));
     }
     text_buffer_printf(text, "\n");
     return;
   }
+  if (each.is_bounded) {
+    const interval range = printed_range(line, each, factor);
+    text_buffer_printf(text, "%-24s    ---- %-4s %7.*f .. %7.*f   bounds: crossed while samples were missing\n",
+                       line.label, unit_of(line, units), line.decimals, range.low, line.decimals, range.high);
+    return;
+  }
   const double value = line.unit == measure::angle ? std::fabs(each.value) : each.value * factor;
-  text_buffer_printf(text, "%-24s %7.*f %-4s", line.label, line.decimals, rounded(value, line.decimals, round_near),
-                     unit_of(line, units));
+  const char *const unit = unit_of(line, units);
+  text_buffer_printf(text, "%-24s %7.*f %s", line.label, line.decimals, rounded(value, line.decimals, round_near),
+                     unit);
   if (line.which == figure::touchdown_distance && !is_touchdown_marked) {
-    text_buffer_printf(text, " is the stop: nobody marked the touchdown\n");
+    text_buffer_printf(text, "   is the stop: nobody marked the touchdown\n");
     return;
   }
   if (each.has_interval) {
     const interval range = printed_range(line, each, factor);
-    text_buffer_printf(text, " %7.*f .. %7.*f", line.decimals, range.low, line.decimals, range.high);
+    constexpr int longest_unit = 4;
+    text_buffer_printf(text, "%*s %7.*f .. %7.*f", longest_unit - static_cast<int>(std::strlen(unit)), "",
+                       line.decimals, range.low, line.decimals, range.high);
   }
   if (each.missing > 0.0) {
     text_buffer_printf(text, "   missing in %.0f %% of the draws", std::ceil(100.0 * each.missing));

@@ -18,7 +18,7 @@ struct reason_words {
 // In the order of the codes.
 constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::gap, reason_unit::seconds,
-     "without samples between the turn and the stop; wear the logger where it sees the sky"},
+     "without samples between 15 s before the turn and the stop; wear the logger where it sees the sky"},
     {reason_code::gap_at_gate, reason_unit::seconds,
      "without samples while a gate was crossed: what is given are bounds; judge that score by eye"},
     {reason_code::clock_steps_back, reason_unit::number,
@@ -39,10 +39,14 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::no_agreement, reason_unit::metres,
      "between the way by positions and the way by speeds over a second: not of one flight; do not score this run"},
     {reason_code::noise_beyond_statement, reason_unit::number,
-     "times the noise that the logger states, so that no intervals are given; compare with a second logger"},
+     "times the noise that the logger states, so that the phases get no intervals; compare with a second logger to "
+     "know "
+     "them"},
+    {reason_code::noise_far_beyond_statement, reason_unit::number,
+     "times the noise that the logger states: it does not know its reception; compare with a second logger"},
     {reason_code::white_noise, reason_unit::number,
-     "times the roughness that the noise should have, so that no intervals are given; set the logger to a dynamic mode "
-     "for flight"},
+     "times the roughness that the noise should have, so that the phases get no intervals; set the logger to a dynamic "
+     "mode for flight"},
     {reason_code::not_drawn, reason_unit::number,
      "samples matter, or some hold no numbers, so that no intervals are given; cut the track to the one run"},
     {reason_code::draws_fail, reason_unit::part,
@@ -56,7 +60,9 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::figures_missing, reason_unit::part,
      "of the drawn tracks lack a score that this run has; judge the gates by eye"},
     {reason_code::rotation_undecided, reason_unit::part,
-     "of the drawn tracks turn otherwise; look at the heading chart before you call the turn"},
+     "of the drawn tracks turn the other way round; look at the heading chart before you call the turn"},
+    {reason_code::rotation_uncertain, reason_unit::part,
+     "of the drawn tracks turn by 45 degrees more or less; look at the heading chart before you call the turn"},
     {reason_code::horizontal_lag, reason_unit::seconds,
      "that horizontal speeds lag behind positions; speeds at the gates are those of that much before"},
     {reason_code::vertical_lag, reason_unit::seconds,

@@ -45,6 +45,17 @@ TEST(contradiction_test, sees_a_velocity_that_is_too_fast) {
   EXPECT_NEAR(second.mean_square, 0.25, 1e-3);
 }
 
+TEST(contradiction_test, says_nothing_of_a_gap) {
+  series s = cubic_flight();
+  for (std::size_t k = 20; k < s.times.size(); ++k) {
+    s.times[k] += 1.5;
+    s.positions[k] += 100.0;
+  }
+  const std::vector<double> drift = drift_of(s);
+  EXPECT_EQ(drift[20], drift[19]);
+  EXPECT_NEAR(drift[40] - drift[21], 0.0, 1e-3);
+}
+
 TEST(contradiction_test, takes_the_sample_nearest_to_a_span) {
   const std::vector<double> times = {0.0, 0.2, 0.4, 0.6, 2.0};
   EXPECT_EQ(sample_after(times, 0, 0.0), 1U);

@@ -160,15 +160,32 @@ TEST(run_check_test, gives_no_intervals_where_they_would_not_hold) {
     const swoop run = analysed(c.make());
     const run_check check = checked(run, few_draws);
     EXPECT_EQ(check.reason, c.expected);
-    EXPECT_EQ(check_of(check, figure::entry_gate_speed).has_interval, c.expected == withheld::nothing);
+    EXPECT_EQ(check_of(check, figure::turn_height).has_interval, c.expected == withheld::nothing);
+    const bool is_drawn = c.expected != withheld::times_out_of_order && c.expected != withheld::unsolvable;
+    EXPECT_EQ(check_of(check, figure::entry_gate_speed).has_interval, is_drawn);
     EXPECT_EQ(check_of(check, figure::entry_gate_speed).value, run.entry_gate_speed);
-    const bool has_draws = checked(run, few_draws_anyway).draws != 0;
-    EXPECT_EQ(has_draws, c.expected != withheld::times_out_of_order && c.expected != withheld::unsolvable);
+    EXPECT_EQ(check_of(checked(run, few_draws_anyway), figure::turn_height).has_interval, is_drawn);
   }
 }
 
 TEST(run_check_test, measures_the_gap) {
   EXPECT_NEAR(checked(analysed(with_gap()), few_draws).longest_gap, 1.0, 1e-12);
+}
+
+TEST(run_check_test, bounds_what_was_crossed_in_a_gap) {
+  const swoop whole = analysed(with_velocity_errors(flight_samples()));
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  samples.erase(samples.begin() + whole.entry_gate - 1, samples.begin() + whole.entry_gate + 4);
+  const run_check check = checked(analysed(samples), few_draws);
+  EXPECT_NEAR(check.gate_gap, 1.2, 1e-9);
+  const figure_check &speed = check_of(check, figure::entry_gate_speed);
+  EXPECT_TRUE(speed.is_bounded);
+  EXPECT_FALSE(speed.has_interval);
+  EXPECT_LT(speed.range.low, whole.entry_gate_speed);
+  EXPECT_GT(speed.range.high, whole.entry_gate_speed);
+  // One g over the gap.
+  EXPECT_NEAR(speed.range.high - speed.range.low, 9.80665 * 1.2, 1e-9);
+  EXPECT_TRUE(check_of(check, figure::distance_to_stop).has_interval);
 }
 
 // The landing is found 40 s behind the stop: the whole track is needed, with three hours on the ground.

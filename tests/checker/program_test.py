@@ -99,10 +99,12 @@ class CheckTest(unittest.TestCase):
         turn = self.check_track(without_samples(track, 42303.0, 42304.6))
         self.assertEqual(turn.returncode, DOUBTFUL, turn.stdout)
         self.assertIn("\ndoubtful: gap: ", turn.stdout)
-        self.assertNotIn(" .. ", turn.stdout)
+        self.assertRegex(turn.stdout, r"\ninitiated turn: +\d+ ft\n")
+        self.assertRegex(turn.stdout, r"\nentry gate speed: +74.9 mph +7[\d.]+ \.\. +7")
         self.assertTrue(turn.stdout.endswith("\nverdict: doubtful\n"))
         gate = self.check_track(without_samples(track, 42312.0, 42313.6))
         self.assertEqual(gate.returncode, UNUSABLE, gate.stdout)
+        self.assertRegex(gate.stdout, r"\nentry gate speed: +---- mph +[\d.]+ \.\. +[\d.]+   bounds: crossed ")
         self.assertIn("\nunusable: gap-at-gate: 1.80 s without samples while ", gate.stdout)
 
     def test_accuracies_that_nobody_can_score_by(self):

@@ -70,9 +70,16 @@ TEST(check_report_test, says_where_draws_differ) {
   check.figures[index_of(figure::carve_time)].missing = 0.75;
   EXPECT_TRUE(contains(report_of(short_run(), check, {}), "270 deg      263 ..     283   left-hand in all draws\n"));
   EXPECT_TRUE(contains(report_of(short_run(), check, {}), "109.8   missing in 12 % of the draws\n"));
-  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "---- sec    found in 25 % of the draws\n"));
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "---- sec   found in 25 % of the draws\n"));
   check.other_hand = 0.125;
   EXPECT_TRUE(contains(report_of(short_run(), check, {}), "left-hand in 87 % of the draws\n"));
+}
+
+TEST(check_report_test, prints_bounds_instead_of_a_value) {
+  run_check check = empty_check();
+  check.figures[index_of(figure::carve_time)] = {2.9, false, {2.111, 3.222}, 0.0, true};
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}),
+                       "speed carve time:           ---- sec     2.11 ..    3.23   bounds: crossed while"));
 }
 
 TEST(check_report_test, never_prints_a_negative_zero) {

@@ -1,0 +1,18 @@
+// Gates that were crossed while samples were missing: what was flown there is not in the track, but it has bounds.
+#pragma once
+
+#include "check/interval.h"
+#include "swoop/swoop.h"
+
+namespace tarvel {
+
+struct crossing_bounds {
+  double gap = 0.0;  // s between the samples on either side
+  interval speed;    // m/s, horizontal; nobody's changes by more than one g
+  interval time;     // ms of the logger's clock
+};
+
+// Of the crossing between a sample and the next.
+[[nodiscard]] crossing_bounds bounds_of_crossing(const swoop &run, std::uint32_t before);
+
+}  // namespace tarvel
