@@ -1,5 +1,6 @@
 #include "check/flight_draws.h"
 
+#include <algorithm>
 #include <cmath>
 #include <span>
 
@@ -10,7 +11,7 @@ namespace {
 // The offset of a position has the tails of a Student's t with so many degrees of freedom.
 constexpr int offset_degrees = 4;
 
-constexpr double node_step = 0.1 - 1e-6;  // s; clocks have whole milliseconds
+constexpr double node_step = 0.15 - 1e-6;  // s; clocks have whole milliseconds
 
 std::span<const double> view(const owned_array<double> &values, std::size_t count) { return {values.get(), count}; }
 
@@ -39,13 +40,18 @@ void take_nodes(const motion_series &series, flight_draws &draws) {
   }
 }
 
+// Minutes after the landing the offset is no longer that of the run; whether the pilot rests near the stop is asked there.
+constexpr double same_offset = 60.0;  // s
+
 void set_sigmas(const noise_scale &noise, const measured_flight &flight, flight_draws &draws) {
   for (std::size_t k = 0; k < draws.nodes.count; ++k) {
     const gps_point &sample = flight.window.run.track[draws.node_samples[k]];
+    const bool is_later = draws.nodes.times[k] - flown_times(flight).back() > same_offset;
     draws.velocity_sigmas[k] = noise.velocity * stated_velocity_sigma(sample);
     for (std::size_t axis = 0; axis < axis_count; ++axis) {
       const std::size_t group = group_of(axis);
-      draws.position_sigmas[axis][k] = noise.wander[group] * stated_position_sigma(sample, group);
+      draws.position_sigmas[axis][k] =
+          (is_later ? std::max(noise.wander[group], 1.0) : noise.wander[group]) * stated_position_sigma(sample, group);
     }
   }
 }
@@ -112,8 +118,10 @@ bool smooth_flight(const stated_noise &stated, const noise_scale &noise, measure
   const bool is_implicit = flight.window.run.gate_type == gate_type_implicit;
   set_sigmas(noise, flight, draws);
   for (std::size_t axis = 0; axis < axis_count; ++axis) {
-    // A frame that is made of the run moves with it.
-    draws.offset_sigmas[axis] = is_implicit ? 0.0 : std::sqrt(stated.position[group_of(axis)]);
+    // A frame that is made of the run moves with it. The offset does not show in the track: where the logger states too
+    // little of its speeds, it is taken to do so of its places.
+    draws.offset_sigmas[axis] =
+        is_implicit ? 0.0 : std::max(noise.velocity, 1.0) * std::sqrt(stated.position[group_of(axis)]);
     const axis_measurement measured = {times_of(draws.nodes),
                                        view(draws.nodes.positions[axis], count),
                                        view(draws.nodes.velocities[axis], count),

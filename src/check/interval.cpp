@@ -5,50 +5,29 @@
 
 namespace tarvel {
 
-namespace {
-
-// Where the turn starts is found by walking back from sample to sample as long as the descent grows. A drawn track
-// changes its acceleration more often than a flown one, and the more samples there are, the more often that is seen.
-double widening_of_turn(double step) {
-  constexpr double slow = 5.0;  // samples a second
-  constexpr double fast = 20.0;
-  constexpr double widest = 0.4;
-  const double part = (1.0 / step - slow) / (fast - slow);
-  return 1.0 + widest * std::clamp(part, 0.0, 1.0);
-}
-
-}  // namespace
-
-double widening_of(figure which, double step) {
+double widening_of(figure which) {
   switch (which) {
-    case figure::turn_height:
-    case figure::turn_back:
-    case figure::turn_offset:
-    case figure::degrees:
-    case figure::turn_time: return widening_of_turn(step);
-
-    case figure::entry_gate_speed:
-    case figure::distance_to_stop:
-    case figure::touchdown_distance: return 1.05;
-
     // From one sample to the next, while the pilot comes to rest.
     case figure::touchdown_speed: return 1.3;
 
+    // The greatest of many noisy speeds lies above the truth, and the figure with it.
+    case figure::max_vertical_speed: return 1.2;
+
     case figure::max_total_speed:
     case figure::max_horizontal_speed:
-    case figure::max_horizontal_back:
-    case figure::rollout_time: return 1.15;
+    case figure::max_horizontal_back: return 1.15;
 
-    case figure::max_vertical_speed:
+    case figure::degrees:
+    case figure::rollout_start_speed:
+    case figure::rollout_time:
+    case figure::entry_gate_speed:
+    case figure::carve_time:
+    case figure::exit_gate_speed: return 1.1;
+
     case figure::rollout_start_height:
     case figure::rollout_start_back:
     case figure::rollout_start_offset:
-    case figure::rollout_start_speed:
-    case figure::max_total_height:
-    case figure::max_total_back:
-    case figure::time_aloft:
-    case figure::carve_time:
-    case figure::exit_gate_speed: return 1.1;
+    case figure::max_total_back: return 1.05;
 
     default: return 1.0;
   }

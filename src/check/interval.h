@@ -13,8 +13,8 @@ struct interval {
 };
 
 // How far the ends lie from the median, in proportion to the draws' own 2.5 and 97.5 %: with these factors simulated
-// runs held the truth in 95 % of cases. step: s between samples.
-[[nodiscard]] double widening_of(figure which, double step);
+// runs held the truth in 95 % of cases.
+[[nodiscard]] double widening_of(figure which);
 
 // The value below which this part of the values lies, on straight lines between them. values are sorted and not empty.
 [[nodiscard]] double percentile(std::span<const double> values, double part);

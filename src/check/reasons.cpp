@@ -42,13 +42,14 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::white_noise, "white-noise", severity::doubtful, 0.0},
     // Samples that the figures depend on.
     {reason_code::not_drawn, "not-drawn", severity::doubtful, 0.0},
-    // The part of the draws whose analysis fails, or that lack a figure that the run has.
-    {reason_code::draws_fail, "draws-fail", severity::doubtful, 0.025},
+    // The part of the draws whose analysis fails, or that lack a score that the run has: one in twenty is what an interval
+    // leaves out as well.
+    {reason_code::draws_fail, "draws-fail", severity::doubtful, 0.05},
     // m/s, m and s from end to end: places in a meet are decided by less than a quarter of it.
     {reason_code::wide_gate_speed, "wide-gate-speed", severity::doubtful, 2.5},
     {reason_code::wide_distance, "wide-distance", severity::doubtful, 15.0},
     {reason_code::wide_carve_time, "wide-carve-time", severity::doubtful, 1.5},
-    {reason_code::figures_missing, "figures-missing", severity::doubtful, 0.025},
+    {reason_code::figures_missing, "figures-missing", severity::doubtful, 0.05},
     // The part of the draws that turn the other way round: which way is called decides what the turn counts.
     {reason_code::rotation_undecided, "rotation-undecided", severity::doubtful, 0.025},
     // The part of the draws that turn by 45 degrees more or less. The start of one turn in fifty is found late; the interval

@@ -86,8 +86,7 @@ drawn_counts draw_runs(const swoop &run, const check_settings &settings, measure
   return counts;
 }
 
-void fill_intervals(const drawn_counts &counts, const check_settings &settings, double step, double *rows,
-                    run_check &check) {
+void fill_intervals(const drawn_counts &counts, const check_settings &settings, double *rows, run_check &check) {
   const std::uint32_t draws = settings.draws;
   const bool are_phases_told = check.reason == withheld::nothing || settings.even_if_withheld;
   const auto part_of = [&](std::size_t count) { return static_cast<double>(count) / draws; };
@@ -97,8 +96,7 @@ void fill_intervals(const drawn_counts &counts, const check_settings &settings, 
     if (counts.present[i] == 0 || !std::isfinite(figure_of_run.value)) continue;
     if (!are_phases_told && !is_score(static_cast<figure>(i))) continue;
     const std::span<double> drawn(rows + i * draws, counts.present[i]);
-    figure_of_run.range =
-        containing(interval_of(drawn, widening_of(static_cast<figure>(i), step)), figure_of_run.value);
+    figure_of_run.range = containing(interval_of(drawn, widening_of(static_cast<figure>(i))), figure_of_run.value);
     figure_of_run.has_interval = true;
   }
   check.draws = draws;
@@ -200,7 +198,7 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
   measure(flight, stated, step, check);
   if (settings.draws != 0 && smooth_flight(stated, check.noise, flight, draws)) {
     const drawn_counts counts = draw_runs(run, settings, flight, draws, rows.get());
-    fill_intervals(counts, settings, step, rows.get(), check);
+    fill_intervals(counts, settings, rows.get(), check);
   } else if (settings.draws != 0) {
     check.reason = withheld::unsolvable;
   }

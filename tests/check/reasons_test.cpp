@@ -61,7 +61,7 @@ const reason_case reason_cases[] = {
     {reason_code::white_noise, severity::doubtful,
      [](swoop &, run_check &c) { c.reason = withheld::white_velocity_noise; }},
     {reason_code::not_drawn, severity::doubtful, [](swoop &, run_check &c) { c.reason = withheld::too_many_samples; }},
-    {reason_code::draws_fail, severity::doubtful, [](swoop &, run_check &c) { c.failed = 0.03; }},
+    {reason_code::draws_fail, severity::doubtful, [](swoop &, run_check &c) { c.failed = 0.06; }},
     {reason_code::wide_gate_speed, severity::doubtful,
      [](swoop &, run_check &c) { c.figures[index_of(figure::entry_gate_speed)].range.high += 2.5; }},
     {reason_code::wide_distance, severity::doubtful,
