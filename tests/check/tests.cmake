@@ -12,8 +12,11 @@ tarvel_test(check/check_window_test USES tarvel_check)
 tarvel_test(check/run_check_test USES tarvel_check)
 tarvel_test(check/reasons_test USES tarvel_check)
 
-# Simulated runs of known truth for scripts/check_coverage. It draws for minutes: optimised, unlike tests.
-add_executable(check_simulated_runs EXCLUDE_FROM_ALL
-  tests/check/check_simulated_runs.cpp tests/check/simulated_flights.cpp tests/support/simulator.cpp)
-target_include_directories(check_simulated_runs PRIVATE tests)
-target_link_libraries(check_simulated_runs PRIVATE tarvel_check tarvel_build_options)
+# Simulated runs of known truth for scripts/check_coverage and scripts/check_degraded. They draw for minutes: optimised,
+# unlike tests.
+foreach(name check_simulated_runs check_degraded_runs)
+  add_executable(${name} EXCLUDE_FROM_ALL
+    tests/check/${name}.cpp tests/check/simulated_flights.cpp tests/support/simulator.cpp)
+  target_include_directories(${name} PRIVATE tests)
+  target_link_libraries(${name} PRIVATE tarvel_check tarvel_build_options)
+endforeach()
