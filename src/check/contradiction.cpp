@@ -74,6 +74,22 @@ double contradiction_quantile(std::span<const double> times, std::span<const dou
   return steps[place];
 }
 
+double contradiction_peak(std::span<const double> times, std::span<const double> drift, double span,
+                          std::span<double> work) {
+  std::size_t count = 0;
+  for (std::size_t k = 0; k < times.size(); ++k) {
+    const std::size_t later = sample_after(times, k, span);
+    if (later >= times.size()) break;
+    work[count++] = std::fabs(drift[later] - drift[k]);
+  }
+  if (count == 0) return 0.0;
+  const std::span<double> steps = work.first(count);
+  const auto median = steps.begin() + static_cast<std::ptrdiff_t>(count / 2);
+  std::nth_element(steps.begin(), median, steps.end());
+  const double greatest = *std::max_element(median, steps.end());
+  return *median > 0.0 ? greatest / *median : 0.0;
+}
+
 double roughness_of(std::span<const double> velocities, std::span<double> work) {
   if (velocities.size() < 4) return 0.0;
   const std::span<double> differences = work.first(velocities.size() - 3);

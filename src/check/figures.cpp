@@ -1,9 +1,13 @@
 #include "check/figures.h"
 
+#include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
+#include "geo/vec3.h"
+#include "support/time.h"
 #include "swoop/report_figures.h"
 
 namespace tarvel {
@@ -19,6 +23,28 @@ void set_place(figure_values &values, figure height, const report_point &place) 
   values[index_of(height)] = place.altitude.value;
   values[index_of(height) + 1] = place.back.value;
   values[index_of(height) + 2] = place.offset.value;
+}
+
+// The way along the axes in half a step, and its time.
+struct half_step {
+  vec3 way;
+  double seconds = 0.0;
+};
+
+half_step half_step_at(const swoop &run, std::uint32_t k) {
+  const gps_point &from = run.track[k];
+  const gps_point &to = run.track[std::min(k + 1, run.track_len - 1)];
+  const double seconds = unsigned_seconds(from.time, to.time);
+  if (!(seconds > 0.0)) return {};
+  const double half = std::max(seconds, shortest_node_step) / 2.0;
+  const vec3 way = vec3_sub(to.pos_local, from.pos_local);
+  return {{way.x * half / seconds, way.y * half / seconds, way.z * half / seconds}, half};
+}
+
+void set_half_step(figure_values &values, figure height, const half_step &half) {
+  values[index_of(height)] = std::fabs(half.way.z);
+  values[index_of(height) + 1] = std::fabs(half.way.x);
+  values[index_of(height) + 2] = std::fabs(half.way.y);
 }
 
 bool same_bits(double a, double b) { return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b); }
@@ -51,6 +77,22 @@ figure_values values_of(const swoop &run) {
   set(figure::touchdown_speed, figures.touchdown_speed);
   set(figure::carve_time, figures.carve_time);
   set(figure::exit_gate_speed, figures.exit_gate_speed);
+  return values;
+}
+
+figure_values resolutions_of(const swoop &run) {
+  constexpr double least_length = 0.01;  // m; files have no more digits, and the origin of a frame lies at 0
+  figure_values values{};
+  set_half_step(values, figure::rollout_end_height, {{least_length, least_length, least_length}, 0.0});
+  const half_step turn = half_step_at(run, run.top_of_turn);
+  const half_step rollout = half_step_at(run, run.rollout);
+  set_half_step(values, figure::turn_height, turn);
+  set_half_step(values, figure::max_vertical_height, half_step_at(run, run.max_vert_speed));
+  set_half_step(values, figure::rollout_start_height, rollout);
+  set_half_step(values, figure::max_total_height, half_step_at(run, run.max_total_speed));
+  set_half_step(values, figure::max_horizontal_height, half_step_at(run, run.max_horz_speed));
+  values[index_of(figure::turn_time)] = std::max(turn.seconds, rollout.seconds);
+  values[index_of(figure::rollout_time)] = rollout.seconds;
   return values;
 }
 

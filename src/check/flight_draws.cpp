@@ -11,7 +11,7 @@ namespace {
 // The offset of a position has the tails of a Student's t with so many degrees of freedom.
 constexpr int offset_degrees = 4;
 
-constexpr double node_step = 0.15 - 1e-6;  // s; clocks have whole milliseconds
+constexpr double node_step = shortest_node_step - 1e-6;  // s; clocks have whole milliseconds
 
 std::span<const double> view(const owned_array<double> &values, std::size_t count) { return {values.get(), count}; }
 
@@ -40,8 +40,10 @@ void take_nodes(const motion_series &series, flight_draws &draws) {
   }
 }
 
-// Minutes after the landing the offset is no longer that of the run; whether the pilot rests near the stop is asked there.
+// Minutes after the landing the offset is no longer that of the run; where the pilot rests is asked there. Of the stated
+// accuracy an axis.
 constexpr double same_offset = 60.0;  // s
+constexpr double later_offset = 2.0;
 
 void set_sigmas(const noise_scale &noise, const measured_flight &flight, flight_draws &draws) {
   for (std::size_t k = 0; k < draws.nodes.count; ++k) {
@@ -50,8 +52,8 @@ void set_sigmas(const noise_scale &noise, const measured_flight &flight, flight_
     draws.velocity_sigmas[k] = noise.velocity * stated_velocity_sigma(sample);
     for (std::size_t axis = 0; axis < axis_count; ++axis) {
       const std::size_t group = group_of(axis);
-      draws.position_sigmas[axis][k] =
-          (is_later ? std::max(noise.wander[group], 1.0) : noise.wander[group]) * stated_position_sigma(sample, group);
+      draws.position_sigmas[axis][k] = (is_later ? std::max(noise.wander[group], later_offset) : noise.wander[group]) *
+                                       stated_position_sigma(sample, group);
     }
   }
 }
@@ -88,6 +90,23 @@ void set_sample(const motion_series &series, const std::array<motion_state, axis
   sample.pos_wgs84 =
       from_plane(series.plane, {state[axis_north].position, state[axis_east].position, state[axis_down].position});
   sample.vel_ltp = {state[axis_north].velocity, state[axis_east].velocity, state[axis_down].velocity};
+}
+
+// The window's samples from the states at the nodes.
+void set_samples(const flight_draws &draws, measured_flight &flight) {
+  std::size_t j = 0;
+  for (std::size_t k = 0; k < flight.series.count; ++k) {
+    if (j + 1 < draws.nodes.count && draws.node_samples[j + 1] == k) ++j;
+    std::array<motion_state, axis_count> state;
+    for (std::size_t axis = 0; axis < axis_count; ++axis) {
+      state[axis] = node_state(draws.states[axis], j);
+      if (draws.node_samples[j] == k) continue;
+      const double seconds = draws.nodes.times[j + 1] - draws.nodes.times[j];
+      state[axis] = state_between(state[axis], node_state(draws.states[axis], j + 1), seconds,
+                                  flight.series.times[k] - draws.nodes.times[j]);
+    }
+    set_sample(flight.series, state, flight.window.run.track[k]);
+  }
 }
 
 }  // namespace
@@ -128,8 +147,8 @@ bool smooth_flight(const stated_noise &stated, const noise_scale &noise, measure
                                        view(draws.position_sigmas[axis], count),
                                        view(draws.velocity_sigmas, count),
                                        noise.memory};
+    const std::span<double> densities(flight.work.get(), count);
     for (std::size_t i = 0; i < jerk_factors.size(); ++i) {
-      const std::span<double> densities(flight.work.get(), count);
       if (!smooth_axis_locally(measured, jerk_factors[i], densities, draws.axes[i][axis])) return false;
     }
   }
@@ -146,19 +165,7 @@ void draw_track(flight_draws &draws, std::uint32_t draw, random_source &source, 
     const double offset = draws.offset_sigmas[axis] * offset_scale * source.normal();
     draw_states(axes[axis], scale, offset, source, {draws.states[axis].get(), 3 * draws.nodes.count});
   }
-  std::size_t j = 0;
-  for (std::size_t k = 0; k < flight.series.count; ++k) {
-    if (j + 1 < draws.nodes.count && draws.node_samples[j + 1] == k) ++j;
-    std::array<motion_state, axis_count> state;
-    for (std::size_t axis = 0; axis < axis_count; ++axis) {
-      state[axis] = node_state(draws.states[axis], j);
-      if (draws.node_samples[j] == k) continue;
-      const double seconds = draws.nodes.times[j + 1] - draws.nodes.times[j];
-      state[axis] = state_between(state[axis], node_state(draws.states[axis], j + 1), seconds,
-                                  flight.series.times[k] - draws.nodes.times[j]);
-    }
-    set_sample(flight.series, state, flight.window.run.track[k]);
-  }
+  set_samples(draws, flight);
 }
 
 }  // namespace tarvel

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "check/axis_smoother.h"
+#include "check/figures.h"
 #include "check/measured_flight.h"
 #include "check/random_draws.h"
 #include "support/memory.h"
@@ -17,7 +18,7 @@ constexpr std::array<double, 3> jerk_factors = {0.2, 0.08, 0.5};
 
 // Everything that draws need beside the measured flight. A drawn acceleration wanders: the closer the samples, the more
 // often it changes its sign, which flown ones do not, and detectors that walk as long as the descent grows would stop
-// at each. So flights are drawn at nodes, samples at least 0.15 s apart, and in between follow the
+// at each. So flights are drawn at nodes, samples at least 0.2 s apart, and in between follow the
 // polynomial of least jerk.
 struct flight_draws {
   motion_series nodes;

@@ -7,27 +7,23 @@ namespace tarvel {
 
 double widening_of(figure which) {
   switch (which) {
-    // From one sample to the next, while the pilot comes to rest.
-    case figure::touchdown_speed: return 1.3;
-
     // The greatest of many noisy speeds lies above the truth, and the figure with it.
     case figure::max_vertical_speed: return 1.2;
 
-    case figure::max_total_speed:
+    // From one sample to the next, while the pilot comes to rest.
+    case figure::touchdown_speed:
+    case figure::max_total_speed: return 1.15;
+
     case figure::max_horizontal_speed:
-    case figure::max_horizontal_back: return 1.15;
+    case figure::rollout_start_speed: return 1.1;
 
     case figure::degrees:
-    case figure::rollout_start_speed:
-    case figure::rollout_time:
-    case figure::entry_gate_speed:
-    case figure::carve_time:
-    case figure::exit_gate_speed: return 1.1;
+    case figure::time_aloft: return 1.05;
 
-    case figure::rollout_start_height:
-    case figure::rollout_start_back:
-    case figure::rollout_start_offset:
-    case figure::max_total_back: return 1.05;
+    case figure::distance_to_stop: return 0.95;
+
+    // It is never known better than half a step's way, which is most of its interval.
+    case figure::max_horizontal_back: return 0.9;
 
     default: return 1.0;
   }

@@ -17,6 +17,8 @@ constexpr double before_turn = 2.0;  // s; the lag is sought from there to the s
 constexpr double least_stated_speed = 0.02;    // m/s
 constexpr double least_stated_position = 0.1;  // m
 
+constexpr std::size_t one_second = 2;  // among the spans
+
 // The part of one axis in what is flown.
 std::span<const double> flown(const measured_flight &flight, const owned_array<double> &values) {
   const std::size_t first = flight.window.closely.first;
@@ -93,9 +95,21 @@ noise_scale measure_noise(measured_flight &flight, const stated_noise &stated, d
   return fit_noise(measured, stated);
 }
 
+double measure_peak(measured_flight &flight) {
+  const std::span<const double> times = flown_times(flight);
+  const std::span<double> drift(flight.work.get(), times.size());
+  double peak = 0.0;
+  for (std::size_t axis = 0; axis < axis_count; ++axis) {
+    accumulate_contradiction(times, flown(flight, flight.series.positions[axis]),
+                             flown(flight, flight.series.velocities[axis]), drift);
+    peak = std::max(peak, contradiction_peak(times, drift, contradiction_spans[one_second],
+                                             {drift.data() + times.size(), times.size()}));
+  }
+  return peak;
+}
+
 double measure_contradiction(measured_flight &flight) {
   constexpr double most = 0.95;
-  constexpr std::size_t one_second = 2;  // among the spans
   const std::span<const double> times = flown_times(flight);
   const std::span<double> north(flight.work.get(), times.size());
   const std::span<double> east(north.data() + times.size(), times.size());

@@ -48,6 +48,9 @@ struct measured_flight {
 // The horizontal contradiction over a second that 95 % do not exceed, m. Needs the lag taken out.
 [[nodiscard]] double measure_contradiction(measured_flight &flight);
 
+// The greatest contradiction over a second along an axis, in proportion to the median. Needs the lag taken out.
+[[nodiscard]] double measure_peak(measured_flight &flight);
+
 // Of the velocities, the mean of the axes. Needs them as measured: moved ones are smoother.
 [[nodiscard]] double measure_roughness(measured_flight &flight);
 

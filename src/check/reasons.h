@@ -26,6 +26,7 @@ enum class reason_code : std::size_t {
   no_accuracy,
   contradiction,
   no_agreement,
+  passing_contradiction,
   noise_beyond_statement,
   noise_far_beyond_statement,
   white_noise,

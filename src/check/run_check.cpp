@@ -7,6 +7,7 @@
 #include "check/flight_draws.h"
 #include "check/measured_flight.h"
 #include "check/random_draws.h"
+#include "check/turn_start.h"
 
 namespace tarvel {
 
@@ -24,6 +25,9 @@ constexpr double usual_steps = 1.6;
 constexpr std::uint32_t most_samples = 50000;
 
 constexpr double other_turn = 45.0;  // degrees
+
+// Standard deviations of the velocity's noise: a jolt below may be none.
+constexpr double smallest_jolt = 1.2;
 
 bool times_increase(const motion_series &series) {
   for (std::size_t k = 1; k < series.count; ++k) {
@@ -86,8 +90,12 @@ drawn_counts draw_runs(const swoop &run, const check_settings &settings, measure
   return counts;
 }
 
-void fill_intervals(const drawn_counts &counts, const check_settings &settings, double *rows, run_check &check) {
+void fill_intervals(const swoop &run, const drawn_counts &counts, const check_settings &settings, double *rows,
+                    run_check &check) {
+  const figure_values resolutions = resolutions_of(run);
   const std::uint32_t draws = settings.draws;
+  // A touchdown that nobody marked is the stop, wherever the pilot touched down.
+  const bool is_touchdown_told = is_touchdown_marked(run) || settings.even_if_withheld;
   const bool are_phases_told = check.reason == withheld::nothing || settings.even_if_withheld;
   const auto part_of = [&](std::size_t count) { return static_cast<double>(count) / draws; };
   for (std::size_t i = 0; i < figure_count; ++i) {
@@ -95,14 +103,30 @@ void fill_intervals(const drawn_counts &counts, const check_settings &settings, 
     figure_of_run.missing = part_of(draws - counts.present[i]);
     if (counts.present[i] == 0 || !std::isfinite(figure_of_run.value)) continue;
     if (!are_phases_told && !is_score(static_cast<figure>(i))) continue;
+    if (!is_touchdown_told && depends_on_touchdown(static_cast<figure>(i))) continue;
     const std::span<double> drawn(rows + i * draws, counts.present[i]);
-    figure_of_run.range = containing(interval_of(drawn, widening_of(static_cast<figure>(i))), figure_of_run.value);
+    const interval range = interval_of(drawn, widening_of(static_cast<figure>(i)));
+    figure_of_run.range =
+        containing(containing(range, figure_of_run.value - resolutions[i]), figure_of_run.value + resolutions[i]);
     figure_of_run.has_interval = true;
   }
   check.draws = draws;
   check.failed = part_of(counts.failed);
   check.other_hand = part_of(counts.other_hand);
   check.other_degrees = part_of(counts.other_degrees);
+}
+
+// A turn may begin with a jolt too small to be told from noise. The detectors stop there, in almost every draw as well,
+// since each of its samples must accelerate. Where the turn would else start far outside of the interval, the intervals
+// reach to that start.
+void contain_earlier_start(const swoop &run, double jolt, run_check &check) {
+  const turn_figures earlier = figures_of_turn_from(run, start_before_jolts(run, jolt));
+  const interval &time = check_of(check, figure::turn_time).range;
+  if (!(earlier.back().value > time.high + (time.high - time.low))) return;
+  for (const turn_figure &each : earlier) {
+    figure_check &changed = check.figures[index_of(each.which)];
+    if (changed.has_interval) changed.range = containing(changed.range, each.value);
+  }
 }
 
 void bound(run_check &check, figure which, const interval &range) {
@@ -153,6 +177,7 @@ void measure(measured_flight &flight, const stated_noise &stated, double step, r
   const double roughness = measure_roughness(flight);
   check.lag = take_out_lag(flight);
   check.contradiction = measure_contradiction(flight);
+  check.peak = measure_peak(flight);
   check.noise = measure_noise(flight, stated, step);
   // A short flight may seem to have errors that last for ever, and then even the digits of a file are rough.
   const double memory = std::min(check.noise.memory.velocity, stated_memory.velocity);
@@ -198,7 +223,8 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
   measure(flight, stated, step, check);
   if (settings.draws != 0 && smooth_flight(stated, check.noise, flight, draws)) {
     const drawn_counts counts = draw_runs(run, settings, flight, draws, rows.get());
-    fill_intervals(counts, settings, rows.get(), check);
+    fill_intervals(run, counts, settings, rows.get(), check);
+    contain_earlier_start(run, smallest_jolt * check.noise.velocity * mean_velocity_sigma(flight), check);
   } else if (settings.draws != 0) {
     check.reason = withheld::unsolvable;
   }

@@ -36,8 +36,7 @@ struct figure_check {
   bool has_interval = false;
   interval range;        // contains the value
   double missing = 0.0;  // the part of the draws that do not have the figure
-  bool is_bounded =
-      false;  // the gate was crossed in a gap: the value means nothing, and the range is all that is known
+  bool is_bounded = false;  // the gate was crossed in a gap: the range is all that is known, and the value is wrong
 };
 
 struct run_check {
@@ -47,6 +46,7 @@ struct run_check {
   velocity_lag lag;            // as found; taken out of the draws when it is more than chance
   double contradiction = 0.0;  // m between the step of the position over a second and the integral of the velocity, in
                                // plan and after the lag: 95 % are less
+  double peak = 0.0;           // of the contradiction over a second along an axis, in proportion to its median
   double roughness = 0.0;      // of the velocity from sample to sample, in proportion to the one its noise should have
   double longest_gap = 0.0;    // s between two samples from 15 s before the turn to the stop; 0 for the usual steps
   double gate_gap = 0.0;       // the same of the samples on either side of a gate

@@ -60,10 +60,6 @@ const char *name_of(withheld reason) {
   return nullptr;
 }
 
-bool depends_on_touchdown(figure which) {
-  return which == figure::touchdown_distance || which == figure::touchdown_speed || which == figure::time_aloft;
-}
-
 // Why a figure has no interval; null when it has one.
 const char *why_none(const swoop &run, const run_check &check, figure which) {
   const figure_check &each = check_of(check, which);

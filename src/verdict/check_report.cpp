@@ -92,7 +92,7 @@ interval printed_range(const report_line &line, const figure_check &each, double
           rounded(range.high * factor, line.decimals, round_up)};
 }
 
-void print_line(text_buffer &text, const report_line &line, const run_check &check, bool is_touchdown_marked,
+void print_line(text_buffer &text, const report_line &line, const run_check &check, bool is_stop,
                 const display_units &units) {
   const figure_check &each = check_of(check, line.which);
   const double factor = factor_of(line, units);
@@ -114,8 +114,9 @@ void print_line(text_buffer &text, const report_line &line, const run_check &che
   const char *const unit = unit_of(line, units);
   text_buffer_printf(text, "%-24s %7.*f %s", line.label, line.decimals, rounded(value, line.decimals, round_near),
                      unit);
-  if (line.which == figure::touchdown_distance && !is_touchdown_marked) {
-    text_buffer_printf(text, "   is the stop: nobody marked the touchdown\n");
+  if (is_stop && depends_on_touchdown(line.which)) {
+    text_buffer_printf(text, line.which == figure::touchdown_distance ? "   is the stop: nobody marked the touchdown\n"
+                                                                      : "   at the stop\n");
     return;
   }
   if (each.has_interval) {
@@ -180,8 +181,8 @@ owned_text format_check_report(const swoop &run, const run_check &check, const r
   if (*error) return nullptr;
 
   print_head(text, run);
-  const bool is_touchdown_marked = run.touchdown_time != run.track[run.stop].time;
-  for (const report_line &line : lines) print_line(text, line, check, is_touchdown_marked, units);
+  const bool is_stop = !is_touchdown_marked(run);
+  for (const report_line &line : lines) print_line(text, line, check, is_stop, units);
   text_buffer_printf(text, "\n");
   for (const reason &each : reasons_of(verdict)) print_reason(text, each, units);
   text_buffer_printf(text, "verdict: %s\n", name_of_verdict(verdict.worst));

@@ -212,8 +212,8 @@ bool check_one(int number, random_source &source, const settings &given) {
   check_run(measured, given.check, check, &error);
   if (error) std::abort();
   const run_verdict verdict = judge_run(measured, check);
-  std::printf("%d %s %d %s%s\n", number, done.name, static_cast<int>(verdict.worst), names_of(verdict).c_str(),
-              figures_off(check, values_of(truth)).c_str());
+  std::printf("%d %s %d %s peak=%.2f%s\n", number, done.name, static_cast<int>(verdict.worst),
+              names_of(verdict).c_str(), check.peak, figures_off(check, values_of(truth)).c_str());
   return true;
 }
 

@@ -75,6 +75,18 @@ TEST(figures_test, are_missing_where_the_report_has_hyphens) {
   EXPECT_EQ(values[index_of(figure::exit_gate_speed)], 21.5);
 }
 
+// 5 samples a second: half a step is 0.1 s.
+TEST(figures_test, are_known_to_half_a_step) {
+  const swoop run = analysed(flight_samples());
+  const figure_values known = resolutions_of(run);
+  const gps_point &turn = run.track[run.top_of_turn];
+  const gps_point &next = run.track[run.top_of_turn + 1];
+  EXPECT_NEAR(known[index_of(figure::turn_height)], (turn.pos_local.z - next.pos_local.z) / 2.0, 1e-12);
+  EXPECT_NEAR(known[index_of(figure::turn_back)], std::fabs(turn.pos_local.x - next.pos_local.x) / 2.0, 1e-12);
+  EXPECT_EQ(known[index_of(figure::rollout_time)], 0.1);
+  EXPECT_EQ(known[index_of(figure::entry_gate_speed)], 0.0);
+}
+
 TEST(figures_test, are_the_same_to_the_last_bit_or_not) {
   const swoop run = analysed(flight_samples());
   swoop other = analysed(flight_samples());

@@ -11,6 +11,8 @@ tarvel_test(check/figures_test USES tarvel_check)
 tarvel_test(check/check_window_test USES tarvel_check)
 tarvel_test(check/run_check_test USES tarvel_check)
 tarvel_test(check/reasons_test USES tarvel_check)
+tarvel_test(check/turn_start_test USES tarvel_check)
+tarvel_test(check/crossing_bounds_test USES tarvel_check)
 
 # Simulated runs of known truth for scripts/check_coverage and scripts/check_degraded. They draw for minutes: optimised,
 # unlike tests.
