@@ -1,8 +1,8 @@
 // The engine as a program of its own: tarvel without its guards and without its pages. Built for other machines, it must
 // print and write what tarvel does on this one. Files are opened by the C library alone, and what is refused there for
-// the user's sake (an output that would replace an input, for one) is not refused here.
+// the user's sake (an output that would replace an input, for one) is not refused here. With -k it is tarvel-check.
 //
-//   engine_program [-dimp] [-t time] [-g gate] [swoop]
+//   engine_program [-dikmp] [-t time] [-g gate] [swoop]
 //
 // With the digests of the track and of its course file it writes what tarvel-json prints to document.json instead:
 //
@@ -16,6 +16,8 @@
 #include <utility>
 
 #include "chart/run_charts.h"
+#include "check/reasons.h"
+#include "check/run_check.h"
 #include "container/tvl_file.h"
 #include "document/run_analysis.h"
 #include "document/run_document.h"
@@ -30,11 +32,13 @@
 #include "swoop/analysis.h"
 #include "swoop/report.h"
 #include "swoop/trimmed_range.h"
+#include "verdict/check_report.h"
 
 namespace tarvel {
 namespace {
 
 struct settings {
+  bool check = false;
   bool debug = false;
   bool implicit_gate = false;
   bool metric = false;
@@ -48,8 +52,9 @@ struct settings {
 
 settings parse_settings(int argc, char *argv[]) {
   settings given;
-  for (int option = 0; (option = getopt(argc, argv, "dimpt:g:s:c:")) != -1;) {
+  for (int option = 0; (option = getopt(argc, argv, "dikmpt:g:s:c:")) != -1;) {
     switch (option) {
+      case 'k': given.check = true; break;
       case 'd': given.debug = true; break;
       case 'i': given.implicit_gate = true; break;
       case 'm': given.metric = true; break;
@@ -166,21 +171,42 @@ void write_run_map(const swoop &run, const std::string &path) {
   write_file(path, [&](std::FILE *file) { write_kml(file, run.track[run.top_of_turn].time, flown, &ends); });
 }
 
-void analyse(const settings &given) {
-  const owned_record<swoop> run =
-      read_file(given.swoop, [&](std::FILE *file, text_buffer &warnings, error_slot *error) {
-        return swoop_create(file, given.swoop, warnings, error);
-      });
+owned_record<swoop> read_run(const settings &given) {
+  owned_record<swoop> run = read_file(given.swoop, [&](std::FILE *file, text_buffer &warnings, error_slot *error) {
+    return swoop_create(file, given.swoop, warnings, error);
+  });
   run->debug = given.debug;
   run->time_aloft = given.time_aloft;
+  return run;
+}
+
+void analyse_over(swoop &run, const std::optional<course> &flown, error_slot *error) {
+  analyze_swoop(run, flown ? gate_type_course : gate_type_implicit, flown ? flown->matrix : mat4(),
+                flown ? flown->theta : 0.0, error);
+}
+
+void check(const settings &given) {
+  const owned_record<swoop> run = read_run(given);
+  error_slot error = nullptr;
+  analyse_over(*run, given.implicit_gate ? std::nullopt : find_course(given.swoop), &error);
+  stop_at(error);
+  run_check found;
+  check_run(*run, check_settings(), found, &error);
+  stop_at(error);
+  const owned_text report = format_check_report(*run, found, judge_run(*run, found), given.metric, &error);
+  stop_at(error);
+  std::fputs(report.get(), stdout);
+}
+
+void analyse(const settings &given) {
+  const owned_record<swoop> run = read_run(given);
   const std::string map = with_extension(given.swoop, "kml");
   write_track_map(*run, map);
 
   std::string course_file;
   const std::optional<course> flown = given.implicit_gate ? std::nullopt : find_course(given.swoop, course_file);
   error_slot error = nullptr;
-  analyze_swoop(*run, flown ? gate_type_course : gate_type_implicit, flown ? flown->matrix : mat4(),
-                flown ? flown->theta : 0.0, &error);
+  analyse_over(*run, flown, &error);
   if (run->debug && run->is_derived) {
     write_file("coord.txt", [&](std::FILE *file) { write_coord_dump(file, samples_of(*run)); });
   }
@@ -238,6 +264,10 @@ int main(int argc, char *argv[]) {
     return 0;
   }
   if (given.gate != nullptr) tarvel::survey(given);
-  if (given.swoop != nullptr) tarvel::analyse(given);
+  if (given.swoop != nullptr && given.check) {
+    tarvel::check(given);
+  } else if (given.swoop != nullptr) {
+    tarvel::analyse(given);
+  }
   return 0;
 }

@@ -19,5 +19,5 @@ foreach(machine wasm aarch64 unsigned-char)
       ${tarvel_run_${machine}} ${PROJECT_SOURCE_DIR}/build/${machine}/engine_program)
   set_tests_properties(engine/build_${machine} PROPERTIES FIXTURES_SETUP engine_${machine} TIMEOUT 900)
   set_tests_properties(engine/${machine} PROPERTIES FIXTURES_REQUIRED engine_${machine} TIMEOUT 300
-    ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>")
+    ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>;TARVEL_CHECK_PROGRAM=$<TARGET_FILE:tarvel-check>")
 endforeach()
