@@ -169,7 +169,7 @@ void append_document(document_text &text, const run_facts &facts, error_slot *er
   } else {
     append(text, "null");
   }
-  append(text, {"}\n", 3});  // and the NUL
+  append(text, std::string_view("}\n\0", 3));
 }
 
 }  // namespace

@@ -99,9 +99,9 @@ void open_input_stream(const char *path, input_stream &input, error_slot *error)
 }
 
 digest_text finish_digest(input_stream &input) {
-  std::array<char, block_size> block;
   std::FILE *const stream = input.stream.get();
   if (fseeko(stream, input.digested, SEEK_SET) == 0) {
+    std::array<char, block_size> block;
     while (std::fread(block.data(), 1, block.size(), stream) == block.size()) {
     }
   }
