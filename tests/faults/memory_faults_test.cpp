@@ -1,4 +1,4 @@
-// The program itself with every request for memory refused in turn. scripts/memory_faults does the same over many more
+// The program itself with every request for memory refused in turn. scripts/proofs memory_faults does the same over many more
 // command lines.
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/memcheck [PATTERN]: valgrind's memcheck finds no misuse of memory and no leak.
+"""scripts/proofs memcheck [PATTERN]: valgrind's memcheck finds no misuse of memory and no leak.
 
 Builds the program and the replays of the fuzz targets without sanitizers in build/memcheck and runs them under memcheck:
 the program over all examples in both modes with every option, and over what it must refuse; each fuzz target over its

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/same_bytes [PATTERN]: every compiler and every optimisation gives the same program.
+"""scripts/proofs same_bytes [PATTERN]: every compiler and every optimisation gives the same program.
 
 Builds tarvel with g++ and clang++ at -O0, -O2, -O3 and at -O2 with link-time optimisation in build/same_bytes, runs
 each over all examples, all fuzz seeds and corpora, simulated tracks as the tests use them and small hostile files, in
@@ -146,7 +146,7 @@ def inputs_of_fuzzing():
 
 
 def inputs_of_hostile_families():
-    path = str(root / "scripts" / "hostile_families")
+    path = str(root / "proofs" / "hostile_families.py")
     loader = importlib.machinery.SourceFileLoader("hostile_families", path)
     loader_spec = importlib.util.spec_from_loader(loader.name, loader)
     module = importlib.util.module_from_spec(loader_spec)

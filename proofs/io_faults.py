@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/io_faults: whatever fails to open, read or write, the program says so or has done all of its work.
+"""scripts/proofs io_faults: whatever fails to open, read or write, the program says so or has done all of its work.
 
 Every system call on the program's own files fails in turn, once and for ever after; files come and go a few bytes at a
 time; the disk is full, files are too large, streams are closed; places are forbidden, and odd things stand where files

@@ -1,7 +1,7 @@
-"""What scripts/compare_programs tries: folders of files, and calls of tarvel in them, made from a seed.
+"""What scripts/proofs compare_programs tries: folders of files, and calls of tarvel in them, made from a seed.
 
 A scenario starts from a sound run or walk (the examples, the simulated tracks of the tests), one of
-scripts/hostile_families or a seed of a fuzz target, changes its values, its text or its bytes, adds a course file or a
+scripts/proofs hostile_families or a seed of a fuzz target, changes its values, its text or its bytes, adds a course file or a
 chain of them, puts something where the outputs go, and calls the program once or twice. The same seed and number give
 the same scenario.
 """
@@ -47,7 +47,7 @@ time_zones = ("UTC", "Europe/Vienna", "Australia/Lord_Howe")
 
 def import_script(name):
     sys.dont_write_bytecode = True
-    loader = importlib.machinery.SourceFileLoader(name, str(root / "scripts" / name))
+    loader = importlib.machinery.SourceFileLoader(name, str(root / "proofs" / f"{name}.py"))
     module = importlib.util.module_from_spec(importlib.util.spec_from_loader(name, loader))
     sys.modules[name] = module
     loader.exec_module(module)

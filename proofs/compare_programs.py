@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""scripts/compare_programs OLD NEW [--seed S] [--count N] [--only K] [--jobs N] [--allow NAME]... [--keep FOLDER]
+"""scripts/proofs compare_programs OLD NEW [--seed S] [--count N] [--only K] [--jobs N] [--allow NAME]... [--keep FOLDER]
 
 Two builds of tarvel do the same. Each of N scenarios (10,000 unless said otherwise), made from the seed by
-scripts/scenarios.py, is given to both in equal copies of a folder. Exit status, standard output, standard error and
+proofs/scenarios.py, is given to both in equal copies of a folder. Exit status, standard output, standard error and
 every file left behind must be the same byte for byte, with its name, mode and links. PDFs are compared without their
 creation dates, and where the bytes still differ, by their drawing operators and character maps.
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Lets every request for memory fail in turn, over command lines of every kind, and proves that nothing comes of it.
 
-    scripts/memory_faults [BUILD_FOLDER [SANITIZER_BUILD_FOLDER]]      (build/dev and build/asan)
+    scripts/proofs memory_faults [BUILD_FOLDER [SANITIZER_BUILD_FOLDER]]      (build/dev and build/asan)
 
 Builds the program and tests/faults/failing_allocator.cpp in both folders, then runs the program
 

@@ -1,4 +1,4 @@
-"""What scripts/io_faults and scripts/kill_anywhere share: the command lines, their folders, and what counts as right.
+"""What scripts/proofs io_faults and scripts/proofs kill_anywhere share: the command lines, their folders, and what counts as right.
 
 A command line has a folder of files that it starts from. It is run once undisturbed; what that leaves is what a
 disturbed run is held against. A run may succeed, and then every byte must be the undisturbed run's, or end with exit

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/mutants [PATTERN] [--list]: changes one token of the program at a time and asks whether a test fails.
+"""scripts/proofs mutants [PATTERN] [--list]: changes one token of the program at a time and asks whether a test fails.
 
 Mutants are made of every folder of src/: turned comparisons and operators, moved constants and thresholds, flipped
 signs, indices off by one, negations left out. Of each source file at most 24 are tried, of each header at most 8. Which
@@ -10,7 +10,7 @@ Each mutant is written into a copy of the project below build/mutants, one copy 
 libraries and judged by the tests: first those that are named after its file, then the others of its folder, then those
 of all other folders and the seeds of the fuzz targets. A test that hangs has caught the mutant, too; one that does not
 compile is no mutant. Survivors that nothing can tell from the original are listed with their reasons in
-tests/equivalent_mutants.txt. Those are tried as well: an entry that a test catches is wrong.
+proofs/equivalent_mutants.txt. Those are tried as well: an entry that a test catches is wrong.
 
 Prints the counts and the survivors. Exit status 1 when a mutant survives that is not listed, or an entry is wrong or
 matches no mutant.
@@ -404,7 +404,7 @@ def print_counts(name, counts):
 def main():
     patterns = [word for word in sys.argv[1:] if word != "--list"]
     pattern = re.compile(patterns[0] if patterns else "")
-    equivalents = read_equivalents(root / "tests" / "equivalent_mutants.txt")
+    equivalents = read_equivalents(root / "proofs" / "equivalent_mutants.txt")
     every = {str(f.relative_to(root)): list(mutants_of(f)) for f in source_files()}
     chosen = [choose(m) for name, m in every.items() if m and pattern.search(name)]
     keys = {key_of(m) for group in chosen for m in group}

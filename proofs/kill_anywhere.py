@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/kill_anywhere: however suddenly a run ends, the inputs are there, and the next run is right.
+"""scripts/proofs kill_anywhere: however suddenly a run ends, the inputs are there, and the next run is right.
 
 The program is killed with SIGKILL on every system call on its own files in turn, for command lines of both modes, over
 earlier outputs and with inputs in the way of outputs; and on every system call of any kind for whole runs. Then each

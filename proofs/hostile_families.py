@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/hostile_families [PATTERN]: files that aim at endless or quadratic behaviour cost no more than their rows.
+"""scripts/proofs hostile_families [PATTERN]: files that aim at endless or quadratic behaviour cost no more than their rows.
 
 Each family is made in five sizes, up to a million rows, and given to build/release/tarvel, which must be built. Every
 run must end by itself with exit status 0 or 1 and stay within

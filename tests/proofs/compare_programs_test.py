@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tests/scripts/compare_programs_test.py: scripts/compare_programs reports what is planted into a program."""
+"""tests/proofs/compare_programs_test.py: scripts/proofs compare_programs reports what is planted into a program."""
 import contextlib
 import io
 import os
@@ -15,7 +15,7 @@ PROJECT = pathlib.Path(os.environ.get("TARVEL_SOURCE_DIR", pathlib.Path(__file__
 PROGRAM = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
 
 sys.dont_write_bytecode = True
-sys.path.insert(0, str(PROJECT / "scripts"))
+sys.path.insert(0, str(PROJECT / "proofs"))
 import scenarios  # noqa: E402
 
 compare_programs = scenarios.import_script("compare_programs")

@@ -1,8 +1,0 @@
-# The scripts that others rely on find what they look for.
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
-
-add_test(NAME scripts/compare_programs_test
-  COMMAND Python3::Interpreter -B ${PROJECT_SOURCE_DIR}/tests/scripts/compare_programs_test.py)
-set_tests_properties(scripts/compare_programs_test PROPERTIES
-  ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;${tarvel_sanitizer_options}"
-  TIMEOUT 300)
