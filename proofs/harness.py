@@ -1,0 +1,311 @@
+"""What the proofs share: files in folders, calls of the program in them, what a call leaves, and the counting."""
+from __future__ import annotations
+
+import collections
+import concurrent.futures
+import dataclasses
+import os
+import pathlib
+import re
+import resource
+import shutil
+import signal
+import stat
+import subprocess
+import tempfile
+from collections.abc import Callable, Iterable, Mapping, Sequence
+from typing import IO, NamedTuple
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+WORK = ROOT / "build" / "proofs"
+PATIENCE = 60.0  # seconds; an undisturbed call takes a twentieth of one
+NOBODY = 65534
+CORES = len(os.sched_getaffinity(0))
+
+
+class Outcome(NamedTuple):
+    """What a proof reports: what was done, with its counts, and how many findings there were."""
+    done: str
+    findings: int
+
+
+# Files
+
+
+class Link(str):
+    """A symbolic link to that target."""
+
+
+class Twin(str):
+    """A second name of that file."""
+
+
+class Folder(str):
+    """An empty folder; the text is not used."""
+
+
+class Pipe(str):
+    """A named pipe without a reader or a writer; the text is not used."""
+
+
+Content = bytes | Link | Twin | Folder | Pipe
+
+
+def put(folder: pathlib.Path, name: str, content: Content) -> None:
+    path = folder / name
+    path.parent.mkdir(parents=True, exist_ok=True)
+    if isinstance(content, bytes):
+        path.write_bytes(content)
+    elif isinstance(content, Link):
+        path.symlink_to(content)
+    elif isinstance(content, Twin):
+        path.hardlink_to(folder / content)
+    elif isinstance(content, Pipe):
+        os.mkfifo(path)
+    else:
+        path.mkdir(exist_ok=True)
+
+
+def fill(folder: pathlib.Path, files: Mapping[str, Content]) -> None:
+    """Second names come last: their files must be there."""
+    for name, content in sorted(files.items(), key=lambda item: isinstance(item[1], Twin)):
+        put(folder, name, content)
+
+
+@dataclasses.dataclass(frozen=True)
+class Entry:
+    """What a name stands for. Two entries are equal when their kind, content and target are."""
+    kind: str  # the first letter of `ls -l`
+    content: bytes | None = None  # of a regular file, or of the one beside it that a link leads to
+    target: str = ""
+    mode: str = dataclasses.field(default="", compare=False)
+    twin: str = dataclasses.field(default="", compare=False)  # an earlier name of the same file
+
+
+Snapshot = dict[str, Entry]
+DRAWN_AT = re.compile(rb"/CreationDate \(D:[^)]*\)")
+
+
+def masked(content: bytes) -> bytes:
+    """Two calls may differ in the date in a document and in nothing else."""
+    return DRAWN_AT.sub(b"/CreationDate (D:)", content) if content.startswith(b"%PDF") else content
+
+
+def entry_of(path: pathlib.Path, names: dict[int, str], name: str) -> Entry:
+    status = path.lstat()
+    mode = stat.filemode(status.st_mode)
+    if stat.S_ISLNK(status.st_mode):
+        end = pathlib.Path(os.path.realpath(path))  # unlike resolve(), whatever leads to itself
+        is_beside = str(end.parent) == os.path.realpath(path.parent) and end.is_file()
+        return Entry("l", entry_of(end, {}, "").content if is_beside else None, os.readlink(path), mode)
+    if not stat.S_ISREG(status.st_mode):
+        return Entry(mode[0], mode=mode)
+    first = names.setdefault(status.st_ino, name)
+    if not status.st_mode & stat.S_IRUSR:
+        path.chmod(0o600)
+    return Entry("-", masked(path.read_bytes()), mode=mode, twin="" if first == name else first)
+
+
+def snapshot(folder: pathlib.Path) -> Snapshot:
+    """All that is below the folder, what a call may not read included."""
+    found: Snapshot = {}
+    names: dict[int, str] = {}
+
+    def add_all(inner: pathlib.Path, prefix: str) -> None:
+        inner.chmod(inner.stat().st_mode | 0o700)
+        for name in sorted(os.listdir(inner)):
+            found[prefix + name] = entry_of(inner / name, names, prefix + name)
+            if found[prefix + name].kind == "d":
+                add_all(inner / name, prefix + name + "/")
+
+    add_all(folder, "")
+    return found
+
+
+def listing(files: Snapshot) -> str:
+    """Names, modes and links, a line for each entry."""
+    return "\n".join(f"{entry.mode} {name}" + (f" -> {entry.target}" if entry.kind == "l" else "")
+                     + (f" = {entry.twin}" if entry.twin else "") for name, entry in files.items())
+
+
+def remove(folder: pathlib.Path) -> None:
+    if folder.exists():
+        folder.chmod(0o700)
+    for path, names, _ in os.walk(folder):
+        for name in names:
+            if not os.path.islink(os.path.join(path, name)):
+                os.chmod(os.path.join(path, name), 0o700)
+    shutil.rmtree(folder, ignore_errors=True)
+
+
+# Calls
+
+
+@dataclasses.dataclass
+class Result:
+    status: int | None  # None after a hang; negative for a signal
+    out: bytes
+    err: bytes
+    files: Snapshot = dataclasses.field(default_factory=dict)
+
+    def message(self) -> str:
+        """What the program says for a failure, without "ERROR: "; empty when it says nothing."""
+        for text in (self.err, self.out):
+            last = text.rstrip(b"\n").rpartition(b"\n")[2].decode(errors="replace")
+            if last.startswith("ERROR: "):
+                return last[len("ERROR: "):]
+        return ""
+
+
+@dataclasses.dataclass(frozen=True)
+class Conditions:
+    """Under which a call is made."""
+    environment: Mapping[str, str] = dataclasses.field(default_factory=dict)
+    out: int | IO[bytes] = subprocess.PIPE
+    limits: Mapping[int, int] = dataclasses.field(default_factory=dict)  # those of resource.setrlimit
+    closed: Iterable[int] = ()  # standard streams
+    user: int | None = None
+    patience: float = PATIENCE
+
+
+UNDISTURBED = Conditions()
+
+
+def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Conditions,
+            executable: str | pathlib.Path | None = None) -> Result:
+    """One process in a session of its own, which ends with it; what it leaves is not looked at."""
+    def prepare() -> None:
+        for kind, most in under.limits.items():
+            resource.setrlimit(kind, (most, most + (kind == resource.RLIMIT_CPU)))
+        for stream in under.closed:
+            os.close(stream)
+
+    user = under.user
+    process = subprocess.Popen(words, executable=executable, cwd=folder, env=under.environment,
+                               stdin=subprocess.DEVNULL, stdout=under.out, stderr=subprocess.PIPE, preexec_fn=prepare,
+                               start_new_session=True, user=user, group=user, extra_groups=None if user is None else [])
+    try:
+        printed, err = process.communicate(timeout=under.patience)
+        return Result(process.returncode, printed or b"", err)
+    except subprocess.TimeoutExpired:
+        os.killpg(process.pid, signal.SIGKILL)
+        printed, err = process.communicate()
+        return Result(None, printed or b"", err)
+
+
+def environment_in(home: pathlib.Path, zone: str = "UTC") -> dict[str, str]:
+    """With the sanitizers' options, for programs that are built with them."""
+    options = {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
+    return {**options, "PATH": os.environ["PATH"], "HOME": str(home), "LC_ALL": "C", "TZ": zone}
+
+
+class Workplace:
+    """A temporary folder with a copy of the program, its environment with fonts of its own, and a folder a call."""
+
+    def __init__(self, program: pathlib.Path | None = None, options: Mapping[str, str] | None = None) -> None:
+        self.path = pathlib.Path(tempfile.mkdtemp(prefix="tarvel_proofs_"))
+        self.path.chmod(0o755)
+        self.program = pathlib.Path(shutil.copy(program or release_program(), self.path / "tarvel"))
+        self.environment = {**environment_in(self.path), **(options or {}),
+                            "FONTCONFIG_FILE": self.write_fonts(self.path / "fonts.conf", self.path / "cache")}
+
+    def __enter__(self) -> Workplace:
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        remove(self.path)
+
+    @staticmethod
+    def write_fonts(path: pathlib.Path, cache: pathlib.Path) -> str:
+        path.write_text('<?xml version="1.0"?><!DOCTYPE fontconfig SYSTEM "fonts.dtd"><fontconfig>'
+                        "<dir>/usr/share/fonts</dir><include>/etc/fonts/conf.d</include>"
+                        f"<cachedir>{cache}</cachedir></fontconfig>")
+        return str(path)
+
+    def new_folder(self) -> pathlib.Path:
+        folder = pathlib.Path(tempfile.mkdtemp(dir=self.path))
+        folder.chmod(0o777)
+        return folder
+
+    def call_in(self, folder: pathlib.Path, arguments: Sequence[str], launcher: Sequence[str] = (),
+                under: Conditions = UNDISTURBED) -> Result:
+        """@FOLDER@ in a launcher stands for the folder; one that says @OUT@ gets standard output in such a file."""
+        under = dataclasses.replace(under, environment={**self.environment, **under.environment})
+        with tempfile.NamedTemporaryFile(dir=self.path) as own_out:
+            if "@OUT@" in launcher:
+                under = dataclasses.replace(under, out=own_out.file)
+            words = [word.replace("@OUT@", own_out.name).replace("@FOLDER@", str(folder)) for word in launcher]
+            result = execute([*words, self.program, *arguments], folder, under)
+            if "@OUT@" in launcher:
+                own_out.seek(0)
+                result.out = own_out.read()
+        result.files = snapshot(folder)
+        return result
+
+    def call(self, files: Mapping[str, Content], arguments: Sequence[str], launcher: Sequence[str] = (),
+             under: Conditions = UNDISTURBED, prepare: Callable[[pathlib.Path], None] = lambda folder: None) -> Result:
+        """A call in a folder of those files, which is gone afterwards."""
+        folder = self.new_folder()
+        try:
+            fill(folder, files)
+            prepare(folder)
+            return self.call_in(folder, arguments, launcher, under)
+        finally:
+            remove(folder)
+
+
+def build(preset: str, *targets: str) -> pathlib.Path:
+    """The folder in which the targets are up to date."""
+    folder = ROOT / "build" / preset
+    if not (folder / "CMakeCache.txt").exists():
+        subprocess.run(["cmake", "--preset", preset], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+    subprocess.run(["cmake", "--build", folder, "--target", *targets], check=True, stdout=subprocess.DEVNULL)
+    return folder
+
+
+def release_program() -> pathlib.Path:
+    """The program as it is used, or the one that TARVEL names."""
+    if "TARVEL" in os.environ:
+        return pathlib.Path(os.environ["TARVEL"]).resolve()
+    return build("release", "tarvel") / "tarvel"
+
+
+# Counting
+
+
+class Tally:
+    """How many calls ended how, by heading, and the findings."""
+
+    def __init__(self) -> None:
+        self.counts: dict[str, collections.Counter[str]] = {}
+        self.findings: list[str] = []
+
+    def add(self, heading: str, description: str, finding: str | None, ending: str) -> None:
+        self.counts.setdefault(heading, collections.Counter())[ending] += 1
+        if finding:
+            self.findings.append(finding)
+            print(f"FINDING {heading}: {description}: {finding}", flush=True)
+
+    def total(self, *headings: str) -> int:
+        return sum(sum(row.values()) for heading, row in self.counts.items() if not headings or heading in headings)
+
+    def show(self) -> None:
+        for heading, row in self.counts.items():
+            ends = ", ".join(f"{count} {ending}" for ending, count in row.most_common())
+            print(f"{heading}: {sum(row.values())}: {ends}", flush=True)
+
+    def by_heading(self) -> str:
+        return ", ".join(f"{heading} ({sum(row.values()):,})" for heading, row in self.counts.items())
+
+
+def ending_of(result: Result) -> str:
+    if result.status is None:
+        return "hung"
+    return {0: "succeeded", 1: "failed with a message"}.get(result.status, f"ended with {result.status}")
+
+
+def in_parallel(jobs: Iterable[Callable[[], None]]) -> None:
+    """As many at a time as there are processors."""
+    with concurrent.futures.ThreadPoolExecutor(CORES) as pool:
+        for done in concurrent.futures.as_completed([pool.submit(job) for job in jobs]):
+            done.result()

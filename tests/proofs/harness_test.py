@@ -1,0 +1,55 @@
+#!/usr/bin/env python3
+"""tests/proofs/harness_test.py: what a call leaves is seen whole, containers are the program's."""
+from __future__ import annotations
+
+import pathlib
+import tempfile
+import unittest
+
+from planted import PROGRAM
+
+from proofs import tvl
+from proofs.command_lines import containers, example
+from proofs.harness import Folder, Link, Pipe, Result, Twin, Workplace, fill, listing, masked, snapshot
+
+
+class SnapshotTest(unittest.TestCase):
+    def test_sees_kinds_contents_links_and_second_names(self) -> None:
+        with tempfile.TemporaryDirectory() as path:
+            folder = pathlib.Path(path)
+            fill(folder, {"a": b"1", "b": Twin("a"), "c": Link("a"), "d": Link("no/where"), "e": Folder(), "f": Pipe(),
+                          "g/h": b"2", "i": Link("i")})
+            (folder / "a").chmod(0o000)
+            files = snapshot(folder)
+        self.assertEqual({name: (one.kind, one.content) for name, one in files.items()}, {
+            "a": ("-", b"1"), "b": ("-", b"1"), "c": ("l", b"1"), "d": ("l", None), "e": ("d", None), "f": ("p", None),
+            "g": ("d", None), "g/h": ("-", b"2"), "i": ("l", None)})
+        self.assertEqual(listing(files).split("\n")[:3], ["---------- a", "-rw------- b = a", "lrwxrwxrwx c -> a"])
+
+    def test_only_the_date_of_a_document_is_masked(self) -> None:
+        document = b"%%PDF-1.5 /CreationDate (D:%d) %d"
+        self.assertEqual(masked(document % (1, 3)), masked(document % (2, 3)))
+        self.assertNotEqual(masked(document % (1, 3)), masked(document % (1, 4)))
+        self.assertEqual(masked(b"/CreationDate (D:1)"), b"/CreationDate (D:1)")
+
+    def test_the_message_is_the_last_line(self) -> None:
+        self.assertEqual(Result(1, b"Report\nERROR: no\n", b"").message(), "no")
+        self.assertEqual(Result(1, b"ERROR: no\nReport\n", b"").message(), "")
+
+
+class ContainerTest(unittest.TestCase):
+    def test_is_written_as_the_program_writes_it(self) -> None:
+        with Workplace(PROGRAM) as place:
+            _, made = containers(place, example("walk.csv"), example("straight.csv"))
+        samples = tvl.samples_in(made)
+        self.assertEqual(tvl.run_header(len(samples)) + b"".join(tvl.SAMPLE.pack(*sample) for sample in samples), made)
+        with self.assertRaises(ValueError):
+            tvl.samples_in(made[:-1])
+
+    def test_a_sample_has_its_fields_in_place(self) -> None:
+        (sample,) = tvl.samples_in(b"".join(tvl.run(1, [(7, 1.5, 2.5, 3.5, 4.5, 5.5)])))
+        self.assertEqual(sample, (7, 1.5, 0.0, 2.5, 3.5, 5.5, 4.5, 1, 1, 1, 3, 9))
+
+
+if __name__ == "__main__":
+    unittest.main()
