@@ -1,16 +1,19 @@
 #!/usr/bin/env python3
-"""tests/proofs/harness_test.py: what a call leaves is seen whole, containers are the program's."""
+"""tests/proofs/harness_test.py: what a call leaves is seen whole, containers are the program's, results are written."""
 from __future__ import annotations
 
+import datetime
 import pathlib
 import tempfile
 import unittest
+from unittest import mock
 
-from planted import PROGRAM
+from planted import PROGRAM, PROJECT
 
+from proofs import __main__ as entry
 from proofs import tvl
 from proofs.command_lines import containers, example
-from proofs.harness import Folder, Link, Pipe, Result, Twin, Workplace, fill, listing, masked, snapshot
+from proofs.harness import Folder, Link, Outcome, Pipe, Result, Twin, Workplace, fill, listing, masked, snapshot
 
 
 class SnapshotTest(unittest.TestCase):
@@ -49,6 +52,24 @@ class ContainerTest(unittest.TestCase):
     def test_a_sample_has_its_fields_in_place(self) -> None:
         (sample,) = tvl.samples_in(b"".join(tvl.run(1, [(7, 1.5, 2.5, 3.5, 4.5, 5.5)])))
         self.assertEqual(sample, (7, 1.5, 0.0, 2.5, 3.5, 5.5, 4.5, 1, 1, 1, 3, 9))
+
+
+class EntryTest(unittest.TestCase):
+    def test_a_row_takes_the_place_of_the_earlier_one(self) -> None:
+        with tempfile.TemporaryDirectory() as path:
+            notes = pathlib.Path(path, "next.md")
+            notes.write_text("# Next\n\n| proof |\n|---|\n| `mutants` | old |\n| `x` | y |\n\nEnd.\n")
+            with mock.patch.object(entry, "NOTES", notes):
+                entry.write("mutants", Outcome("3 faults", 0), datetime.date(2026, 11, 22))
+                entry.write("memcheck", Outcome("1 call", 2), datetime.date(2026, 11, 23))
+            self.assertEqual(notes.read_text().split("\n")[2:7], [
+                "| proof |", "|---|", "| `mutants` | 3 faults | none | 2026-11-22 |", "| `x` | y |",
+                "| `memcheck` | 1 call | 2 | 2026-11-23 |"])
+
+    def test_each_proof_is_explained_and_has_its_row(self) -> None:
+        trust = (PROJECT / "docs" / "trust.md").read_text()
+        for name in entry.NAMES:
+            self.assertIn(f"`scripts/proofs {name}", trust)
 
 
 if __name__ == "__main__":
