@@ -1,149 +1,138 @@
-#!/usr/bin/env python3
-"""scripts/proofs kill_anywhere: however suddenly a run ends, the inputs are there, and the next run is right.
+"""However suddenly a call ends, the inputs are there, and the next call is right.
 
 The program is killed with SIGKILL on every system call on its own files in turn, for command lines of both modes, over
-earlier outputs and with inputs in the way of outputs; and on every system call of any kind for whole runs. Then each
+earlier outputs and with inputs in the way of outputs; and on every system call of any kind for two of them. Then each
 input is whole, under its name or as NAME.orig; so is each earlier file and each output, unless that very file was being
-written, and a course file even then; and an undisturbed run, after a set-aside input has its name back,
-gives the bytes of one that was never disturbed.
+written, and a course file even then; and an undisturbed call, after a set-aside input has its name back, gives the
+bytes of one that was never disturbed.
 
-Needs strace, tzdata and, without TARVEL=program, what builds the release. About three minutes on two cores. Prints
-counts, and ends with 1 on any finding.
+    scripts/proofs kill_anywhere
+
+Needs strace and tzdata. About three minutes on two cores.
 """
-import collections
-import os
-import re
-import shutil
-import sys
-import tempfile
+from __future__ import annotations
 
-sys.dont_write_bytecode = True  # the folder of the scripts stays as it is
-from fault_runs import (Tally, Workplace, calls_in, cut_courses, fill, in_parallel, lost_inputs, make_commands,
-                        own_paths, plain)
+import collections
+import functools
+import os
+import pathlib
+import re
+from collections.abc import Callable, Iterable, Iterator, Sequence
+
+from proofs.disturbed import Case, content_of, cut_courses, lost_inputs, make_cases, need_strace, own_paths, traced
+from proofs.harness import Outcome, Result, Snapshot, Tally, Workplace, fill, in_parallel, remove
 
 # Not with --seccomp-bpf, under which strace 6.1 sends no signals.
-STRACE = ["strace", "-f", "--quiet=all"]
 CALLS = ("?open,?openat,read,write,close,lseek,?stat,?fstat,?lstat,?newfstatat,?statx,?readlink,?rename,?renameat,"
          "?renameat2,fcntl,fsync,fchown,fchmod,?faccessat2")
+WHOLE = (["-p", "-d", "-g", "walk.csv", "run.csv"], ["run.txt"])
 
 
-def being_written(calls, folder):
+def being_written(calls: Iterable[tuple[str, str]], folder: pathlib.Path) -> set[str]:
     """The files that the log leaves open for writing. A call that was cut off may have been carried out."""
-    writing = set()
+    writing: set[str] = set()
     for call, arguments in calls:
         opened = re.search(r'"([^"]+)", O_WRONLY', arguments) if call in ("open", "openat") else None
         if opened:
-            writing.add(os.path.basename(opened.group(1)))
+            writing.add(os.path.basename(opened[1]))
         closed = re.match(r"\d+<([^>]*)>\) += 0", arguments) if call == "close" else None
-        if closed and os.path.dirname(closed.group(1)) == folder:
-            writing.discard(os.path.basename(closed.group(1)))
+        if closed and os.path.dirname(closed[1]) == str(folder):
+            writing.discard(os.path.basename(closed[1]))
     return writing
 
 
-def broken_files(command, files, writing):
-    """Files that are neither as they were nor as they should become, though nobody was writing them. The map of a run is
-    open all the time, and is what it should become as far as it goes."""
-    right = [*command.before.values(), *command.reference.files.values()]
-    links = {name for name, content in files.items() if isinstance(content, tuple)}
-    maps = {name: command.reference.files.get(name) for name in command.track_map}
-    return [name for name, content in files.items() if name not in links and content not in right
-            and not (maps[name].startswith(content) if isinstance(maps.get(name), bytes) else name in writing)]
+def broken_files(case: Case, files: Snapshot, writing: set[str]) -> list[str]:
+    """Files that are neither as they were nor as they should become, though they were not being written. The map of a
+    run is open all the time, and is what it should become as far as it goes."""
+    right = [*case.before.values(), *case.reference.files.values()]
+
+    def is_sound(name: str) -> bool:
+        whole = case.reference.files.get(name)
+        if name in case.maps and whole is not None and whole.content is not None:
+            return whole.content.startswith(files[name].content or b"")
+        return name in writing
+
+    return [name for name, entry in files.items() if entry.kind != "l" and entry not in right
+            and not is_sound(name)]
 
 
-def give_names_back(command, folder, files):
+def give_names_back(case: Case, folder: pathlib.Path, files: Snapshot) -> None:
     """What the user does with an input that was set aside."""
-    for name in command.inputs:
-        wanted = plain(command.before[name])
-        if plain(files.get(name)) == wanted:
-            continue
-        aside = next(other for other in files if other.startswith(name + ".orig") and plain(files[other]) == wanted)
-        os.replace(os.path.join(folder, aside), os.path.join(folder, name))
+    for name in case.line.inputs:
+        wanted = content_of(case.before[name])
+        if content_of(files.get(name)) != wanted:
+            aside = next(other for other in files
+                         if other.startswith(name + ".orig") and content_of(files[other]) == wanted)
+            os.replace(folder / aside, folder / name)
 
 
-def differences(command, result):
-    """What tells a run over the remains from an undisturbed one. An input with two names may have lost one of them, and
-    a course that was being written may lie beside its place."""
-    reference = command.reference
-    names = set(reference.files) | set(result.files)
-    found = [name for name in names if reference.files.get(name) != result.files.get(name) and
-             not name.removesuffix(".2").endswith(".new") and
-             not (".orig" in name and result.files.get(name) in (None, *command.before.values()))]
+def differences(case: Case, result: Result) -> list[str]:
+    """What tells a call over the remains from an undisturbed one. An input with two names may have lost one of them,
+    and a course that was being written may lie beside its place."""
+    reference = case.reference
+    found = [name for name in {*reference.files, *result.files} if reference.files.get(name) != result.files.get(name)
+             and not name.removesuffix(".2").endswith(".new")
+             and not (".orig" in name and result.files.get(name) in (None, *case.before.values()))]
     if (result.status, result.out) != (reference.status, reference.out):
         found.append(f"exit status {result.status}: {result.message()}")
     return found
 
 
 class Killer:
-    def __init__(self, place, tally):
-        self.place = place
+    def __init__(self, tally: Tally) -> None:
         self.tally = tally
-        self.judged = {}  # what was found, by command line and remains: most calls change no file
+        self.judged: dict[tuple[int, int], str | None] = {}  # by command line and remains: most calls change no file
 
-    def calls_of(self, command, options):
-        with tempfile.NamedTemporaryFile(dir=self.place.path) as log:
-            self.place.run(command, [*STRACE, "-o", log.name, *options])
-            return collections.Counter(call for call, _ in calls_in(log.name))
+    def kill(self, heading: str, case: Case, call: str, n: int, paths: Sequence[str]) -> None:
+        folder = case.place.new_folder()
+        fill(folder, case.line.files)
+        result, calls = traced(case, ["-y", "-e", f"trace={CALLS},{call}", "-e", f"inject={call}:signal=KILL:when={n}",
+                                      *paths], folder)
+        finding = self.judge(case, folder, result, being_written(calls, folder))
+        if paths and result.status != -9:
+            finding = finding or f"was not killed: {result.status}"
+        is_over = result.status in (0, 1)
+        ending = "killed" if result.status == -9 else "over before" if is_over else f"status {result.status}"
+        self.tally.add(heading, f"{case.name}: {call} {n}", finding, ending)
+        remove(folder)
 
-    def kill(self, command, call, n, paths, heading):
-        folder = self.place.new_folder()
-        try:
-            fill(folder, command.files)
-            with tempfile.NamedTemporaryFile(dir=self.place.path) as log:
-                words = [word.replace("@FOLDER@", folder) for word in paths]
-                result = self.place.run_in(folder, command.arguments,
-                                           [*STRACE, "-y", "-o", log.name, "-e", f"trace={CALLS},{call}",
-                                            "-e", f"inject={call}:signal=KILL:when={n}", *words])
-                writing = being_written(calls_in(log.name), folder)
-            finding = self.judge(command, folder, result, writing)
-            if paths and result.status != -9:
-                finding = finding or f"was not killed: {result.status}"
-            outcome = {-9: "killed", 0: "over before", 1: "over before"}.get(result.status, f"status {result.status}")
-            self.tally.add(heading, f"{command.name}: {call} {n}", finding, outcome)
-        finally:
-            shutil.rmtree(folder, ignore_errors=True)
-
-    def judge(self, command, folder, result, writing):
-        if lost := lost_inputs(command, result.files):
-            return "lost " + " ".join(lost)
-        if cut := cut_courses(command, result.files):
-            return "cut " + " ".join(cut)
-        if broken := broken_files(command, result.files, writing):
-            return "broke " + " ".join(broken)
-        key = (id(command), tuple(sorted((name, hash(content)) for name, content in result.files.items())))
+    def judge(self, case: Case, folder: pathlib.Path, result: Result, writing: set[str]) -> str | None:
+        for words, names in (("lost", lost_inputs(case, result.files)), ("cut", cut_courses(case, result.files)),
+                             ("broke", broken_files(case, result.files, writing))):
+            if names:
+                return f"{words} {' '.join(names)}"
+        key = (id(case), hash(tuple(sorted((name, hash(entry)) for name, entry in result.files.items()))))
         if key not in self.judged:
-            self.judged[key] = self.judge_next_run(command, folder, result.files)
+            self.judged[key] = self.judge_next(case, folder, result.files)
         return self.judged[key]
 
-    def judge_next_run(self, command, folder, files):
-        give_names_back(command, folder, files)
-        again = self.place.run_in(folder, command.arguments)
-        found = differences(command, again) + ["lost " + name for name in lost_inputs(command, again.files)]
-        self.tally.add("next runs", command.name, None, "done")
-        return "the next run differs: " + " ".join(found) if found else None
+    def judge_next(self, case: Case, folder: pathlib.Path, files: Snapshot) -> str | None:
+        give_names_back(case, folder, files)
+        again = case.place.call_in(folder, case.arguments, under=case.conditions())
+        found = differences(case, again) + ["lost " + name for name in lost_inputs(case, again.files)]
+        self.tally.add("next calls", case.name, None, "done")
+        return "the next call differs: " + " ".join(found) if found else None
 
-    def own_calls(self, command):
-        for call, count in self.calls_of(command, ["-e", "trace=" + CALLS, *own_paths(command)]).items():
+    def jobs(self, heading: str, case: Case, options: Sequence[str],
+             paths: Sequence[str]) -> Iterator[Callable[[], None]]:
+        calls = collections.Counter(call for call, _ in traced(case, [*options, *paths])[1])
+        for call, count in calls.items():
             for n in range(1, count + 1):
-                yield lambda a=(command, call, n, own_paths(command), "killed on own calls"): self.kill(*a)
-
-    def all_calls(self, command):
-        for call, count in self.calls_of(command, []).items():
-            for n in range(1, count + 1):
-                yield lambda a=(command, call, n, [], "killed on any call"): self.kill(*a)
+                yield functools.partial(self.kill, heading, case, call, n, paths)
 
 
-def main():
-    if shutil.which("strace") is None:
-        sys.exit("kill_anywhere: there is no strace here")
+def prove(_: list[str]) -> Outcome:
+    need_strace()
+    tally = Tally()
+    killer = Killer(tally)
+    own, any_call = "killed on own calls", "killed on any call"
     with Workplace() as place:
-        commands = make_commands(place)
-        tally = Tally()
-        killer = Killer(place, tally)
-        in_parallel([job for command in commands for job in killer.own_calls(command)])
-        whole = [command for command in commands if command.arguments in (["-p", "-d", "-g", "walk.csv", "run.csv"],
-                                                                          ["run.txt"])]
-        in_parallel([job for command in whole for job in killer.all_calls(command)])
-        tally.close()
-
-
-main()
+        cases = make_cases(place)
+        for case in cases:
+            in_parallel(killer.jobs(own, case, ["-e", "trace=" + CALLS], own_paths(case)))
+        for case in cases:
+            if case.arguments in WHOLE:
+                in_parallel(killer.jobs(any_call, case, [], []))
+    tally.show()
+    return Outcome(f"{len(cases)} command lines, {tally.total(own, any_call):,} kills; {tally.total('next calls'):,} "
+                   "next calls over what they left", len(tally.findings))

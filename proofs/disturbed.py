@@ -1,0 +1,196 @@
+"""What io_faults and kill_anywhere share: a command line's undisturbed call, and what a disturbed one may leave.
+
+A call may succeed, and then every byte must be the undisturbed call's, or end with exit status 1 and a message, and
+then no input may be lost and no output may look finished that is not.
+"""
+from __future__ import annotations
+
+import os
+import pathlib
+import re
+import shutil
+import sys
+import tempfile
+from collections.abc import Collection, Sequence
+
+from proofs.command_lines import INDEX_TO_THE_MAP, CommandLine, small_lines
+from proofs.harness import Conditions, Entry, Result, Snapshot, Workplace, fill, remove, snapshot
+
+# What a survey writes beside it, under the name with ".new" behind it, and then renames.
+COURSES = ("matrix.txt", "walk.txt")
+
+
+class Case:
+    """A command line with what it starts from, what it leaves undisturbed, and all names of both."""
+
+    def __init__(self, place: Workplace, line: CommandLine) -> None:
+        self.place, self.line, self.name, self.arguments = place, line, line.name, line.arguments
+        folder = place.new_folder()
+        fill(folder, line.files)
+        self.before = snapshot(folder)
+        remove(folder)
+        self.reference = self.call()
+        self.maps = self.map_of_track()
+        self.names = sorted(set(self.before) | set(self.reference.files))
+
+    def conditions(self, **more: str) -> Conditions:
+        return Conditions({"TZ": self.line.zone, **more})
+
+    def call(self, launcher: Sequence[str] = (), under: Conditions | None = None) -> Result:
+        return self.place.call(self.line.files, self.arguments, launcher, under or self.conditions())
+
+    def map_of_track(self) -> dict[str, bytes]:
+        """The map that a call leaves which fails behind the reading of its track: here for want of a course."""
+        if not self.arguments or "-g" in self.arguments[-2:] or not os.path.splitext(self.arguments[-1])[1]:
+            return {}
+        track = self.arguments[-1]
+        name = track[:-3] + "kml"
+        files = {other: content for other, content in self.line.files.items() if other != "matrix.txt"}
+        content = content_of(self.place.call(files, [track], under=self.conditions()).files.get(name))
+        return {name: content} if content is not None and content.endswith(b"</kml>\n") else {}
+
+    def names_of(self, name: str) -> set[str]:
+        """The names that lead to the same file."""
+        if name not in self.before:
+            return {name}
+        return {other for other in self.before if content_of(self.before[other]) == content_of(self.before[name])}
+
+
+def make_cases(place: Workplace) -> list[Case]:
+    cases = [Case(place, line) for line in small_lines(place)]
+    for case in cases:
+        if case.reference.status not in (0, 1):
+            sys.exit(f"{case.name}: undisturbed, it ends with {case.reference.status}")
+    return cases
+
+
+def content_of(entry: Entry | None) -> bytes | None:
+    """A link counts as the file behind it."""
+    return entry.content if entry else None
+
+
+# What a disturbed call leaves
+
+
+def cut_courses(case: Case, files: Snapshot) -> list[str]:
+    """Course files that hold only a part of what they should, or nothing."""
+    def is_cut(name: str) -> bool:
+        whole, part = case.reference.files.get(name), files.get(name)
+        return (whole is not None and part is not None and whole.kind == part.kind == "-" and part != whole
+                and part != case.before.get(name) and (whole.content or b"").startswith(part.content or b""))
+
+    return [name for name in COURSES if is_cut(name)]
+
+
+def is_kept(name: str, content: bytes | None, files: Snapshot) -> bool:
+    """True when the content is there under its name or one to which a call may have renamed it."""
+    return any(content_of(files[other]) == content for other in files
+               if other == name or other.startswith(name + ".orig"))
+
+
+def lost_inputs(case: Case, files: Snapshot, message: str = "") -> list[str]:
+    wanted = {name: case.before[name] for name in (*case.line.inputs, *case.line.courses)}
+    # An index that could not be read leads nowhere: a course that has the map's name is then no input of the call.
+    if case.line.files.get("matrix.txt") == INDEX_TO_THE_MAP and re.fullmatch("failed to (open|read) file: matrix.txt",
+                                                                             message):
+        del wanted["run.kml"]
+    return [name for name, entry in wanted.items() if not is_kept(name, content_of(entry), files)]
+
+
+def is_map_of_track(case: Case, name: str, content: bytes | None, message: str) -> bool:
+    """True for the whole track's map; where another output could not be written, the map may be cut short as well."""
+    whole = case.maps.get(name)
+    if whole is None or content is None:
+        return False
+    is_disk_full = message.startswith(("failed to open ", "failed to write "))
+    return content == whole or (is_disk_full and whole.startswith(content))
+
+
+def is_excused(case: Case, name: str, entry: Entry, message: str) -> bool:
+    """True for an output that the message names, or that it implies to be unfinished."""
+    written = entry.target or name
+    # Reading the survey's course file fails while its copy is being written.
+    is_copied = name == "matrix.txt" and "-g" in case.arguments and message.startswith("failed to read file: ")
+    return (written in message.split() or is_copied
+            or (entry.kind == "-" and is_map_of_track(case, name, entry.content, message))
+            or (name.endswith(".tvl") and message.startswith("failed to write "))
+            or (name.endswith(".pdf") and message.endswith(" for charts")))
+
+
+def false_outputs(case: Case, result: Result, spared: Collection[str]) -> list[str]:
+    """Files that a failed call has left neither as they were nor as they should become."""
+    found = []
+    for name, entry in result.files.items():
+        is_known = name in case.names or re.sub(r"\.orig(\.\d+)?$", "", name) in case.names
+        is_right = entry in (case.before.get(name), case.reference.files.get(name)) or (
+            ".orig" in name and entry in case.before.values())
+        is_right = is_right or name in spared or is_excused(case, name, entry, result.message())
+        if not is_known or not is_right:
+            found.append(name)
+    return found
+
+
+def judge(case: Case, result: Result, expected: Collection[str] | None = None,
+          spared: Collection[str] = ()) -> str | None:
+    """What is wrong with a disturbed call, in words, or nothing. `expected` are the messages that belong to the fault;
+    without it any message of the program will do. `spared` are names that the test itself has changed."""
+    if result.status is None:
+        return "hang"
+    if result.status < 0:
+        return f"ended by signal {-result.status}"
+    reference = case.reference
+    if (result.status, result.out) == (reference.status, reference.out):
+        changed = [name for name in sorted(set(reference.files) | set(result.files))
+                   if name not in spared and reference.files.get(name) != result.files.get(name)]
+        if not changed:
+            return None
+        if result.status == 0:
+            return "WRONG SUCCESS: " + " ".join(changed)
+    if result.status == 0:
+        return "WRONG SUCCESS: standard output"
+    if result.status != 1:
+        return f"exit status {result.status}"
+    if not result.message():
+        return "exit status 1 without a message"
+    if expected is not None and result.message() not in expected:
+        return f"says '{result.message()}' instead of {sorted(expected)}"
+    for words, names in (("cut", cut_courses(case, result.files)),
+                         ("lost", lost_inputs(case, result.files, result.message())),
+                         ("leaves unfinished", false_outputs(case, result, spared))):
+        if wrong := [name for name in names if name not in spared]:
+            return f"{words} {' '.join(wrong)}"
+    return None
+
+
+# System calls
+
+STRACE = ("strace", "-f", "--quiet=all")
+CALL = re.compile(r"^(?:\d+ +)?(\w+)\((.*)$")
+
+
+def need_strace() -> None:
+    if shutil.which("strace") is None:
+        sys.exit("proofs: there is no strace here (scripts/setup proofs)")
+
+
+def own_paths(case: Case, streams: Sequence[str] = ("@OUT@",)) -> list[str]:
+    """strace options that confine it to the command line's own files and standard output."""
+    beside = (course + ".new" for course in COURSES if course in case.names)
+    paths = [path for name in (*case.names, *beside) for path in (name, "@FOLDER@/" + name)]
+    return [word for path in (*paths, *streams) for word in ("-P", path)]
+
+
+def calls_in(log: str) -> list[tuple[str, str]]:
+    """The system calls of a log of strace, each with its arguments."""
+    with open(log, errors="replace") as file:
+        return [(match[1], match[2]) for match in map(CALL.match, file) if match]
+
+
+def traced(case: Case, options: Sequence[str], folder: pathlib.Path | None = None,
+           under: Conditions | None = None) -> tuple[Result, list[tuple[str, str]]]:
+    """A call under strace, in that folder or one of its own, and the system calls that it logged."""
+    with tempfile.NamedTemporaryFile(dir=case.place.path) as log:
+        words = [*STRACE, "-o", log.name, *options]
+        if folder:
+            return case.place.call_in(folder, case.arguments, words, under or case.conditions()), calls_in(log.name)
+        return case.call(words, under), calls_in(log.name)

@@ -1,0 +1,101 @@
+#!/usr/bin/env python3
+"""tests/proofs/disturbed_test.py: kill_anywhere finds what is planted into a program."""
+from __future__ import annotations
+
+import dataclasses
+import pathlib
+import shutil
+import unittest
+
+from planted import PROGRAM, plant
+
+from proofs import kill_anywhere
+from proofs.command_lines import small_lines
+from proofs.disturbed import Case, judge, own_paths
+from proofs.harness import Tally, Workplace, fill
+
+FAILS = "echo 'ERROR: failed to write file: run.kml'; status=1; "
+# What the program does after all of its work, and what is said of it.
+FAULTS = (
+    (":", None),
+    ("echo 0 >> run.kml", "WRONG SUCCESS: run.kml"),
+    ("rm run.pdf", "WRONG SUCCESS: run.pdf"),
+    ("touch stray.txt", "WRONG SUCCESS: stray.txt"),
+    ("echo more", "WRONG SUCCESS: standard output"),
+    ("status=3", "exit status 3"),
+    ("status=1", "exit status 1 without a message"),
+    ("kill -SEGV $$", "ended by signal 11"),
+    ("sleep 20", "hang"),
+    (FAILS, None),
+    (FAILS.replace("run.kml", "run.txt"), "says 'failed to write file: run.txt' instead of"),
+    (FAILS + "rm run.csv", "lost run.csv"),
+    (FAILS + "mv run.csv run.csv.orig", None),
+    (FAILS + ": > matrix.txt", "cut matrix.txt"),
+    (FAILS + "truncate -s 9 run.txt", "leaves unfinished run.txt"),
+    (FAILS + "truncate -s 9 run.kml", None),
+)
+
+
+# The leak sanitizer ends a program that is traced.
+IS_TRACEABLE = shutil.which("strace") is not None and b"__asan_init" not in PROGRAM.read_bytes()
+
+
+class DisturbedTest(unittest.TestCase):
+    def setUp(self) -> None:
+        self.place = Workplace(PROGRAM)
+        self.addCleanup(self.place.__exit__)
+        self.case = Case(self.place, small_lines(self.place)[0])
+        self.tally = Tally()
+
+    def plant(self, fault: str) -> None:
+        plant(self.place.program, fault)
+
+    def test_each_planted_fault_is_found(self) -> None:
+        under = dataclasses.replace(self.case.conditions(), patience=5)
+        for fault, words in FAULTS:
+            with self.subTest(fault):
+                self.plant(fault)
+                found = judge(self.case, self.case.call(under=under), {"failed to write file: run.kml"})
+                self.assertEqual((found or "")[:len(words or "")], words or "")
+                self.assertEqual(found is None, words is None)
+
+    def test_a_kill_must_leave_the_inputs_and_files_that_were_not_being_written(self) -> None:
+        for fault, writing, words in ((":", "", None), ("rm run.csv", "", "lost run.csv"),
+                                      ("truncate -s 9 run.txt", "", "broke run.txt"),
+                                      ("truncate -s 9 run.txt", "run.txt", None),
+                                      (": > matrix.txt", "", "lost matrix.txt")):
+            with self.subTest(fault):
+                self.plant(fault)
+                folder = self.place.new_folder()
+                fill(folder, self.case.line.files)
+                result = self.place.call_in(folder, self.case.arguments, under=self.case.conditions())
+                self.plant(":")
+                killer = kill_anywhere.Killer(self.tally)
+                self.assertEqual(killer.judge(self.case, folder, result, {writing}), words)
+
+    def test_the_call_after_a_kill_must_be_right(self) -> None:
+        folder = self.place.new_folder()
+        fill(folder, self.case.line.files)
+        self.plant("echo more")
+        found = kill_anywhere.Killer(self.tally).judge_next(self.case, folder, self.case.before)
+        self.assertRegex(found or "", "^the next call differs: exit status 0")
+
+    def test_a_file_is_being_written_until_it_is_closed(self) -> None:
+        opened = ("openat", 'AT_FDCWD</here>, "run.txt", O_WRONLY|O_CREAT, 0666) = 4</here/run.txt>')
+        closed = ("close", "4</here/run.txt>) = 0")
+        here = pathlib.Path("/here")
+        self.assertEqual(kill_anywhere.being_written([opened], here), {"run.txt"})
+        self.assertEqual(kill_anywhere.being_written([opened, closed], here), set())
+
+    @unittest.skipUnless(IS_TRACEABLE, "no strace")
+    def test_a_kill_is_carried_out(self) -> None:
+        paths = own_paths(self.case)
+        killer = kill_anywhere.Killer(self.tally)
+        killer.kill("killed", self.case, "close", 1, paths)
+        self.assertEqual((self.tally.counts["killed"], self.tally.findings), ({"killed": 1}, []))
+        killer.kill("killed", self.case, "close", 999, paths)
+        self.assertEqual(self.tally.findings, ["was not killed: 0"])
+
+
+if __name__ == "__main__":
+    unittest.main()
