@@ -1,27 +1,37 @@
-#!/usr/bin/env python3
-"""scripts/proofs io_faults: whatever fails to open, read or write, the program says so or has done all of its work.
+"""Whatever fails to open, read or write, the program says so or has done all of its work.
 
 Every system call on the program's own files fails in turn, once and for ever after; files come and go a few bytes at a
 time; the disk is full, files are too large, streams are closed; places are forbidden, and odd things stand where files
-should be. Each run ends within a minute, without a signal, either with exit status 0 and every byte of the undisturbed
-run, or with exit status 1 and the message that belongs to the fault; no input is lost. Then every call of whole runs
-fails, those of the dynamic loader and of the font libraries included: what they do to the charts is listed apart.
+should be. Each call ends within a minute, without a signal, either with exit status 0 and every byte of the undisturbed
+call, or with exit status 1 and the message that belongs to the fault; no input is lost. Then every system call of one
+whole call fails, those of the dynamic loader and of the font libraries included: what they do to the charts is listed
+apart.
 
-Needs strace, g++, tzdata and, without TARVEL=program, what builds the release. As root it also fills a small disk.
-About four minutes on two cores. Prints counts, and ends with 1 on any finding. With names of the passes at the end of
-the file it makes those alone.
+    scripts/proofs io_faults [PASS...]
+
+Needs strace, g++ and tzdata. As root it also fills a small disk. About four minutes on two cores. With names of the
+passes at the end of the file it makes those alone.
 """
+from __future__ import annotations
+
+import collections
+import functools
 import os
+import pathlib
 import re
 import resource
 import shutil
 import subprocess
-import sys
 import tempfile
+from collections.abc import Callable, Collection, Iterable, Iterator
+from typing import IO
 
-sys.dont_write_bytecode = True  # the folder of the scripts stays as it is
-from fault_runs import (INDEX_TO_THE_MAP, ROOT, STRACE, Command, Tally, Twin, Workplace, calls_in, fill, in_parallel,
-                        judge, make_commands, make_socket, names_of, outcome_of, own_paths)
+from proofs.command_lines import INDEX_TO_THE_MAP
+from proofs.disturbed import Case, judge, make_cases, need_strace, own_paths, traced
+from proofs.harness import (NOBODY, ROOT, Conditions, Outcome, Result, Tally, Twin, Workplace, ending_of, fill,
+                            in_parallel, remove)
+
+Jobs = Iterator[Callable[[], None]]
 
 # Which errors a call may meet. The first is injected everywhere, the others where a file's calls begin and end.
 ERRORS = {
@@ -48,7 +58,7 @@ ERRORS = {
     "faccessat2": ("EIO", "EACCES"),
     "fcntl": ("EINTR", "ENOMEM"),
 }
-CALLS = ",".join("?" + call for call in ERRORS)
+TRACED = ("--seccomp-bpf", "-y", "-e", "trace=" + ",".join("?" + call for call in ERRORS))
 FOR_EVER = {"openat": "EMFILE", "read": "EIO", "write": "ENOSPC"}
 
 CONTAINER_WRITES = {"failed to write " + part for part in
@@ -57,23 +67,23 @@ CONTAINER_WRITES = {"failed to write " + part for part in
 STANDARD_OUTPUT = {"failed to write file: standard output"}
 
 
-def is_own(name, command):
-    return name.removesuffix(".new") in command.names
+def is_own(name: str, case: Case) -> bool:
+    return name.removesuffix(".new") in case.names
 
 
-def path_of(arguments):
+def path_of(arguments: str) -> str:
     """The base name of what a logged call is about, as strace -y writes it; of a rename the old name."""
     match = re.match(r'\d+<([^>]*)>', arguments) or re.search(r'"([^"]*)"', arguments)
-    return os.path.basename(match.group(1)) if match else ""
+    return os.path.basename(match[1]) if match else ""
 
 
-def messages_for(call, name, command):
+def messages_for(call: str, name: str, case: Case) -> set[str]:
     """What the program may say when this call on this file fails."""
-    if not is_own(name, command):
+    if not is_own(name, case):
         return STANDARD_OUTPUT
     is_beside = name.endswith(".new")
     name = name.removesuffix(".new")
-    names = {*names_of(command, name), re.sub(r"\.orig(\.\d+)?$", "", name)}
+    names = {*case.names_of(name), re.sub(r"\.orig(\.\d+)?$", "", name)}
     if call == "lseek":  # a failed seek is a short read, after which the other readers try
         return {"invalid field names", "missing field names"}
     if call == "read":
@@ -82,357 +92,305 @@ def messages_for(call, name, command):
         words = {f"failed to write file: {n}" for n in names} | {f"failure during write to {n}" for n in names}
         return words | CONTAINER_WRITES if name.endswith(".tvl") else words
     forms = ["failed to open file: %s", "could not open %s for reading", "could not open %s for writing"]
-    if call in ("newfstatat", "ftruncate") and name in command.track_map:  # emptied again before it is written
+    if call in ("newfstatat", "ftruncate") and name in case.maps:  # emptied again before it is written
         forms.append("failed to write file: %s")
     return {form % n for n in names for form in forms}
 
 
-def logged_run(place, command, options, launcher_paths):
-    """A run under strace and the calls that it logged."""
-    with tempfile.NamedTemporaryFile(dir=place.path) as log:
-        result = place.run(command, [*STRACE, "-y", "-o", log.name, *options, *launcher_paths])
-        return result, calls_in(log.name)
+def write_failures(case: Case) -> set[str]:
+    forms = ("failed to write file: %s", "failed to open file: %s", "could not open %s for writing",
+             "failure during write to %s")
+    return {form % name for name in case.names for form in forms} | CONTAINER_WRITES | STANDARD_OUTPUT
 
 
-def points_of(calls):
+def note(tally: Tally, heading: str, case: Case, what: str, result: Result, finding: str | None) -> None:
+    tally.add(heading, f"{case.name}: {what}", finding, ending_of(result))
+
+
+# Calls that fail
+
+
+def points_of(calls: Iterable[tuple[str, str]]) -> Iterator[tuple[str, int, str, bool]]:
     """(call, n, name, is at an end): the n-th call of its kind, and whether its file's calls of one kind begin or end
     there."""
-    seen, points = {}, []
+    seen: collections.Counter[str] = collections.Counter()
+    points = []
     for call, arguments in calls:
-        seen[call] = seen.get(call, 0) + 1
+        seen[call] += 1
         points.append((call, seen[call], path_of(arguments)))
     for i, (call, n, name) in enumerate(points):
-        near = [(c, m) for c, _, m in (points[i - 1:i] + points[i + 1:i + 2])]
+        near = [(c, m) for c, _, m in points[max(i - 1, 0):i] + points[i + 1:i + 2]]
         yield call, n, name, any(neighbour != (call, name) for neighbour in near) or len(near) < 2
 
 
-def fail_own_calls(place, commands, tally):
-    def one(command, call, when, error, name, heading):
-        options = ["-e", "trace=" + call, "-e", f"inject={call}:error={error}:when={when}"]
-        # The message must get out where every write fails.
-        paths = own_paths(command, ()) if str(when).endswith("+") else own_paths(command)
-        result, calls = logged_run(place, command, options, paths)
-        expected = messages_for(call, name, command)
-        # What is wrong with a course is said once the map is there, for which every call fails, too.
-        if name in (*command.inputs, *command.courses, "matrix.txt") and str(when).endswith("+"):
-            expected = expected.union(*(messages_for(call, name, command) for name in command.track_map))
-        finding = judge(command, result, expected)
-        if not any("(INJECTED)" in arguments for _, arguments in calls):
-            finding = "no fault was injected"
-        tally.add(heading, f"{command.name}: {call} {when} of {name}: {error}", finding, outcome_of(result))
-
-    def jobs():
-        for command in commands:
-            _, calls = logged_run(place, command, ["-e", "trace=" + CALLS], own_paths(command))
-            for call, n, name, is_end in points_of(calls):
-                for error in ERRORS[call] if is_end else ERRORS[call][:1]:
-                    yield lambda a=(command, call, n, error, name, "one call fails"): one(*a)
-            on_files = [(call, arguments) for call, arguments in calls if is_own(path_of(arguments), command)]
-            for call, n, name, is_end in points_of(on_files):
-                if call in FOR_EVER and is_end:
-                    yield lambda a=(command, call, f"{n}+", FOR_EVER[call], name, "and all after it"): one(*a)
-
-    in_parallel(jobs())
+def failing(call: str, error: str, when: str) -> list[str]:
+    """strace options that make those calls of a kind fail."""
+    return ["--seccomp-bpf", "-y", "-e", "trace=" + call, "-e", f"inject={call}:error={error}:when={when}"]
 
 
-def transfer_little(place, commands, tally):
-    shim = os.path.join(place.path, "short_transfers")
-    source = os.path.join(ROOT, "tests", "faults", "short_transfers.cpp")
+def fail_one(tally: Tally, heading: str, case: Case, call: str, when: str, error: str, name: str) -> None:
+    is_for_ever = when.endswith("+")
+    # The message must get out where every write fails.
+    result, calls = traced(case, [*failing(call, error, when), *own_paths(case, () if is_for_ever else ("@OUT@",))])
+    expected = messages_for(call, name, case)
+    # What is wrong with a course is said once the map is there, for which every call fails, too.
+    if name in (*case.line.inputs, *case.line.courses, "matrix.txt") and is_for_ever:
+        expected = expected.union(*(messages_for(call, other, case) for other in case.maps))
+    finding = judge(case, result, expected)
+    if not any("(INJECTED)" in arguments for _, arguments in calls):
+        finding = "no fault was injected"
+    note(tally, heading, case, f"{call} {when} of {name}: {error}", result, finding)
+
+
+def fail_own_calls(cases: list[Case], tally: Tally) -> Jobs:
+    for case in cases:
+        _, calls = traced(case, [*TRACED, *own_paths(case)])
+        for call, n, name, is_end in points_of(calls):
+            for error in ERRORS[call] if is_end else ERRORS[call][:1]:
+                yield functools.partial(fail_one, tally, "one call fails", case, call, str(n), error, name)
+        on_files = [(call, arguments) for call, arguments in calls if is_own(path_of(arguments), case)]
+        for call, n, name, is_end in points_of(on_files):
+            if call in FOR_EVER and is_end:
+                yield functools.partial(fail_one, tally, "it and all after it", case, call, f"{n}+", FOR_EVER[call],
+                                        name)
+
+
+def transfer_little(cases: list[Case], tally: Tally) -> Jobs:
+    """One to seven bytes at a time: for own files, and once for libraries and fonts as well."""
+    shim = str(cases[0].place.path / "short_transfers")
+    source = ROOT / "tests" / "faults" / "short_transfers.cpp"
     subprocess.run(["c++", "-std=c++20", "-O2", "-o", shim, source], check=True)
 
-    def one(command, folder, heading):
-        result = place.run(command, [shim, folder])
-        finding = judge(command, result)
-        if result.status != command.reference.status:
+    def one(case: Case, below: str) -> None:
+        result = case.call([shim, below])
+        finding = judge(case, result)
+        if result.status != case.reference.status:
             finding = finding or f"exit status {result.status}: {result.message()}"
-        tally.add(heading, command.name, finding, outcome_of(result))
+        note(tally, "short transfers", case, f"below {below}", result, finding)
 
-    jobs = [lambda c=command: one(c, "@FOLDER@", "1 to 7 bytes at a time") for command in commands]
-    jobs.append(lambda: one(commands[0], "/", "1 to 7 bytes at a time, libraries and fonts as well"))
-    in_parallel(jobs)
-
-
-def sizes_of_outputs(command):
-    return [len(content) for name, content in command.reference.files.items()
-            if isinstance(content, bytes) and command.before.get(name) != content]
+    for case in cases:
+        yield functools.partial(one, case, "@FOLDER@")
+    yield functools.partial(one, cases[0], "/")
 
 
-def write_failures(command):
-    words = {form % name for name in command.names for form in
-             ("failed to write file: %s", "failed to open file: %s", "could not open %s for writing",
-              "failure during write to %s")}
-    return words | CONTAINER_WRITES | STANDARD_OUTPUT
+# No room
 
 
-def limit_sizes(place, commands, tally):
+def sizes_of_outputs(case: Case) -> list[int]:
+    return [len(entry.content or b"") for name, entry in case.reference.files.items()
+            if entry.kind == "-" and case.before.get(name) != entry]
+
+
+def limit_sizes(cases: list[Case], tally: Tally) -> Jobs:
     """No file may be larger than so many bytes."""
-    def one(command, limit):
-        result = place.run(command, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
-        tally.add("file size limit", f"{command.name}: {limit} bytes", judge(command, result, write_failures(command)),
-                  outcome_of(result))
+    def one(case: Case, limit: int) -> None:
+        result = case.call(under=Conditions(case.conditions().environment, limits={resource.RLIMIT_FSIZE: limit}))
+        note(tally, "file size limits", case, f"{limit} bytes", result, judge(case, result, write_failures(case)))
 
-    def jobs():
-        for command in commands:
-            largest = max(sizes_of_outputs(command), default=0)
-            for limit in sorted({0, 1, 4095, 4096, 4097, *range(0, largest + 8192, max(largest // 12, 4096))}):
-                yield lambda a=(command, limit): one(*a)
-
-    in_parallel(jobs())
+    for case in cases:
+        largest = max(sizes_of_outputs(case), default=0)
+        for limit in sorted({0, 1, 4095, 4096, 4097, *range(0, largest + 8192, max(largest // 12, 4096))}):
+            yield functools.partial(one, case, limit)
 
 
-def mount(folder, options):
-    return subprocess.run(["mount", "-t", "tmpfs", "-o", options, "tarvel_faults", folder], stderr=subprocess.DEVNULL)
-
-
-def fill_disks(place, commands, tally):
+def fill_disks(cases: list[Case], tally: Tally) -> Jobs:
     """A disk with so many free pages, and one with so many free entries."""
-    def one(command, options):
-        folder = place.new_folder()
-        if mount(folder, options).returncode != 0:
-            return tally.add("full disk", "", None, "not tried: may not mount")
+    def one(case: Case, options: str) -> None:
+        folder = case.place.new_folder()
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", options, "tarvel_proofs", folder],
+                                 stderr=subprocess.DEVNULL)
+        if mounted.returncode != 0:
+            return tally.add("full disks", "", None, "not tried: may not mount")
         try:
-            fill(folder, command.files)
-            result = place.run_in(folder, command.arguments)
+            fill(folder, case.line.files)
+            result = case.place.call_in(folder, case.arguments, under=case.conditions())
         finally:
             subprocess.run(["umount", folder], check=True)
-        tally.add("full disk", f"{command.name}: {options}", judge(command, result, write_failures(command)),
-                  outcome_of(result))
+        note(tally, "full disks", case, options, result, judge(case, result, write_failures(case)))
 
-    def jobs():
-        for command in commands:
-            used = sum(-(-len(content) // 4096) for content in command.before.values() if isinstance(content, bytes))
-            needed = sum(-(-size // 4096) for size in sizes_of_outputs(command))
-            for free in sorted({0, 1, 2, *range(3, needed + 4, max(needed // 10, 1))}):
-                yield lambda a=(command, f"size={(used + free) * 4096}"): one(*a)
-            for free in range(len(command.reference.files) - len(command.before) + 1):
-                yield lambda a=(command, f"nr_inodes={1 + len(command.before) + free}"): one(*a)
-
-    in_parallel(jobs() if os.geteuid() == 0 else [lambda: tally.add("full disk", "", None, "not tried: not root")])
+    if os.geteuid() != 0:
+        yield lambda: tally.add("full disks", "", None, "not tried: not root")
+    for case in cases if os.geteuid() == 0 else []:
+        used = sum(-(-len(entry.content or b"") // 4096) for entry in case.before.values() if entry.kind == "-")
+        needed = sum(-(-size // 4096) for size in sizes_of_outputs(case))
+        for free in sorted({0, 1, 2, *range(3, needed + 4, max(needed // 10, 1))}):
+            yield functools.partial(one, case, f"size={(used + free) * 4096}")
+        for free in range(len(case.reference.files) - len(case.before) + 1):
+            yield functools.partial(one, case, f"nr_inodes={1 + len(case.before) + free}")
 
 
-def close_streams(place, commands, tally):
-    """Standard streams that are closed, full, or pipes that nobody reads; with fonts that have something to say."""
-    no_fonts = {**place.environment, "FONTCONFIG_FILE": "/nonexistent"}
+# Streams and places
 
-    def closer(streams):
-        return lambda: [os.close(stream) for stream in streams]
 
-    def one(command, what, expected, **options):
-        result = place.run(command, **options)
-        finding = judge(command, result, expected)
-        if finding is None and expected is None and result.status != command.reference.status:
+def close_streams(cases: list[Case], tally: Tally) -> Jobs:
+    """Standard streams that are closed, full, or pipes without a reader; with fonts that have something to say."""
+    def one(case: Case, what: str, expected: Collection[str] | None, closed: Iterable[int] = (),
+            out: int | IO[bytes] = subprocess.PIPE, **environment: str) -> None:
+        result = case.call(under=Conditions(case.conditions(**environment).environment, out=out, closed=closed))
+        finding = judge(case, result, expected)
+        if finding is None and expected is None and result.status != case.reference.status:
             finding = f"exit status {result.status}"
-        tally.add("standard streams", f"{command.name}: {what}", finding, outcome_of(result))
+        note(tally, "standard streams", case, what, result, finding)
 
-    def one_without_any(command, **options):
+    def without_any(case: Case, **environment: str) -> None:
         """With standard error closed, too, the exit status alone tells whether there was something to print."""
-        result = place.run(command, preexec_fn=closer([0, 1, 2]), **options)
-        right = 1 if command.reference.out else 0
-        is_right = result.status == right and result.files == command.reference.files
-        tally.add("standard streams", f"{command.name}: <&- >&- 2>&-", None if is_right else f"status {result.status}",
-                  outcome_of(result))
+        result = case.call(under=Conditions(case.conditions(**environment).environment, closed=[0, 1, 2]))
+        is_right = result.status == (1 if case.reference.out else 0) and result.files == case.reference.files
+        note(tally, "standard streams", case, "<&- >&- 2>&-", result, None if is_right else f"status {result.status}")
 
-    def with_mute_fonts(command):
-        """The same without fonts: the reference has no text in its charts."""
-        mute = Command(" ".join(command.arguments), command.files, command.inputs, command.courses)
-        mute.name, mute.before, mute.names = command.name + " (no fonts)", command.before, command.names
-        mute.reference = place.run(command, env=no_fonts)
-        return mute
+    def to_full(case: Case) -> None:
+        with open("/dev/full", "wb") as full:
+            one(case, ">/dev/full", STANDARD_OUTPUT, out=full)
 
-    def jobs():
-        for command in commands:
-            yield lambda c=command: one(c, "<&-", None, preexec_fn=closer([0]))
-            yield lambda c=command: one(c, "2>&-", None, preexec_fn=closer([2]))
-            yield lambda c=command: one(c, ">&-", STANDARD_OUTPUT, preexec_fn=closer([1]))
-            yield lambda c=command: one_without_any(c)
-            yield lambda c=command: to_full(c)
-            yield lambda c=command: to_nobody(c)
-        for command in commands[:3]:
-            mute = with_mute_fonts(command)
-            yield lambda c=mute: one(c, "<&- 2>&-", None, preexec_fn=closer([0, 2]), env=no_fonts)
-            yield lambda c=mute: one_without_any(c, env=no_fonts)
-
-    def to_full(command):
-        with open("/dev/full", "w") as full:
-            one(command, ">/dev/full", STANDARD_OUTPUT, out=full)
-
-    def to_nobody(command):
+    def to_closed_pipe(case: Case) -> None:
         reader, writer = os.pipe()
         os.close(reader)
-        one(command, "| true", STANDARD_OUTPUT, out=writer)
+        one(case, "| true", STANDARD_OUTPUT, out=writer)
         os.close(writer)
 
-    in_parallel(jobs())
+    for case in cases:
+        yield functools.partial(one, case, "<&-", None, [0])
+        yield functools.partial(one, case, "2>&-", None, [2])
+        yield functools.partial(one, case, ">&-", STANDARD_OUTPUT, [1])
+        yield functools.partial(without_any, case)
+        yield functools.partial(to_full, case)
+        yield functools.partial(to_closed_pipe, case)
+    for case in cases[:3]:  # the reference has no text in its charts then
+        mute = Case(case.place, case.line._replace(name=case.name + " (no fonts)"))
+        mute.reference = case.call(under=case.conditions(FONTCONFIG_FILE="/nonexistent"))
+        yield functools.partial(one, mute, "<&- 2>&-", None, [0, 2], FONTCONFIG_FILE="/nonexistent")
+        yield functools.partial(without_any, mute, FONTCONFIG_FILE="/nonexistent")
+
+
+def make_socket(path: pathlib.Path) -> None:
+    os.mknod(path, 0o140644)
 
 
 # What may stand where a file should be. Each makes it at that path.
-def make_folder(path):
-    os.mkdir(path)
-
-
-def make_pipe(path):
-    os.mkfifo(path)
-
-
-def make_empty(path):
-    open(path, "wb").close()
-
-
-def link_to(target):
-    return lambda path: os.symlink(target, path)
-
-
-ODD_THINGS = {
-    "a folder": make_folder, "a pipe": make_pipe, "a socket": make_socket, "an empty file": make_empty,
-    "/dev/null": link_to("/dev/null"), "/dev/zero": link_to("/dev/zero"), "/dev/full": link_to("/dev/full"),
-    "a disk that fails": link_to("/proc/self/mem"), "a link to itself": None, "a link to nowhere": link_to("no/where"),
+ODD_THINGS: dict[str, Callable[[pathlib.Path], None]] = {
+    "a folder": lambda path: path.mkdir(),
+    "a pipe": lambda path: os.mkfifo(path),
+    "a socket": make_socket,
+    "an empty file": lambda path: path.touch(),
+    "/dev/null": lambda path: path.symlink_to("/dev/null"),
+    "/dev/zero": lambda path: path.symlink_to("/dev/zero"),
+    "/dev/full": lambda path: path.symlink_to("/dev/full"),
+    "a disk that fails": lambda path: path.symlink_to("/proc/self/mem"),
+    "a link to itself": lambda path: path.symlink_to(path.name),
+    "a link to nowhere": lambda path: path.symlink_to("no/where"),
 }
-
-
-def stand_in(kind, path):
-    if os.path.lexists(path):
-        os.unlink(path)
-    (ODD_THINGS[kind] or link_to(os.path.basename(path)))(path)
-
 
 # A folder, an empty file and a device have no field names; only a disk that fails cannot be read.
-READ_WORDS = {
-    "a folder": ("missing field names", "failed to parse %s"), "an empty file": ("missing field names",
-                                                                                 "failed to parse %s"),
-    "/dev/null": ("missing field names", "failed to parse %s"),
-    "/dev/zero": ("missing field names", "invalid field names", "line length exceeded size of buffer",
-                  "invalid line in %s", "failed to parse %s"),
-    "/dev/full": ("missing field names", "invalid field names", "line length exceeded size of buffer",
-                  "invalid line in %s", "failed to parse %s"),
-    "a disk that fails": ("failed to read file: %s",),
-}
+NO_FIELDS = ("missing field names", "failed to parse %s")
+ZEROS = (*NO_FIELDS, "invalid field names", "line length exceeded size of buffer", "invalid line in %s")
+READ_WORDS = {"a folder": NO_FIELDS, "an empty file": NO_FIELDS, "/dev/null": NO_FIELDS, "/dev/zero": ZEROS,
+              "/dev/full": ZEROS, "a disk that fails": ("failed to read file: %s",)}
 
 
-def put_odd_things(place, commands, tally):
-    def as_input(command, name, kind):
+def with_odd_thing(case: Case, name: str, kind: str) -> Result:
+    def stand_in(folder: pathlib.Path) -> None:
+        (folder / name).unlink(missing_ok=True)
+        ODD_THINGS[kind](folder / name)
+
+    return case.place.call(case.line.files, case.arguments, under=case.conditions(), prepare=stand_in)
+
+
+def put_odd_things(cases: list[Case], tally: Tally) -> Jobs:
+    def as_input(case: Case, name: str, kind: str) -> None:
         # What is in an output's way as well may fail as either.
-        result = place.run(command, prepare=lambda folder: stand_in(kind, os.path.join(folder, name)))
-        expected = {words.replace("%s", n) for n in names_of(command, name)
-                    for words in READ_WORDS.get(kind, ("failed to open file: %s",))}
-        is_output = command.reference.files.get(name) != command.before[name]
-        spared = {form % n for n in names_of(command, name) for form in ("%s", "%s.orig")}
+        result = with_odd_thing(case, name, kind)
+        names = case.names_of(name)
+        forms = READ_WORDS.get(kind, ("failed to open file: %s",))
+        expected = {form.replace("%s", n) for n in names for form in forms}
+        is_output = case.reference.files.get(name) != case.before[name]
+        spared = {form % n for n in names for form in ("%s", "%s.orig")}
         # Where an index was, nothing leads to its courses any more.
-        if command.files[name] == INDEX_TO_THE_MAP:
+        if case.line.files[name] == INDEX_TO_THE_MAP:
             spared.add("run.kml")
-        finding = judge(command, result, None if is_output else expected, spared)
-        tally.add("odd things as inputs", f"{command.name}: {name} is {kind}", finding, outcome_of(result))
+        finding = judge(case, result, None if is_output else expected, spared)
+        note(tally, "odd things as inputs", case, f"{name} is {kind}", result, finding)
 
-    def as_output(command, name, kind):
-        result = place.run(command, prepare=lambda folder: stand_in(kind, os.path.join(folder, name)))
+    def as_output(case: Case, name: str, kind: str) -> None:
+        result = with_odd_thing(case, name, kind)
         # The survey's course file is copied, too.
-        expected = write_failures(command) | {f"could not open {name} for reading"}
-        finding = judge(command, result, expected, spared=names_of(command, name))
-        tally.add("odd things as outputs", f"{command.name}: {name} is {kind}", finding, outcome_of(result))
+        expected = write_failures(case) | {f"could not open {name} for reading"}
+        finding = judge(case, result, expected, case.names_of(name))
+        note(tally, "odd things as outputs", case, f"{name} is {kind}", result, finding)
 
-    def has_twins(command):
-        return any(isinstance(content, Twin) for content in command.files.values())
-
-    def outputs(command):
-        return [name for name in command.reference.files
-                if name not in command.files and ".orig" not in name]
-
-    def jobs():
-        for command in commands:
-            for kind in ODD_THINGS:
-                for name in [] if has_twins(command) else command.files:
-                    yield lambda a=(command, name, kind): as_input(*a)
-                for name in outputs(command):
-                    yield lambda a=(command, name, kind): as_output(*a)
-
-    in_parallel(jobs())
+    for case in cases:
+        has_twins = any(isinstance(content, Twin) for content in case.line.files.values())
+        for kind in ODD_THINGS:
+            for name in case.line.files if not has_twins else ():
+                yield functools.partial(as_input, case, name, kind)
+            for name in case.reference.files:
+                if name not in case.line.files and ".orig" not in name:
+                    yield functools.partial(as_output, case, name, kind)
 
 
-def forbid(place, commands, tally):
+def forbid(cases: list[Case], tally: Tally) -> Jobs:
     """An ordinary user may not read, write or create."""
-    user = {"user": 65534, "group": 65534, "extra_groups": []} if os.geteuid() == 0 else {}
+    def one(case: Case, what: str, change: Callable[[pathlib.Path], None]) -> None:
+        under = Conditions(case.conditions().environment, user=NOBODY if os.geteuid() == 0 else None)
+        result = case.place.call(case.line.files, case.arguments, under=under, prepare=change)
+        expected = write_failures(case) | {f"could not open {name} for reading" for name in case.names}
+        note(tally, "forbidden places", case, what, result, judge(case, result, expected))
 
-    def one(command, what, change):
-        finding_words = write_failures(command) | {f"could not open {n} for reading" for n in command.names}
-        result = place.run(command, prepare=change, **user)
-        tally.add("forbidden places", f"{command.name}: {what}", judge(command, result, finding_words),
-                  outcome_of(result))
+    def close_folder(folder: pathlib.Path) -> None:
+        for path in folder.iterdir():
+            if not path.is_symlink():
+                path.chmod(0o666)
+        folder.chmod(0o555)
 
-    def mode(name, bits):
-        return lambda folder: os.chmod(os.path.join(folder, name), bits)
+    def mode(name: str, bits: int) -> Callable[[pathlib.Path], None]:
+        return lambda folder: (folder / name).chmod(bits)
 
-    def closed_folder(folder):
-        for name in os.listdir(folder):
-            if not os.path.islink(os.path.join(folder, name)):
-                os.chmod(os.path.join(folder, name), 0o666)
-        os.chmod(folder, 0o555)
-
-    def jobs():
-        for command in commands:
-            yield lambda c=command: one(c, "a folder that is read-only", closed_folder)
-            for name in command.files:
-                yield lambda a=(command, f"{name} is unreadable", mode(name, 0o000)): one(*a)
-                yield lambda a=(command, f"{name} is read-only", mode(name, 0o444)): one(*a)
-
-    in_parallel(jobs())
+    for case in cases:
+        yield functools.partial(one, case, "a folder that is read-only", close_folder)
+        for name in case.line.files:
+            yield functools.partial(one, case, f"{name} is unreadable", mode(name, 0o000))
+            yield functools.partial(one, case, f"{name} is read-only", mode(name, 0o444))
 
 
-def fail_every_call(place, commands, tally):
-    """Whole runs: the loader's, the time zone's and the fonts' own calls as well. Where such a call alone changes the
-    charts or ends the run by a signal, the run is listed apart, and everything else must be right."""
-    changed = {}
-
-    def one(command, call, n, error):
-        folder = tempfile.mkdtemp(dir=place.path)
-        cache = shutil.copytree(place.cache, os.path.join(folder, "cache"))
-        fonts = place.write_fonts(os.path.join(folder, "fonts.conf"), cache)
-        with tempfile.NamedTemporaryFile(dir=place.path) as log:
-            launcher = [*STRACE, "-y", "-o", log.name, "-e", "trace=" + call,
-                        "-e", f"inject={call}:error={error}:when={n}"]
-            result = place.run(command, launcher, env={**place.environment, "FONTCONFIG_FILE": fonts})
-            hit = [arguments for _, arguments in calls_in(log.name) if "(INJECTED)" in arguments]
-        shutil.rmtree(folder)
-        finding = judge(command, result)
-        outcome = outcome_of(result)
-        own = any(is_own(path_of(arguments), command) for arguments in hit)
-        if result.status == 127 and "error while loading shared libraries" in result.err:
-            finding, outcome = None, "not started by the dynamic loader"
-        elif finding and not own and is_about_charts(finding):
-            changed.setdefault(finding, []).append(f"{call} {n} {error}: {hit[0] if hit else ''}"[:160])
-            finding, outcome = None, "fonts: charts changed or not drawn"
-        tally.add("every call of a whole run", f"{command.name}: {call} {n}: {error} {hit[:1]}", finding, outcome)
-
-    def is_about_charts(finding):
-        return re.fullmatch(r"WRONG SUCCESS: \S+\.pdf|ended by signal \d+", finding)
-
-    def jobs():
-        # The one that reads and writes files of every kind.
-        for command in [c for c in commands if c.name == "tarvel -p -d -g walk.csv run.csv"]:
-            _, calls = logged_run(place, command, ["-e", "trace=" + CALLS], [])
-            counts = {}
-            for call, _ in calls:
-                counts[call] = counts.get(call, 0) + 1
-            for call, count in counts.items():
-                for n in range(1, count + 1):
-                    yield lambda a=(command, call, n, ERRORS[call][0]): one(*a)
-
-    in_parallel(jobs())
-    for finding, cases in sorted(changed.items()):
-        print(f"fonts: {finding}: {len(cases)} runs, such as")
-        for case in sorted(cases)[:6]:
-            print("    " + case)
+# Whole calls
 
 
-def main():
-    if shutil.which("strace") is None:
-        sys.exit("io_faults: there is no strace here")
+def fail_every_call(cases: list[Case], tally: Tally) -> Jobs:
+    """The loader's, the time zone's and the fonts' own calls as well. Where such a call alone changes the charts or
+    ends the program by a signal, that is counted apart, and everything else must be right."""
+    def one(case: Case, call: str, n: int, error: str) -> None:
+        folder = pathlib.Path(tempfile.mkdtemp(dir=case.place.path))
+        cache = pathlib.Path(shutil.copytree(case.place.path / "cache", folder / "cache"))
+        fonts = case.place.write_fonts(folder / "fonts.conf", cache)
+        result, calls = traced(case, failing(call, error, str(n)), under=case.conditions(FONTCONFIG_FILE=fonts))
+        remove(folder)
+        hit = [arguments for _, arguments in calls if "(INJECTED)" in arguments]
+        finding, ending = judge(case, result), ending_of(result)
+        if result.status == 127 and b"error while loading shared libraries" in result.err:
+            finding, ending = None, "not started by the dynamic loader"
+        elif (finding and not any(is_own(path_of(arguments), case) for arguments in hit)
+              and re.fullmatch(r"WRONG SUCCESS: \S+\.pdf|ended by signal \d+", finding)):
+            print(f"fonts: {finding}: {call} {n} {error}: {hit[:1]}"[:200])
+            finding, ending = None, "charts changed or not drawn"
+        tally.add("every call", f"{case.name}: {call} {n}: {error} {hit[:1]}", finding, ending)
+
+    # The one that reads and writes files of every kind.
+    for case in [case for case in cases if case.name == "tarvel -p -d -g walk.csv run.csv"]:
+        for call, count in collections.Counter(call for call, _ in traced(case, TRACED)[1]).items():
+            for n in range(1, count + 1):
+                yield functools.partial(one, case, call, n, ERRORS[call][0])
+
+
+PASSES = (fail_own_calls, transfer_little, limit_sizes, fill_disks, close_streams, put_odd_things, forbid,
+          fail_every_call)
+
+
+def prove(words: list[str]) -> Outcome:
+    need_strace()
+    tally = Tally()
     with Workplace() as place:
-        commands = make_commands(place)
-        tally = Tally()
-        for step in (fail_own_calls, transfer_little, limit_sizes, fill_disks, close_streams, put_odd_things, forbid,
-                     fail_every_call):
-            if len(sys.argv) == 1 or step.__name__ in sys.argv[1:]:
-                step(place, commands, tally)
-        tally.close()
-
-
-main()
+        cases = make_cases(place)
+        for step in PASSES:
+            if not words or step.__name__ in words:
+                in_parallel(step(cases, tally))
+    tally.show()
+    return Outcome(f"{len(cases)} command lines, {tally.total():,} calls: {tally.by_heading()}", len(tally.findings))

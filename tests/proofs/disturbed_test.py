@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tests/proofs/disturbed_test.py: kill_anywhere finds what is planted into a program."""
+"""tests/proofs/disturbed_test.py: io_faults and kill_anywhere find what is planted into a program."""
 from __future__ import annotations
 
 import dataclasses
@@ -9,9 +9,9 @@ import unittest
 
 from planted import PROGRAM, plant
 
-from proofs import kill_anywhere
+from proofs import io_faults, kill_anywhere
 from proofs.command_lines import small_lines
-from proofs.disturbed import Case, judge, own_paths
+from proofs.disturbed import Case, judge, own_paths, traced
 from proofs.harness import Tally, Workplace, fill
 
 FAILS = "echo 'ERROR: failed to write file: run.kml'; status=1; "
@@ -86,6 +86,17 @@ class DisturbedTest(unittest.TestCase):
         here = pathlib.Path("/here")
         self.assertEqual(kill_anywhere.being_written([opened], here), {"run.txt"})
         self.assertEqual(kill_anywhere.being_written([opened, closed], here), set())
+
+    @unittest.skipUnless(IS_TRACEABLE, "no strace")
+    def test_a_failed_call_must_be_told(self) -> None:
+        _, calls = traced(self.case, [*io_faults.TRACED, *own_paths(self.case)])
+        n = next(n for call, n, name, _ in io_faults.points_of(calls) if (call, name) == ("write", "run.txt"))
+        for fault, when, finding in ((":", n, []), ("status=0", n, ["WRONG SUCCESS: standard output"]),
+                                     (":", 9999, ["no fault was injected"])):
+            self.plant(fault)
+            tally = Tally()
+            io_faults.fail_one(tally, "one call fails", self.case, "write", str(when), "ENOSPC", "run.txt")
+            self.assertEqual(tally.findings, finding)
 
     @unittest.skipUnless(IS_TRACEABLE, "no strace")
     def test_a_kill_is_carried_out(self) -> None:
