@@ -1,0 +1,75 @@
+#!/usr/bin/env python3
+"""tests/proofs/judges_test.py: the judges of the other proofs find planted faults."""
+from __future__ import annotations
+
+import signal
+import unittest
+
+from planted import PROGRAM, PROJECT, plant
+
+from proofs import memory_faults
+from proofs.command_lines import CommandLine
+from proofs.harness import Content, Entry, Result
+from proofs.memory_faults import Counted
+
+
+class MemoryFaultsTest(unittest.TestCase):
+    files: dict[str, Content] = {"run.csv": b"track"}
+    line = CommandLine("run", ["run.csv"], files)
+    left = {"run.csv": Entry("-", b"track"), "run.txt": Entry("-", b"report"),
+            "run.pdf": Entry("-", b"%PDF /FontName /AAAAAA+Arial 1")}
+    sound = Result(0, b"\nReport\nEnd\n", b"", left)
+    short = b"\nERROR: failed to allocate memory for charts\n"
+
+    def judged(self, judge: memory_faults.Judge, refused: int = 2, gone: str = "", status: int | None = 0,
+               out: bytes = b"\nReport\nEnd\n", err: bytes = b"", **changed: bytes) -> memory_faults.Judged:
+        files = {name: entry for name, entry in self.left.items() if name != gone}
+        files.update({name.replace("_", "."): Entry("-", content) for name, content in changed.items()})
+        return judge(self.line, Counted(Result(status, out, err, files), refused=refused), self.sound)
+
+    def test_a_refused_request_is_told_or_does_not_matter(self) -> None:
+        own = memory_faults.judge_own
+        self.assertEqual(self.judged(own), ("undisturbed", None))
+        self.assertEqual(self.judged(own, status=1, out=b"\nReport" + self.short),
+                         ("failed to allocate memory for charts", None))
+        for word, judged in {
+            "hang": self.judged(own, status=None),
+            "sanitizer": self.judged(own, status=memory_faults.SANITIZER_REPORT),
+            "crash": self.judged(own, status=-signal.SIGSEGV),
+            "input lost": self.judged(own, gone="run.csv"),
+            "stranger": self.judged(own, run_tmp=b""),
+            "wrong success": self.judged(own, run_txt=b"repor"),
+            "message": self.judged(own, status=1, out=b"ERROR: could not find rollout\n"),
+            "status": self.judged(own, status=2),
+        }.items():
+            self.assertEqual(judged[0], word)
+            self.assertTrue(judged[1], word)
+        self.assertTrue(self.judged(own, status=1, out=b"\nRepo" + self.short + b"more")[1])
+        self.assertTrue(self.judged(own, status=1, out=b"\nOther" + self.short)[1])
+        self.assertTrue(self.judged(own, status=1, out=self.short, err=b"library")[1])
+        self.assertEqual(self.judged(own, out=b"\nReport\n")[0], "wrong success")
+
+    def test_an_input_may_be_set_aside(self) -> None:
+        self.sound.files["run.csv.orig"] = Entry("-", b"track")
+        self.addCleanup(self.sound.files.pop, "run.csv.orig")
+        judged = self.judged(memory_faults.judge_own, gone="run.csv", status=1, out=self.short, run_csv_orig=b"track")
+        self.assertEqual(judged, ("failed to allocate memory for charts", None))
+
+    def test_a_drawing_library_may_end_the_process_and_nothing_else(self) -> None:
+        drawing = memory_faults.judge_drawing
+        self.assertEqual(self.judged(drawing, status=-6, gone="run.pdf"), ("status -6", None))
+        self.assertEqual(self.judged(drawing, run_pdf=b"%PDF /FontName /AAAAAA+Other"), ("other letters", None))
+        self.assertEqual(self.judged(drawing, 1, run_pdf=b"%PDF /FontName /AAAAAA+Arial"),
+                         ("letters missing after one refusal", None))
+        self.assertEqual(self.judged(drawing, run_pdf=b"%PDF /FontName /AAAAAA+Arial")[0], "wrong success")
+        self.assertEqual(self.judged(drawing, status=-6, run_txt=b"repor"), ("files", "run.txt is not whole"))
+
+    def test_a_program_may_not_begin_under_a_limit(self) -> None:
+        only = {name: entry for name, entry in self.left.items() if name == "run.csv"}
+        judged = memory_faults.judge_limit(self.line, Counted(Result(127, b"", b"loader", only)), self.sound)
+        self.assertEqual(judged, ("not begun", None))
+        self.assertEqual(self.judged(memory_faults.judge_limit, status=127)[0], "status")
+
+
+if __name__ == "__main__":
+    unittest.main()
