@@ -15,7 +15,7 @@ PROJECT = pathlib.Path(os.environ.get("TARVEL_SOURCE_DIR", pathlib.Path(__file__
 PROGRAM = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
 
 sys.dont_write_bytecode = True
-sys.path.insert(0, str(PROJECT / "proofs"))
+sys.path[:0] = [str(PROJECT / "proofs"), str(PROJECT)]
 import scenarios  # noqa: E402
 
 compare_programs = scenarios.import_script("compare_programs")
