@@ -20,6 +20,7 @@ import tempfile
 
 from fault_runs import Link, Twin, put
 
+from proofs.command_lines import fuzz_inputs, simulated_tracks
 from proofs.tracks import (
     FAULTS, damaged, damaged_container, move, read_course, read_track, text_of, text_of_course, thin)
 
@@ -82,8 +83,9 @@ class Sources:
             else:
                 self.runs["example " + path.stem] = (read_track(path.read_bytes()), example_course)
         with tempfile.TemporaryDirectory(prefix="tarvel_scenarios_") as name:
-            same_bytes = import_script("same_bytes")
-            folder = same_bytes.simulated_tracks(pathlib.Path(name))
+            folder = pathlib.Path(name)
+            for file, content in simulated_tracks().items():
+                (folder / file).write_bytes(content)
             for path in sorted(folder.glob("*.csv")):
                 course = path.with_suffix(".txt")
                 track = read_track(path.read_bytes())
@@ -98,9 +100,7 @@ class Sources:
         ]
         made_of_walks = (container_of(program, ["-d", "-g", "run.csv"], track, None) for track in self.walks.values())
         self.walk_containers = [made for made in made_of_walks if made]
-        with tempfile.TemporaryDirectory(prefix="tarvel_scenarios_") as name:
-            inputs = same_bytes.fuzz_inputs(pathlib.Path(name))
-            self.seeds = [(file.parent.name, file.read_bytes()) for file in inputs]
+        self.seeds = [(target, content) for target, _, content in fuzz_inputs()]
 
 
 def container_of(program, arguments, track, course):

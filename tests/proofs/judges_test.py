@@ -2,13 +2,15 @@
 """tests/proofs/judges_test.py: the judges of the other proofs find planted faults."""
 from __future__ import annotations
 
+import pathlib
 import signal
+import tempfile
 import unittest
 
 from planted import PROGRAM, PROJECT, plant
 
-from proofs import memory_faults
-from proofs.command_lines import CommandLine
+from proofs import memory_faults, same_bytes
+from proofs.command_lines import CommandLine, example
 from proofs.harness import Content, Entry, Result
 from proofs.memory_faults import Counted
 
@@ -69,6 +71,26 @@ class MemoryFaultsTest(unittest.TestCase):
         judged = memory_faults.judge_limit(self.line, Counted(Result(127, b"", b"loader", only)), self.sound)
         self.assertEqual(judged, ("not begun", None))
         self.assertEqual(self.judged(memory_faults.judge_limit, status=127)[0], "status")
+
+
+class SameBytesTest(unittest.TestCase):
+    def test_each_difference_is_found(self) -> None:
+        files: dict[str, Content] = {"run.csv": example("carve.csv"), "matrix.txt": example("matrix.txt")}
+        given = same_bytes.Input("carve", files, ["run.csv"])
+        for fault, what in ((":", None), ("echo 0 >> run.kml", "run.kml"), ("echo more", "standard output"),
+                            ("echo more >&2", "standard error"), ("status=3", "exit status"), ("rm run.pdf", "run.pdf"),
+                            ("touch stray.txt", "stray.txt"), ("sed -i 's/(D:2/(D:1/' run.pdf", None)):
+            with self.subTest(fault), tempfile.TemporaryDirectory() as path:
+                other = plant(pathlib.Path(path, "tarvel"), fault)
+                calls, _, found = same_bytes.compare({"real": PROGRAM, "other": other}, given)
+                self.assertEqual(calls, 2)
+                self.assertEqual(found, [f"carve: tarvel run.csv: other differs from real in {what}"] if what else [])
+
+    def test_the_course_before_a_track_is_cut_off(self) -> None:
+        data = bytes([16]) + bytes(13 * 8) + bytes([2]) + bytes(32) + b"track"
+        self.assertEqual(same_bytes.track_behind_options("swoop_analysis", data), b"track")
+        self.assertEqual(same_bytes.track_behind_options("swoop_analysis", b"\0track"), b"track")
+        self.assertEqual(same_bytes.track_behind_options("header_lines", b"\0track"), b"\0track")
 
 
 if __name__ == "__main__":
