@@ -11,7 +11,7 @@ import sys
 
 from proofs.harness import ROOT, Outcome
 
-NAMES: tuple[str, ...] = ("memory_faults", "io_faults", "kill_anywhere", "same_bytes")
+NAMES: tuple[str, ...] = ("memory_faults", "io_faults", "kill_anywhere", "same_bytes", "compare_programs")
 NOTES = ROOT / "docs" / "releases" / "next.md"
 
 

@@ -1,16 +1,18 @@
-#!/usr/bin/env python3
-"""scripts/proofs compare_programs OLD NEW [--seed S] [--count N] [--only K] [--jobs N] [--allow NAME]... [--keep FOLDER]
+"""Two builds of tarvel do the same, but for what a change alters on purpose.
 
-Two builds of tarvel do the same. Each of N scenarios (10,000 unless said otherwise), made from the seed by
-proofs/scenarios.py, is given to both in equal copies of a folder. Exit status, standard output, standard error and
-every file left behind must be the same byte for byte, with its name, mode and links. PDFs are compared without their
-creation dates, and where the bytes still differ, by their drawing operators and character maps.
+Each of N scenarios (10,000 unless said otherwise), made from the seed, is given to both in equal copies of a folder.
+Exit status, standard output, standard error and every file left behind must be the same byte for byte, with its name,
+mode and links. PDFs are compared without their creation dates, and where the bytes still differ, by their drawing
+operators and character maps.
+
+    scripts/proofs compare_programs OLD NEW [--seed S] [--count N] [--only K] [--jobs N] [--allow NAME]...
+                                    [--keep FOLDER]
 
 Prints each difference with the number of its scenario. --only K tries that one again; --keep FOLDER then leaves its
 folder as given and as each program left it. --allow NAME accepts the differences that a rule in the table below
-describes: what a change alters on purpose. When root starts it, the programs run as the user nobody, whom read-only
-files and folders stop. Exit status 1 when anything differs.
+describes. When root starts it, the programs run as the user nobody, whom read-only files and folders stop.
 """
+from __future__ import annotations
 
 import argparse
 import collections
@@ -21,35 +23,42 @@ import os
 import pathlib
 import re
 import shutil
-import signal
 import stat
 import subprocess
-import sys
 import tempfile
 import zlib
+from collections.abc import Callable, Collection, Iterable, Iterator
+from typing import NamedTuple
 
-sys.dont_write_bytecode = True
-import scenarios  # noqa: E402
+from proofs import scenarios
+from proofs.harness import (CORES, NOBODY, Conditions, Outcome, environment_in, execute, fill, listing, masked, remove,
+                            snapshot)
+from proofs.scenarios import Call, Scenario
 
-patience = 30  # s; the longest call takes some tenths of one
-hangs = "none, after %d s" % patience
-shown_in_full = 20
-listing = "names, modes and links"
+PATIENCE = 30  # s; the longest call takes some tenths of one
+HANGS = f"none, after {PATIENCE} s"
+SHOWN_IN_FULL = 20
+LISTING = "names, modes and links"
 
-# What differs after a call: `what` is a key of both outcomes, "exit status", "standard output", "standard error", the
-# listing or a file's name; `old` and `new` are its bytes, None where it is missing; the outcomes hold everything else.
-Difference = collections.namedtuple("Difference", "call what old new old_outcome new_outcome")
-
-
-def last_line(outcome):
-    return outcome["standard output"].rstrip(b"\n").rpartition(b"\n")[2]
+# What a call leaves: "exit status", "standard output", "standard error", the listing and the contents by name.
+Left = dict[str, bytes]
 
 
-def is_map_written_once(difference):
+class Difference(NamedTuple):
+    """`what` is a key of both calls' outcomes, `old` and `new` are its bytes, None where it is missing."""
+    call: Call
+    what: str
+    old: bytes | None
+    new: bytes | None
+    old_left: Left
+    new_left: Left
+
+
+def is_map_written_once(difference: Difference) -> bool:
     """The map is written once, at the end, where it was written before the analysis and again after it: a disk that
     fails the map fails it later and behind other outputs. A run without a course that can be read has a map, which may
     itself fail, or set an input aside."""
-    said = last_line(difference.old_outcome).decode(errors="replace")
+    said = difference.old_left["standard output"].rstrip(b"\n").rpartition(b"\n")[2].decode(errors="replace")
     if re.fullmatch(r"ERROR: failed to write file: .*\.kml", said):
         return True
     course = re.match(r"ERROR: failed to (?:open|read) file: (.*)", said)
@@ -57,38 +66,33 @@ def is_map_written_once(difference):
         return False
     track = difference.call.arguments[-1]
     run_map = track[:-3] + "kml"
-    return course[1] not in (track, run_map) and run_map not in difference.old_outcome
+    return course[1] not in (track, run_map) and run_map not in difference.old_left
 
 
-def is_drawn_far_out(difference):
+def is_drawn_far_out(difference: Difference) -> bool:
     """Charts of samples so far out or so fast that no page can show them; drawing some of them did not end."""
-    if difference.old_outcome["exit status"] == hangs.encode():
+    if difference.old_left["exit status"] == HANGS.encode():
         return True
-    texts = [content for what, content in difference.new_outcome.items() if not what.endswith((".pdf", ".tvl"))]
+    texts = [content for what, content in difference.new_left.items() if not what.endswith((".pdf", ".tvl"))]
     return difference.what.endswith(".pdf") and any(re.search(rb"[0-9]{300}|\binf\b", text) for text in texts)
 
 
 # Each says of a difference whether it is the intended one. Example:
 #   "version": lambda d: "-v" in d.call.arguments and d.what == "standard output"
-rules = {"map_once": is_map_written_once, "far_out": is_drawn_far_out}
+RULES: dict[str, Callable[[Difference], bool]] = {"map_once": is_map_written_once, "far_out": is_drawn_far_out}
 
 
 # Portable Document Format
 
-creation_date = re.compile(rb"/CreationDate \(D:[^)]*\)")
-stream = re.compile(rb"<<((?:(?!stream).)*?)>>\s*stream\r?\n(.*?)\r?\nendstream", re.DOTALL)
-no_drawing = re.compile(rb"/Length[123]\b|/FontFile|/Type /(?:XRef|ObjStm)|/Subtype /(?:Type1C|CIDFontType0C|OpenType)")
+STREAM = re.compile(rb"<<((?:(?!stream).)*?)>>\s*stream\r?\n(.*?)\r?\nendstream", re.DOTALL)
+NO_DRAWING = re.compile(rb"/Length[123]\b|/FontFile|/Type /(?:XRef|ObjStm)|/Subtype /(?:Type1C|CIDFontType0C|OpenType)")
 
 
-def without_date(pdf):
-    return creation_date.sub(b"/CreationDate ()", pdf)
-
-
-def drawing_of(pdf):
+def drawing_of(pdf: bytes) -> bytes:
     """The decompressed streams of pages, forms and character maps; empty for what is no whole PDF."""
     parts = []
-    for header, body in stream.findall(pdf) if pdf.rstrip().endswith(b"%%EOF") else ():
-        if no_drawing.search(header):
+    for header, body in STREAM.findall(pdf) if pdf.startswith(b"%PDF") and pdf.rstrip().endswith(b"%%EOF") else ():
+        if NO_DRAWING.search(header):
             continue
         with contextlib.suppress(zlib.error):
             body = zlib.decompressobj().decompress(body) if b"/FlateDecode" in header else body
@@ -96,252 +100,194 @@ def drawing_of(pdf):
     return b"\n".join(parts)
 
 
-def is_same(old, new):
-    if old == new:
-        return True
-    if old is None or new is None or not (old.startswith(b"%PDF") and new.startswith(b"%PDF")):
-        return False
-    return without_date(old) == without_date(new) or drawing_of(old) == drawing_of(new) != b""
+def is_same(old: bytes | None, new: bytes | None) -> bool:
+    if old is None or new is None:
+        return old == new
+    return old == new or masked(old) == masked(new) or drawing_of(old) == drawing_of(new) != b""
 
 
-# One call
+# One scenario
 
 
-def snapshot(folder):
-    """The content of every file below the folder, and one text of all names, modes and links."""
-    left, lines, names_of = {}, [], {}
-
-    def add(path, name):
-        status = os.lstat(path)
-        line = f"{stat.filemode(status.st_mode)} {name}"
-        if stat.S_ISLNK(status.st_mode):
-            line += f" -> {os.readlink(path)}"
-        elif stat.S_ISREG(status.st_mode):
-            first = names_of.setdefault(status.st_ino, name)
-            if first != name:
-                line += f" = {first}"
-            if not status.st_mode & stat.S_IRUSR:
-                os.chmod(path, 0o600)
-            with open(path, "rb") as file:
-                left[name] = file.read()
-        lines.append(line)
-        if stat.S_ISDIR(status.st_mode):
-            os.chmod(path, 0o700)
-            for entry in sorted(os.listdir(path)):
-                add(os.path.join(path, entry), entry if name == "." else f"{name}/{entry}")
-
-    add(folder, ".")
-    left[listing] = "\n".join(lines).encode(errors="surrogateescape")
-    return left
-
-
-def command_of(call, folder):
-    words = [word.replace("HERE", folder) for word in call.arguments]
+def call_in(folder: pathlib.Path, home: pathlib.Path, program: pathlib.Path, call: Call) -> Left:
+    words = [word.replace("HERE", str(folder)) for word in call.arguments]
     # Not through a shell unless need be: it takes as long as a short call.
-    return ["sh", "-c", f'exec tarvel "$@" {call.streams}', "sh", *words] if call.streams else ["tarvel", *words]
+    words = ["sh", "-c", f'exec tarvel "$@" {call.streams}', "sh", *words] if call.streams else ["tarvel", *words]
+    environment = {**environment_in(home, call.time_zone), "PATH": f"{program.parent}:/usr/bin:/bin"}
+    done = execute(words, folder, Conditions(environment, patience=PATIENCE), "/bin/sh" if call.streams else program)
+    status = HANGS if done.status is None else str(done.status)
+    return {"exit status": status.encode(), "standard output": done.out, "standard error": done.err}
 
 
-def run_call(program, call, folder):
-    command = command_of(call, folder)
-    environment = {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
-    path = f"{os.path.dirname(program)}:/usr/bin:/bin"
-    environment |= {"PATH": path, "HOME": home, "LC_ALL": "C", "TZ": call.time_zone}
-    process = subprocess.Popen(
-        command,
-        executable="/bin/sh" if command[0] == "sh" else program,
-        cwd=folder,
-        env=environment,
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE,
-        stderr=subprocess.PIPE,
-        start_new_session=True,
-    )
-    try:
-        out, err = process.communicate(timeout=patience)
-        status = str(process.returncode)
-    except subprocess.TimeoutExpired:
-        os.killpg(process.pid, signal.SIGKILL)
-        out, err = process.communicate()
-        status = hangs
-    return {"exit status": status.encode(), "standard output": out, "standard error": err}
+def place(folder: pathlib.Path, scenario: Scenario) -> None:
+    fill(folder, scenario.files)
+    for name, mode in scenario.modes.items():
+        (folder / name).chmod(mode)
 
 
-def remove(folder):
-    for path, names, _ in os.walk(folder):
-        for name in names:
-            if not os.path.islink(os.path.join(path, name)):
-                os.chmod(os.path.join(path, name), 0o700)
-    shutil.rmtree(folder, ignore_errors=True)
-
-
-def outcomes_of(program, scenario, keep_as=None):
+def outcomes_of(program: pathlib.Path, home: pathlib.Path, scenario: Scenario,
+                keep_as: pathlib.Path | None) -> list[Left]:
     """One for each call. Both programs work in a folder of the same name, since messages may contain it."""
-    folder = os.path.join(home, "here")
-    if os.path.exists(folder):
-        os.chmod(folder, 0o700)
-        remove(folder)
-    os.mkdir(folder)
-    scenarios.place(folder, scenario)
-    outcomes = [run_call(program, call, folder) for call in scenario.calls]
+    folder = home / "here"
+    remove(folder)
+    folder.mkdir()
+    place(folder, scenario)
+    outcomes = [call_in(folder, home, program, call) for call in scenario.calls]
     if keep_as:
         subprocess.run(["cp", "-a", folder, keep_as], check=True)
-    outcomes[-1] |= snapshot(folder)
+    mode = stat.filemode(folder.stat().st_mode)
+    files = snapshot(folder)
+    outcomes[-1] |= {name: entry.content or b"" for name, entry in files.items() if entry.kind == "-"}
+    outcomes[-1][LISTING] = f"{mode} .\n{listing(files)}".encode(errors="surrogateescape")
     return outcomes
 
 
-# Differences
-
-
-def differences(scenario, old_outcomes, new_outcomes):
+def differences(scenario: Scenario, old_outcomes: list[Left], new_outcomes: list[Left]) -> Iterator[Difference]:
     for call, old, new in zip(scenario.calls, old_outcomes, new_outcomes):
         for what in sorted(old.keys() | new.keys()):
             if not is_same(old.get(what), new.get(what)):
                 yield Difference(call, what, old.get(what), new.get(what), old, new)
 
 
-def printable(line):
-    text = line.decode(errors="backslashreplace")
+def printable(line: bytes | None, at: int) -> str:
+    if line is None:
+        return "(its end)"
+    text = line[at:].decode(errors="backslashreplace")
     return "".join(c if c.isprintable() else f"\\x{ord(c):02x}" for c in text[:160])
 
 
-def show(difference):
+def show(difference: Difference) -> list[str]:
     """The first lines that differ; for PDFs those of the drawing."""
     old, new = difference.old, difference.new
     if old is None or new is None:
         return [f"    {difference.what}: only the {'new' if old is None else 'old'} program leaves it"]
-    if old.startswith(b"%PDF") and new.startswith(b"%PDF") and drawing_of(old) and drawing_of(new):
+    if drawing_of(old) and drawing_of(new):
         old, new = drawing_of(old), drawing_of(new)
     pairs = itertools.zip_longest(old.split(b"\n"), new.split(b"\n"))
     number, (before, after) = next((i, pair) for i, pair in enumerate(pairs, 1) if pair[0] != pair[1])
-    at = next((i for i, (a, b) in enumerate(zip(before or b"", after or b"")) if a != b), 0)
-    at = max(0, at - 40)
-    return [
-        f"    {difference.what}, line {number}:" + (f" from byte {at} on" if at else ""),
-        "      old: " + ("(its end)" if before is None else printable(before[at:])),
-        "      new: " + ("(its end)" if after is None else printable(after[at:])),
-    ]
+    at = max(0, next((i for i, (a, b) in enumerate(zip(before or b"", after or b"")) if a != b), 0) - 40)
+    return [f"    {difference.what}, line {number}:" + (f" from byte {at} on" if at else ""),
+            "      old: " + printable(before, at), "      new: " + printable(after, at)]
 
 
-def title_of(number, scenario):
+def title_of(number: int, scenario: Scenario) -> str:
     calls = "; then ".join(" ".join(["tarvel", *call.arguments, call.streams]).strip()[:160] for call in scenario.calls)
     return f"in scenario {number} ({scenario.kind}, TZ={scenario.calls[0].time_zone}): {calls}"
 
 
 # All scenarios
 
-Found = collections.namedtuple("Found", "calls outputs statuses allowed differs lines")
 
-
-def in_memory():
-    """A folder that no disk has to follow: most of the time would go into making and removing files."""
-    return "/dev/shm" if "TMPDIR" not in os.environ and os.access("/dev/shm", os.W_OK) else None
+class Found(NamedTuple):
+    calls: int
+    outputs: int
+    statuses: list[str]
+    allowed: int
+    differs: bool
+    lines: list[str]
 
 
 class Comparison:
-    """Copies of two programs, and a temporary folder in which anybody may work."""
+    """Copies of two programs, and a temporary folder in which anybody may work: in memory where there is room, since
+    most of the time would go into making and removing files."""
 
-    def __init__(self, old, new, seed, allowed=()):
-        self.program_folder = tempfile.TemporaryDirectory(prefix="tarvel_compare_")
-        os.chmod(self.program_folder.name, 0o755)
-        self.programs = []
-        for name, program in (("old", old), ("new", new)):
-            folder = os.path.join(self.program_folder.name, name)
-            os.mkdir(folder, 0o755)
-            self.programs.append(shutil.copy(program, os.path.join(folder, "tarvel")))
-        self.workplace = tempfile.TemporaryDirectory(prefix="tarvel_compare_", dir=in_memory())
-        self.path = self.workplace.name
-        os.chmod(self.path, 0o777)
-        self.seed = seed
-        self.rules = [rules[name] for name in allowed]
-        self.sources = scenarios.Sources(self.programs[0])
+    def __init__(self, old: pathlib.Path, new: pathlib.Path, seed: str, allowed: Iterable[str] = ()) -> None:
+        in_memory = "TMPDIR" not in os.environ and os.access("/dev/shm", os.W_OK)
+        self.path = pathlib.Path(tempfile.mkdtemp(prefix="tarvel_proofs_", dir="/dev/shm" if in_memory else None))
+        self.program_folder = pathlib.Path(tempfile.mkdtemp(prefix="tarvel_proofs_"))
+        self.programs = {name: self.program_folder / name / "tarvel" for name in ("old", "new")}
+        for program, given in zip(self.programs.values(), (old, new)):
+            program.parent.mkdir()
+            shutil.copy(given, program)
+        self.program_folder.chmod(0o755)
+        self.path.chmod(0o777)
+        self.seed, self.rules = seed, [RULES[name] for name in allowed]
+        self.sources = scenarios.Sources(self.programs["old"])
 
-    def close(self):
-        self.workplace.cleanup()
-        self.program_folder.cleanup()
+    def __enter__(self) -> Comparison:
+        return self
 
-    def find(self, number, keep=None):
+    def __exit__(self, *_: object) -> None:
+        remove(self.path)
+        remove(self.program_folder)
+
+    def find(self, number: int, home: pathlib.Path, keep: pathlib.Path | None = None) -> Found:
         """Gives a scenario to both programs."""
         scenario = scenarios.scenario(self.sources, self.seed, number)
         if keep:
             (keep / "given").mkdir(parents=True)
-            scenarios.place(keep / "given", scenario)
-        names = ("old", "new")
-        old, new = (outcomes_of(program, scenario, keep and keep / name) for program, name in zip(self.programs, names))
+            place(keep / "given", scenario)
+        old, new = (outcomes_of(program, home, scenario, keep and keep / name)
+                    for name, program in self.programs.items())
         found = list(differences(scenario, old, new))
-        other = [d for d in found if not any(rule(d) for rule in self.rules)]
-        lines = ["DIFFERENCE " + title_of(number, scenario), *itertools.chain.from_iterable(map(show, other))] if other else []
-        statuses = [outcome["exit status"].decode() for outcome in old]
-        if hangs in statuses:
+        other = [difference for difference in found if not any(rule(difference) for rule in self.rules)]
+        lines = [line for difference in other for line in show(difference)]
+        if other:
+            lines = ["FINDING " + title_of(number, scenario), *lines]
+        statuses = [left["exit status"].decode() for left in old]
+        if HANGS in statuses:
             lines = [f"HANGS {title_of(number, scenario)}", *lines]
         return Found(len(old), sum(map(len, old)), statuses, len(found) - len(other), bool(other), lines)
 
 
-comparison = home = None  # of a process that tries scenarios
+class Worker:
+    """A process that tries scenarios, in a home of its own, as a user whom read-only files stop."""
+    comparison: Comparison
+    keep: pathlib.Path | None
+    home: pathlib.Path
+
+    @classmethod
+    def begin(cls, comparison: Comparison, keep: pathlib.Path | None) -> None:
+        os.umask(0o022)
+        if os.geteuid() == 0:
+            os.setgroups([])
+            os.setgid(NOBODY)
+            os.setuid(NOBODY)
+        tempfile.tempdir = tempfile.mkdtemp(dir=comparison.path)
+        cls.comparison, cls.keep, cls.home = comparison, keep, pathlib.Path(tempfile.tempdir)
+
+    @classmethod
+    def find(cls, number: int) -> Found:
+        return cls.comparison.find(number, cls.home, cls.keep)
 
 
-def settle(given):
-    """Begins such a process: a home of its own, as somebody whom read-only files stop."""
-    global comparison, home
-    comparison = given
-    os.umask(0o022)
-    if os.geteuid() == 0:
-        os.setgroups([])
-        os.setgid(65534)
-        os.setuid(65534)
-    home = tempfile.tempdir = tempfile.mkdtemp(dir=comparison.path)
-
-
-def find(number):
-    return comparison.find(number)
-
-
-def find_and_keep(number):
-    return comparison.find(number, pathlib.Path(comparison.path, "kept"))
-
-
-def find_all(given, numbers, jobs, how=find):
+def find_all(comparison: Comparison, numbers: Collection[int], jobs: int,
+             keep: pathlib.Path | None = None) -> Iterator[Found]:
     """What each scenario shows, in the order of the numbers."""
-    with multiprocessing.get_context("fork").Pool(jobs, settle, (given,)) as pool:
-        yield from pool.imap(how, numbers, chunksize=8)
+    with multiprocessing.get_context("fork").Pool(jobs, Worker.begin, (comparison, keep)) as pool:
+        yield from pool.imap(Worker.find, numbers, chunksize=8)
 
 
-def main(words=None):
-    parser = argparse.ArgumentParser(usage=__doc__.partition("\n")[0])
+def report(found: Iterable[Found]) -> Outcome:
+    total: collections.Counter[str] = collections.Counter()
+    statuses: collections.Counter[str] = collections.Counter()
+    for one in found:
+        total.update(scenarios=1, calls=one.calls, outputs=one.outputs, allowed=one.allowed, differ=one.differs)
+        statuses.update(one.statuses)
+        if one.lines:
+            print("\n".join(one.lines if total["differ"] <= SHOWN_IN_FULL else one.lines[:1]), flush=True)
+    ends = ", ".join(f"{count:,} with {status}" for status, count in sorted(statuses.items()))
+    return Outcome(f"{total['scenarios']:,} scenarios, {total['calls']:,} calls (exit statuses: {ends}), "
+                   f"{total['outputs']:,} outputs compared, {total['allowed']:,} differences allowed", total["differ"])
+
+
+def prove(words: list[str]) -> Outcome:
+    parser = argparse.ArgumentParser(prog="scripts/proofs compare_programs")
     parser.add_argument("old", type=pathlib.Path)
     parser.add_argument("new", type=pathlib.Path)
     parser.add_argument("--seed", default="1")
     parser.add_argument("--count", type=int, default=10_000)
     parser.add_argument("--only", type=int)
-    parser.add_argument("--jobs", type=int, default=os.cpu_count())
-    parser.add_argument("--allow", action="append", default=[], choices=sorted(rules))
+    parser.add_argument("--jobs", type=int, default=CORES)
+    parser.add_argument("--allow", action="append", default=[], choices=sorted(RULES))
     parser.add_argument("--keep", type=pathlib.Path)
     given = parser.parse_args(words)
     if given.keep and given.only is None:
         parser.error("--keep needs --only")
-    with contextlib.closing(Comparison(given.old, given.new, given.seed, given.allow)) as both:
+    with Comparison(given.old, given.new, given.seed, given.allow) as comparison:
         if given.only is None:
-            return report(find_all(both, range(given.count), given.jobs))
-        status = report(find_all(both, [given.only], 1, find_and_keep))
+            return report(find_all(comparison, range(given.count), given.jobs))
+        outcome = report(find_all(comparison, [given.only], 1, comparison.path / "kept"))
         if given.keep:
-            subprocess.run(["cp", "-a", f"{both.path}/kept", given.keep], check=True)
-        return status
-
-
-def report(found):
-    total, statuses, differing = collections.Counter(), collections.Counter(), 0
-    for one in found:
-        total.update(scenarios=1, calls=one.calls, outputs=one.outputs, allowed=one.allowed)
-        statuses.update(one.statuses)
-        differing += one.differs
-        if one.lines:
-            print("\n".join(one.lines if differing <= shown_in_full else one.lines[:1]), flush=True)
-    ends = ", ".join(f"{count} with {status}" for status, count in sorted(statuses.items()))
-    print(
-        f"{total['scenarios']} scenarios, {total['calls']} calls (exit statuses: {ends}),"
-        f" {total['outputs']} outputs compared, {differing} scenarios differ, {total['allowed']} differences allowed"
-    )
-    return 1 if differing or not total["scenarios"] else 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())
+            subprocess.run(["cp", "-a", comparison.path / "kept", given.keep], check=True)
+        return outcome

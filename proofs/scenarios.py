@@ -1,70 +1,42 @@
-"""What scripts/proofs compare_programs tries: folders of files, and calls of tarvel in them, made from a seed.
+"""What compare_programs tries: folders of files, and calls of tarvel in them, made from a seed.
 
-A scenario starts from a sound run or walk (the examples, the simulated tracks of the tests), one of
-scripts/proofs hostile_families or a seed of a fuzz target, changes its values, its text or its bytes, adds a course file or a
-chain of them, puts something where the outputs go, and calls the program once or twice. The same seed and number give
-the same scenario.
+A scenario starts from a sound run or walk (the examples, the simulated tracks of the tests), one of the hostile
+families or an input of a fuzz target, changes its values, its text or its bytes, adds a course file or a chain of them,
+puts something where the outputs go, and calls the program once or twice. The same seed and number give the same
+scenario.
 """
+from __future__ import annotations
 
-import collections
-import contextlib
-import importlib.machinery
-import importlib.util
 import math
 import os
 import pathlib
 import random
-import subprocess
-import sys
-import tempfile
+from collections.abc import Callable, Mapping, Sequence
+from typing import NamedTuple
 
-from fault_runs import Link, Twin, put
+from proofs.command_lines import example, fuzz_inputs, simulated_tracks
+from proofs.families import FAMILIES, content_of
+from proofs.harness import ROOT, Content, Folder, Link, Pipe, Twin, Workplace
+from proofs.tracks import (FAULTS, Course, Rng, Track, damaged, damaged_container, move, read_course, read_track,
+                           text_of, text_of_course, thin)
 
-from proofs.command_lines import fuzz_inputs, simulated_tracks
-from proofs.tracks import (
-    FAULTS, damaged, damaged_container, move, read_course, read_track, text_of, text_of_course, thin)
-
-root = pathlib.Path(__file__).resolve().parent.parent
-
-
-class Folder(str):
-    """An empty folder; the text is not used."""
+Files = dict[str, Content]
 
 
-class Fifo(str):
-    """A named pipe that nobody reads or writes."""
+class Call(NamedTuple):
+    arguments: list[str]  # in which HERE stands for the folder
+    time_zone: str
+    streams: str  # a shell's redirections, such as "> run.txt 2>&1", or nothing
 
 
-# Streams: a shell's redirections, such as "> run.txt 2>&1", or nothing. HERE in an argument stands for the folder.
-Call = collections.namedtuple("Call", "arguments time_zone streams")
-Scenario = collections.namedtuple("Scenario", "kind files modes calls")
-
-time_zones = ("UTC", "Europe/Vienna", "Australia/Lord_Howe")
-
-
-def import_script(name):
-    sys.dont_write_bytecode = True
-    loader = importlib.machinery.SourceFileLoader(name, str(root / "proofs" / f"{name}.py"))
-    module = importlib.util.module_from_spec(importlib.util.spec_from_loader(name, loader))
-    sys.modules[name] = module
-    loader.exec_module(module)
-    return module
+class Scenario(NamedTuple):
+    kind: str
+    files: Mapping[str, Content]
+    modes: Mapping[str, int]
+    calls: list[Call]
 
 
-def place(folder, scenario):
-    """Makes the scenario's files in an empty folder."""
-    for name, content in sorted(scenario.files.items(), key=lambda item: isinstance(item[1], Twin)):
-        path = os.path.join(folder, name)
-        if "/" in name:
-            os.makedirs(os.path.dirname(path), exist_ok=True)
-        if isinstance(content, Folder):
-            os.makedirs(path, exist_ok=True)
-        elif isinstance(content, Fifo):
-            os.mkfifo(path)
-        else:
-            put(folder, name, content)
-    for name, mode in scenario.modes.items():
-        os.chmod(os.path.join(folder, name), mode)
+TIME_ZONES = ("UTC", "Europe/Vienna", "Australia/Lord_Howe")
 
 
 # What scenarios are made from
@@ -73,64 +45,54 @@ def place(folder, scenario):
 class Sources:
     """Everything a scenario starts from. The program makes the containers."""
 
-    def __init__(self, program):
-        self.families = import_script("hostile_families").families
-        example_course = read_course((root / "examples" / "matrix.txt").read_text())
-        self.runs, self.walks = {}, {}
-        for path in sorted((root / "examples").glob("*.csv")):
+    def __init__(self, program: pathlib.Path) -> None:
+        example_course = read_course(example("matrix.txt").decode())
+        self.runs: dict[str, tuple[Track, Course]] = {}
+        self.walks: dict[str, Track] = {}
+        for path in sorted((ROOT / "examples").glob("*.csv")):
+            track = read_track(path.read_bytes())
             if path.stem == "walk":
-                self.walks["example walk"] = read_track(path.read_bytes())
+                self.walks["example walk"] = track
             else:
-                self.runs["example " + path.stem] = (read_track(path.read_bytes()), example_course)
-        with tempfile.TemporaryDirectory(prefix="tarvel_scenarios_") as name:
-            folder = pathlib.Path(name)
-            for file, content in simulated_tracks().items():
-                (folder / file).write_bytes(content)
-            for path in sorted(folder.glob("*.csv")):
-                course = path.with_suffix(".txt")
-                track = read_track(path.read_bytes())
-                if course.exists():
-                    self.runs["simulated " + path.stem] = (track, read_course(course.read_text()))
-                else:
-                    self.walks["simulated " + path.stem] = track
-        self.run_containers = [
-            (name, made, course)
-            for name, (track, course) in self.runs.items()
-            if (made := container_of(program, ["-d", "run.csv"], track, course))
-        ]
-        made_of_walks = (container_of(program, ["-d", "-g", "run.csv"], track, None) for track in self.walks.values())
-        self.walk_containers = [made for made in made_of_walks if made]
+                self.runs["example " + path.stem] = (track, example_course)
+        simulated = simulated_tracks()
+        for name, text in simulated.items():
+            stem, course = "simulated " + name[:-4], simulated.get(name[:-4] + ".txt")
+            if name.endswith(".csv") and course is not None:
+                self.runs[stem] = (read_track(text), read_course(course.decode()))
+            elif name.endswith(".csv"):
+                self.walks[stem] = read_track(text)
+        with Workplace(program) as place:
+            made = [(container_of(place, ["-d"], track, course), course) for track, course in self.runs.values()]
+            self.run_containers = [(content, course) for content, course in made if content]
+            walked = (container_of(place, ["-d", "-g"], track, None) for track in self.walks.values())
+            self.walk_containers = [content for content in walked if content]
         self.seeds = [(target, content) for target, _, content in fuzz_inputs()]
 
 
-def container_of(program, arguments, track, course):
+def container_of(place: Workplace, options: list[str], track: Track, course: Course | None) -> bytes | None:
     """What `-d` makes of a track; nothing when its analysis fails."""
-    with tempfile.TemporaryDirectory(prefix="tarvel_scenarios_") as folder:
-        put(folder, "run.csv", text_of(track))
-        if course:
-            put(folder, "matrix.txt", text_of_course(course))
-        subprocess.run([program, *arguments], cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                       stderr=subprocess.DEVNULL, timeout=60)
-        with contextlib.suppress(FileNotFoundError):
-            return pathlib.Path(folder, "run.tvl").read_bytes()
-    return b""
+    files: Files = {"run.csv": text_of(track), **({"matrix.txt": text_of_course(course)} if course else {})}
+    made = place.call(files, [*options, "run.csv"]).files.get("run.tvl")
+    return made.content if made else None
 
 
 # Course files
 
 
-def some_course(rng, course):
+def some_course(rng: Rng, course: Course) -> bytes:
     """The same frame, with or without the rest."""
     if rng.random() < 0.3:
         course = course._replace(theta=rng.choice((0.0, -4.99707438, 3.5, 180.0, rng.uniform(-9, 9))))
     if rng.random() < 0.3:
         size = rng.choice((0, 1, 2, 4, 30, 600))
         pond = [(40 + 30 * math.cos(k), 20 * math.sin(k)) for k in range(size)]
-        course = course._replace(pond=pond[: rng.randrange(size + 1)] + rng.choice(([], [(0.0, 0.0)])) + pond)
+        origin: Sequence[list[tuple[float, float]]] = ([], [(0.0, 0.0)])
+        course = course._replace(pond=pond[:rng.randrange(size + 1)] + rng.choice(origin) + pond)
     return text_of_course(course)
 
 
-odd_lines = (
+ODD_LINES = (
     *(b"", b"//", b"// " + b"long " * 30, b"theta = nan", b"theta = 1e308", b"theta =", b"theta = x", b"[1, 2, 3]"),
     *(b"hello", b"[nan, inf, 0, 1e308]", b"[0, 0, 0, 1]", b"(1, 2), (3, 4), (5, 6), (7, 8), (9, 10)", b"(1, 2), (3"),
     *(b"(1e39, -1e39)", b"(nan, inf)", b"(0, 0)", b"( 1, 2 )", b"(" + b"1" * 120 + b", 2)", b" (1, 2)", b"* other.txt"),
@@ -138,16 +100,16 @@ odd_lines = (
 )
 
 
-def odd_course(rng, text):
+def odd_course(rng: Rng, text: bytes) -> bytes:
     if rng.random() < 0.4:
         return damaged(rng, text)
     lines = text.split(b"\n")
     for _ in range(rng.choice((1, 1, 3))):
-        lines.insert(rng.randrange(len(lines) + 1), rng.choice(odd_lines))
+        lines.insert(rng.randrange(len(lines) + 1), rng.choice(ODD_LINES))
     return b"\n".join(lines)
 
 
-def index_line(rng, run_name, target):
+def index_line(rng: Rng, run_name: str, target: str) -> bytes:
     name = os.path.basename(run_name) if rng.random() < 0.2 else run_name
     prefix = name[: rng.randrange(1, len(name) + 1)].split(" ")[0] if name[:1].isdigit() and rng.random() < 0.7 else "*"
     target = f'"{target}"' if rng.random() < 0.15 else target
@@ -155,7 +117,7 @@ def index_line(rng, run_name, target):
     return (f"{before}{prefix} - {target}" + rng.choice(("\n", "\n", "\r\n", ""))).encode()
 
 
-def add_index(rng, files, run_name, course_text):
+def add_index(rng: Rng, files: Files, run_name: str, course_text: bytes) -> None:
     """matrix.txt leads elsewhere: on to the course, through many files, round in a ring, nowhere, or to an output."""
     kind = rng.choice(("one", "chain", "ring", "nogate", "missing", "output", "output", "folder", "odd"))
     stem = run_name[:-4]
@@ -188,7 +150,7 @@ def add_index(rng, files, run_name, course_text):
         files["course.txt"] = course_text
 
 
-def add_course(rng, files, run_name, course):
+def add_course(rng: Rng, files: Files, run_name: str, course: Course) -> None:
     kind = rng.random()
     if kind < 0.55:
         files["matrix.txt"] = some_course(rng, course)
@@ -198,30 +160,31 @@ def add_course(rng, files, run_name, course):
         files["matrix.txt"] = odd_course(rng, some_course(rng, course))
     elif kind < 0.95:
         files["sound.txt"] = some_course(rng, course)
-        links = (Link("sound.txt"), Twin("sound.txt"), Link("none.txt"), Link("matrix.txt"), Link(run_name))
-        files["matrix.txt"] = rng.choice((*links, Folder(), Fifo()))
+        contents: Sequence[Content] = (Link("sound.txt"), Twin("sound.txt"), Link("none.txt"), Link("matrix.txt"),
+                                       Link(run_name), Folder(), Pipe())
+        files["matrix.txt"] = rng.choice(contents)
 
 
 # Names and what lies in the way
 
-plain_names = ("run.csv",) * 8 + ("117-2.csv", "1run.csv")
-odd_names = (
+PLAIN_NAMES = ("run.csv",) * 8 + ("117-2.csv", "1run.csv")
+ODD_NAMES = (
     *("run.txt", "run.kml", "run.pdf", "run.tvl", "matrix.txt", "matrix.csv", "coord.txt", "coord.csv", "a b.csv"),
     *("run", "x", ".csv", "sub/run.csv", "./run.csv", "HERE/run.csv", "run.CSV", "é.csv", "1run.txt"),
     *("n" * 200 + ".csv", "csv", "run.csv.orig", "run.tar.gz", "sub/run.txt", "%s.csv", "7.csv", "-run.csv"),
 )
 
 
-plain_walks = ("walk.csv",)
-odd_walks = ("walk.txt", "walk.kml", "walk.tvl", "matrix.txt", "matrix.csv", "sub/walk.csv", "run.csv", "w")
+PLAIN_WALKS = ("walk.csv",)
+ODD_WALKS = ("walk.txt", "walk.kml", "walk.tvl", "matrix.txt", "matrix.csv", "sub/walk.csv", "run.csv", "w")
 
 
-def some_name(rng, taken=()):
-    name = rng.choice(plain_names if rng.random() < 0.8 else odd_names)
+def some_name(rng: Rng, taken: Mapping[str, Content] | Sequence[str] = ()) -> str:
+    name = rng.choice(PLAIN_NAMES if rng.random() < 0.8 else ODD_NAMES)
     return name if name.replace("HERE/", "") not in taken else "other.csv"
 
 
-def block_outputs(rng, files, modes, names, inputs):
+def block_outputs(rng: Rng, files: Files, modes: dict[str, int], names: list[str], inputs: list[str]) -> None:
     """Something lies where an output goes."""
     for name in rng.sample(names, rng.choice((1, 1, 2, len(names)))):
         if name in files:
@@ -229,12 +192,10 @@ def block_outputs(rng, files, modes, names, inputs):
                 modes[name] = rng.choice((0o444, 0o600, 0o000, 0o640))
             continue
         given = rng.choice(inputs)
-        content = rng.choice(
-            (
-                *(b"an earlier output\n", b"", Folder(), Fifo(), Twin(given), Twin(given), Link(given), Link(given)),
-                *map(Link, (os.path.basename(name), "none.txt", "no/where.txt", "/dev/full", "/dev/null")),
-            )
-        )
+        contents: Sequence[Content] = (
+            *(b"an earlier output\n", b"", Folder(), Pipe(), Twin(given), Twin(given), Link(given), Link(given)),
+            *map(Link, (os.path.basename(name), "none.txt", "no/where.txt", "/dev/full", "/dev/null")))
+        content = rng.choice(contents)
         if isinstance(content, Link) and not content.startswith("/") and "/" in name:
             content = Link("../" + content)
         if isinstance(content, Twin) and not isinstance(files.get(content), bytes):
@@ -248,22 +209,22 @@ def block_outputs(rng, files, modes, names, inputs):
             files.setdefault(name + ".orig", b"taken\n")
 
 
-all_streams = (
+ALL_STREAMS = (
     *("> {}", ">> {}", "> {} 2>&1", "2> {}", "2>> {}", "> {0} 2> {0}", "< {}", ">&-", "2>&-", "<&-", ">&- 2>&- <&-"),
     *("> /dev/full", "> /dev/full 2>&1", "> log.txt 2>&1"),
 )
 
 
-def some_streams(rng, names):
+def some_streams(rng: Rng, names: list[str]) -> str:
     """What a shell makes of the standard streams."""
-    return rng.choice(all_streams).format(rng.choice(names)) if rng.random() < 0.07 else ""
+    return rng.choice(ALL_STREAMS).format(rng.choice(names)) if rng.random() < 0.07 else ""
 
 
-def stem_of(name):
+def stem_of(name: str) -> str:
     return name.replace("HERE/", "")[:-4]
 
 
-def outputs_of(name, is_walk):
+def outputs_of(name: str, is_walk: bool) -> list[str]:
     stem = stem_of(name)
     others = ["matrix.txt"] if is_walk else [stem + ".pdf", "coord.txt"]
     return [stem + ".kml", stem + ".txt", stem + ".tvl", *others]
@@ -271,76 +232,80 @@ def outputs_of(name, is_walk):
 
 # Command lines
 
-times_aloft = ("4.5", "2", "0", "-1", "1e9", "1e30", "nan", "abc", "", "2.0005", "4.5x", "inf", "0x3")
-bad_command_lines = (
-    *([], ["-v"], ["-x"], ["-t"], ["-g"], ["-i", "-g", "run.csv"], ["a", "b"], ["none.csv"], ["-m", "-i", "nothing"]),
-    *(["--"], ["-g", ".csv"], ["-t", "nan", "-i", "none.csv"], ["-dv"], ["-g", ""], [""], ["-"], ["--help"], ["-vx"]),
-    *(["-g", "none"], ["-di"], ["run.csv", "-v"], ["run.csv", "run.csv"], ["-i", "-m", "-d"], ["-t", "5"], ["-p"]),
-    *(["."], ["-g", "."], ["/"], ["-g", "x.csv", "-g", "y.csv"], ["-h"], ["-?"], ["run.csv/"], ["n" * 5000]),
-    ["-g", "/dev/null", "/dev/null"],
-)
+TIMES_ALOFT = ("4.5", "2", "0", "-1", "1e9", "1e30", "nan", "abc", "", "2.0005", "4.5x", "inf", "0x3")
+BAD_COMMAND_LINES: Sequence[tuple[str, ...]] = (
+    *((), ("-v",), ("-x",), ("-t",), ("-g",), ("-i", "-g", "run.csv"), ("a", "b"), ("none.csv",)),
+    *(("-m", "-i", "nothing"), ("--",), ("-g", ".csv"), ("-t", "nan", "-i", "none.csv"), ("-dv",), ("-g", ""), ("",)),
+    *(("-",), ("--help",), ("-vx",), ("-g", "none"), ("-di",), ("run.csv", "-v"), ("run.csv", "run.csv")),
+    *(("-i", "-m", "-d"), ("-t", "5"), ("-p",), (".",), ("-g", "."), ("/",), ("-g", "x.csv", "-g", "y.csv")),
+    *(("-h",), ("-?",), ("run.csv/",), ("n" * 5000,), ("-g", "/dev/null", "/dev/null")))
 
 
-def some_options(rng, is_run):
+def some_options(rng: Rng, is_run: bool) -> list[str]:
     shares = {"-d": 0.3, "-m": 0.25, "-i": 0.2 if is_run else 0.02}
     options = [flag for flag, share in shares.items() if rng.random() < share]
     if rng.random() < 0.15:
-        options += rng.choice((["-t", rng.choice(times_aloft)], ["-t" + rng.choice(times_aloft[:-1])]))
+        options += rng.choice((["-t", rng.choice(TIMES_ALOFT)], ["-t" + rng.choice(TIMES_ALOFT[:-1])]))
     if rng.random() < 0.05:
         options.append(rng.choice(("-p", "-mm", "-x", "-v")))
     rng.shuffle(options)
     return options
 
 
-def operands(name):
+def operands(name: str) -> list[str]:
     return ["--", name] if name.startswith("-") else [name]
 
 
 # Scenarios
 
 
-def some_track(rng, track, is_sound, course):
-    track = thin(track, rng.choice((150, 400, 600, 1200)))
-    if course is not None and rng.random() < 0.5:
-        track, course = move(rng, track, course)
+def some_text(rng: Rng, track: Track, is_sound: bool, change: Callable[[Track], Track]) -> bytes:
+    """What a track becomes: thinner, changed, of either kind of lines, and faulty unless it is to be sound."""
+    track = change(thin(track, rng.choice((150, 400, 600, 1200))))
     if rng.random() < 0.2:
         track = track._replace(is_tagged=not track.is_tagged)
     for _ in range(0 if is_sound else rng.choice((1, 1, 2, 3))):
         if track.rows:
             track = rng.choice(FAULTS)(rng, track) or track
     content = text_of(track)
-    if not is_sound and rng.random() < 0.25:
-        content = damaged(rng, content)
-    return content, course
+    return damaged(rng, content) if not is_sound and rng.random() < 0.25 else content
 
 
-def some_run(rng, sources):
+def some_run(rng: Rng, sources: Sources) -> tuple[bytes, Course]:
     """The bytes of a run and its course."""
     is_sound = rng.random() < 0.35
     if rng.random() < 0.12:
-        _, content, course = rng.choice(sources.run_containers)
+        content, course = rng.choice(sources.run_containers)
         return (content if is_sound else damaged_container(rng, content)), course
     track, course = rng.choice(list(sources.runs.values()))
-    return some_track(rng, track, is_sound, course)
+
+    def change(track: Track) -> Track:
+        nonlocal course
+        if rng.random() < 0.5:
+            track, course = move(rng, track, course)
+        return track
+
+    return some_text(rng, track, is_sound, change), course
 
 
-def some_walk(rng, sources):
+def some_walk(rng: Rng, sources: Sources) -> bytes:
     is_sound = rng.random() < 0.5
     if rng.random() < 0.15:
         content = rng.choice(sources.walk_containers)
         return content if is_sound else damaged_container(rng, content)
-    return some_track(rng, rng.choice(list(sources.walks.values())), is_sound, None)[0]
+    return some_text(rng, rng.choice(list(sources.walks.values())), is_sound, lambda track: track)
 
 
-def finish(rng, kind, files, modes, arguments, names, inputs):
+def finish(rng: Rng, kind: str, files: Files, arguments: list[str], names: list[str], inputs: list[str]) -> Scenario:
     """Obstacles, streams and, now and then, a second call over what the first has left."""
+    modes: dict[str, int] = {}
     if rng.random() < 0.22:
         block_outputs(rng, files, modes, names, inputs)
     if rng.random() < 0.03:
         modes["."] = 0o555
-    time_zone = rng.choice(time_zones)
+    time_zone = rng.choice(TIME_ZONES)
     # A shell that opens a pipe would wait for ever.
-    redirected = [name for name in (*names, *inputs) if not isinstance(files.get(name), Fifo)]
+    redirected = [name for name in (*names, *inputs) if not isinstance(files.get(name), Pipe)]
     calls = [Call(arguments, time_zone, some_streams(rng, redirected))]
     if rng.random() < 0.06:
         other = [*(word for word in arguments if word != "-i"), *some_options(rng, True)]
@@ -348,18 +313,18 @@ def finish(rng, kind, files, modes, arguments, names, inputs):
     return Scenario(kind, files, modes, calls)
 
 
-def run_scenario(rng, sources):
+def run_scenario(rng: Rng, sources: Sources) -> Scenario:
     name = some_name(rng)
     content, course = some_run(rng, sources)
     own = name.replace("HERE/", "")
-    files = {own: content}
+    files: Files = {own: content}
     add_course(rng, files, name, course)
-    return finish(rng, "run", files, {}, [*some_options(rng, True), *operands(name)], outputs_of(name, False), [own])
+    return finish(rng, "run", files, [*some_options(rng, True), *operands(name)], outputs_of(name, False), [own])
 
 
-def walk_scenario(rng, sources):
-    walk = rng.choice(plain_walks if rng.random() < 0.5 else odd_walks)
-    files = {walk: some_walk(rng, sources)}
+def walk_scenario(rng: Rng, sources: Sources) -> Scenario:
+    walk = rng.choice(PLAIN_WALKS if rng.random() < 0.5 else ODD_WALKS)
+    files: Files = {walk: some_walk(rng, sources)}
     inputs, names = [walk], outputs_of(walk, True)
     arguments = ["-g", walk, *some_options(rng, False)]
     if rng.random() < 0.4:
@@ -372,51 +337,50 @@ def walk_scenario(rng, sources):
         inputs, names = [walk, own], names + outputs_of(run, False)
     if rng.random() < 0.3:
         files.setdefault("matrix.txt", b"// an earlier course\n")
-    return finish(rng, "walk", files, {}, arguments, names, inputs)
+    return finish(rng, "walk", files, arguments, names, inputs)
 
 
-def family_scenario(rng, sources):
-    name = rng.choice(sorted(sources.families))
-    with tempfile.TemporaryDirectory(prefix="tarvel_scenarios_") as path:
-        folder = pathlib.Path(path)
-        arguments = sources.families[name](folder, rng.choice((20, 60, 150, 400)))
-        files = {file.name: file.read_bytes() for file in sorted(folder.iterdir())}
-    names, inputs = outputs_of(arguments[-1], False), [arguments[-1]]
-    return finish(rng, f"family {name}", files, {}, [*some_options(rng, False), *arguments], names, inputs)
+def family_scenario(rng: Rng, sources: Sources) -> Scenario:
+    name = rng.choice(sorted(FAMILIES))
+    made = FAMILIES[name](rng.choice((20, 60, 150, 400)))
+    contents = {file: content_of(parts) for file, parts in sorted(made.files.items())}
+    files: Files = {file: b"" if isinstance(content, Twin) else content for file, content in contents.items()}
+    names, inputs = outputs_of(made.arguments[-1], False), [made.arguments[-1]]
+    return finish(rng, f"family {name}", files, [*some_options(rng, False), *made.arguments], names, inputs)
 
 
-def seed_scenario(rng, sources):
+def seed_scenario(rng: Rng, sources: Sources) -> Scenario:
     target, content = rng.choice(sources.seeds)
     if rng.random() < 0.5:
         content = damaged(rng, content)
     if target == "swoop_analysis":
         content = content[1:]  # the first byte is the target's own
     track, course = rng.choice(list(sources.runs.values()))
-    files = {"run.csv": content, "matrix.txt": text_of_course(course)}
+    files: Files = {"run.csv": content, "matrix.txt": text_of_course(course)}
     arguments = rng.choice((["run.csv"], ["-g", "run.csv"], ["-p", "-d", "-g", "run.csv"], ["-d", "-i", "run.csv"]))
     if target == "course_file":
         files = {"run.csv": text_of(thin(track, 300)), "matrix.txt": content}
         arguments = ["run.csv"]
     arguments = [*arguments, *some_options(rng, False)]
-    return finish(rng, f"seed of {target}", files, {}, arguments, outputs_of("run.csv", False), ["run.csv"])
+    return finish(rng, f"seed of {target}", files, arguments, outputs_of("run.csv", False), ["run.csv"])
 
 
-def command_line_scenario(rng, sources):
+def command_line_scenario(rng: Rng, sources: Sources) -> Scenario:
     track, course = sources.runs["simulated small"]
-    files = {"run.csv": text_of(track), "matrix.txt": text_of_course(course)}
-    arguments = rng.choice(bad_command_lines)
+    files: Files = {"run.csv": text_of(track), "matrix.txt": text_of_course(course)}
+    arguments = list(rng.choice(BAD_COMMAND_LINES))
     if rng.random() < 0.5:
-        arguments = [*arguments, *rng.choice(([], ["run.csv"], *bad_command_lines))]
+        arguments += rng.choice(((), ("run.csv",), *BAD_COMMAND_LINES))
     if rng.random() < 0.3:
-        rng.shuffle(arguments := list(arguments))
-    return finish(rng, "command line", files, {}, arguments, outputs_of("run.csv", False), ["run.csv"])
+        rng.shuffle(arguments)
+    return finish(rng, "command line", files, arguments, outputs_of("run.csv", False), ["run.csv"])
 
 
 # And in how many of a hundred scenarios.
-kinds = {run_scenario: 55, walk_scenario: 22, family_scenario: 8, seed_scenario: 8, command_line_scenario: 7}
+KINDS = {run_scenario: 55, walk_scenario: 22, family_scenario: 8, seed_scenario: 8, command_line_scenario: 7}
 
 
-def scenario(sources, seed, number):
+def scenario(sources: Sources, seed: str, number: int) -> Scenario:
     rng = random.Random(f"{seed}/{number}")
-    (kind,) = rng.choices(list(kinds), kinds.values())
+    (kind,) = rng.choices(list(KINDS), list(KINDS.values()))
     return kind(rng, sources)

@@ -1,24 +1,20 @@
 #!/usr/bin/env python3
-"""tests/proofs/compare_programs_test.py: scripts/proofs compare_programs reports what is planted into a program."""
+"""tests/proofs/compare_programs_test.py: compare_programs finds what is planted into a program."""
+from __future__ import annotations
+
 import contextlib
 import io
-import os
 import pathlib
-import shutil
-import sys
 import tempfile
 import unittest
 import zlib
 from unittest import mock
 
-PROJECT = pathlib.Path(os.environ.get("TARVEL_SOURCE_DIR", pathlib.Path(__file__).parents[2]))
-PROGRAM = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
+from planted import PROGRAM, plant
 
-sys.dont_write_bytecode = True
-sys.path[:0] = [str(PROJECT / "proofs"), str(PROJECT)]
-import scenarios  # noqa: E402
-
-compare_programs = scenarios.import_script("compare_programs")
+from proofs import compare_programs, scenarios
+from proofs.compare_programs import Difference
+from proofs.harness import Outcome
 
 # What the planted program does after the real one, in the folder of a run that has succeeded, and what is said of it.
 FAULTS = (
@@ -37,85 +33,86 @@ FAULTS = (
 )
 
 
-def document(drawing, date=b"D:20261121", compression=6):
+def document(drawing: bytes, date: bytes = b"D:20261121", compression: int = 6) -> bytes:
     packed = zlib.compress(drawing, compression)
     return (b"%%PDF-1.5\n4 0 obj\n<< /Length 5 0 R\n   /Filter /FlateDecode\n>>\nstream\n%s\nendstream\nendobj\n"
             b"<< /CreationDate (%s+01'00)\n>>\n%%%%EOF\n" % (packed, date))
 
 
 class PlantedFaultTest(unittest.TestCase):
+    comparison: compare_programs.Comparison
+    home: pathlib.Path
+    number: int
+
     @classmethod
-    def setUpClass(cls):
-        cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="tarvel_compare_test_"))
-        cls.addClassCleanup(shutil.rmtree, cls.folder)
-        cls.folder.chmod(0o755)
-        real = shutil.copy(PROGRAM, cls.folder / "real")
-        cls.planted = cls.folder / "planted"
-        cls.planted.write_text(f'#!/bin/sh\n{real} "$@"\nstatus=$?\n. {cls.folder}/fault\nexit $status\n')
-        cls.planted.chmod(0o755)
-        cls.plant(":")
-        cls.comparison = compare_programs.Comparison(PROGRAM, cls.planted, "1")
-        cls.addClassCleanup(cls.comparison.close)
-        compare_programs.home = tempfile.mkdtemp(dir=cls.comparison.path)
+    def setUpClass(cls) -> None:
+        cls.comparison = compare_programs.Comparison(PROGRAM, PROGRAM, "1")
+        cls.addClassCleanup(cls.comparison.__exit__)
+        cls.home = pathlib.Path(tempfile.mkdtemp(dir=cls.comparison.path))
         cls.number = next(filter(cls.is_plain_success, range(10_000)))
 
     @classmethod
-    def plant(cls, fault):
-        (cls.folder / "fault").write_text(fault + "\n")
+    def plant(cls, fault: str) -> None:
+        plant(cls.comparison.programs["new"], fault)
 
     @classmethod
-    def is_plain_success(cls, number):
+    def find(cls, number: int) -> compare_programs.Found:
+        return cls.comparison.find(number, cls.home)
+
+    @classmethod
+    def is_plain_success(cls, number: int) -> bool:
         given = scenarios.scenario(cls.comparison.sources, "1", number)
         is_plain = given.kind == "run" and [call.arguments for call in given.calls] == [["run.csv"]]
         is_plain = is_plain and given.files.keys() == {"run.csv", "matrix.txt"} and not given.calls[0].streams
-        return is_plain and cls.comparison.find(number).statuses == ["0"]
+        return is_plain and cls.find(number).statuses == ["0"]
 
-    def test_each_planted_fault_is_reported_where_it_is(self):
+    def test_each_planted_fault_is_reported_where_it_is(self) -> None:
         for fault, words in FAULTS:
             with self.subTest(fault):
                 self.plant(fault)
-                found = self.comparison.find(self.number)
+                found = self.find(self.number)
                 if words is None:
                     self.assertEqual(found.lines, [])
                 else:
-                    self.assertTrue(found.lines[0].startswith(f"DIFFERENCE in scenario {self.number} "), found.lines)
+                    self.assertTrue(found.lines[0].startswith(f"FINDING in scenario {self.number} "), found.lines)
                     self.assertTrue(any(line.strip().startswith(words) for line in found.lines), found.lines)
 
-    def test_a_rule_accepts_its_difference_and_no_other(self):
+    def test_a_rule_accepts_its_difference_and_no_other(self) -> None:
         self.comparison.rules = [lambda d: d.what == "standard error" and d.old == b""]
         self.addCleanup(setattr, self.comparison, "rules", [])
         self.plant("echo more >&2")
-        found = self.comparison.find(self.number)
+        found = self.find(self.number)
         self.assertEqual((found.lines, found.allowed), ([], 1))
         self.plant("echo more >&2; echo more")
-        self.assertIn("standard output", self.comparison.find(self.number).lines[1])
+        self.assertIn("standard output", self.find(self.number).lines[1])
 
-    def test_the_same_number_is_the_same_scenario(self):
+    def test_the_same_number_is_the_same_scenario(self) -> None:
         for number in range(60):
             first, second = (scenarios.scenario(self.comparison.sources, "1", number) for _ in range(2))
             self.assertEqual(first, second)
         self.assertNotEqual(first, scenarios.scenario(self.comparison.sources, "2", number))
 
-    def test_the_exit_status_tells(self):
+    def test_all_scenarios_are_reported(self) -> None:
         self.plant("echo more >> matrix.txt")
-        status, printed = self.run_script(self.planted)
-        self.assertEqual(status, 1)
-        self.assertIn("DIFFERENCE in scenario ", printed)
-        status, printed = self.run_script(PROGRAM)
-        self.assertEqual(status, 0)
-        self.assertRegex(printed, r"^8 scenarios, \d+ calls .* 0 scenarios differ, 0 differences allowed\n$")
+        outcome, printed = self.prove()
+        self.assertGreater(outcome.findings, 0)
+        self.assertIn("FINDING in scenario ", printed)
+        self.plant(":")
+        outcome, printed = self.prove()
+        self.assertEqual((outcome.findings, printed), (0, ""))
+        self.assertRegex(outcome.done, r"^8 scenarios, \d+ calls .* outputs compared, 0 differences allowed$")
 
-    def run_script(self, new):
+    def prove(self) -> tuple[Outcome, str]:
         """Without making the tracks anew, which takes most of the time."""
-        sources = self.comparison.sources
+        sources, new = self.comparison.sources, str(self.comparison.programs["new"])
         with mock.patch.object(scenarios, "Sources", lambda program: sources):
             with contextlib.redirect_stdout(io.StringIO()) as printed:
-                status = compare_programs.main([PROGRAM, str(new), "--count", "8", "--jobs", "1"])
-        return status, printed.getvalue()
+                outcome = compare_programs.prove([str(PROGRAM), new, "--count", "8", "--jobs", "1"])
+        return outcome, printed.getvalue()
 
 
 class DrawingTest(unittest.TestCase):
-    def test_documents_of_the_same_drawing_are_the_same(self):
+    def test_documents_of_the_same_drawing_are_the_same(self) -> None:
         drawing = b"0 0 m 10 20 l S\n" * 50
         whole = document(drawing)
         self.assertTrue(compare_programs.is_same(whole, document(drawing, date=b"D:20270101")))
@@ -126,14 +123,15 @@ class DrawingTest(unittest.TestCase):
         self.assertFalse(compare_programs.is_same(whole[:90], whole[:91]))
 
 
-
 class RulesTest(unittest.TestCase):
-    def allowed(self, rule, what="standard output", printed="", status="1", **files):
-        outcome = {"standard output": printed.encode(), "exit status": status.encode()} | files
+    def allowed(self, rule: str, what: str = "standard output", printed: str = "", status: str = "1",
+                coord: bytes = b"", kml: bytes | None = None) -> bool:
+        left = {"standard output": printed.encode(), "exit status": status.encode(), "coord.txt": coord}
+        left |= {"run.kml": kml} if kml else {}
         call = scenarios.Call(["-d", "run.csv"], "UTC", "")
-        return bool(compare_programs.rules[rule](compare_programs.Difference(call, what, b"a", b"b", outcome, outcome)))
+        return compare_programs.RULES[rule](Difference(call, what, b"a", b"b", left, left))
 
-    def test_the_map_may_fail_later_or_be_there(self):
+    def test_the_map_may_fail_later_or_be_there(self) -> None:
         for printed, is_allowed in (
             ("\nReport\nERROR: failed to write file: run.kml\n", True),
             ("ERROR: failed to write file: run.txt\n", False),
@@ -146,14 +144,13 @@ class RulesTest(unittest.TestCase):
         ):
             self.assertEqual(self.allowed("map_once", printed=printed), is_allowed, printed)
         unreadable = "ERROR: failed to read file: matrix.txt\n"
-        self.assertFalse(self.allowed("map_once", printed=unreadable, **{"run.kml": b"map"}))
+        self.assertFalse(self.allowed("map_once", printed=unreadable, kml=b"map"))
 
-    def test_charts_may_differ_far_out(self):
-        far = {"coord.txt": b"1" * 300}
-        self.assertTrue(self.allowed("far_out", "run.pdf", **far))
-        self.assertFalse(self.allowed("far_out", "run.txt", **far))
-        self.assertFalse(self.allowed("far_out", "run.pdf", **{"coord.txt": b"1" * 299}))
-        self.assertTrue(self.allowed("far_out", "exit status", status=compare_programs.hangs))
+    def test_charts_may_differ_far_out(self) -> None:
+        self.assertTrue(self.allowed("far_out", "run.pdf", coord=b"1" * 300))
+        self.assertFalse(self.allowed("far_out", "run.txt", coord=b"1" * 300))
+        self.assertFalse(self.allowed("far_out", "run.pdf", coord=b"1" * 299))
+        self.assertTrue(self.allowed("far_out", "exit status", status=compare_programs.HANGS))
 
 
 if __name__ == "__main__":
