@@ -11,7 +11,8 @@ import sys
 
 from proofs.harness import ROOT, Outcome
 
-NAMES: tuple[str, ...] = ("memory_faults", "io_faults", "kill_anywhere", "same_bytes", "compare_programs")
+NAMES = ("memory_faults", "io_faults", "kill_anywhere", "hostile_families", "same_bytes", "compare_programs", "mutants",
+         "memcheck")
 NOTES = ROOT / "docs" / "releases" / "next.md"
 
 

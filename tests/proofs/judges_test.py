@@ -9,9 +9,10 @@ import unittest
 
 from planted import PROGRAM, PROJECT, plant
 
-from proofs import memory_faults, same_bytes
+from proofs import families, hostile_families, memory_faults, same_bytes
 from proofs.command_lines import CommandLine, example
 from proofs.harness import Content, Entry, Result
+from proofs.hostile_families import Cost
 from proofs.memory_faults import Counted
 
 
@@ -71,6 +72,28 @@ class MemoryFaultsTest(unittest.TestCase):
         judged = memory_faults.judge_limit(self.line, Counted(Result(127, b"", b"loader", only)), self.sound)
         self.assertEqual(judged, ("not begun", None))
         self.assertEqual(self.judged(memory_faults.judge_limit, status=127)[0], "status")
+
+
+class HostileFamiliesTest(unittest.TestCase):
+    def test_a_call_that_takes_for_ever_is_found(self) -> None:
+        with tempfile.TemporaryDirectory() as path:
+            program = plant(pathlib.Path(path, "tarvel"), "while :; do :; done")
+            cost, wrong = hostile_families.measure(program, "empty_lines", families.TINY)
+            self.assertLess(cost.status, 0)
+            self.assertRegex(wrong[0], "^400 rows: exit status -")
+            self.assertEqual(hostile_families.measure(PROGRAM, "empty_lines", families.TINY)[1], [])
+
+    def test_limits_hold_a_row(self) -> None:
+        for cost, words in ((Cost(1, 0.5, 272_000_000), []), (Cost(0, 0.6, 0), ["1000000 rows: 0.60 s"]),
+                            (Cost(0, 0.0, 273_000_000), ["1000000 rows: 273 MB"]),
+                            (Cost(2, 0.0, 0), ["1000000 rows: exit status 2 after 0.00 s"])):
+            self.assertEqual(hostile_families.violations("empty_lines", 1_000_000, cost, 0.5), words)
+        self.assertEqual(hostile_families.violations("drawn_pond", 1_000_000, Cost(0, 0.0, 3_000_000_000), 1.0), [])
+
+    def test_a_quadratic_cost_is_too_steep(self) -> None:
+        for power, is_steep in ((1.0, False), (1.09, False), (1.2, True), (2.0, True)):
+            costs = {rows: Cost(0, (rows / 50_000) ** power, 0) for rows in (62_500, 250_000, 1_000_000)}
+            self.assertEqual(hostile_families.is_too_steep({families.TINY: Cost(0, 0.0, 0), **costs}), is_steep)
 
 
 class SameBytesTest(unittest.TestCase):
