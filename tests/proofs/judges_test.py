@@ -2,6 +2,8 @@
 """tests/proofs/judges_test.py: the judges of the other proofs find planted faults."""
 from __future__ import annotations
 
+import contextlib
+import io
 import pathlib
 import signal
 import tempfile
@@ -9,7 +11,7 @@ import unittest
 
 from planted import PROGRAM, PROJECT, plant
 
-from proofs import families, hostile_families, memory_faults, same_bytes
+from proofs import families, hostile_families, memory_faults, mutants, mutations, same_bytes
 from proofs.command_lines import CommandLine, example
 from proofs.harness import Content, Entry, Result
 from proofs.hostile_families import Cost
@@ -114,6 +116,59 @@ class SameBytesTest(unittest.TestCase):
         self.assertEqual(same_bytes.track_behind_options("swoop_analysis", data), b"track")
         self.assertEqual(same_bytes.track_behind_options("swoop_analysis", b"\0track"), b"track")
         self.assertEqual(same_bytes.track_behind_options("header_lines", b"\0track"), b"\0track")
+
+
+SOURCE = """namespace tarvel {
+constexpr int most = 7;  // kept
+struct pair { double a = 0.5; double b = 0.5; };
+bool is_less(const pair &p, int count) {
+  if (p.a < p.b && count >= most) return true;
+  return -p.a < 0.5;
+}
+}
+"""
+
+
+class MutantsTest(unittest.TestCase):
+    every = list(mutations.mutants_of("src/x.cpp", SOURCE))
+
+    def test_every_kind_of_fault_is_put_in_once(self) -> None:
+        self.assertEqual([(m.function, m.mutated) for m in self.every], [
+            ("most", "constexpr int most = 8;  // kept"), ("most", "constexpr int most = 6;  // kept"),
+            *(("pair", f"struct pair {{ double a = {a}; double b = {b}; }};")
+              for a, b in ((0.6, 0.5), (0.4, 0.5), (0.5, 0.6), (0.5, 0.4))),
+            *(("is_less", f"if (p.a {a} p.b {b} count {c} most) return {d};") for a, b, c, d in (
+                ("<=", "&&", ">=", "true"), (">=", "&&", ">=", "true"), ("<", "||", ">=", "true"),
+                ("<", "&&", ">", "true"), ("<", "&&", "<", "true"), ("<", "&&", ">=", "false"))),
+            *(("is_less", f"return {line};") for line in (
+                "p.a < 0.5", "-p.a <= 0.5", "-p.a >= 0.5", "-p.a < 0.6", "-p.a < 0.4"))])
+
+    def test_an_entry_names_its_mutant_wherever_the_line_is(self) -> None:
+        moved = SOURCE.replace("  if (p.a", "  // A comment.\n\n    if (p.a").replace(" && count", " &&\n        count")
+        after = list(mutations.mutants_of("src/x.cpp", moved))
+        for mutant in self.every:
+            entry = mutations.entry_of(mutant, self.every)
+            self.assertEqual([m for m in self.every if entry.names(m)], [mutant])
+            self.assertEqual([(m.replacement, m.token) for m in after if entry.names(m)],
+                             [(mutant.replacement, mutant.token)])
+
+    def test_the_list_names_one_mutant_each(self) -> None:
+        every = mutations.all_mutants()
+        for entry in mutations.read_entries(PROJECT / "proofs" / "equivalent_mutants.txt"):
+            self.assertEqual(sum(entry.names(mutant) for mutant in every.get(entry.file, [])), 1, entry)
+
+    def test_a_survivor_and_a_wrong_entry_are_findings(self) -> None:
+        first, second, *rest = self.every
+        verdicts = {mutant: "caught" for mutant in rest}
+        listed = [mutations.entry_of(first, self.every)]
+        cases: list[tuple[str, list[mutations.Entry], int]] = [
+            ("caught", [], 0), ("survived", [], 1), ("survived", listed, 0), ("caught", listed, 1),
+            ("caught", [mutations.Entry("src/x.cpp", "gone", "a < b", "a <= b")], 1)]
+        for verdict, entries, findings in cases:
+            with contextlib.redirect_stdout(io.StringIO()):
+                outcome = mutants.report({**verdicts, second: "caught", first: verdict}, entries,
+                                         {"src/x.cpp": self.every})
+            self.assertEqual(outcome.findings, findings, (verdict, entries))
 
 
 if __name__ == "__main__":
