@@ -1,116 +1,83 @@
-#!/usr/bin/env python3
-"""scripts/proofs memcheck [PATTERN]: valgrind's memcheck finds no misuse of memory and no leak.
+"""Valgrind's memcheck finds no misuse of memory and no leak.
 
-Builds the program and the replays of the fuzz targets without sanitizers in build/memcheck and runs them under memcheck:
+Builds the program and the replays of the fuzz targets without sanitizers in build/proofs and runs them under memcheck:
 the program over all examples in both modes with every option, and over what it must refuse; each fuzz target over its
-seeds and, where there is one, its corpus. Reports of third-party libraries alone are suppressed, each with its reason,
-in tests/support/valgrind.supp. With a PATTERN only runs whose name matches this regular expression are made. Prints the
-counts; exit status 1 on any finding.
+seeds and its corpus. Reports of third-party libraries alone are suppressed, each with its reason, in
+tests/support/valgrind.supp.
+
+    scripts/proofs memcheck [PATTERN]
+
+With a PATTERN only calls whose name matches this regular expression are made.
 """
+from __future__ import annotations
 
 import concurrent.futures
 import os
 import pathlib
 import re
-import shutil
 import subprocess
-import sys
 import tempfile
+from collections.abc import Iterator, Mapping, Sequence
+from typing import NamedTuple
 
-root = pathlib.Path(__file__).resolve().parent.parent
-build = root / "build" / "memcheck"
-suppressions = root / "tests" / "support" / "valgrind.supp"
-finding = 99  # an exit status that no program here has
-patience = 1800  # s
+from proofs.command_lines import containers, example, fuzz_inputs
+from proofs.harness import CORES, ROOT, WORK, Conditions, Content, Outcome, Workplace, execute, fill
 
-runs = ("straight.csv", "carve.csv", "reversed.csv", "tagged.csv", "implicit.csv")
-options = ("", "-m", "-d", "-d -m", "-t 5", "-i", "-i -d", "-i -m -t 1e9")
-other_commands = (
+FINDING = 99  # an exit status that no program here has
+CHECKS = ("valgrind", "--leak-check=full", "--num-callers=40", "--track-fds=no", f"--error-exitcode={FINDING}",
+          "--quiet", "--gen-suppressions=all", f"--suppressions={ROOT}/tests/support/valgrind.supp")
+RUNS = ("straight.csv", "carve.csv", "reversed.csv", "tagged.csv", "implicit.csv")
+OPTIONS = ("", "-m", "-d", "-d -m", "-t 5", "-i", "-i -d", "-i -m -t 1e9")
+OTHER = (
     *("-g walk.csv", "-p -g walk.csv", "-p -d -g walk.csv", "-d -g walk.csv carve.csv", "-p -m -g walk.csv tagged.csv"),
-    *("", "-v", "-x", "-t", "-i -g walk.csv", "one two", "missing.csv", "-i missing.csv", "-g missing.csv", "-i matrix.txt"),
-    *("-g carve.csv", "-i walk.csv", "README.md", "-g README.md", "walk", "."),
-)
+    *("", "-v", "-x", "-t", "-i -g walk.csv", "one two", "missing.csv", "-i missing.csv", "-g missing.csv"),
+    *("-i matrix.txt", "-g carve.csv", "-i walk.csv", "README.md", "-g README.md", "walk", "."),
+    # Containers: trimmed tracks and a finished course.
+    *("carve.tvl", "-d carve.tvl", "-g walk.tvl", "-p -g walk.tvl carve.tvl", "-g carve.tvl", "-i walk.tvl"))
 
 
-def build_all():
-    subprocess.run(
-        ["cmake", "-S", root, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-O1 -g"],
-        check=True,
-        stdout=subprocess.DEVNULL,
-    )
-    targets = re.findall(r"^tarvel_fuzzer\((\w+)", (root / "fuzz" / "fuzz.cmake").read_text(), re.MULTILINE)
-    replays = [f"{target}_replay" for target in targets]
-    subprocess.run(["cmake", "--build", build, "--target", "tarvel", *replays], check=True, stdout=subprocess.DEVNULL)
-    return targets
+class Check(NamedTuple):
+    name: str
+    words: Sequence[str | pathlib.Path]
+    files: Mapping[str, Content]
 
 
-def valgrind(command, folder):
+def valgrind(check: Check) -> str | None:
     """None, or what memcheck has reported."""
-    checks = ["--leak-check=full", "--num-callers=40", "--track-fds=no", f"--error-exitcode={finding}", "--quiet"]
-    done = subprocess.run(
-        ["valgrind", *checks, "--gen-suppressions=all", f"--suppressions={suppressions}", *command],
-        cwd=folder,
-        env=dict(os.environ, TZ="UTC", LC_ALL="C"),
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.DEVNULL,
-        stderr=subprocess.PIPE,
-        timeout=patience,
-    )
-    is_sound = 0 <= done.returncode < finding
-    return None if is_sound else f"exit status {done.returncode}\n{done.stderr.decode(errors='replace')[-20000:]}"
+    with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as name:
+        fill(pathlib.Path(name), check.files)
+        environment = dict(os.environ, TZ="UTC", LC_ALL="C")
+        done = execute([*CHECKS, *check.words], pathlib.Path(name), Conditions(environment, patience=1800))
+    is_sound = done.status is not None and 0 <= done.status < FINDING
+    return None if is_sound else f"exit status {done.status}\n{done.err.decode(errors='replace')[-20000:]}"
 
 
-def check_program(command):
-    with tempfile.TemporaryDirectory(prefix="tarvel_memcheck_") as name:
-        folder = pathlib.Path(name) / "examples"
-        shutil.copytree(root / "examples", folder)
-        return valgrind([build / "tarvel", *command.split()], folder)
-
-
-def check_container(command):
-    """The examples as a run with -d leaves them: trimmed tracks and a finished course."""
-    with tempfile.TemporaryDirectory(prefix="tarvel_memcheck_") as name:
-        folder = pathlib.Path(name) / "examples"
-        shutil.copytree(root / "examples", folder)
-        for first in ("-d carve.csv", "-p -d -g walk.csv"):
-            subprocess.run([build / "tarvel", *first.split()], cwd=folder, check=True, stdout=subprocess.DEVNULL)
-        return valgrind([build / "tarvel", *command.split()], folder)
-
-
-def input_folders(target):
-    """The seeds, and the corpus as the build of its replay has unpacked it."""
-    return root / "fuzz" / "seeds" / target, build / "corpus" / target
-
-
-def check_target(target):
-    folders = input_folders(target)
-    with tempfile.TemporaryDirectory(prefix="tarvel_memcheck_") as name:
-        return valgrind([build / f"{target}_replay", *(folder for folder in folders if folder.is_dir())], name)
-
-
-def all_checks(targets):
+def all_checks() -> Iterator[Check]:
+    folder = WORK / "memcheck"
+    subprocess.run(["cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=",
+                    "-DCMAKE_CXX_FLAGS=-O1 -g"], check=True, stdout=subprocess.DEVNULL)
+    targets = re.findall(r"^tarvel_fuzzer\((\w+)", (ROOT / "fuzz" / "fuzz.cmake").read_text(), re.MULTILINE)
+    subprocess.run(["cmake", "--build", folder, "--target", "tarvel", *(f"{target}_replay" for target in targets)],
+                   check=True, stdout=subprocess.DEVNULL)
+    inputs = [(target, name.replace("/", "_"), content) for target, name, content in fuzz_inputs()]
     for target in targets:
-        yield f"fuzz target {target}", check_target, target
-    for command in [f"{option} {run}".strip() for run in runs for option in options] + list(other_commands):
-        yield f"tarvel {command}", check_program, command
-    for command in ("carve.tvl", "-d carve.tvl", "-g walk.tvl", "-p -g walk.tvl carve.tvl", "-g carve.tvl", "-i walk.tvl"):
-        yield f"tarvel {command}", check_container, command
+        files = {name: content for whose, name, content in inputs if whose == target}
+        yield Check(f"fuzz target {target}, {len(files)} inputs", [folder / f"{target}_replay", "."], files)
+    given: dict[str, Content] = {path.name: path.read_bytes() for path in (ROOT / "examples").iterdir()}
+    with Workplace(folder / "tarvel") as place:
+        given["walk.tvl"], given["carve.tvl"] = containers(place, example("walk.csv"), example("carve.csv"))
+    for command_line in (*(f"{option} {run}".strip() for run in RUNS for option in OPTIONS), *OTHER):
+        yield Check(f"tarvel {command_line}", [folder / "tarvel", *command_line.split()], given)
 
 
-def main():
-    pattern = sys.argv[1] if len(sys.argv) > 1 else ""
-    targets = build_all()
-    checks = [check for check in all_checks(targets) if re.search(pattern, check[0])]
-    inputs = sum(len(list(folder.glob("*"))) for target in targets for folder in input_folders(target))
+def prove(words: list[str]) -> Outcome:
+    checks = [check for check in all_checks() if re.search(words[0] if words else "", check.name)]
     findings = 0
-    with concurrent.futures.ThreadPoolExecutor(max_workers=os.cpu_count()) as pool:
-        for (name, _, _), report in zip(checks, pool.map(lambda check: check[1](check[2]), checks)):
+    with concurrent.futures.ThreadPoolExecutor(CORES) as pool:
+        for check, report in zip(checks, pool.map(valgrind, checks)):
             if report is not None:
                 findings += 1
-                print(f"FINDING {name}: {report}", flush=True)
-    print(f"{len(checks)} runs, {len(targets)} of them fuzz targets with {inputs} inputs, {findings} findings")
-    return 1 if findings or not checks else 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())
+                print(f"FINDING {check.name}: {report}", flush=True)
+    fuzzed = [check for check in checks if check.name.startswith("fuzz target")]
+    inputs = sum(len(check.files) for check in fuzzed)
+    return Outcome(f"{len(checks)} calls, {len(fuzzed)} of them fuzz targets with {inputs:,} inputs", findings)

@@ -5,13 +5,15 @@ from __future__ import annotations
 import contextlib
 import io
 import pathlib
+import shutil
 import signal
+import subprocess
 import tempfile
 import unittest
 
 from planted import PROGRAM, PROJECT, plant
 
-from proofs import families, hostile_families, memory_faults, mutants, mutations, same_bytes
+from proofs import families, hostile_families, memcheck, memory_faults, mutants, mutations, same_bytes
 from proofs.command_lines import CommandLine, example
 from proofs.harness import Content, Entry, Result
 from proofs.hostile_families import Cost
@@ -116,6 +118,22 @@ class SameBytesTest(unittest.TestCase):
         self.assertEqual(same_bytes.track_behind_options("swoop_analysis", data), b"track")
         self.assertEqual(same_bytes.track_behind_options("swoop_analysis", b"\0track"), b"track")
         self.assertEqual(same_bytes.track_behind_options("header_lines", b"\0track"), b"\0track")
+
+
+@unittest.skipUnless(shutil.which("valgrind"), "no valgrind")
+class MemcheckTest(unittest.TestCase):
+    def test_a_leak_and_a_misread_are_found(self) -> None:
+        with tempfile.TemporaryDirectory() as path:
+            for name, body, words in (
+                    ("sound", "return 0;", None), ("leaking", "malloc(8); return 0;", "definitely lost"),
+                    ("misreading", "char *volatile p = (char *)malloc(8); free(p); return p[0] > 300;", "Invalid read"),
+                    ("ending", "__builtin_trap();", "exit status -4")):
+                program = pathlib.Path(path, name)
+                source = f"#include <stdlib.h>\nint main() {{ {body} }}\n"
+                subprocess.run(["g++", "-w", "-g", "-x", "c++", "-", "-o", program], input=source.encode(), check=True)
+                found = memcheck.valgrind(memcheck.Check(name, [program], {}))
+                self.assertEqual(found is None, words is None, name)
+                self.assertIn(words or "", found or "")
 
 
 SOURCE = """namespace tarvel {
