@@ -110,15 +110,14 @@ def snapshot(folder: pathlib.Path) -> Snapshot:
     """All that is below the folder, what a call may not read included."""
     found: Snapshot = {}
     names: dict[int, str] = {}
-
-    def add_all(inner: pathlib.Path, prefix: str) -> None:
+    folders = [""]
+    for prefix in folders:
+        inner = folder / prefix
         inner.chmod(inner.stat().st_mode | 0o700)
         for name in sorted(os.listdir(inner)):
             found[prefix + name] = entry_of(inner / name, names, prefix + name)
             if found[prefix + name].kind == "d":
-                add_all(inner / name, prefix + name + "/")
-
-    add_all(folder, "")
+                folders.append(f"{prefix}{name}/")
     return found
 
 
