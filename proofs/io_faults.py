@@ -19,19 +19,15 @@ import functools
 import os
 import pathlib
 import re
-import resource
 import shutil
 import subprocess
 import tempfile
-from collections.abc import Callable, Collection, Iterable, Iterator
-from typing import IO
+from collections.abc import Iterable, Iterator
 
-from proofs.command_lines import INDEX_TO_THE_MAP
 from proofs.disturbed import Case, judge, make_cases, need_strace, own_paths, traced
-from proofs.harness import (NOBODY, ROOT, Conditions, Outcome, Result, Tally, Twin, Workplace, ending_of, fill,
-                            in_parallel, remove)
-
-Jobs = Iterator[Callable[[], None]]
+from proofs.harness import ROOT, Outcome, Tally, Workplace, ending_of, in_parallel, remove
+from proofs.io_places import (CONTAINER_WRITES, STANDARD_OUTPUT, Jobs, close_streams, fill_disks, forbid, limit_sizes,
+                              note, put_odd_things)
 
 # Which errors a call may meet. The first is injected everywhere, the others where a file's calls begin and end.
 ERRORS = {
@@ -61,12 +57,6 @@ ERRORS = {
 TRACED = ("--seccomp-bpf", "-y", "-e", "trace=" + ",".join("?" + call for call in ERRORS))
 FOR_EVER = {"openat": "EMFILE", "read": "EIO", "write": "ENOSPC"}
 
-CONTAINER_WRITES = {"failed to write " + part for part in
-                    ("TVL header", "section header table entry", "gate header", "gate sample", "swoop header",
-                     "swoop sample")}
-STANDARD_OUTPUT = {"failed to write file: standard output"}
-
-
 def is_own(name: str, case: Case) -> bool:
     return name.removesuffix(".new") in case.names
 
@@ -95,16 +85,6 @@ def messages_for(call: str, name: str, case: Case) -> set[str]:
     if call in ("newfstatat", "ftruncate") and name in case.maps:  # emptied again before it is written
         forms.append("failed to write file: %s")
     return {form % n for n in names for form in forms}
-
-
-def write_failures(case: Case) -> set[str]:
-    forms = ("failed to write file: %s", "failed to open file: %s", "could not open %s for writing",
-             "failure during write to %s")
-    return {form % name for name in case.names for form in forms} | CONTAINER_WRITES | STANDARD_OUTPUT
-
-
-def note(tally: Tally, heading: str, case: Case, what: str, result: Result, finding: str | None) -> None:
-    tally.add(heading, f"{case.name}: {what}", finding, ending_of(result))
 
 
 # Calls that fail
@@ -171,184 +151,6 @@ def transfer_little(cases: list[Case], tally: Tally) -> Jobs:
     for case in cases:
         yield functools.partial(one, case, "@FOLDER@")
     yield functools.partial(one, cases[0], "/")
-
-
-# No room
-
-
-def sizes_of_outputs(case: Case) -> list[int]:
-    return [len(entry.content or b"") for name, entry in case.reference.files.items()
-            if entry.kind == "-" and case.before.get(name) != entry]
-
-
-def limit_sizes(cases: list[Case], tally: Tally) -> Jobs:
-    """No file may be larger than so many bytes."""
-    def one(case: Case, limit: int) -> None:
-        result = case.call(under=Conditions(case.conditions().environment, limits={resource.RLIMIT_FSIZE: limit}))
-        note(tally, "file size limits", case, f"{limit} bytes", result, judge(case, result, write_failures(case)))
-
-    for case in cases:
-        largest = max(sizes_of_outputs(case), default=0)
-        for limit in sorted({0, 1, 4095, 4096, 4097, *range(0, largest + 8192, max(largest // 12, 4096))}):
-            yield functools.partial(one, case, limit)
-
-
-def fill_disks(cases: list[Case], tally: Tally) -> Jobs:
-    """A disk with so many free pages, and one with so many free entries."""
-    def one(case: Case, options: str) -> None:
-        folder = case.place.new_folder()
-        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", options, "tarvel_proofs", folder],
-                                 stderr=subprocess.DEVNULL)
-        if mounted.returncode != 0:
-            return tally.add("full disks", "", None, "not tried: may not mount")
-        try:
-            fill(folder, case.line.files)
-            result = case.place.call_in(folder, case.arguments, under=case.conditions())
-        finally:
-            subprocess.run(["umount", folder], check=True)
-        note(tally, "full disks", case, options, result, judge(case, result, write_failures(case)))
-
-    if os.geteuid() != 0:
-        yield lambda: tally.add("full disks", "", None, "not tried: not root")
-    for case in cases if os.geteuid() == 0 else []:
-        used = sum(-(-len(entry.content or b"") // 4096) for entry in case.before.values() if entry.kind == "-")
-        needed = sum(-(-size // 4096) for size in sizes_of_outputs(case))
-        for free in sorted({0, 1, 2, *range(3, needed + 4, max(needed // 10, 1))}):
-            yield functools.partial(one, case, f"size={(used + free) * 4096}")
-        for free in range(len(case.reference.files) - len(case.before) + 1):
-            yield functools.partial(one, case, f"nr_inodes={1 + len(case.before) + free}")
-
-
-# Streams and places
-
-
-def close_streams(cases: list[Case], tally: Tally) -> Jobs:
-    """Standard streams that are closed, full, or pipes without a reader; with fonts that have something to say."""
-    def one(case: Case, what: str, expected: Collection[str] | None, closed: Iterable[int] = (),
-            out: int | IO[bytes] = subprocess.PIPE, **environment: str) -> None:
-        result = case.call(under=Conditions(case.conditions(**environment).environment, out=out, closed=closed))
-        finding = judge(case, result, expected)
-        if finding is None and expected is None and result.status != case.reference.status:
-            finding = f"exit status {result.status}"
-        note(tally, "standard streams", case, what, result, finding)
-
-    def without_any(case: Case, **environment: str) -> None:
-        """With standard error closed, too, the exit status alone tells whether there was something to print."""
-        result = case.call(under=Conditions(case.conditions(**environment).environment, closed=[0, 1, 2]))
-        is_right = result.status == (1 if case.reference.out else 0) and result.files == case.reference.files
-        note(tally, "standard streams", case, "<&- >&- 2>&-", result, None if is_right else f"status {result.status}")
-
-    def to_full(case: Case) -> None:
-        with open("/dev/full", "wb") as full:
-            one(case, ">/dev/full", STANDARD_OUTPUT, out=full)
-
-    def to_closed_pipe(case: Case) -> None:
-        reader, writer = os.pipe()
-        os.close(reader)
-        one(case, "| true", STANDARD_OUTPUT, out=writer)
-        os.close(writer)
-
-    for case in cases:
-        yield functools.partial(one, case, "<&-", None, [0])
-        yield functools.partial(one, case, "2>&-", None, [2])
-        yield functools.partial(one, case, ">&-", STANDARD_OUTPUT, [1])
-        yield functools.partial(without_any, case)
-        yield functools.partial(to_full, case)
-        yield functools.partial(to_closed_pipe, case)
-    for case in cases[:3]:  # the reference has no text in its charts then
-        mute = Case(case.place, case.line._replace(name=case.name + " (no fonts)"))
-        mute.reference = case.call(under=case.conditions(FONTCONFIG_FILE="/nonexistent"))
-        yield functools.partial(one, mute, "<&- 2>&-", None, [0, 2], FONTCONFIG_FILE="/nonexistent")
-        yield functools.partial(without_any, mute, FONTCONFIG_FILE="/nonexistent")
-
-
-def make_socket(path: pathlib.Path) -> None:
-    os.mknod(path, 0o140644)
-
-
-# What may stand where a file should be. Each makes it at that path.
-ODD_THINGS: dict[str, Callable[[pathlib.Path], None]] = {
-    "a folder": lambda path: path.mkdir(),
-    "a pipe": lambda path: os.mkfifo(path),
-    "a socket": make_socket,
-    "an empty file": lambda path: path.touch(),
-    "/dev/null": lambda path: path.symlink_to("/dev/null"),
-    "/dev/zero": lambda path: path.symlink_to("/dev/zero"),
-    "/dev/full": lambda path: path.symlink_to("/dev/full"),
-    "a disk that fails": lambda path: path.symlink_to("/proc/self/mem"),
-    "a link to itself": lambda path: path.symlink_to(path.name),
-    "a link to nowhere": lambda path: path.symlink_to("no/where"),
-}
-
-# A folder, an empty file and a device have no field names; only a disk that fails cannot be read.
-NO_FIELDS = ("missing field names", "failed to parse %s")
-ZEROS = (*NO_FIELDS, "invalid field names", "line length exceeded size of buffer", "invalid line in %s")
-READ_WORDS = {"a folder": NO_FIELDS, "an empty file": NO_FIELDS, "/dev/null": NO_FIELDS, "/dev/zero": ZEROS,
-              "/dev/full": ZEROS, "a disk that fails": ("failed to read file: %s",)}
-
-
-def with_odd_thing(case: Case, name: str, kind: str) -> Result:
-    def stand_in(folder: pathlib.Path) -> None:
-        (folder / name).unlink(missing_ok=True)
-        ODD_THINGS[kind](folder / name)
-
-    return case.place.call(case.line.files, case.arguments, under=case.conditions(), prepare=stand_in)
-
-
-def put_odd_things(cases: list[Case], tally: Tally) -> Jobs:
-    def as_input(case: Case, name: str, kind: str) -> None:
-        # What is in an output's way as well may fail as either.
-        result = with_odd_thing(case, name, kind)
-        names = case.names_of(name)
-        forms = READ_WORDS.get(kind, ("failed to open file: %s",))
-        expected = {form.replace("%s", n) for n in names for form in forms}
-        is_output = case.reference.files.get(name) != case.before[name]
-        spared = {form % n for n in names for form in ("%s", "%s.orig")}
-        # Where an index was, nothing leads to its courses any more.
-        if case.line.files[name] == INDEX_TO_THE_MAP:
-            spared.add("run.kml")
-        finding = judge(case, result, None if is_output else expected, spared)
-        note(tally, "odd things as inputs", case, f"{name} is {kind}", result, finding)
-
-    def as_output(case: Case, name: str, kind: str) -> None:
-        result = with_odd_thing(case, name, kind)
-        # The survey's course file is copied, too.
-        expected = write_failures(case) | {f"could not open {name} for reading"}
-        finding = judge(case, result, expected, case.names_of(name))
-        note(tally, "odd things as outputs", case, f"{name} is {kind}", result, finding)
-
-    for case in cases:
-        has_twins = any(isinstance(content, Twin) for content in case.line.files.values())
-        for kind in ODD_THINGS:
-            for name in case.line.files if not has_twins else ():
-                yield functools.partial(as_input, case, name, kind)
-            for name in case.reference.files:
-                if name not in case.line.files and ".orig" not in name:
-                    yield functools.partial(as_output, case, name, kind)
-
-
-def forbid(cases: list[Case], tally: Tally) -> Jobs:
-    """An ordinary user may not read, write or create."""
-    def one(case: Case, what: str, change: Callable[[pathlib.Path], None]) -> None:
-        under = Conditions(case.conditions().environment, user=NOBODY if os.geteuid() == 0 else None)
-        result = case.place.call(case.line.files, case.arguments, under=under, prepare=change)
-        expected = write_failures(case) | {f"could not open {name} for reading" for name in case.names}
-        note(tally, "forbidden places", case, what, result, judge(case, result, expected))
-
-    def close_folder(folder: pathlib.Path) -> None:
-        for path in folder.iterdir():
-            if not path.is_symlink():
-                path.chmod(0o666)
-        folder.chmod(0o555)
-
-    def mode(name: str, bits: int) -> Callable[[pathlib.Path], None]:
-        return lambda folder: (folder / name).chmod(bits)
-
-    for case in cases:
-        yield functools.partial(one, case, "a folder that is read-only", close_folder)
-        for name in case.line.files:
-            yield functools.partial(one, case, f"{name} is unreadable", mode(name, 0o000))
-            yield functools.partial(one, case, f"{name} is read-only", mode(name, 0o444))
 
 
 # Whole calls
