@@ -344,10 +344,11 @@ def damaged_container(rng: Rng, content: bytes) -> bytes:
         changed[at] = rng.choice((0, 1, 2, 255, changed[at] + 1 & 255, changed[at] - 1 & 255))
     elif kind == 2:
         for _ in range(rng.choice((1, 3, 100))):
-            at = rng.randrange(50, len(changed) - 8)
+            at = rng.randrange(tvl.FIRST_SAMPLE, len(changed) - 8)
             value = rng.choice((math.nan, math.inf, -math.inf, 1e306, 5e-324, 0.0, -0.0))
-            changed[at : at + 8] = struct.pack(">d", value)
+            changed[at:at + 8] = struct.pack(">d", value)
     else:
-        at = 50 + 70 * rng.randrange((len(changed) - 50) // 70)
-        changed[at : at + 8] = struct.pack(">q", rng.choice((0, -1, 2**63 - 1, -(2**63), 10**12, 10**15)))
+        count = (len(changed) - tvl.FIRST_SAMPLE) // tvl.SAMPLE.size
+        at = tvl.FIRST_SAMPLE + tvl.SAMPLE.size * rng.randrange(count)
+        changed[at:at + 8] = struct.pack(">q", rng.choice((0, -1, 2**63 - 1, -(2**63), 10**12, 10**15)))
     return bytes(changed)
