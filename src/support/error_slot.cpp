@@ -9,8 +9,8 @@ namespace tarvel {
 
 namespace {
 
-// The length without the last UTF-8 character where the text ends within it. Its first byte begins with as many ones as
-// the character has bytes, each further byte with one.
+// The length of the text without a last UTF-8 character that is cut short. The first byte of a multi-byte character
+// begins with as many one bits as the character has bytes, each further byte with a single one bit.
 std::size_t length_of_whole_characters(const char *text, std::size_t length) {
   for (std::size_t back = 1; back <= 3 && back <= length; ++back) {
     const auto ones = static_cast<std::size_t>(std::countl_one(static_cast<unsigned char>(text[length - back])));

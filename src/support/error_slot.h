@@ -7,9 +7,9 @@ namespace tarvel {
 // lower-case phrase without a final full stop and returns at once; its caller passes the words on.
 using error_slot = const char *;
 
-// Formats a message into the one text area that all messages share and returns it. A message of more than 255 bytes is
-// cut after the last UTF-8 character that ends within them; of bytes that are no UTF-8, 252 at least are kept. A later
-// message overwrites an earlier one, so a program keeps one message alive at a time.
+// Formats a message into a static buffer and returns the buffer. The next call overwrites the message. A message of
+// more than 255 bytes is cut after the last complete UTF-8 character within them; when the bytes are not UTF-8, at
+// least 252 of them are kept.
 [[gnu::format(printf, 1, 2)]] const char *format_error(const char *format, ...);
 
 }  // namespace tarvel

@@ -1,12 +1,12 @@
-// The one way from floating point to integers: the same result for every input on every compiler.
+// Converts floating point to integers, with the same result for every input on every compiler.
 #pragma once
 
 #include <cstdint>
 
 namespace tarvel {
 
-// Toward zero; INT64_MIN for NaN, infinities and whatever does not fit, which is what the x86-64
-// conversion instruction gives, so that a hostile time looks the same in every build.
+// Truncates toward zero. INT64_MIN for NaN, infinities and values outside the range of the type, as the x86-64
+// conversion instruction gives.
 [[nodiscard]] inline std::int64_t truncate_to_int64(double value) {
   constexpr double limit = 9223372036854775808.0;  // 2^63, the first double above every int64
   if (value >= -limit && value < limit) return static_cast<std::int64_t>(value);

@@ -7,7 +7,7 @@ namespace tarvel {
 void *resize_block(void *block, std::size_t count, std::size_t size) {
   std::size_t bytes = 0;
   if (__builtin_mul_overflow(count, size, &bytes)) return nullptr;
-  // A block of no bytes may come back null without being refused.
+  // realloc of 0 bytes may return null without having failed.
   return std::realloc(block, bytes == 0 ? 1 : bytes);
 }
 

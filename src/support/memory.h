@@ -17,7 +17,7 @@ struct block_deleter {
   void operator()(void *block) const noexcept { std::free(block); }
 };
 
-// Elements of a realloc'ed block; the count lives beside it in the record that owns it.
+// An array in a realloc'ed block. The record that owns it also holds the number of elements.
 template <typename T>
 using owned_array = std::unique_ptr<T[], block_deleter>;
 using owned_text = owned_array<char>;
@@ -30,15 +30,15 @@ struct record_deleter {
   }
 };
 
-// A record in a block of its own, made by try_make.
+// A record that try_make allocated.
 template <typename T>
 using owned_record = std::unique_ptr<T, record_deleter>;
 
-// realloc and calloc of count elements of size bytes; null when refused or when the bytes overflow.
+// realloc and calloc of count elements of size bytes; null when the allocation fails or count * size overflows.
 [[nodiscard]] void *resize_block(void *block, std::size_t count, std::size_t size);
 [[nodiscard]] void *zeroed_block(std::size_t count, std::size_t size);
 
-// Keeps the first elements and leaves new ones unset. False when memory is short: the array is as it was.
+// Keeps the first elements and leaves new ones uninitialised. False when memory is short; the array is then unchanged.
 // A realloc moves the pages of a large track instead of copying its bytes.
 template <typename T>
 [[nodiscard]] bool try_resize(owned_array<T> &array, std::size_t count) {
@@ -50,8 +50,8 @@ template <typename T>
   return true;
 }
 
-// Makes room for that many elements: for first_capacity, which is positive, at first, then for twice as many, as often
-// as it takes. False when memory is short or the capacity would not fit its type: array and capacity are as they were.
+// Makes room for needed elements: the capacity starts at first_capacity, which is positive, and is doubled until it
+// suffices. False when memory is short or the capacity would overflow its type; array and capacity are then unchanged.
 template <typename T, std::unsigned_integral size_type>
 [[nodiscard]] bool try_reserve(owned_array<T> &array, size_type &capacity, std::uint64_t needed,
                                std::type_identity_t<size_type> first_capacity) {
@@ -66,7 +66,7 @@ template <typename T, std::unsigned_integral size_type>
   return true;
 }
 
-// Appends one element, with room as try_reserve makes it. False when memory is short: nothing has changed.
+// Appends one element; the capacity grows as in try_reserve. False when memory is short; nothing has then changed.
 template <typename T, std::unsigned_integral size_type>
 [[nodiscard]] bool try_append(owned_array<T> &array, size_type &count, size_type &capacity,
                               std::type_identity_t<size_type> first_capacity, std::type_identity_t<T> element) {
@@ -76,7 +76,7 @@ template <typename T, std::unsigned_integral size_type>
   return true;
 }
 
-// A new array of all-zero elements. False when memory is short: the array is as it was.
+// Replaces the array by one of zeroed elements. False when memory is short; the array is then unchanged.
 template <typename T>
 [[nodiscard]] bool try_zeroed(owned_array<T> &array, std::size_t count) {
   static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
@@ -86,7 +86,7 @@ template <typename T>
   return true;
 }
 
-// A value-initialised record, null when memory is short.
+// Allocates a value-initialised record; null when memory is short.
 template <typename T>
 [[nodiscard]] owned_record<T> try_make() {
   static_assert(alignof(T) <= alignof(std::max_align_t));
@@ -94,7 +94,7 @@ template <typename T>
   return owned_record<T>(block == nullptr ? nullptr : new (block) T());
 }
 
-// A copy of the text, null when memory is short.
+// Copies the text; null when memory is short.
 [[nodiscard]] owned_text try_duplicate(const char *text);
 
 }  // namespace tarvel

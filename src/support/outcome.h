@@ -1,13 +1,13 @@
-// What a reader made of a stream.
+// The result of a reader.
 #pragma once
 
 namespace tarvel {
 
-// The error slot is set unless done. Another reader may try a stream that is not of this form. Stop after unreadable
-// and no_memory: a later reader's message would hide them.
+// The error slot is set unless the outcome is done. After not_this_form another reader may try the stream. Stop after
+// unreadable and no_memory: a later reader's message would hide the error.
 enum class outcome {
   done,
-  not_this_form,  // the bytes were read and are something else
+  not_this_form,  // the stream was read and has another format
   unreadable,     // an I/O error
   no_memory,
 };

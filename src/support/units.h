@@ -1,4 +1,4 @@
-// The units that pilots and rules speak in. Inside the program all is metres, m/s and milliseconds.
+// The units of reports, charts and thresholds. All other values are in metres, m/s and milliseconds.
 #pragma once
 
 namespace tarvel {
@@ -7,12 +7,12 @@ constexpr double feet_per_metre = 3.2808399;
 constexpr double mph_per_mps = 2.23693629;
 constexpr double standard_gravity = 9.80665;  // m/s2, the conventional value of one g
 
-// What reports and charts are in.
+// The units of a report and its charts.
 struct display_units {
   double length_factor;  // per metre
   double speed_factor;   // per m/s
   const char *lengths;   // in titles
-  const char *length;    // behind a number
+  const char *length;    // after a number
   const char *speed;
 };
 
