@@ -1,5 +1,5 @@
-// Degrees and radians. Two operations each, not one precomputed factor: the factor's rounding would move the last
-// digits of most course files.
+// Conversions between degrees and radians. Each has two operations instead of one precomputed factor, since the
+// factor's rounding would change the last digits of most course files.
 #pragma once
 
 namespace tarvel {

@@ -19,7 +19,7 @@ void frame_from_course_points(const vec3 &a, const vec3 &b, const vec3 &c, frame
   const vec3 u = vec3_sub(c, a);
   const vec3 w = vec3_sub(c, b);
   vec3 n = vec3_cross(u, w);
-  // A normal that points down brings the corner nearer to the earth's centre.
+  // When the normal points down, adding it to the corner gives a point nearer to the earth's centre.
   clockwise = vec3_length(c) > vec3_length({c.x + n.x, c.y + n.y, c.z + n.z});
   if (clockwise) n = {-n.x, -n.y, -n.z};
   axes = {unit(u), unit(vec3_cross(n, u)), unit(n)};

@@ -1,4 +1,4 @@
-// Frame matrices: how ECEF positions become positions on the course.
+// Frame matrices, which transform ECEF positions to positions on the course.
 #pragma once
 
 #include <span>
@@ -22,18 +22,19 @@ struct frame_axes {
   vec3 z;
 };
 
-// With translation.
+// Rotation and translation, for positions.
 [[nodiscard]] vec3 mat4_transform_point(const mat4 &frame, const vec3 &point);
 // Rotation only, for velocities and directions.
 [[nodiscard]] vec3 mat4_transform_vector(const mat4 &frame, const vec3 &v);
 // The general inverse. A singular matrix gives infinities or NaN.
 [[nodiscard]] mat4 mat4_inverse(const mat4 &matrix);
-// Turns local coordinates counter-clockwise about z by an angle in radians; exactly 0 leaves every bit as it is.
+// Rotates local coordinates counter-clockwise about z by an angle in radians. An angle of exactly 0 changes no bit.
 void mat4_rotate_z(mat4 &frame, double angle);
-// The frame with these axes whose origin is an ECEF point.
+// The frame with these axes and this origin, which is an ECEF point.
 [[nodiscard]] mat4 mat4_from_axes(const frame_axes &axes, const vec3 &origin);
 
-// Turns the plan positions of the points about z by an angle in radians; z stays. An angle of exactly 0 does nothing.
+// Rotates the points counter-clockwise about z by an angle in radians; z is unchanged. An angle of exactly 0 changes no
+// bit.
 void rotate_point_list(std::span<vec3> points, double angle);
 
 }  // namespace tarvel

@@ -19,11 +19,11 @@ struct segment2 {
 // Exactly equal coordinates; never true for NaN.
 [[nodiscard]] bool points_equal(vec2 a, vec2 b);
 
-// True when the segments meet, ends included; common is then their common part, a segment of no length for a single
-// crossing. False leaves common alone.
+// True when the segments have a point in common, ends included. common is then their common part; it has length 0 when
+// they cross in one point. Otherwise common is unchanged.
 [[nodiscard]] bool segment_intersection(const segment2 &first, const segment2 &second, segment2 &common);
 
-// Where the two infinite lines cross; parallel ones give infinities or NaN.
+// The intersection of the two infinite lines; infinities or NaN when they are parallel.
 [[nodiscard]] vec2 line_intersection(const segment2 &first, const segment2 &second);
 
 }  // namespace tarvel

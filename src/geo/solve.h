@@ -11,10 +11,9 @@ namespace tarvel {
 template <std::size_t rows, std::size_t columns>
 using augmented_system = std::array<std::array<double, columns>, rows>;
 
-// Solves the n by n system in the first n columns for every column behind them; each solution replaces its right-hand
-// side, and the first n columns are used up. Carrying all right-hand sides through one elimination does to each the
-// same operations in the same order as solving it alone. No singularity test: a singular system gives infinities or
-// NaN.
+// Solves the n by n system in the first n columns for each right-hand side in the columns after them. The solution
+// replaces its right-hand side; the first n columns are overwritten. Each right-hand side goes through the same
+// operations in the same order as if it were solved alone. A singular system gives infinities or NaN.
 template <std::size_t n, std::size_t columns>
 void solve_augmented(augmented_system<n, columns> &a) {
   static_assert(columns > n);
@@ -26,8 +25,7 @@ void solve_augmented(augmented_system<n, columns> &a) {
     }
     if (pivot != k) std::swap(a[k], a[pivot]);
 
-    // Column k itself is not read again below the pivot, nor are the diagonal and what lies above it after their use in
-    // the back substitution: none of them is cleared.
+    // The elements that elimination would set to 0 or 1 are not read again, so they are not stored.
     for (std::size_t r = k + 1; r < n; ++r) {
       const double factor = a[r][k] / a[k][k];
       for (std::size_t c = k + 1; c < columns; ++c) a[r][c] -= a[k][c] * factor;

@@ -1,4 +1,4 @@
-// Vectors of three: positions and velocities in WGS84, ECEF and local axes.
+// Vectors of two and three components: positions and velocities in WGS84, ECEF and local axes.
 #pragma once
 
 namespace tarvel {

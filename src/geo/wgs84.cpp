@@ -18,7 +18,7 @@ constexpr double one_minus_e2 = 0.9933056200098587;  // b2 / a2
 constexpr double ep2_b = 42841.31151331357;          // second eccentricity squared times b, m
 constexpr double e2_a = 42697.67270717997;           // m
 
-// The radius of curvature in the prime vertical.
+// The radius of curvature in the prime vertical, m.
 double prime_vertical_radius(double sin_phi) { return a / std::sqrt(1.0 - e2 * (sin_phi * sin_phi)); }
 
 double cubed(double value) { return value * value * value; }
@@ -41,7 +41,7 @@ vec3 wgs84_to_ecef(const vec3 &wgs84) { return wgs84_to_ecef(geodetic_trig_of(wg
 
 vec3 ecef_to_wgs84(const vec3 &ecef) {
   const double p = std::sqrt(ecef.x * ecef.x + ecef.y * ecef.y);
-  // The quotients are defined through atan: atan2 rounds some of them differently.
+  // atan of a quotient, not atan2, which rounds some results differently.
   const double theta = std::atan(a * ecef.z / (b * p));
   const double phi = std::atan((ecef.z + ep2_b * cubed(std::sin(theta))) / (p - e2_a * cubed(std::cos(theta))));
   const double n = prime_vertical_radius(std::sin(phi));
@@ -50,9 +50,9 @@ vec3 ecef_to_wgs84(const vec3 &ecef) {
 
 vec3 ned_to_ecef_velocity(const geodetic_trig &trig, const vec3 &ned) {
   const auto &[sin_phi, cos_phi, sin_lambda, cos_lambda] = trig;
-  // The axes north, east and down, and the identity. The general inverse differs from the transpose in the last bit,
-  // and reports show it. The fourth row and column of the frame matrix are those of the identity: eliminating them
-  // changes no bit, but takes as long again.
+  // The axes north, east and down, and the identity: the system is solved for the inverse, since the transpose differs
+  // from it in the last bit, which reports show. Only three rows and columns: those of the translation would change no
+  // bit and double the time.
   augmented_system<3, 6> system = {{{-sin_phi * cos_lambda, -sin_phi * sin_lambda, cos_phi, 1.0, 0.0, 0.0},
                                     {-sin_lambda, cos_lambda, 0.0, 0.0, 1.0, 0.0},
                                     {-cos_phi * cos_lambda, -cos_phi * sin_lambda, -sin_phi, 0.0, 0.0, 1.0}}};
