@@ -15,7 +15,7 @@ namespace tarvel {
 
 namespace {
 
-// The low 8 bits of what strtoul gives. Nearly every count is a short row of digits.
+// The low 8 bits of what strtoul gives. std::from_chars is faster and reads nearly every count.
 std::uint8_t read_small_count(std::string_view text) {
   const char *const last = text.data() + text.size();
   std::uint8_t count = 0;
@@ -79,7 +79,7 @@ bool has_required_fields(std::span<const column_action> actions) {
   });
 }
 
-// A warning that there is no memory for counts as one for the list.
+// A warning that could not be appended is an allocation failure like one of the list itself.
 outcome list_actions(track_file &file, column_actions &actions, text_buffer &warnings) {
   constexpr std::size_t first_capacity = 16;
   std::size_t count = 0;

@@ -1,4 +1,4 @@
-// A surveyed course: its frame, its carve and its pond, as the survey finds them and runs are flown over them.
+// A surveyed course: its frame, its speed-carve rotation and its pond.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@
 
 namespace tarvel {
 
-// The walked path round the pond, in local metres; closed by a copy of its first point.
+// The walked path round the pond, in local metres. Its last point is a copy of its first.
 struct pond_outline {
   owned_array<vec3> points;
   std::size_t count = 0;
@@ -26,15 +26,15 @@ struct pond_outline {
 struct course {
   mat4 matrix;                       // ECEF to local
   double theta = 0.0;                // speed-carve rotation, radians
-  std::optional<pond_outline> pond;  // null: not in the course file; empty: a heading there without points
+  std::optional<pond_outline> pond;  // null: none in the course file; empty: a heading without points
 };
 
-// Makes room for 512 points, then for twice as many, and appends one, which may be one of the outline's own. False when
-// memory is short: the outline is as it was.
+// Appends a point, which may be an element of the outline itself. The capacity is 512 at first and is doubled as
+// needed. False when memory is short; the outline is then unchanged.
 [[nodiscard]] bool append_pond_point(pond_outline &pond, const vec3 &point);
 
-// The points before the first whose x, y and z are all 0, with which the lists of the course file and of the container
-// end: a file is written with them alone, and what it lists behind them is cut off. Minus zero counts as 0.
+// The points before the first one whose x, y and z are all 0 or -0. In course files and containers such a point ends
+// the list: only the points before it are written, and cut_at_origin removes it and the points after it.
 [[nodiscard]] std::span<const vec3> points_before_origin(const pond_outline &pond);
 void cut_at_origin(pond_outline &pond);
 

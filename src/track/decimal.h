@@ -1,15 +1,16 @@
-// Numbers as loggers write them.
+// Reads decimal numbers.
 #pragma once
 
 #include <string_view>
 
 namespace tarvel {
 
-// What strtod gives for a text that a NUL follows, to the bit: 0 for what is not a number, trailing text ignored.
+// The same value, to the bit, as strtod of a text that is followed by a NUL: 0 when it does not begin with a number,
+// and text after the number is ignored.
 [[nodiscard]] double read_decimal(std::string_view text);
 
-// Reads a text that is nothing but a decimal: a minus sign or none, digits with or without a point, an exponent or
-// none. False for any other spelling and for a number that is too large for a double; value then stays.
+// Reads a text that consists of a decimal number alone: an optional minus sign, digits with or without a point, an
+// optional exponent. False for any other text and for a number that is too large for a double; value is then unchanged.
 [[nodiscard]] bool read_plain_decimal(std::string_view text, double &value);
 
 }  // namespace tarvel

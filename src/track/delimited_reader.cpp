@@ -11,7 +11,7 @@ namespace tarvel {
 
 namespace {
 
-// The rest of the line when it begins with the prefix, otherwise null.
+// The rest of the line after the prefix; null when the line does not begin with it.
 char *after_prefix(char *line, std::string_view prefix) {
   return std::strncmp(line, prefix.data(), prefix.size()) == 0 ? line + prefix.size() : nullptr;
 }
@@ -29,14 +29,14 @@ outcome read_header_lines(track_file &file, column_actions &actions, text_buffer
   return names;
 }
 
-// What the sample lines fill.
+// The state of a reader between lines.
 struct sample_lines {
   column_actions actions;
   gps_track track;
-  row_offsets *rows = nullptr;  // null when nobody asks for them
+  row_offsets *rows = nullptr;  // null when they are not needed
 };
 
-// The rest of the line is a sample, unless the row is one that append_gps_point drops.
+// Reads the rest of the line as a sample and stores the line's offset, unless append_gps_point drops the row.
 outcome read_sample(track_file &file, std::uint64_t line, sample_lines &lines, error_slot *error) {
   constexpr std::uint32_t first_capacity = 4096;
   const std::uint32_t count = lines.track.count;
@@ -105,7 +105,7 @@ outcome read_stream(std::FILE *stream, lines_reader read_lines, gps_track &track
   forget_calendar_minute();
   outcome result = read_lines(file, lines, warnings, error);
   if (result == outcome::done) result = finish_reading(file, lines.track, error);
-  // A disk that fails in mid-file would otherwise pass for a shorter run.
+  // Without this, a track with a read error in the middle would be taken for a shorter one.
   if (std::ferror(stream) != 0) {
     *error = "failed to read track";
     return outcome::unreadable;

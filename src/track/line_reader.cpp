@@ -10,7 +10,7 @@ namespace {
 constexpr std::uint32_t track_block_size = 32768;
 
 // Moves the scanned part of the line to the start of the block and fills the rest from the file. False when the line
-// leaves no room; end equals cursor when the file has no more bytes.
+// already fills the block. At the end of the file, end equals cursor afterwards.
 bool refill(track_file &file) {
   char *const block = file.block_ptr.get();
   const auto scanned = static_cast<std::size_t>(file.cursor - file.line);
@@ -27,8 +27,8 @@ bool refill(track_file &file) {
   return true;
 }
 
-// The first line end in [first, last), or last. Windows keep the search for one kind of line end from running through
-// a block that only has the other kind.
+// The first line end in [first, last), or last. Searches in short windows: otherwise, in a block with only one kind of
+// line end, each search for the other kind would run through the whole block.
 char *find_line_end(char *first, char *last) {
   constexpr std::ptrdiff_t window = 256;
   while (first != last) {

@@ -1,14 +1,14 @@
-// Asking the C library's calendar for each of a million samples would take as long as the rest of the reader. Samples
-// come in order, so the calendar minute converted last is remembered by its spelling, and within it the seconds are
-// just added.
+// Converting the time of each of a million samples with mktime would take as long as the rest of the reader. Samples
+// are mostly in order, so the text of the minute converted last is kept with its result; for a time in the same minute
+// the seconds are added to that.
 //
-// That is exact only where a minute has sixty plain seconds, also when the clock is changed:
-//   - The minute is remembered only if the calendar gave the very fields that were asked for. It does not in the hour
-//     that a change to summer time skips; there its answer may also depend on the answer before.
-//   - Its first and last second must have the same distance to universal time, since zones have changed in the middle
-//     of a minute (Amsterdam, 1937).
-//   - In the hour that comes twice the calendar keeps the distance of its answer before, so asking once a minute
-//     gives what asking each time gives. Whenever the calendar is asked for anything else, the minute is forgotten.
+// That is exact only for a minute of sixty seconds in which the distance to universal time does not change:
+//   - A minute is kept only if mktime left its fields as they were given. In the hour that a change to summer time
+//     skips it changes them, and its result there may depend on the previous call.
+//   - The first and the last second of the minute must have the same distance to universal time, since some zones have
+//     changed it in the middle of a minute (Amsterdam, 1937).
+//   - In the hour that a change from summer time repeats, mktime uses the same distance as in its previous call, so one
+//     call a minute gives what a call for each sample gives. Any other call of mktime discards the minute.
 
 #include "track/time_field.h"
 
@@ -34,10 +34,10 @@ struct calendar_minute {
   int minute = 0;
 };
 
-// "2024-06-01T12:30:" and where that minute begins. Longer spellings are not remembered.
+// The text of a minute, such as "2024-06-01T12:30:", and its time. Longer texts are not kept.
 struct remembered_minute {
   char spelling[24] = {};
-  std::size_t length = 0;  // 0: nothing is remembered
+  std::size_t length = 0;  // 0: no minute is kept
   std::int64_t start = 0;  // s since the epoch
 };
 
@@ -46,12 +46,12 @@ remembered_minute &memory() {
   return minute;
 }
 
-// The low 32 bits of an unsigned number read from a text, less what the calendar counts from.
+// The low 32 bits of a number less the base of its struct tm field: 1900 for the year, 1 for the month.
 int calendar_field(unsigned long value, unsigned long base) {
   return static_cast<int>(static_cast<std::uint32_t>(value - base));
 }
 
-// Reads one whole number and the separator behind it, and moves on.
+// Reads a whole number and the separator after it, and moves text past them.
 bool read_part(const char *&text, char separator, unsigned long base, int &part) {
   char *end = nullptr;
   const unsigned long value = std::strtoul(text, &end, 10);
@@ -67,7 +67,7 @@ bool read_minute(const char *&text, calendar_minute &minute) {
          read_part(text, ':', 0, minute.minute);
 }
 
-// Reads the seconds up to the Z. The text ends at its NUL.
+// Reads the seconds up to the Z. A NUL follows the text.
 bool read_seconds(std::string_view text, double &seconds) {
   if (!text.empty() && text.back() == 'Z' && read_plain_decimal(text.substr(0, text.size() - 1), seconds)) {
     return true;
@@ -86,7 +86,7 @@ std::tm calendar_time(const calendar_minute &minute, int second) {
   time.tm_min = minute.minute;
   time.tm_sec = second;
   time.tm_isdst = -1;
-  time.tm_wday = -1;  // a conversion that succeeds replaces it
+  time.tm_wday = -1;  // unchanged when mktime fails
   return time;
 }
 

@@ -14,7 +14,7 @@ void derive_ecef(std::span<gps_point> samples);
 // Fills pos_local and vel_local of every sample from its ECEF fields.
 void derive_local(std::span<gps_point> samples, const mat4 &frame);
 
-// Of vel_local, m/s: in plan, and of all three components.
+// Speeds from vel_local, m/s: of the horizontal components, and of all three.
 [[nodiscard]] double horizontal_speed(const gps_point &sample);
 [[nodiscard]] double total_speed(const gps_point &sample);
 
