@@ -9,7 +9,7 @@ namespace tarvel {
 
 namespace {
 
-// What tells the two kinds of section apart, messages included.
+// What differs between the two kinds of section, messages included.
 struct section_form {
   std::uint32_t type;
   std::uint16_t header_size;
@@ -65,17 +65,17 @@ struct swoop_section {
   static constexpr auto write_sample = write_swoop_sample;
 };
 
-// Bytes that cannot be read say nothing about their form.
+// After an I/O error the format of the stream is unknown.
 outcome failed_reading(std::FILE *stream) {
   return std::ferror(stream) != 0 ? outcome::unreadable : outcome::not_this_form;
 }
 
-// False when the offset lies outside what the C library can seek to, as well.
+// False also when the offset is too large for the C library.
 bool seek_to(std::FILE *stream, std::uint64_t offset) {
   return offset <= INT64_MAX && fseeko(stream, static_cast<off_t>(offset), SEEK_SET) == 0;
 }
 
-// Leaves the stream at the section that the header and its table lead to.
+// Reads the file header and the section table, and leaves the stream at the start of the section.
 void open_section(std::FILE *stream, const section_form &form, tvl_section_entry &entry, error_slot *error) {
   tvl_file_header header;
   const tvl_file_header expected;
@@ -95,7 +95,7 @@ void open_section(std::FILE *stream, const section_form &form, tvl_section_entry
   }
 }
 
-// True when the rest of the file holds that many bytes, so that no memory follows a count that the file cannot fill.
+// True when the rest of the file has that many bytes. Checked before memory is allocated for a count from the file.
 bool has_bytes_left(std::FILE *stream, std::uint64_t bytes) {
   const off_t position = ftello(stream);
   if (position < 0 || fseeko(stream, 0, SEEK_END) != 0) return false;

@@ -19,8 +19,8 @@ std::uint64_t load_as(const void *source) {
   return narrow;
 }
 
-// Walks the fields of one record in the order in which they stand in the file. The reading and the writing walk share
-// one list of fields per record, so that the two cannot disagree.
+// Reads the fields of a record in file order. field_writer writes them; both go through the same walk function of the
+// record, so that their orders cannot differ.
 struct field_reader {
   const std::uint8_t *position;
 
@@ -98,7 +98,7 @@ void walk_swoop_sample(walker &&field, record &point) {
   field(point.numsv);
 }
 
-// The whole record in one read: a file that ends within it leaves the record as it was.
+// Reads the whole record at once, so that a file that ends within it leaves the record unchanged.
 template <std::size_t size, typename record>
 bool read_record(std::FILE *stream, record &target, void (*walk)(field_reader &&, record &)) {
   std::array<std::uint8_t, size> bytes;

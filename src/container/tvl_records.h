@@ -1,5 +1,5 @@
-// The packed records of a .tvl file. Every integer is big-endian; floating-point fields travel as the integer with
-// their bit pattern; there is no padding.
+// The records of a .tvl file. Every integer is big-endian; floating-point fields are stored as the integer with their
+// bit pattern; there is no padding.
 #pragma once
 
 #include <array>
@@ -58,19 +58,18 @@ struct tvl_swoop_header {
   std::uint32_t count = 0;
 };
 
-// A big-endian unsigned integer of 1, 2, 4 or 8 bytes to and from an object of that width, whose bits are taken as they
-// are.
+// Convert between a big-endian unsigned integer of 1, 2, 4 or 8 bytes and an object of that width and the same bits.
 void read_be(void *target, const std::uint8_t *bytes, std::size_t width);
 void write_be(std::uint8_t *bytes, const void *source, std::size_t width);
 
-// Each reads or writes its record in one go. False when the file ends within it or the write fails.
+// Each reads or writes one record. False when the file ends within it or the write fails.
 [[nodiscard]] bool read_file_header(std::FILE *stream, tvl_file_header &header);
 [[nodiscard]] bool read_section_entry(std::FILE *stream, tvl_section_entry &entry);
 [[nodiscard]] bool read_gate_header(std::FILE *stream, tvl_gate_header &header);
 [[nodiscard]] bool read_swoop_header(std::FILE *stream, tvl_swoop_header &header);
-// x and y of a pond point; z stays.
+// x and y of a pond point; z is unchanged.
 [[nodiscard]] bool read_gate_sample(std::FILE *stream, vec3 &point);
-// The measured fields of a sample; the derived ones stay.
+// The measured fields of a sample; the derived ones are unchanged.
 [[nodiscard]] bool read_swoop_sample(std::FILE *stream, gps_point &point);
 
 [[nodiscard]] bool write_file_header(std::FILE *stream, const tvl_file_header &header);
