@@ -15,14 +15,14 @@ namespace tarvel {
 
 namespace {
 
-// A line of the table. Thirteen numbers a sample: printing them with std::fprintf would take longer than the analysis.
+// A line of the table. It has thirteen numbers; printing them with std::fprintf would take longer than the analysis.
 struct table_row {
   std::array<char, 13 * longest_fixed_decimal + 200> text;
   char *end = text.data();
 
   void add(std::string_view words) { end = std::copy(words.begin(), words.end(), end); }
 
-  // As "%*.*f" does. A NaN is printed as -nan: which operand's sign x86 keeps depends on the compiler.
+  // Like "%*.*f". A NaN is always printed as -nan, since its sign depends on the compiler's order of operands.
   void add(double value, std::ptrdiff_t width, int decimals) {
     if (std::isnan(value)) value = std::copysign(value, -1.0);
     char *const number_end = print_fixed(end, value, decimals);
@@ -32,7 +32,7 @@ struct table_row {
     end = number_end + missing;
   }
 
-  // Five digits of seconds: times since an epoch show as a counter that wraps, since only differences matter here.
+  // The last five digits of the seconds since the epoch, and the milliseconds.
   void add_time(std::int64_t time) {
     const auto ms = static_cast<std::uint64_t>(time);
     end += std::snprintf(end, 20, "%5d.%03d", static_cast<int>(ms / 1000 % 100000), static_cast<int>(ms % 1000));

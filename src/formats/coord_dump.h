@@ -1,4 +1,4 @@
-// coord.txt: every sample in the local frame, as a table to look at in a spreadsheet.
+// coord.txt: a table of all samples in the local frame.
 #pragma once
 
 #include <cstdio>
@@ -8,7 +8,7 @@
 
 namespace tarvel {
 
-// In feet and mph whatever the report's units. The caller checks the stream for errors.
+// Always in feet and mph. The caller checks the stream for errors.
 void write_coord_dump(std::FILE *stream, std::span<const gps_point> samples);
 
 }  // namespace tarvel

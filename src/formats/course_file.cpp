@@ -10,7 +10,7 @@ namespace tarvel {
 
 namespace {
 
-// Lines of up to 99 characters; a longer one is read as two.
+// Lines have up to 99 characters; a longer one is read as several.
 constexpr int line_size = sizeof course_link::path;
 
 bool begins_with(const char *text, const char *prefix) { return std::strncmp(text, prefix, std::strlen(prefix)) == 0; }
@@ -52,7 +52,7 @@ void write_pond(std::FILE *file, std::span<const vec3> pond) {
   if (j % 4 != 0) std::fputc('\n', file);
 }
 
-// A file as far as it has been read.
+// The state of a reader between lines.
 struct course_reader {
   const char *name = nullptr;  // for messages
   course read;
@@ -71,7 +71,7 @@ void read_matrix_row(course_reader &reader, const char *line, error_slot *error)
   ++reader.rows;
 }
 
-// Up to four points a line, in single precision: one decimal of a metre needs no more.
+// Up to four points a line, in single precision, since they are written with one decimal.
 void read_pond_points(course_reader &reader, const char *line, error_slot *error) {
   float n[8];
   const int count = std::sscanf(line, "(%f, %f), (%f, %f), (%f, %f), (%f, %f)", &n[0], &n[1], &n[2], &n[3], &n[4],
@@ -93,14 +93,14 @@ void read_theta(course_reader &reader, const char *line, error_slot *error) {
   reader.read.theta = radians_from_degrees(degrees);
 }
 
-// Takes the quotes off in place.
+// Removes the quotes at both ends of the text.
 void unquote(char *text) {
   const std::size_t length = std::strlen(text);
   if (length != 0 && text[length - 1] == '"') text[length - 1] = '\0';
   if (text[0] == '"') std::memmove(text, text + 1, std::strlen(text));
 }
 
-// Here when the entry is not for this run.
+// The answer is `here` when the entry is not for this run: reading goes on.
 course_answer read_index_entry(const course_reader &reader, const char *line, const char *swoop_file, course_link &link,
                                error_slot *error) {
   char name[line_size];

@@ -1,4 +1,4 @@
-// Numbers with a fixed count of decimals: the coordinates of a map and of a table of samples.
+// Prints numbers with a fixed count of decimals, for the coordinates of a map and of a table of samples.
 #pragma once
 
 #include <algorithm>
@@ -8,12 +8,11 @@
 
 namespace tarvel {
 
-// The most bytes that print_fixed() writes with up to 20 decimals: sign, the 309 digits of the largest double, point,
-// decimals.
+// The most bytes that print_fixed() writes: a sign, the 309 digits of the largest double, the point and 20 decimals.
 constexpr int longest_fixed_decimal = 1 + 309 + 1 + 20;
 
-// Writes what printf() prints for "%.*f", without the NUL: correctly rounded, ties, signed zeros, infinities and NaN
-// included. decimals is in 0..20. Returns the end of what was written; first must have room for it.
+// Writes the same bytes as printf() of "%.*f", without the NUL. decimals is in 0..20. first must have room for the
+// bytes; returns their end.
 inline char *print_fixed(char *first, double value, int decimals) {
   if (std::isnan(value)) {
     // libc++ prints "-nan(ind)" and "nan(snan)".

@@ -79,7 +79,7 @@ void write_entry_gate(std::FILE *file, const gate_ends &ends) {
   open_line_string(file);
   write_coordinates(file, ends[0]);
   write_coordinates(file, ends[1]);
-  write_coordinates(file, ends[1]);  // twice, as the maps of this sport have always shown it
+  write_coordinates(file, ends[1]);  // a second time
   close_line_string(file);
 }
 
