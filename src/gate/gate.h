@@ -14,10 +14,10 @@ namespace tarvel {
 
 struct gate {
   owned_text file;               // name of the gate file
-  owned_array<gps_point> track;  // the walk; null when the file held a finished course
+  owned_array<gps_point> track;  // the walk; null when the file was a container
   std::uint32_t track_len = 0;
   tarvel::course course;
-  std::array<vec3, 5> waypoints;  // the standstills 0 to 4 in local metres, as found
+  std::array<vec3, 5> waypoints;  // the standstills 0 to 4 in local metres, before levelling
 };
 
 [[nodiscard]] inline std::span<gps_point> samples_of(gate &surveyed) {

@@ -10,12 +10,12 @@ namespace tarvel {
 namespace {
 
 constexpr double near_feet = 5.0;   // at a mark, and between perimeter points
-constexpr double away_feet = 50.0;  // the walker has left a mark for good
+constexpr double away_feet = 50.0;  // farther from a mark the walker has left it
 
 double feet_between(const vec3 &a, const vec3 &b) { return distance_2d(a, b) * feet_per_metre; }
 
-// The sample after the walker was last near the mark, before leaving it. The search begins at sample i; the sample
-// count when the walker did not leave.
+// The sample after the last one near the mark before the walker left it, searched from sample i on. The number of
+// samples when the walker did not leave it.
 std::size_t find_departure(std::span<const gps_point> walk, std::size_t i, const vec3 &mark) {
   std::size_t last_near = walk.size();
   for (; i < walk.size(); ++i) {
@@ -26,7 +26,8 @@ std::size_t find_departure(std::span<const gps_point> walk, std::size_t i, const
   return walk.size();
 }
 
-// Stores the leg's perimeter points from sample i on until the walker is near the next mark, and returns that sample.
+// Appends the perimeter points of one leg, from sample i to the first sample near the next mark, and returns that
+// sample.
 std::size_t walk_leg(std::span<const gps_point> walk, std::size_t i, const vec3 &next_mark, pond_outline &pond,
                      error_slot *error) {
   const std::size_t first_of_leg = pond.count;

@@ -14,7 +14,7 @@ namespace tarvel {
 
 namespace {
 
-constexpr double exit_mark_tolerance = 5.0;  // m along its bearing
+constexpr double exit_mark_tolerance = 5.0;  // m, along the line from the origin to the mark
 
 segment2 plan_segment(const vec3 &from, const vec3 &to) { return {from.x, from.y, to.x, to.y}; }
 
@@ -23,14 +23,14 @@ course_corners in_frame(const course_corners &corners, const mat4 &frame) {
           mat4_transform_point(frame, corners.c), mat4_transform_point(frame, corners.d)};
 }
 
-// Levelling works on copies: the pond is walked between the marks as they were found.
+// Levels copies of the waypoints, since the pond is searched between the original ones.
 course_corners level_corners(const waypoint_list &waypoints, text_buffer &log) {
   std::array<vec3, 4> corners = {waypoints[4], waypoints[1], waypoints[2], waypoints[3]};
   level_waypoints(corners, log);
   return {corners[0], corners[1], corners[2], corners[3]};
 }
 
-// The frame whose origin is corner c, moved along the x-axis to the centre of the entry gate.
+// Builds the frame at corner c and moves its origin along the x-axis to the centre of the entry gate.
 mat4 build_course_frame(const course_corners &corners, text_buffer &log) {
   frame_axes axes;
   bool is_clockwise = false;
@@ -107,7 +107,7 @@ double exit_gate_theta(const vec3 &b, const vec3 *exit_mark, text_buffer &log) {
 
   const vec3 origin;
   const double before = distance_2d(*exit_mark, expected);
-  // What remains once the frame is turned so that the mark lies on the expected bearing.
+  // The distance that remains after the frame is rotated so that the mark is in the expected direction.
   const double after = distance_2d(*exit_mark, origin) - distance_2d(expected, origin);
   text_buffer_printf(log, "exit gate location error (before, after) = (%0.1fm, %0.1fm)\n", before, after);
   if (std::fabs(after) > exit_mark_tolerance) {

@@ -1,4 +1,4 @@
-// From the standstills of a walk to the course frame and the speed-carve rotation.
+// Computes the course frame and the speed-carve rotation from the standstills of a walk.
 #pragma once
 
 #include "gate/gate.h"
@@ -18,16 +18,16 @@ struct course_corners {
   vec3 d;
 };
 
-// Fills the course's matrix and theta and the waypoints from the walk, and derives its ECEF fields. The progress text
-// goes to log_text when there is any, also after a failure; log_text may be null. Fails with "malloc() failed", a
-// message of find_waypoints, level_waypoints or locate_gate_centre, or the log's own.
+// Fills the course's matrix and theta and the waypoints from the walk, and derives the walk's ECEF fields. The progress
+// text is stored in log_text unless it is empty, also after a failure; log_text may be null. Fails with "malloc()
+// failed", a message of find_waypoints, level_waypoints or locate_gate_centre, or the log's own.
 void survey_gate(gate &surveyed, owned_text *log_text, error_slot *error);
 
-// Where AC and BD cross in plan; its z is 0. Local. Fails with "AC and BD do not intersect".
+// The point where AC and BD cross in plan, with z 0. Local coordinates. Fails with "AC and BD do not intersect".
 [[nodiscard]] vec3 locate_gate_centre(const course_corners &corners, error_slot *error);
 
-// The rotation of a speed-carve course in radians. Without an exit mark, or with one that does not fit, it turns the
-// gate mark b onto the +y axis; with one, it turns the carve's exit gate onto the mark. Local; exit_mark may be null.
+// The rotation of a speed-carve course in radians. With an exit mark that fits, it turns the carve's exit gate onto the
+// mark; otherwise it turns the gate mark b onto the +y axis. Local coordinates; exit_mark may be null.
 [[nodiscard]] double exit_gate_theta(const vec3 &b, const vec3 *exit_mark, text_buffer &log);
 
 }  // namespace tarvel

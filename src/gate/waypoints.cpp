@@ -9,13 +9,13 @@ namespace tarvel {
 
 namespace {
 
-constexpr float good_accuracy = 3.0F;         // m; either accuracy will do
+constexpr float good_accuracy = 3.0F;         // m; one of the two accuracies must be better
 constexpr double standing_distance = 2.0;     // m
-constexpr std::int64_t standing_time = 7999;  // ms that a standstill must exceed
-constexpr std::int64_t trimmed_time = 1999;   // ms left out at both ends: the walker settles, and leaves
+constexpr std::int64_t standing_time = 7999;  // ms; a standstill is longer
+constexpr std::int64_t trimmed_time = 1999;   // ms left out at both ends of a standstill
 constexpr double walking_distance = 10.0;     // m
 constexpr double height_tolerance = 3.5;      // m
-constexpr double carried_height = 1.0;        // m above the ground at which a walker carries the logger
+constexpr double carried_height = 1.0;        // m; height of the walker's logger above the ground
 
 double distance_between(std::span<const gps_point> track, std::size_t a, std::size_t b) {
   return distance_3d(track[a].pos_ecef, track[b].pos_ecef);
@@ -31,14 +31,14 @@ std::size_t find_start(std::span<const gps_point> track) {
   return i;
 }
 
-// Two samples of one standstill: the first of it, and the one that proves it.
+// Two samples of a standstill: its first, and the first that is late enough after it.
 struct dwell {
   std::size_t anchor = 0;
   std::size_t proof = 0;
 };
 
-// Scans forward and drags the anchor after a walker who has moved too far from it. False when there is no dwell, or
-// when a distance is not a number, with which the search would never end.
+// Scans forward; when the walker is too far from the anchor, moves the anchor to the next sample that is near enough.
+// False when there is no standstill, or when a distance is NaN, with which the search would not end.
 bool find_dwell(std::span<const gps_point> track, std::size_t start, dwell &found) {
   std::size_t anchor = start;
   std::size_t i = start;
@@ -64,7 +64,7 @@ bool find_dwell(std::span<const gps_point> track, std::size_t start, dwell &foun
   return true;
 }
 
-// The last sample that is still within the standstill.
+// The last sample of the standstill.
 std::size_t extend_dwell(std::span<const gps_point> track, const dwell &found) {
   std::size_t i = found.proof + 1;
   while (i < track.size() && distance_between(track, found.anchor, i) < standing_distance) ++i;
@@ -146,7 +146,7 @@ void find_waypoints(std::span<const gps_point> track, waypoint_list &waypoints, 
     detect_waypoint(track, position, position, waypoints[i], log);
     if (*log.error) return;
   }
-  // Many courses have no exit mark.
+  // The exit mark is optional.
   detect_motion(track, position, position, log);
   if (*log.error == nullptr) detect_waypoint(track, position, position, waypoints[required], log);
   if (*log.error) waypoints[required] = vec3();
