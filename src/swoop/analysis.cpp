@@ -24,18 +24,18 @@ using detector = void (*)(swoop &run, error_slot *error);
 
 void estimate_run_touchdown(swoop &run, error_slot *error) { estimate_touchdown(run, run.time_aloft, error); }
 
-// Each relies on what the ones before it have found.
+// In this order: each needs results of those before it.
 constexpr std::array<detector, 12> detectors = {
     check_gate_location, detect_plane_exit, detect_pattern_entry,  detect_top_of_turn,
     detect_stop,         detect_rollout,    detect_bottom_of_turn, detect_entry_gate,
     detect_speed_carve,  detect_max_speeds, sum_turn_degrees,      estimate_run_touchdown,
 };
 
-// Small enough to stay in the processor's cache from one stage to the next; fetching a long track from memory once for
-// each stage would take longer than the stages.
+// Samples; small enough that a block stays in the processor's cache from one stage to the next. With whole tracks
+// instead of blocks the stages would mostly wait for memory.
 constexpr std::uint32_t block_size = 512;
 
-// A track's ECEF fields do not depend on the frame and are derived once.
+// Whether a track's ECEF fields are filled. They do not depend on the frame and are derived only once.
 enum class ecef_state { missing, derived };
 
 void derive_samples(swoop &run, ecef_state ecef) {
@@ -62,7 +62,7 @@ void run_pipeline(swoop &run, ecef_state ecef, error_slot *error) {
   }
 }
 
-// What a gate type does with the course it is given.
+// Whether the run's frame has to be analysed: new, the same as in the last analysis, or not found.
 enum class frame_state { settled, unchanged, failed };
 
 frame_state settle_turning_frame(swoop &run, const mat4 &frame, double theta) {

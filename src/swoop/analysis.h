@@ -1,4 +1,4 @@
-// The analysis of one run, from its samples and a frame to its scores.
+// The analysis of one run: computes its phases and scores from its samples and a frame.
 #pragma once
 
 #include <cstdint>
@@ -9,19 +9,19 @@
 
 namespace tarvel {
 
-// Settles the frame and fills everything that the record holds of the run. The frame (ECEF to local) is not read for
-// gate type 2, which builds its own; theta in radians is read for gate type 0 alone, whose frame is turned, and the run
-// analysed again, after a reversal or a speed carve. Given again, a course that the run's frame was turned in, a fixed
-// course or the implicit gate does no work. Fails with "no points found in track", "invalid gate type" or a detector's
-// message; what was found before that stays in the record.
+// Chooses the frame and fills all results in the record. frame (ECEF to local) is not used for gate type 2, which
+// builds its own; theta (radians) is used only for gate type 0: after a reversal or a speed carve its frame is rotated
+// and the run analysed again. A second call with the same gate type and frame does nothing, except for a course that
+// was not rotated. Fails with "no points found in track", "invalid gate type" or a detector's message; what was found
+// before that stays in the record.
 void analyze_swoop(swoop &run, std::int32_t gate_type, const mat4 &frame, double theta, error_slot *error);
 
-// How far the course is turned about the vertical for the run as it was flown, radians: half a turn for a reversal, the
-// course's theta for a speed carve. The course's pond is turned by it as well.
+// The angle in radians by which the course is rotated about the vertical for this run: pi for a reversal, plus the
+// course's theta for a speed carve. The course's pond must be rotated by it as well.
 [[nodiscard]] double correction_angle(const swoop &run);
 
 // Derives every sample's kinematics in run.matrix and finds and scores the phases, stopping at the first error. The
-// reversal and carve flags are only ever set.
+// reversal and carve flags may be set, but are not cleared.
 void run_swoop_pipeline(swoop &run, error_slot *error);
 
 }  // namespace tarvel

@@ -11,7 +11,7 @@ namespace {
 
 constexpr double farthest_gate = 1000.0;          // m
 constexpr double gate_half_width = 15.0;          // m; twice the course's lane
-constexpr double feet_per_printed_mile = 5180.0;  // shorter than a statute mile; meets know the message by this figure
+constexpr double feet_per_printed_mile = 5180.0;  // used in one message; a statute mile has 5,280 ft
 
 bool flies_past(double from, double to) { return (from < 0.0 && to < 0.0) || (from > 0.0 && to > 0.0); }
 

@@ -1,4 +1,4 @@
-// The entry gate: is this the run's course, and where did the run cross its gate?
+// The entry gate: checks that the run was flown at this course, and finds where it crossed the gate.
 #pragma once
 
 #include "support/error_slot.h"
@@ -11,8 +11,8 @@ namespace tarvel {
 void check_gate_location(swoop &run, error_slot *error);
 
 // Fills entry_gate, entry_gate_time, entry_gate_speed and entry_gate_ypos, and sets reversal_detected when the gate was
-// crossed against the course; all but that flag are 0 when the gate was missed, as a crossing more than 15 m from its
-// centre is. Needs run.rollout and run.stop. Never fails.
+// crossed against the course's x-axis. Except for that flag they are 0 when the gate was missed or crossed more than 15
+// m from its centre. Needs run.rollout and run.stop. Never fails.
 void detect_entry_gate(swoop &run, error_slot *error);
 
 }  // namespace tarvel

@@ -16,16 +16,17 @@ namespace tarvel {
 namespace {
 
 constexpr double flight_descent_feet = 1500.0;
-constexpr float usable_vacc = 20.0F;  // m; worse heights say nothing about flight
+constexpr float usable_vacc = 20.0F;  // m; samples with worse heights are not used to find the flight
 constexpr double standing_speed_mph = 10.0;
-constexpr float unusable_vacc = 10.0F;        // m; from here on heights cannot confirm a landing
-constexpr double landed_height_feet = 100.0;  // how far the height may move after a landing
-constexpr std::int64_t landed_time = 15000;   // ms that must be exceeded
-constexpr std::int64_t ground_time = 3000;    // ms after the landing that give the ground's height
-constexpr double carried_height = 2.0;        // m above the ground at which a pilot's logger stands
+constexpr float unusable_vacc = 10.0F;        // m; with this accuracy or worse the height of a landing is not checked
+constexpr double landed_height_feet = 100.0;  // largest change of the height after a landing
+constexpr std::int64_t landed_time = 15000;   // ms; a landing lasts longer
+constexpr std::int64_t ground_time = 3000;    // ms after the landing over which the ground's height is averaged
+constexpr double carried_height = 2.0;        // m; height of a standing pilot's logger above the ground
 constexpr double dive_height_feet = 100.0;
 
-// The first sample well below the greatest height before it; 0 when there is none. The last sample is not examined.
+// The first sample more than 1,500 ft below the greatest height before it; 0 when there is none. The last sample is not
+// examined.
 std::size_t find_flight(std::span<const gps_point> samples) {
   double highest = raw_altitude(samples[0]);
   for (std::size_t i = 0; i + 1 < samples.size(); ++i) {
@@ -43,9 +44,9 @@ bool has_moved_away(const gps_point &from, double altitude) {
   return !(feet_per_metre * std::fabs(altitude - raw_altitude(from)) <= landed_height_feet);
 }
 
-// What candidates ask about the samples behind them.
+// A summary of samples, for is_decided.
 struct ground_summary {
-  double least = std::numeric_limits<double>::infinity();  // m; greater than the greatest: no samples
+  double least = std::numeric_limits<double>::infinity();  // m; above greatest when there are no samples
   double greatest = -std::numeric_limits<double>::infinity();
   time_range times;
 
@@ -53,7 +54,7 @@ struct ground_summary {
     const double altitude = raw_altitude(sample);
     least = std::min(least, altitude);
     greatest = std::max(greatest, altitude);
-    // No altitude is near one that is not a number.
+    // No altitude is near NaN.
     if (std::isnan(altitude)) greatest = std::numeric_limits<double>::infinity();
     times.add(sample);
   }
@@ -69,7 +70,7 @@ bool has_stayed(const gps_point &from, const gps_point &sample) {
   return elapsed(from.time, sample.time) > landed_time;
 }
 
-// True where the landing has lasted or the height has changed.
+// True for the first sample at which the landing has lasted long enough or the height has changed.
 struct is_decided {
   const gps_point &from;
 
@@ -83,10 +84,10 @@ struct is_decided {
   }
 };
 
-// 0 when there is none. The last sample is not examined.
+// The first sample of the landing after the flight; 0 when there is none. The last sample is not examined.
 std::size_t find_landing(std::span<const gps_point> samples, std::size_t flight) {
   sample_tree<ground_summary> tree(samples);
-  // The track may end before the landing has lasted.
+  // A track that ends before the landing has lasted long enough counts as one that lasts.
   const auto lasts = [&](std::size_t i) {
     const std::size_t decided = tree.find_first(i, samples.size(), is_decided{samples[i]});
     return decided == samples.size() || has_stayed(samples[i], samples[decided]);
@@ -148,7 +149,7 @@ void build_implicit_frame(swoop &run, error_slot *error) {
   find_implicit_gate(run, gate, landing, error);
   if (*error) return;
 
-  constexpr double vertical_rise = 100.0;  // m; any rise gives the same vertical
+  constexpr double vertical_rise = 100.0;  // m; its value does not matter
   const vec3 above = wgs84_to_ecef({gate.x, gate.y, gate.z + vertical_rise});
   const vec3 origin = wgs84_to_ecef(gate);
   frame_axes axes;

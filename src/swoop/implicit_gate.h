@@ -1,4 +1,4 @@
-// A frame from the run itself, for runs without a course: the entry gate stands at the bottom of the swoop.
+// Builds a frame from the run itself, for runs without a course. Its entry gate is at the bottom of the swoop.
 #pragma once
 
 #include "geo/vec3.h"
@@ -7,9 +7,9 @@
 
 namespace tarvel {
 
-// The bottom of the swoop at ground level and the landing, WGS84, from the raw logger values. A landing has lasted at
-// the first sample that elapsed() puts more than 15 s after it, also where the difference of the times wraps. Fails
-// with "could not detect flight", "could not detect landing" or "could not find dive at 100 feet".
+// Finds the bottom of the swoop at ground level and the landing, WGS84, from the raw logger values. A landing has
+// lasted at the first sample more than 15 s after it by elapsed(), also where that difference wraps. Fails with "could
+// not detect flight", "could not detect landing" or "could not find dive at 100 feet".
 void find_implicit_gate(const swoop &run, vec3 &gate_point, vec3 &landing_point, error_slot *error);
 
 // Fills run.matrix: origin at the gate point, z up, x towards the landing. Fails like find_implicit_gate.

@@ -6,7 +6,7 @@ namespace tarvel {
 
 namespace {
 
-// The stop itself is left out.
+// The first sample of [first, stop) with the greatest value.
 template <typename measure>
 std::uint32_t first_greatest(const swoop &run, std::uint32_t first, measure speed_of) {
   std::uint32_t greatest_at = 0;

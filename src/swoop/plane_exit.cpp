@@ -14,31 +14,32 @@ namespace {
 // Feet above the entry gate.
 constexpr double pattern_height_feet = 2500.0;  // the pattern begins below, an exit lies above
 constexpr double highest_exit_feet = 20000.0;
-constexpr double low_height_feet = 1000.0;     // below it, after a time above 2,500 ft, no exit follows
-constexpr double landing_height_feet = 200.0;  // a fall that comes down to here was one
-constexpr double climb_feet = 75.0;            // a fall does not climb by more
+constexpr double low_height_feet = 1000.0;     // the search ends below it, after a sample above 2,500 ft
+constexpr double landing_height_feet = 200.0;  // the first sample below it after a fall is the landing
+constexpr double climb_feet = 75.0;            // a fall is refused when the height then climbs by more
 
-// mph per second downward: free fall is 22, an aircraft that levels off stays below, shocks lie above.
+// mph per second downward. Free fall gives 22; an aircraft that levels off gives less than the least, a shock more than
+// the greatest.
 constexpr double least_fall = 12.0;
 constexpr double greatest_fall = 44.0;
-constexpr std::int64_t fall_time = 1500;  // ms for which the mean must exceed least_fall
+constexpr std::int64_t fall_time = 1500;  // ms over which the mean must exceed least_fall
 
-// Up to so many samples, 340 a second, are added in their order; receivers reach 100 a second.
+// Up to this many samples, 340 a second, are added in file order; receivers give up to 100 a second.
 constexpr std::size_t most_added_in_order = 512;
 
-// Vertical accuracies from here on (m) say too little to end the search.
+// m; samples with this vertical accuracy or worse do not end the search.
 constexpr float trusted_vacc = 10.0F;
 
-// An acceleration that is not a number ends a fall, too: no mean with it exceeds anything.
+// False for an acceleration of NaN, too.
 bool may_be_fall(const gps_point &sample) {
   const double acceleration = downward_acceleration(sample);
   return acceleration >= 0.0 && acceleration <= greatest_fall;
 }
 
-// What candidates ask about many samples behind them.
+// A summary of samples, for is_decided and the mean acceleration.
 struct fall_summary {
   double accelerations = 0.0;  // their sum, mph per second
-  bool is_fall = true;         // each of them may be one
+  bool is_fall = true;         // may_be_fall() of every sample
   time_range times;
 
   void add(const gps_point &sample) {
@@ -54,7 +55,7 @@ struct fall_summary {
   }
 };
 
-// True where the fall ends or has lasted.
+// True for the first sample at which the fall ends or has lasted long enough.
 struct is_decided {
   std::int64_t start;
 
@@ -66,7 +67,7 @@ struct is_decided {
   }
 };
 
-// True when the mean downward acceleration over the fall time from sample i exceeds the least of a fall.
+// True when the mean downward acceleration over fall_time from sample i exceeds least_fall.
 bool has_begun(std::span<const gps_point> samples, sample_tree<fall_summary> &tree, std::size_t i) {
   const is_decided decides = {samples[i].time};
   const std::size_t end_in_order = std::min(samples.size(), i + most_added_in_order);
@@ -82,8 +83,8 @@ bool has_begun(std::span<const gps_point> samples, sample_tree<fall_summary> &tr
   return may_be_fall(samples[last]) && sum / static_cast<double>(last - i + 1) > least_fall;
 }
 
-// From one candidate to the next landing. A candidate before first_kept is refused: the height climbs again before the
-// landing.
+// The samples up to the next landing. A fall that begins before first_kept is refused, since the height climbs again
+// before the landing.
 struct descent {
   std::size_t first_kept = 0;
   std::size_t landing = 0;

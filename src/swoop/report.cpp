@@ -10,7 +10,7 @@ namespace tarvel {
 
 namespace {
 
-// The report as far as it has been printed.
+// The state of the report while it is printed.
 struct report_text {
   text_buffer buffer;
   display_units units;

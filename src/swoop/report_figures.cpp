@@ -69,7 +69,7 @@ report_figures figures_of(const swoop &run) {
   figures.rollout_time = seconds(rollout.time, run.bottom_time);
   figures.aloft_time = seconds(run.bottom_time, run.touchdown_time);
 
-  // A speed or time that is not a number was found, though not well, and is shown.
+  // NaN counts as found and is printed.
   figures.entry_gate_speed = short_or_hyphens(run.entry_gate_speed != 0.0, "----", speed(run.entry_gate_speed));
   figures.stop_distance = length(track[run.stop].pos_local.x);
   figures.touchdown_distance = length(run.touchdown_distance);

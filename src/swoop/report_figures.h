@@ -1,4 +1,4 @@
-// The figures of the report, each as it was found and as it is printed.
+// The figures of the report, as values and as printed text.
 #pragma once
 
 #include "support/units.h"
@@ -13,8 +13,8 @@ struct report_figure {
   figure_unit unit = figure_unit::metres;
   int decimals = 0;               // as printed
   const char *missing = nullptr;  // what is printed instead of a figure that was not found; null for one that was
-  bool is_short = false;          // at most five characters are printed: the report keeps its columns
-  bool hides_minus_zero = false;  // what would print as -0 is printed as 0
+  bool is_short = false;          // at most five characters are printed, so that columns stay aligned
+  bool hides_minus_zero = false;  // prints 0 instead of -0
 };
 
 struct report_point {
@@ -60,7 +60,7 @@ struct figure_text {
   char text[320];
 };
 
-// As printed in the report, without the blanks that fill its column.
+// The figure as in the report, without padding.
 [[nodiscard]] figure_text print_figure(const report_figure &figure, const display_units &units);
 
 }  // namespace tarvel

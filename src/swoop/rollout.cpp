@@ -10,17 +10,17 @@ namespace tarvel {
 namespace {
 
 constexpr double rollout_height_feet = 100.0;  // above the stop
-constexpr double level_descent_mph = 10.0;     // an altitude that does not fall counts only at such a descent
+constexpr double level_descent_mph = 10.0;     // the search for the lowest point ends only below this
 constexpr double above_lowest = 1.0;           // m
 constexpr double bottom_descent = 1.25;        // m/s
 
-// A crossing between sample index and the next. Time 0 stands for none.
+// A crossing between sample index and the next. Time 0 means none.
 struct bottom_crossing {
   std::uint32_t index = 0;
   std::int64_t time = 0;
 };
 
-// The sample before the first rise of the altitude in slow descent, or the last.
+// The sample before the first one in slow descent whose altitude is not lower, or the last.
 std::uint32_t find_lowest(std::span<const gps_point> samples, std::uint32_t first, std::uint32_t last) {
   for (std::uint32_t k = first + 1; k <= last; ++k) {
     const bool is_lower = raw_altitude(samples[k]) < raw_altitude(samples[k - 1]);

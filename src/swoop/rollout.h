@@ -1,4 +1,4 @@
-// The rollout: from the end of the dive to level flight.
+// The rollout: the end of the dive, up to level flight.
 #pragma once
 
 #include <cstdint>
@@ -13,16 +13,16 @@ namespace tarvel {
 // run.top_of_turn and run.stop. Fails with "could not find rollout".
 void detect_rollout(swoop &run, error_slot *error);
 
-// The bottom of a turn between two samples of the run, on the raw logger values: where it first comes within 1 m of its
-// lowest point or first descends at 1.25 m/s or less, whichever is earlier. Gives the sample before it and the
-// interpolated time; without either, the sample after first, but never one past the track.
+// Finds the bottom of a turn between two samples of the run, from the raw logger values: where the run first is within
+// 1 m of its lowest point or first descends at 1.25 m/s or less, whichever is earlier. Stores the sample before it and
+// the interpolated time; without either, the sample after first, or the track's last.
 void find_bottom(const swoop &run, std::uint32_t first, std::uint32_t last, std::uint32_t &index, std::int64_t &time);
 
 // Fills run.bottom_of_turn, bottom_time and the local position there. Needs run.rollout and run.stop. Never fails.
 void detect_bottom_of_turn(swoop &run, error_slot *error);
 
-// A quantity of the samples index and index + 1, given for both, at a time between them (ms); at the track's last
-// sample there is no next, and the value stays.
+// A value interpolated between the samples index and index + 1 at a time (ms). At the track's last sample, the value of
+// that sample.
 [[nodiscard]] vec3 position_at(const swoop &run, std::uint32_t index, std::int64_t time, vec3 gps_point::*position);
 
 }  // namespace tarvel

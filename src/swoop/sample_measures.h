@@ -1,4 +1,4 @@
-// What the detectors look at in a sample, in the units in which their thresholds are stated.
+// The measures of a sample that the detectors use, in the units of their thresholds.
 #pragma once
 
 #include <cstdint>
@@ -25,13 +25,13 @@ namespace tarvel {
 [[nodiscard]] inline double raw_altitude(const gps_point &sample) { return sample.pos_wgs84.z; }
 [[nodiscard]] inline double raw_descent(const gps_point &sample) { return sample.vel_ltp.z; }
 
-// ms as a double for a divisor. 32-bit unsigned: a step back in time becomes a very long one, so that its rates come
-// out near zero instead of negative.
+// The time between two samples in ms, as a divisor. Computed in 32 bits without a sign: a step back becomes a very long
+// time, so that rates are near zero instead of negative.
 [[nodiscard]] inline double time_step(const gps_point &from, const gps_point &to) {
   return static_cast<double>(static_cast<std::uint32_t>(elapsed(from.time, to.time)));
 }
 
-// Where a measure of two samples that follow one another, va and vb, crosses a value: its time, ms, truncated.
+// The time at which a measure, va at sample a and vb at sample b, crosses a value: interpolated, ms, truncated.
 [[nodiscard]] std::int64_t crossing_time(const gps_point &a, const gps_point &b, double va, double vb, double value);
 
 // A heading difference folded into 0..180 degrees.

@@ -1,9 +1,9 @@
-// Questions about long stretches of a track, answered without looking at each of their samples. For tracks on which a
-// detector refuses candidate after candidate: looking at all samples behind each of them would be quadratic.
+// Sums and searches over long stretches of a track in logarithmic time. Needed for tracks on which a detector refuses
+// many candidates: a loop over all samples after each candidate would take quadratic time.
 //
-// Leaf k of the tree sums up the k-th block of samples, any other node its two children, which node n has at 2n and
-// 2n + 1; node 1 is the root. It is made for the first question that leads beyond a few samples, and on most tracks
-// none does. Without memory for it every question is answered sample by sample.
+// Leaf k of the tree holds the summary of the k-th block of samples; any other node n holds that of its children, 2n
+// and 2n + 1; node 1 is the root. The tree is built when a stretch of more than a few samples is first needed; on most
+// tracks it never is. When memory is short, every sample is read instead.
 #pragma once
 
 #include <algorithm>
@@ -18,10 +18,10 @@
 
 namespace tarvel {
 
-// The first and last of several times, for the question whether one of them is so much later than a given time. Over
-// times more than 146 million years apart, whose differences may wrap, the answer is always that one may be.
+// The first and last of several times. may_be_after() tests whether one of them may be later than a given time by some
+// span. When the times are more than 146 million years apart, their differences may wrap, and it is always true.
 struct time_range {
-  std::int64_t first = INT64_MAX;  // after the last: of no samples
+  std::int64_t first = INT64_MAX;  // later than last when there are no samples
   std::int64_t last = INT64_MIN;
 
   void add(const gps_point &sample) { add(time_range{sample.time, sample.time}); }
@@ -37,13 +37,13 @@ struct time_range {
   }
 };
 
-// A summary is that of no samples by default; add() takes a sample or another summary.
+// A default-constructed summary is that of no samples; add() takes a sample or another summary.
 template <typename summary>
 class sample_tree {
  public:
   explicit sample_tree(std::span<const gps_point> samples) : samples_(samples) {}
 
-  // Of the samples [first, end), which are some.
+  // The summary of the samples [first, end), of which there is at least one.
   [[nodiscard]] summary between(std::size_t first, std::size_t end) {
     summary total;
     const std::size_t first_block = (first + block_size - 1) / block_size;
@@ -63,8 +63,8 @@ class sample_tree {
     return total;
   }
 
-  // The first sample of [first, end) that meets the condition, or the end. A summary must meet it if one of its samples
-  // does; a block whose summary meets it without costs a look at each of its samples.
+  // The first sample of [first, end) that meets the condition, or end. The condition must hold for a summary when it
+  // holds for one of its samples. It may hold for other summaries, too; then all samples of the block are tested.
   template <typename condition>
   [[nodiscard]] std::size_t find_first(std::size_t first, std::size_t end, condition is_met) {
     const std::size_t near_end = first + near;
@@ -76,9 +76,9 @@ class sample_tree {
 
  private:
   static constexpr std::size_t block_size = 32;
-  static constexpr std::size_t near = 64;  // samples, at least two blocks, that are not worth a tree
+  static constexpr std::size_t near = 64;  // samples, at least two blocks; shorter stretches do without the tree
 
-  // From that block on to the end of the track.
+  // Searches from that block to the end of the track.
   template <typename condition>
   [[nodiscard]] std::size_t find_by_blocks(std::size_t block, condition is_met) const {
     std::size_t node = leaf_count_ + block;
@@ -92,14 +92,14 @@ class sample_tree {
         const auto found = std::find_if(samples.begin(), samples.end(), is_met);
         if (found != samples.end()) return static_cast<std::size_t>(&*found - samples_.data());
       }
-      // On to the right, and there up to the greatest node that begins with the same block.
+      // The next node to the right, then up to its highest ancestor that begins with the same block.
       ++node;
       if (std::has_single_bit(node)) return samples_.size();
       node >>= std::countr_zero(node);
     }
   }
 
-  // The last blocks of the tree may have no samples.
+  // Empty for the last blocks of the tree, which may lie after the end of the track.
   [[nodiscard]] std::span<const gps_point> samples_of_block(std::size_t block) const {
     const std::size_t first = std::min(block * block_size, samples_.size());
     return samples_.subspan(first, std::min(block_size, samples_.size() - first));
@@ -109,7 +109,7 @@ class sample_tree {
     for (; first < end; ++first) total.add(samples_[first]);
   }
 
-  // False when memory is short.
+  // Builds the tree at the first call. False when memory is short.
   [[nodiscard]] bool make() {
     if (leaf_count_ != 0) return nodes_ != nullptr;
     const std::size_t block_count = (samples_.size() + block_size - 1) / block_size;
@@ -128,7 +128,7 @@ class sample_tree {
 
   std::span<const gps_point> samples_;
   owned_array<summary> nodes_;
-  std::size_t leaf_count_ = 0;  // 0: nobody has asked for the tree
+  std::size_t leaf_count_ = 0;  // 0: make() has not been called
 };
 
 }  // namespace tarvel

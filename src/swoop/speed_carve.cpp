@@ -12,11 +12,11 @@ namespace tarvel {
 namespace {
 
 constexpr double scored_distance = 12.0;  // m from the gate's centre
-constexpr double carve_distance = 20.0;   // m; a crossing farther out was no carve
-constexpr double finish_distance = 10.0;  // m; a run that ends so near the gate was a carve, too
-constexpr double widest_entry = 10.0;     // m to the side of the carve; farther out the run began elsewhere
+constexpr double carve_distance = 20.0;   // m; a crossing farther from the gate's centre is not a carve
+constexpr double finish_distance = 10.0;  // m; a run that ends this near the gate's centre is a carve, too
+constexpr double widest_entry = 10.0;     // m from the entry gate's centre, on the side of the carve
 
-// A carve on one side, and the last sample before its gate, 0 when the run ended before it.
+// The side of a carve, and the last sample before its exit gate; 0 when the run ended before the gate.
 struct carve {
   std::uint8_t direction = carve_towards_minus_y;
   std::uint32_t before_exit = 0;
@@ -36,7 +36,7 @@ double gate_line_y(const carve_gate &gate, double x) {
   return -a / b * x + c / b;
 }
 
-// Where the run crossed the line of either gate, or ended near one.
+// Finds the first crossing of the line of either exit gate; without one, the gate near which the run ended.
 std::optional<carve> find_carve(const swoop &run, const mat4 &frame, const carve_gate &plus_gate,
                                 const carve_gate &minus_gate) {
   const std::span<const gps_point> samples = samples_of(run);
@@ -53,7 +53,7 @@ std::optional<carve> find_carve(const swoop &run, const mat4 &frame, const carve
   return std::nullopt;
 }
 
-// Only the side that the carve turns to is limited: from the other side the gate is in view for longer.
+// Only the side that the carve turns to has a limit.
 bool enters_too_wide(const swoop &run, const carve &found) {
   return found.direction == carve_towards_plus_y ? run.entry_gate_ypos > widest_entry
                                                  : run.entry_gate_ypos < -widest_entry;
@@ -78,7 +78,7 @@ bool score_exit(swoop &run, const mat4 &frame, const carve_gate &gate, std::uint
   return true;
 }
 
-// On the second pass over a carve the frame in force has been turned already.
+// The frame of the carve. On the second pass of the analysis run.matrix has been rotated already.
 mat4 carve_frame(const swoop &run) {
   mat4 frame = run.matrix;
   if (!run.carve_detected) mat4_rotate_z(frame, run.reversal_detected ? run.rotate_theta + pi : run.rotate_theta);

@@ -7,8 +7,9 @@
 namespace tarvel {
 
 // Fills exit_gate, exit_gate_time, exit_gate_speed and exit_gate_xpos when the run crossed the carve's exit gate near
-// enough to be scored, and sets carve_detected and carve_direction when it was a carve. Only for a course that may be
-// turned and a run through its entry gate. Needs pos_ecef and the entry gate's results. Never fails.
+// enough to be scored; otherwise they are 0. Sets carve_detected and carve_direction when the run was a carve. Examines
+// only runs of gate_type_course that crossed their entry gate. Needs pos_ecef and the entry gate's results. Never
+// fails.
 void detect_speed_carve(swoop &run, error_slot *error);
 
 }  // namespace tarvel

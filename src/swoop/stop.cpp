@@ -7,12 +7,12 @@ namespace tarvel {
 
 namespace {
 
-// The swoop is over its fast part, level and slow enough, when its heading is taken. mph.
+// mph. The swoop's heading is taken at the first sample after the dive that is below both.
 constexpr double level_descent = 10.0;
 constexpr double slow_speed = 20.0;
 
 constexpr double standing_speed = 2.0;      // mph
-constexpr double turned_away_angle = 45.0;  // degrees off the swoop's heading: the pilot walks off
+constexpr double turned_away_angle = 45.0;  // degrees from the swoop's heading; the pilot walks off
 
 bool is_slow_and_level(const gps_point &sample) {
   return descent_mph(sample) < level_descent && horizontal_mph(sample) < slow_speed;

@@ -1,4 +1,4 @@
-// Where the motion after the swoop ends.
+// The end of the motion after the swoop.
 #pragma once
 
 #include "support/error_slot.h"

@@ -14,8 +14,8 @@
 
 namespace tarvel {
 
-// How the local frame was obtained; any other value is refused.
-constexpr std::int32_t gate_type_course = 0;        // may be turned for a reversal or a speed carve
+// How the local frame is obtained. analyze_swoop refuses any other value.
+constexpr std::int32_t gate_type_course = 0;        // rotated after a reversal or a speed carve
 constexpr std::int32_t gate_type_fixed_course = 1;  // used as given
 constexpr std::int32_t gate_type_implicit = 2;      // built from the run itself
 
@@ -31,12 +31,12 @@ struct swoop {
   std::uint32_t track_len = 0;
   track_kind kind = track_kind::header_lines;
   bool debug = false;            // coord.txt and a copy of the trimmed track are wanted
-  bool is_derived = false;       // the samples have their local fields, which coord.txt shows
+  bool is_derived = false;       // the samples' local fields are filled
   std::uint32_t time_aloft = 0;  // between entry gate and touchdown, ms; 0 when not given
   std::int32_t gate_type = gate_type_course;
-  double rotate_theta = 0.0;  // speed-carve rotation given by the course, radians
-  mat4 rotate_matrix_in;      // the frame as the course gives it
-  mat4 rotate_matrix_out;     // the frame after it was turned
+  double rotate_theta = 0.0;  // the course's speed-carve rotation, radians
+  mat4 rotate_matrix_in;      // the course's frame
+  mat4 rotate_matrix_out;     // the course's frame after it was rotated
   mat4 matrix;                // the frame in force, ECEF to local
 
   bool reversal_detected = false;  // flown against the course's x-axis
@@ -74,7 +74,7 @@ struct swoop {
   return {run.track.get(), run.track_len};
 }
 
-// A stretch of a run's track. All of it by default; where it reaches beyond the track's end it ends there.
+// A stretch of a run's track, all of it by default. It is cut at the end of the track.
 struct sample_range {
   std::uint32_t first = 0;
   std::uint32_t end = UINT32_MAX;  // one past the last
@@ -90,15 +90,15 @@ struct sample_range {
   return samples_of(run).subspan(first, end - first);
 }
 
-// A new, empty record. Null with "failed to allocate memory for swoop".
+// Returns a new, empty record; null with "failed to allocate memory for swoop".
 [[nodiscard]] owned_record<swoop> swoop_create(error_slot *error);
 
-// A new record of that name with the track that the stream holds. Null on failure, with "failed to allocate memory for
-// swoop", "strdup() failed" or the loader's message. Releasing the owner frees it all.
+// Returns a new record with that name and the track in the stream. Null on failure, with "failed to allocate memory for
+// swoop", "strdup() failed" or the loader's message.
 [[nodiscard]] owned_record<swoop> swoop_create(std::FILE *stream, const char *name, text_buffer &warnings,
                                                error_slot *error);
 
-// The debug print: one line per field, an empty line, then the first three samples. Nothing for null.
+// The debug print: one line per field, an empty line, then the first three samples. Prints nothing when run is null.
 void swoop_dump(std::FILE *stream, const swoop *run);
 
 }  // namespace tarvel

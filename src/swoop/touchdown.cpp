@@ -8,14 +8,14 @@ namespace tarvel {
 
 namespace {
 
-constexpr double resting_feet = 75.0;  // a pilot who stays this near the stop to the end has come to rest there
+constexpr double resting_feet = 75.0;  // a pilot who stays this near the stop to the end of the track rests there
 
 void estimate_from_time_aloft(swoop &run, std::uint32_t time_aloft, error_slot *error) {
   const std::span<const gps_point> samples = samples_of(run);
   const std::int64_t time = time_after(run.entry_gate_time, time_aloft);
   std::uint32_t k = run.entry_gate;
   while (k < run.stop && !(samples[k].time > time)) ++k;
-  // The sample before must not be sample 0, which stands for "not found" throughout.
+  // The sample before k must not be sample 0, which means "not found".
   if (k >= run.stop || k == 1) {
     *error = "touchdown time estimate not found";
     return;
@@ -40,8 +40,8 @@ bool rests_near_stop(std::span<const gps_point> samples, std::uint32_t stop) {
   return stop + 1 < samples.size() && k == samples.size();
 }
 
-// A pilot at rest nearer the gate than the stop slid on past the touchdown: the sample of the run before it passed the
-// place of rest, or 0.
+// When the pilot's place of rest is nearer to the gate than the stop: the last sample before the run passed that place.
+// Otherwise 0.
 std::uint32_t find_passage(const swoop &run, double rest_x) {
   const std::span<const gps_point> samples = samples_of(run);
   const double stop_x = samples[run.stop].pos_local.x;

@@ -1,4 +1,4 @@
-// Where and when the pilot touched down.
+// The place, time and speed of the touchdown.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,10 @@
 
 namespace tarvel {
 
-// Fills touchdown_time, touchdown_speed and touchdown_distance: from a time aloft (ms) after the entry gate when both
-// are there, otherwise from where the pilot came to rest, or the stop. Needs the entry gate's results, run.stop and
-// run.bottom_of_turn. Fails with "touchdown time estimate not found" when the track has no sample after a time aloft.
+// Fills touchdown_time, touchdown_speed and touchdown_distance: from the time aloft (ms) after the entry gate when it
+// is given and the gate was found, otherwise from the pilot's place of rest, or from the stop. Needs the entry gate's
+// results, run.stop and run.bottom_of_turn. Fails with "touchdown time estimate not found" when no sample before the
+// stop is later than that time.
 void estimate_touchdown(swoop &run, std::uint32_t time_aloft, error_slot *error);
 
 }  // namespace tarvel

@@ -16,8 +16,8 @@ std::uint32_t start_before_exit(const swoop &run) {
   return i;
 }
 
-// A run without an exit was recorded from the pattern on: its start is the highest point, of equals the last, and the
-// margin before it.
+// For a run without an exit: the margin before the highest point, or before the last one of several equally high
+// points.
 std::uint32_t start_before_highest(const swoop &run) {
   std::uint32_t highest = run.rollout;
   for (std::uint32_t i = run.rollout; i > 0; --i) {

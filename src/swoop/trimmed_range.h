@@ -1,12 +1,12 @@
-// Which samples of a track are worth keeping of a run.
+// The samples of a track that a copy of the run keeps.
 #pragma once
 
 #include "swoop/swoop.h"
 
 namespace tarvel {
 
-// The run with ten seconds to either side: from the exit (without one, from before the highest point on the way to the
-// rollout) to the stop, or to the end when the touchdown is not at the stop.
+// From 10 s before the exit, or without one before the highest point up to the rollout, to 10 s after the stop, or to
+// the end of the track when the touchdown is not at the stop.
 [[nodiscard]] sample_range trimmed_range(const swoop &run);
 
 }  // namespace tarvel

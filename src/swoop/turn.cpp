@@ -7,12 +7,12 @@ namespace tarvel {
 
 namespace {
 
-constexpr double dive_height_feet = 1000.0;  // the final dive happens below
+constexpr double dive_height_feet = 1000.0;  // the final dive is below
 constexpr double level_descent = 25.0;       // mph; a canopy in straight flight descends more slowly
-constexpr double fast_descent = 15.0;        // mph; a top that still descends like this may have begun earlier
-constexpr double turning_rate = 30.0;        // degrees per second; the look back ends in an earlier turn
-constexpr double longest_climb = 500.0;      // ft that the look back may cover
-constexpr double dive_gain = 15.0;           // mph gained: the dive began here
+constexpr double fast_descent = 15.0;        // mph; for a top that descends this fast an earlier one is searched
+constexpr double turning_rate = 30.0;        // degrees per second; the search ends at an earlier turn
+constexpr double longest_climb = 500.0;      // ft above the top within which the search ends
+constexpr double dive_gain = 15.0;           // mph that the descent gains after the earlier top
 
 bool accelerates_downward(const gps_point &sample) { return sample.acc_local.z < 0.0; }
 
@@ -23,7 +23,8 @@ std::int64_t start_of_acceleration(std::span<const gps_point> samples, std::int6
   return top;
 }
 
-// The last sample before the dive that descends like straight flight, or else the one that descends least.
+// The last sample before the dive that descends more slowly than level_descent; without one, the one that descends
+// least.
 std::int64_t last_level_sample(std::span<const gps_point> samples, std::int64_t dive, std::int64_t first) {
   for (std::int64_t level = dive; level >= first; --level) {
     if (descent_mph(samples[static_cast<std::size_t>(level)]) < level_descent) return level;
@@ -40,8 +41,8 @@ std::int64_t last_level_sample(std::span<const gps_point> samples, std::int64_t 
   return least_at;
 }
 
-// Looks back from a top that descends fast already for the start of one acceleration of 15 mph; the top when there is
-// none before an earlier turn or within 500 ft.
+// For a top that descends fast: searches back for the start of one acceleration of 15 mph. Returns the top when there
+// is none before an earlier turn or within 500 ft.
 std::int64_t earlier_start(std::span<const gps_point> samples, std::int64_t top, std::int64_t first) {
   double climb = 0.0;
   double gain = 0.0;

@@ -1,11 +1,12 @@
-// The turn direction last seen is kept. A sample that turns the other way while the canopy dives steeply opens a
-// suspect run; it goes on while the next samples still turn the other way, dive steeply and have hardly moved in
-// plan. When it ends, its samples share the heading change across it evenly, taken in the direction kept, unless that
-// would be almost a full circle: then the measured flips were no noise.
+// A suspect stretch begins with a sample that turns against the last direction while the canopy dives steeply. It goes
+// on while the samples still turn against that direction, dive steeply and have moved at most 30 ft in plan. When it
+// ends, the heading change across it, taken in the last direction, is spread evenly over its samples, unless that
+// change is 315 degrees or more: then the measured angles are kept.
 //
-// Turning right in a near-vertical dive, headings 100, 120, 10, 25: the step to 10 flips to the left and opens a run,
-// the step to 25 turns right and ends it. To the right it is 250 degrees from 120 to 10, which replaces the -110
-// measured. With 95 in place of 10 it would be 335 degrees, too much to be noise, and the -25 measured would stay.
+// For example, a canopy turns right in a near-vertical dive, with headings 100, 120, 10, 25. The step to 10 is to the
+// left and begins a suspect stretch; the step to 25 is to the right and ends it. From 120 to 10 it is 250 degrees to
+// the right, which replaces the measured -110. With 95 instead of 10 it would be 335 degrees, and the measured -25
+// would be kept.
 
 #include <cmath>
 
@@ -19,7 +20,7 @@ namespace {
 
 enum class turn_direction { none, left, right };
 
-// A step within 2 degrees says nothing about the direction.
+// Steps within 2 degrees have no direction.
 turn_direction direction_of(double turn) {
   if (turn > 2.0) return turn_direction::right;
   if (turn < -2.0) return turn_direction::left;
@@ -33,7 +34,7 @@ bool is_flip(turn_direction before, turn_direction now) {
 
 bool is_steep(const gps_point &sample) { return sample.dive_angle > 60.0 && descent_mph(sample) > 60.0; }
 
-// The shorter way round; a step of exactly half a turn stays as it is.
+// The step in the shorter direction; a step of exactly half a turn keeps its sign.
 double heading_step(double from, double to) {
   const double step = to - from;
   if (step > 180.0) return step - 360.0;
@@ -41,7 +42,7 @@ double heading_step(double from, double to) {
   return step;
 }
 
-// Spreads the turn from sample a to sample b evenly over the time between them.
+// Spreads the heading change from sample a to sample b evenly over the time between them.
 void even_out(swoop &run, std::uint32_t a, std::uint32_t b, turn_direction direction) {
   double total = run.track[b].heading - run.track[a].heading;
   if (total < 0.0 && direction == turn_direction::right) {
@@ -62,7 +63,7 @@ void derive_turn_angle(swoop &run) {
   if (run.track_len == 0) return;
   run.track[0].turn_angle = 0.0;
   turn_direction previous = turn_direction::none;
-  std::uint32_t run_start = 0;  // 0: no suspect run is open
+  std::uint32_t suspect_start = 0;  // 0: not in a suspect stretch
 
   for (std::uint32_t i = 1; i < run.track_len; ++i) {
     gps_point &sample = run.track[i];
@@ -70,15 +71,15 @@ void derive_turn_angle(swoop &run) {
     const turn_direction direction = direction_of(sample.turn_angle);
     const bool is_suspect = is_flip(previous, direction) && is_steep(sample);
 
-    if (run_start != 0) {
-      const double moved_feet = distance_2d(run.track[run_start].pos_local, sample.pos_local) * feet_per_metre;
+    if (suspect_start != 0) {
+      const double moved_feet = distance_2d(run.track[suspect_start].pos_local, sample.pos_local) * feet_per_metre;
       if (is_suspect && !(moved_feet > 30.0)) continue;
-      even_out(run, run_start - 1, i - 1, previous);
-      run_start = 0;
+      even_out(run, suspect_start - 1, i - 1, previous);
+      suspect_start = 0;
     } else if (is_suspect) {
-      run_start = i;
+      suspect_start = i;
     }
-    if (run_start == 0 && direction != turn_direction::none) previous = direction;
+    if (suspect_start == 0 && direction != turn_direction::none) previous = direction;
   }
 }
 
