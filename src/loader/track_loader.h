@@ -1,4 +1,4 @@
-// Which reader fits a stream: decided by content, whatever the name says.
+// Finds the reader for a stream by its content; the file name is not considered.
 #pragma once
 
 #include <cstdio>
@@ -12,21 +12,21 @@
 
 namespace tarvel {
 
-// What a gate file holds: a walked track, or a container's finished course.
+// The content of a gate file: a walked track, or the course of a container.
 struct gate_file_data {
   gps_track track;  // empty for a container
   tarvel::course course;
 };
 
-// Try the container, then tagged lines, then header lines, each from the start of the seekable stream. A stream that
-// cannot be read, or that there is no memory for, is not tried again: the slot has that reader's message. When no
-// reader fits, the slot has the header-line reader's message. Unless done the target is as it was. A gate container
-// fills the course, text the track. A track is told its kind.
+// Try the readers of the container, tagged lines and header lines in this order, each from the start of the seekable
+// stream. Stop at an I/O error or when memory is short, with that reader's message. When no reader fits, the message is
+// that of the header-line reader. Unless the outcome is done the target is unchanged. A gate container fills the
+// course, text the track. Set the track's kind.
 [[nodiscard]] outcome load_gate_stream(std::FILE *stream, gate_file_data &gate_data, text_buffer &warnings,
                                        error_slot *error);
 [[nodiscard]] outcome load_swoop_stream(std::FILE *stream, gps_track &track, text_buffer &warnings, error_slot *error);
 
-// A run as load_swoop_stream loads it, and where the rows of its samples are in the text; none for a container.
+// Like load_swoop_stream; also gives the offsets of the samples' rows in the text, none for a container.
 [[nodiscard]] outcome load_swoop_rows(std::FILE *stream, gps_track &track, row_offsets &rows, text_buffer &warnings,
                                       error_slot *error);
 
