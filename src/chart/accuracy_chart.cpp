@@ -10,7 +10,7 @@ namespace tarvel {
 
 namespace {
 
-// Negative before the reference, the entry gate or, without one, the top of the turn.
+// Negative before the reference, which is the entry gate or, without one, the top of the turn.
 double seconds_since(std::int64_t reference, const gps_point &sample) {
   return static_cast<double>(elapsed(reference, sample.time)) / 1000.0;
 }

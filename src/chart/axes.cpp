@@ -11,11 +11,11 @@ namespace {
 
 constexpr std::uint32_t wanted_ticks = 10;
 constexpr double default_span = 100.0;
-constexpr double margin = 0.02;             // of the span, on both sides
+constexpr double margin = 0.02;             // share of the span, on each side
 constexpr double most_half_steps = 1000.0;  // a fixed step that gives more is not used
-constexpr double flat_ticks = 1.2;          // a flat chart's y labels may stand closer
-// No coordinate is larger and no step smaller, so that no span overflows when it is multiplied or divided by a page's
-// size: 2 * 5e304 and two margins, times 1200 pixels, is 1.3e308.
+constexpr double flat_ticks = 1.2;          // y ticks of a wide, flat chart may be closer by this factor
+// Limits for coordinates and steps, so that no span overflows when it is multiplied or divided by a page's size: 2 *
+// 5e304 and two margins, times 1200 pixels, is 1.3e308.
 constexpr double largest_coordinate = 5e304;
 constexpr double smallest_step = 1e-304;
 
@@ -47,7 +47,7 @@ double span_or_default(const axis &range) {
   return span == 0.0 ? default_span : span;
 }
 
-// At least one: a chart that is long and flat has room for no more.
+// At least one, also for a chart that is so flat that count is less.
 std::uint32_t tick_count(double count) { return std::max(std::uint32_t{1}, truncate_to_uint32(count)); }
 
 double choose_step(double fixed_step, std::uint32_t count, double span) {
@@ -62,8 +62,8 @@ void widen(axis &range, double span) {
   range.max = std::ceil(range.max / (range.step / 2.0)) * range.step / 2.0;
 }
 
-// Coordinates so large that a margin is lost in their last digit.
-void repair(axis &range, const axis &found, std::uint32_t count) {
+// Widens a range that is still empty: the margin was lost in rounding, since the coordinates are very large.
+void widen_empty_range(axis &range, const axis &found, std::uint32_t count) {
   if (range.min < range.max) return;
   const double room = std::max({1.0, std::fabs(found.min) * margin, std::fabs(found.max) * margin});
   range.min = found.min - room;
@@ -114,8 +114,8 @@ chart_axes find_axes(const chart &source) {
   axes.y.step = choose_step(source.y_step, y_count, dy);
   widen(axes.x, dx);
   widen(axes.y, dy);
-  repair(axes.x, found.x, x_count);
-  repair(axes.y, found.y, y_count);
+  widen_empty_range(axes.x, found.x, x_count);
+  widen_empty_range(axes.y, found.y, y_count);
   return axes;
 }
 

@@ -4,7 +4,7 @@
 
 namespace tarvel {
 
-// One after the other: a chain of a hundred thousand series would overflow the stack if each freed its successor.
+// Frees the following series in a loop: recursion over a hundred thousand of them would overflow the stack.
 series::~series() {
   owned_record<series> rest = std::move(next);
   while (rest) rest = std::move(rest->next);

@@ -1,5 +1,5 @@
-// A chart as plain data: titles, axis hints and series of points. Built, drawn once, and freed. Stars, for
-// a cursor over a chart, and y axes that grow downwards are part of the model, though no page has any.
+// A chart as plain data: titles, settings of the axes and series of points. Stars and y axes that grow downwards are
+// part of the model, though the pages use neither.
 #pragma once
 
 #include <cstdint>
@@ -30,8 +30,8 @@ struct series {
   owned_record<series> next;
   series_style style = series_style::solid;
   std::uint32_t colour = 0;
-  double radius = 0.0;  // of markers, in x data units; unless positive, the style's own size
-  owned_text name;      // the run's file; null when there is none; not drawn
+  double radius = 0.0;  // of markers, in x data units; the style's default unless positive
+  owned_text name;      // the run's file, or null; not drawn
   owned_text label;     // legend text; null keeps the series out of the legend
   owned_array<vec2> points;
   std::uint32_t count = 0;
@@ -63,10 +63,10 @@ struct chart {
 // An empty series with room for that many points. Null when memory is short.
 [[nodiscard]] owned_record<series> series_new(std::uint32_t capacity);
 
-// Doubles the room when it is full. False when memory is short: the series is as it was.
+// Appends a point; a full capacity is doubled. False when memory is short; the series is then unchanged.
 [[nodiscard]] bool series_add_point(series &curve, vec2 point);
 
-// Appends a series, or a chain of them, behind the chart's last.
+// Appends a series, or a list of them, after the chart's last.
 void chart_add_series(chart &target, owned_record<series> curve);
 
 }  // namespace tarvel

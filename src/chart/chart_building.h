@@ -1,4 +1,4 @@
-// What the builders of charts have in common: every step may run out of memory, and then there is no chart.
+// Helpers for building charts. Each fails when memory is short.
 #pragma once
 
 #include <cstdint>
@@ -11,18 +11,18 @@ namespace tarvel {
 
 constexpr std::uint32_t track_series_capacity = 300;  // a minute of turn and swoop at 5 Hz
 
-// Titles; null when memory is short.
+// A chart with these titles; null when memory is short, also for a title.
 [[nodiscard]] owned_record<chart> make_chart(owned_text title, owned_text x_title, owned_text y_title);
 
-// Gives the series its looks, the run's name and a label (null for none), and appends it to the chart. False when
-// memory is short.
+// Sets the series' style, colour, name (that of the run) and label (null for none), and appends it to the chart. False
+// when memory is short.
 [[nodiscard]] bool add_series(chart &target, owned_record<series> curve, series_style style, std::uint32_t colour,
                               owned_text label);
 
-// A copy of the run's file name in the series. False when memory is short.
+// Copies the run's file name into the series. False when memory is short.
 [[nodiscard]] bool name_after_run(series &curve, const swoop &run);
 
-// One point per sample, point_of(sample). Null when memory is short.
+// A series with the point point_of(sample) for each sample. Null when memory is short.
 template <typename conversion>
 [[nodiscard]] owned_record<series> make_track_series(const swoop &run, sample_range range, conversion point_of) {
   owned_record<series> curve = series_new(track_series_capacity);

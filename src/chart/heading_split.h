@@ -1,4 +1,4 @@
-// Cuts a continuous heading curve into what was recorded and what was evened out.
+// Splits a continuous heading curve into stretches with measured and with evened-out turn angles.
 #pragma once
 
 #include <cstddef>
@@ -10,9 +10,9 @@
 namespace tarvel {
 
 // Sample k belongs to point k. A point matches when its y, folded into [0, 360), is its sample's heading to within 1e-5
-// degrees. The series keeps its first run; the other runs follow it as new series, solid where points match and thin
-// dashed where they do not, each dashed run from the matching point before it to the one behind it. The run's state is
-// that of point first. Linear in the points. False when memory is short: the runs made so far stay linked.
+// degrees. The series keeps its first stretch, which has the state of point `first`. The other stretches follow it as
+// new series: solid where points match; thin dashed where they do not, from the matching point before to the one after.
+// Takes linear time. False when memory is short; the stretches made so far are then kept.
 [[nodiscard]] bool split_heading_series(series &curve, std::span<const gps_point> samples, std::size_t first);
 
 }  // namespace tarvel

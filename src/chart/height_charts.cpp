@@ -15,7 +15,7 @@ sample_range turn_range(const chart_context &context) {
   return {first_sample(context), context.run.bottom_of_turn + 1};
 }
 
-// Height grows to the left, so that the run reads from left to right.
+// Height grows to the left, so that time goes from left to right.
 owned_record<chart> make_height_chart(const chart_context &context, const char *title, owned_text y_title,
                                       double y_step) {
   const display_units units = display_units_for(context.metric);
@@ -23,13 +23,13 @@ owned_record<chart> make_height_chart(const chart_context &context, const char *
       make_chart(try_duplicate(title), format_text("height (%s)", units.lengths), std::move(y_title));
   if (!made) return nullptr;
   made->reverse_x = true;
-  // From the exit on, fixed ticks would be too many.
+  // A chart from the exit on would have too many fixed ticks.
   if (!context.from_exit) made->x_step = context.metric ? 50.0 : 200.0;
   made->y_step = y_step;
   return made;
 }
 
-// A curve of a value over height.
+// A series of a value over height.
 template <typename measure>
 owned_record<series> make_height_series(const chart_context &context, measure value_of) {
   const double length = display_units_for(context.metric).length_factor;
@@ -54,7 +54,7 @@ owned_text greatest_speed_label(const chart_context &context, const char *what, 
 
 double descent_speed(const gps_point &sample) { return -sample.vel_local.z; }
 
-// Continuous instead of wrapped: a turn of 400 degrees climbs past 360.
+// The sum of turn angles, which does not wrap: a turn of 400 degrees goes past 360.
 owned_record<series> make_heading_series(const chart_context &context) {
   const sample_range range = turn_range(context);
   const gps_point *const track = context.run.track.get();

@@ -10,7 +10,7 @@
 
 namespace tarvel {
 
-// What the charts of one document share.
+// The data of all charts of a document.
 struct chart_context {
   const swoop &run;
   const pond_outline *pond = nullptr;  // in the run's frame; null without a pond

@@ -12,7 +12,7 @@ namespace tarvel {
 
 namespace {
 
-// A point of the chart with its legend, still in m and m/s.
+// A marked point of the chart with its legend, in m and m/s.
 struct annotation {
   const char *what;
   double distance = 0.0;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr double pole_radius = 0.75;  // m
 
-// The sport's course, metres: five gates 10 m wide, the last 50 m behind the first, then the landing zone.
+// The sport's straight course, metres: five gates 10 m wide, the last 50 m after the first, then the landing zone.
 constexpr std::array<vec2, 10> straight_poles = {
     {{0, 5}, {0, -5}, {12, 5}, {12, -5}, {24, 5}, {24, -5}, {36, 5}, {36, -5}, {50, 5}, {50, -5}}};
 constexpr std::array<vec2, 26> course_outline = {{{50, 5},  {50, -5}, {56, -5}, {56, 5},  {61, 5},  {61, -5}, {65, -5},
@@ -35,7 +35,7 @@ bool add_scaled_points(series &curve, std::span<const vec2> points, double facto
   return true;
 }
 
-// Five gates on the arc, on the side to which the run carved.
+// The poles of five gates on the arc, on the side to which the run carved.
 bool add_carve_poles(series &poles, const swoop &run, double factor) {
   for (std::uint32_t k = 0; k < carve_gate_count; ++k) {
     const double angle = k * carve_angle_degrees / (carve_gate_count - 1);
@@ -74,7 +74,7 @@ owned_record<series> make_pond(const pond_outline &pond, double factor) {
 
 bool add_course(chart &target, const chart_context &context, double factor) {
   const swoop &run = context.run;
-  // A run without a course has no gates to show.
+  // A run without a course has no gates.
   if (run.gate_type == gate_type_implicit && context.pond == nullptr) return true;
   if (!add_series(target, make_poles(run, factor), series_style::open_circle, red, nullptr)) return false;
   return run.carve_detected || add_series(target, make_outline(factor), series_style::solid, red, nullptr);
