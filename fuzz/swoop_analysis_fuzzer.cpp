@@ -22,7 +22,7 @@ void require_outputs(const swoop &run, const pond_outline *pond, bool metric) {
   static const file_handle nowhere(std::fopen("/dev/null", "wb"));
   write_kml(nowhere.get(), run.track[run.top_of_turn].time, samples, &ends);
   const chart_context charts = {run, pond, metric};
-  guard_drawing(drawing_room(charts), &error);
+  guard_drawing(drawing_memory(charts), &error);
   require(error == nullptr);
   write_pdf_charts(nowhere.get(), charts, &error);
   require(error == nullptr);

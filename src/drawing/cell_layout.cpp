@@ -13,7 +13,7 @@ double cell_layout::round_px(double v) const { return is_vector ? v : std::round
 
 namespace {
 
-// Divides the cell into columns and rows and takes one of the parts.
+// Divides the cell into parts x parts equal cells and reduces the layout to the one with this index.
 void take_part(cell_layout &layout, std::uint32_t parts, std::uint32_t index) {
   layout.cell_width /= parts;
   layout.cell_height /= parts;

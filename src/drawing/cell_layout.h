@@ -1,4 +1,4 @@
-// Where a chart's parts lie in its cell of the page.
+// The layout of a chart in its cell of the page.
 #pragma once
 
 #include <cairo.h>
@@ -23,7 +23,7 @@ struct cell_layout {
   double line_width = 0.0;
   double font_size = 0.0;
 
-  [[nodiscard]] double snap(double v) const;  // to the centre of a pixel
+  [[nodiscard]] double snap(double v) const;  // to the centre of a pixel, unless is_vector
   [[nodiscard]] double ceil_px(double v) const;
   [[nodiscard]] double round_px(double v) const;
 };

@@ -1,4 +1,4 @@
-// What the parts of a chart share while it is drawn: the record, texts, lines and circles.
+// Helpers for drawing a chart: its state, texts, lines and circles.
 #pragma once
 
 #include <cairo.h>
@@ -13,7 +13,7 @@
 
 namespace tarvel {
 
-// Everything that drawing one chart needs.
+// The state while one chart is drawn.
 struct drawing {
   cairo_t *cr = nullptr;
   const chart &source;
@@ -37,14 +37,14 @@ struct text_size {
 
 [[nodiscard]] layout_handle make_text_layout(cairo_t *cr, double font_size);
 [[nodiscard]] text_size set_text(const drawing &d, const char *words);
-// Puts the top left corner of the ink of the text set last on a point.
+// Draws the text that was set last; the top left corner of its ink is at the point.
 void show_text(const drawing &d, const text_size &size, double x, double y);
 
 void set_colour(cairo_t *cr, std::uint32_t colour);
 void set_solid(cairo_t *cr, double width);
 void set_dashed(cairo_t *cr, double width, double dash, double gap);
 void draw_line(cairo_t *cr, double x1, double y1, double x2, double y2);
-// A new path, so that no line leads to the circle from a text or point drawn before.
+// Begins a new path for the circle, so that no line connects it to the current point.
 void add_circle(cairo_t *cr, vec2 centre, double radius);
 
 // True for the styles that connect their points.

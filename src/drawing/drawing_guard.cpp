@@ -17,8 +17,8 @@ namespace {
 
 constexpr error_slot no_memory = "failed to allocate memory for charts";
 
-// Two threads read fonts at a time; two more may not have been released yet. The libraries end the process when one
-// cannot be started.
+// The libraries read fonts in two threads at a time; two earlier ones may still be ending. They end the process when a
+// thread cannot be started.
 constexpr std::size_t most_threads = 4;
 
 struct font_configuration_closer {
@@ -26,7 +26,8 @@ struct font_configuration_closer {
 };
 using font_configuration_handle = std::unique_ptr<FcConfig, font_configuration_closer>;
 
-// Otherwise the libraries load it in a thread of their own, and try again for ever while memory is short.
+// Loads the font configuration before the libraries do: they would load it in a thread, which never ends when memory is
+// short.
 bool load_font_configuration() {
   const font_configuration_handle loaded(FcInitLoadConfigAndFonts());
   return loaded && FcConfigSetCurrent(loaded.get()) == FcTrue;
@@ -38,7 +39,7 @@ void *wait_for_start(void *start) {
   return nullptr;
 }
 
-// All of them at once: none ends before the last has started.
+// Starts all threads before any of them may end.
 bool can_start_threads() {
   std::array<pthread_t, most_threads> threads;
   std::size_t count = 0;
@@ -50,8 +51,8 @@ bool can_start_threads() {
   return count == most_threads;
 }
 
-// True when so many bytes can be allocated now. They are released again.
-bool has_room(std::size_t bytes) {
+// True when this number of bytes can be allocated. They are freed again.
+bool can_allocate(std::size_t bytes) {
   void *const room = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   return room != MAP_FAILED && munmap(room, bytes) == 0;
 }
@@ -60,23 +61,23 @@ bool has_room(std::size_t bytes) {
 
 void guard_drawing(std::size_t bytes, error_slot *error) {
   static bool has_fonts = false;
-  // Each of their threads would otherwise reserve 64 MB of address space.
+  // Otherwise the C library would reserve 64 MB of address space for each of their threads.
   mallopt(M_ARENA_MAX, 1);
   // With these set, the libraries print debug messages to standard output, or draw no text.
   unsetenv("FC_DEBUG");
   unsetenv("PANGOCAIRO_BACKEND");
-  const bool is_ready = has_room(bytes) && can_start_threads();
+  const bool is_ready = can_allocate(bytes) && can_start_threads();
   has_fonts = has_fonts || (is_ready && load_font_configuration());
   *error = is_ready && has_fonts ? nullptr : no_memory;
 }
 
-error_slot missing_from(cairo_t *cr) {
-  // A context that has failed draws nothing more, and the status of its surface stays good.
+error_slot drawing_error(cairo_t *cr) {
+  // After a failure the context draws nothing more, but the status of its surface is still success.
   if (cairo_status(cr) == CAIRO_STATUS_NO_MEMORY) return no_memory;
   return has_readable_font(cr) ? nullptr : "failed to read font for charts";
 }
 
-error_slot missing_from(cairo_status_t document) {
+error_slot drawing_error(cairo_status_t document) {
   return document == CAIRO_STATUS_SUCCESS || document == CAIRO_STATUS_WRITE_ERROR ? nullptr : no_memory;
 }
 

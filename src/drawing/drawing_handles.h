@@ -1,4 +1,4 @@
-// Owners for what cairo and pango hand out.
+// Owners of cairo and pango objects.
 #pragma once
 
 #include <cairo.h>

@@ -22,7 +22,7 @@ legend_size measure_legend(const drawing &d) {
   return size;
 }
 
-// A piece of the series' line, or a dot for what has none.
+// A short piece of the series' line, or a dot for a series of markers.
 void draw_legend_sample(const drawing &d, const series &curve, double left, double middle, double length,
                         double dot_radius) {
   set_colour(d.cr, curve.colour);

@@ -35,7 +35,7 @@ constexpr page_cell second_page[] = {
 using chart_page = std::span<const page_cell>;
 constexpr chart_page pages[] = {first_page, second_page};
 
-// A chart that there is no memory for leaves its cell empty, and the slot says so.
+// When there is no memory for a chart, its cell stays empty and the slot is set.
 void draw_page(cairo_t *cr, chart_page page, const chart_context &charts, error_slot *error) {
   for (const page_cell &part : page) {
     const owned_record<chart> built = part.build(charts);
@@ -58,23 +58,23 @@ void write_pdf_charts(std::FILE *file, const chart_context &charts, error_slot *
     draw_page(context.get(), page, charts, error);
     cairo_show_page(context.get());
   }
-  if (!*error) *error = missing_from(context.get());
+  if (!*error) *error = drawing_error(context.get());
   cairo_surface_finish(surface.get());
-  if (!*error) *error = missing_from(cairo_surface_status(surface.get()));
+  if (!*error) *error = drawing_error(cairo_surface_status(surface.get()));
 }
 
 void write_png_charts(std::FILE *file, const chart_context &charts, error_slot *error) {
   const surface_handle surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture_width, picture_height));
   const context_handle context(cairo_create(surface.get()));
   draw_page(context.get(), first_page, charts, error);
-  if (!*error) *error = missing_from(context.get());
+  if (!*error) *error = drawing_error(context.get());
   const cairo_status_t written = cairo_surface_write_to_png_stream(surface.get(), write_to_file, file);
-  if (!*error) *error = missing_from(written);
+  if (!*error) *error = drawing_error(written);
 }
 
-// Measured with Debian's fonts: 40 MB for these, the threads that read them and two pages without curves; eight charts
-// take 2,100 bytes for each sample.
-std::size_t drawing_room(const chart_context &charts) {
+// Both constants are above what was measured: 40 MB for Debian's fonts, the threads that read them and two pages
+// without curves, and 2,100 bytes for each sample of all eight charts together.
+std::size_t drawing_memory(const chart_context &charts) {
   constexpr std::size_t fixed = std::size_t{64} << 20;
   constexpr std::size_t per_sample_and_chart = 512;
   const std::uint32_t end = charts.run.stop;

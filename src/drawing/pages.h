@@ -1,4 +1,4 @@
-// The documents of charts.
+// Writes charts as PDF and PNG documents.
 #pragma once
 
 #include <cstddef>
@@ -9,17 +9,17 @@
 
 namespace tarvel {
 
-// Both need a guard_drawing of drawing_room before them. Write errors are left to close_output. They fail with "failed
-// to allocate memory for charts", a chart that there is no memory for being left out; or with "failed to read font for
-// charts", the charts being drawn without text.
+// Call guard_drawing(drawing_memory(charts)) before either. They fail with "failed to allocate memory for charts", with
+// charts left out; or with "failed to read font for charts", with charts without text. Write errors are reported by
+// close_output.
 
-// All pages, as PDF; landscape letter.
+// Writes both pages as PDF, in landscape letter format.
 void write_pdf_charts(std::FILE *file, const chart_context &charts, error_slot *error);
 
-// The first page's charts as PNG, 1200 by 928 pixels, for the tests and the documentation's pictures.
+// Writes the first page's charts as PNG, 1200 by 928 pixels, for the tests and the pictures in the documentation.
 void write_png_charts(std::FILE *file, const chart_context &charts, error_slot *error);
 
-// Bytes that drawing the charts of a run takes, and some more.
-[[nodiscard]] std::size_t drawing_room(const chart_context &charts);
+// An upper estimate of the bytes that drawing the charts takes.
+[[nodiscard]] std::size_t drawing_memory(const chart_context &charts);
 
 }  // namespace tarvel

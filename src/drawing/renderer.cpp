@@ -33,7 +33,7 @@ void draw_frame(const drawing &d) {
   cairo_stroke(d.cr);
 }
 
-// True for whole multiples of the step; the values are sums of half steps, which round.
+// True for whole multiples of the step, with a tolerance, since the values are rounded sums of half steps.
 bool is_tick(double value, double step) {
   const double tolerance = step / 1024.0;
   const double remainder = std::fmod(value, step);
@@ -42,14 +42,14 @@ bool is_tick(double value, double step) {
 
 struct tick {
   double value = 0.0;
-  double fraction = 0.0;  // of the axis' length from its minimum
+  double fraction = 0.0;  // of the axis' length, from its minimum
   bool is_end = false;    // the frame has a line there
 };
 
 // Calls draw(tick) for every tick of an axis.
 template <typename action>
 void for_each_tick(const axis &range, action draw) {
-  constexpr std::uint32_t most = 4096;  // axes are made with far fewer
+  constexpr std::uint32_t most = 4096;  // far more than axes have
   const std::uint32_t n = std::min(most, truncate_to_uint32((range.max - range.min) / (range.step / 2.0)));
   for (std::uint32_t k = 0; k <= n; ++k) {
     const double value = k * range.step / 2.0 + range.min;
@@ -110,7 +110,7 @@ void draw_horizontal_title(const drawing &d, const char *words, double top) {
   show_text(d, size, std::trunc(l.cell_x + l.cell_width / 2.0 - size.width / 2.0), std::trunc(top));
 }
 
-// Reads upwards.
+// The text reads upwards.
 void draw_vertical_title(const drawing &d, const char *words) {
   const cell_layout &l = d.layout;
   const text_size size = set_text(d, words);
@@ -138,14 +138,14 @@ vec2 place(const drawing &d, vec2 point) {
           d.source.reverse_y ? l.plot_top + along_y : bottom_of(l) - along_y};
 }
 
-// False also for what is not a number.
+// False for NaN, too.
 bool is_in_cell(const cell_layout &l, vec2 position) {
   return position.x >= l.cell_x && position.x <= l.cell_x + l.cell_width && position.y >= l.cell_y &&
          position.y <= l.cell_y + l.cell_height;
 }
 
-// Calls draw(position) for every point of a curve that lies in the cell. The drawing library keeps coordinates in 32
-// bits and gets none that are infinite or not numbers.
+// Calls draw(position) for every point of a curve that lies in the cell. The other points are left out, since the
+// drawing library stores coordinates in 32 bits.
 template <typename action>
 void for_each_position(const drawing &d, const series &curve, action draw) {
   for (const vec2 point : points_of(curve)) {
@@ -174,7 +174,7 @@ void stroke_circles(const drawing &d, const series &curve, double radius) {
   });
 }
 
-// Four quarter arcs that bend inwards between the star's tips.
+// The outline is four quarter arcs that bend inwards between the star's tips.
 void fill_stars(const drawing &d, const series &curve, double radius) {
   const double r = 2.0 * radius;
   for_each_position(d, curve, [&](vec2 p) {
@@ -187,8 +187,8 @@ void fill_stars(const drawing &d, const series &curve, double radius) {
   });
 }
 
-// Never larger than the cell: the drawing library cuts a circle into the more arcs the larger it is, an infinite one
-// for ever.
+// Limited to the size of the cell: the drawing library divides a larger circle into more arcs, and never finishes an
+// infinite one.
 double marker_radius(const drawing &d, const series &curve) {
   if (curve.radius > 0.0) return std::min(curve.radius * d.x_scale, d.layout.cell_width);
   switch (curve.style) {

@@ -9,13 +9,13 @@
 
 namespace tarvel {
 
-// Background, frame, grid, tick labels, titles, series and legend, in that order; cells as in lay_out_cell. A point
-// outside the cell, infinite or not a number, is left out, and a marker is no larger than the cell. A null chart draws
-// nothing.
+// Background, frame, grid, tick labels, titles, series and legend, in that order; cells as in lay_out_cell. Points
+// outside the cell, infinite or NaN are left out, and a marker is no larger than the cell. Draws nothing when source is
+// null.
 void draw_chart(cairo_t *cr, const chart *source, std::uint32_t cell);
 
-// False when the file of the charts' font cannot be read, so that nothing stands where words should: what pango says of
-// it goes to standard error alone. A machine without any font has none to read.
+// False when the file of the charts' font cannot be read, so that texts are missing from the charts; pango reports that
+// on standard error only. True on a machine without fonts.
 [[nodiscard]] bool has_readable_font(cairo_t *cr);
 
 }  // namespace tarvel

@@ -98,10 +98,10 @@ TEST(drawing_guard_test, gives_up_without_four_threads) {
 }
 
 TEST(drawing_guard_test, finds_what_is_missing_in_a_document) {
-  EXPECT_EQ(missing_from(CAIRO_STATUS_SUCCESS), nullptr);
-  EXPECT_EQ(missing_from(CAIRO_STATUS_WRITE_ERROR), nullptr);
-  EXPECT_STREQ(missing_from(CAIRO_STATUS_NO_MEMORY), no_memory);
-  EXPECT_STREQ(missing_from(CAIRO_STATUS_DEVICE_ERROR), no_memory);
+  EXPECT_EQ(drawing_error(CAIRO_STATUS_SUCCESS), nullptr);
+  EXPECT_EQ(drawing_error(CAIRO_STATUS_WRITE_ERROR), nullptr);
+  EXPECT_STREQ(drawing_error(CAIRO_STATUS_NO_MEMORY), no_memory);
+  EXPECT_STREQ(drawing_error(CAIRO_STATUS_DEVICE_ERROR), no_memory);
 }
 
 TEST(drawing_guard_test, keeps_the_libraries_from_talking_of_themselves) {

@@ -187,7 +187,7 @@ TEST(pages_test, reckons_64_megabytes_and_512_bytes_a_sample_and_chart) {
   swoop run = hand_made_swoop();
   const auto room_to = [&](std::uint32_t stop, bool from_exit) {
     run.stop = stop;
-    return drawing_room({run, nullptr, false, from_exit});
+    return drawing_memory({run, nullptr, false, from_exit});
   };
   EXPECT_EQ(room_to(run.top_of_turn, false), 67108864U);
   EXPECT_EQ(room_to(run.top_of_turn - 1, false), 67108864U);
