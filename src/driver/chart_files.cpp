@@ -12,9 +12,9 @@ namespace {
 
 using chart_writer = void (*)(std::FILE *file, const chart_context &charts, error_slot *error);
 
-// An earlier document stays where memory or threads are short for another; not where file descriptors are.
+// guard_drawing comes before the file is opened, so that an earlier document is kept when memory or threads are short.
 void write_document(const char *path, const chart_context &charts, chart_writer write, error_slot *error) {
-  guard_drawing(drawing_room(charts), error);
+  guard_drawing(drawing_memory(charts), error);
   if (*error) return;
   file_handle file = open_output(path, error);
   if (!file) return;

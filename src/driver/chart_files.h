@@ -1,4 +1,4 @@
-// The files that the charts go to.
+// Writes chart files.
 #pragma once
 
 #include "chart/run_charts.h"
@@ -6,9 +6,9 @@
 
 namespace tarvel {
 
-// Writes the pages of charts as PDF. Fails with "failed to allocate memory for charts" before the
-// file is opened, when the system has no room for what the drawing libraries need; with "failed to open file: %s" or
-// "failed to write file: %s"; or, with an incomplete file, as write_pdf_charts.
+// Writes the pages of charts as PDF. Fails with "failed to allocate memory for charts" before the file is opened, as
+// guard_drawing does; with "failed to open file: %s" or "failed to write file: %s"; or, leaving an incomplete file,
+// with a message of write_pdf_charts.
 void write_swoop_pdf(const char *path, const swoop &run, const pond_outline *pond, bool metric, bool from_exit,
                      error_slot *error);
 

@@ -10,14 +10,14 @@ namespace tarvel {
 
 namespace {
 
-// An index that leads back to itself must end somewhere.
+// Indexes may refer to each other in a circle.
 constexpr int max_further_files = 64;
 
 course_answer read_one_file(const char *path, const char *swoop_file, std::optional<course> &result, course_link &link,
                             error_slot *error) {
   const file_handle file = open_input(path, error);
   if (!file) {
-    // No output may take its place all the same. A failure of this has the same words.
+    // Protects the file from the outputs although it could not be opened. A failure here has the same message.
     error_slot ignored = nullptr;
     protect_input(path, &ignored);
     return course_answer::here;

@@ -1,4 +1,4 @@
-// The course that a run is flown over, found by the names of course files.
+// Reads the course of a run from course files.
 #pragma once
 
 #include <optional>
@@ -9,16 +9,16 @@
 
 namespace tarvel {
 
-// Where swoop mode looks for its course, in the working directory.
+// The course file of swoop mode, in the working directory.
 constexpr const char *course_file_name = "matrix.txt";
 
-// Finds the course of a run in a course file, or where an index leads from it, through at most 64 further files. None
-// when an index says that the run has no gate. Fails with "failed to open file: %s", "failed to read file: %s" or a
-// message of read_course.
+// Reads the course of a run from a course file, or from the file that its index refers to, through at most 64 further
+// files. No course when an index states that the run has no gate. Fails with "failed to open file: %s", "failed to read
+// file: %s" or a message of read_course.
 void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, error_slot *error);
 
-// The same, and the file in which it was found, or that failed. The name of the first file is cut to the 99 characters
-// that an index may name.
+// The same; also gives the name of the file that had the course, or that failed. The name of the first file is cut to
+// 99 characters, the longest in an index.
 void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, course_link &file,
                       error_slot *error);
 

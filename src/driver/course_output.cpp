@@ -19,7 +19,7 @@ void write_course_file(const char *path, const course &surveyed, error_slot *err
   close_whole_output(std::move(output), path, error);
   if (*error) return;
 
-  // Copying a file onto itself would empty it.
+  // Not when both are the same file: copying it onto itself would empty it.
   if (!is_same_file(path, course_file_name, error) && *error == nullptr) copy_file(course_file_name, path, error);
 }
 

@@ -1,20 +1,19 @@
-// The ways out of the program.
+// Functions that end the program.
 #pragma once
 
 #include "support/error_slot.h"
 
 namespace tarvel {
 
-// Ends the program with this status, or with status 1 and "ERROR: failed to write file: standard output" on standard
-// error when what was printed did not all get out.
+// Ends the program with this status. When writing to standard output has failed, prints "ERROR: failed to write file:
+// standard output" to standard error and ends the program with status 1.
 [[noreturn]] void exit_program(int status);
 
-// Prints "ERROR: %s\n" and ends the program with status 1; null returns at once. Every stage's result goes through
-// here.
+// Prints "ERROR: %s\n" and ends the program with status 1. Does nothing for null, so it is called after every stage.
 void fatal_error(error_slot message);
 
-// Prints "PROGRAM: MESSAGE\n" to standard error and ends the program with status 1; null returns at once. For the
-// programs beside tarvel, whose standard output others read.
+// Prints "PROGRAM: MESSAGE\n" to standard error and ends the program with status 1; does nothing for null. For the
+// programs other than tarvel, whose standard output other programs read.
 void fail_program(const char *program, error_slot message);
 
 }  // namespace tarvel

@@ -15,8 +15,8 @@ namespace tarvel {
 
 namespace {
 
-// Opened with O_NONBLOCK, since a FIFO whose other end is missing would hold the program for ever, and then set to
-// wait for its bytes.
+// Opens with O_NONBLOCK, since open() of a FIFO without a process at its other end would wait for ever. Reading and
+// writing then block again.
 file_handle open_stream(const char *path, int flags, const char *mode) {
   const int descriptor = open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
   if (descriptor < 0) return nullptr;
@@ -39,8 +39,9 @@ void fail_opening(const char *path, error_slot *error) { *error = format_error("
 
 using stream_check = bool (*)(const struct stat &file);
 
-// The standard streams are compared with the file that was opened: where a name leads through /dev/stderr, redirecting
-// standard error changes which file it means. Emptied last, since a file that standard output goes to is refused whole.
+// Compares the standard streams with the opened file instead of its name: redirecting standard error changes the file
+// that a name like /dev/stderr means. Empties the file last, since one that standard output goes to is refused and must
+// not change.
 file_handle open_emptied(const char *path, stream_check separate_streams, error_slot *error) {
   file_handle file(set_aside_inputs(path) ? open_stream(path, O_WRONLY | O_CREAT, "wb") : nullptr);
   struct stat status;

@@ -1,4 +1,4 @@
-// Files: an owner for the handle, opening and closing.
+// Owners of open files, and functions that open and close them.
 #pragma once
 
 #include <cstdio>
@@ -13,39 +13,39 @@ struct file_closer {
 };
 using file_handle = std::unique_ptr<std::FILE, file_closer>;
 
-// Opens a track or course file for reading and protects it. Null with "failed to open file: %s", also for a FIFO, since
-// every reader that tries a track begins at its start and a pipe cannot go back, and for the file that standard output
-// goes to, as by protect_input. A directory reads as an empty file.
+// Opens a track or course file for reading and protects it as protect_input does. Null with "failed to open file: %s",
+// also for a FIFO, since several readers try a track from its start and a pipe cannot seek, and for the file that
+// standard output goes to. A directory is read as an empty file.
 [[nodiscard]] file_handle open_input(const char *path, error_slot *error);
 
-// Opens for reading what the program has written. Null when that fails, and for a FIFO or a device, which do not return
-// what was written to them.
+// Opens a file that the program has written for reading. Null when that fails, and for a FIFO or a device, from which
+// the written bytes cannot be read.
 [[nodiscard]] file_handle open_written_file(const char *path);
 
-// After the reading of a stream has failed or ended: an I/O error of the stream puts "failed to read file: %s" in the
-// place of the reader's message.
+// Call it after reading a stream: when the stream had an I/O error, replaces the reader's message by "failed to read
+// file: %s".
 void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 
-// Opens an output, emptied. An input of this run that has its name is renamed first (see set_aside_inputs), and what is
-// printed to standard error is kept out of the file. Null with "failed to open file: %s", also for a FIFO that nobody
-// reads from and for the file that standard output goes to, which would get both.
+// Opens an output and empties it. First renames an input of this call with that name (see set_aside_inputs). When
+// standard error goes to the file, it is redirected to /dev/null. Null with "failed to open file: %s", also for a FIFO
+// without a reader and for the file that standard output goes to, which would otherwise receive both.
 [[nodiscard]] file_handle open_output(const char *path, error_slot *error);
 
-// The same for an output that standard output may go to: what is printed later goes to standard error.
+// The same, but when standard output goes to the file, it is redirected to standard error.
 [[nodiscard]] file_handle open_printed_output(const char *path, error_slot *error);
 
-// Creates an output. Null with "file exists: %s" when anything has its name, also a link that leads nowhere, or with
+// Creates an output. Null with "file exists: %s" when the name exists, even as a dangling symbolic link, or with
 // "failed to open file: %s".
 [[nodiscard]] file_handle open_new_output(const char *path, error_slot *error);
 
-// Copies what is left of a stream. Stops at the first error, which report_read_error or close_output then names.
+// Copies the rest of a stream. Stops at the first error, which report_read_error or close_output then reports.
 void copy_bytes(std::FILE *from, std::FILE *to);
 
-// Empties a regular file; pipes and devices are left alone. False when that fails.
+// Truncates a regular file to 0 bytes; does nothing for pipes and devices. False when that fails.
 [[nodiscard]] bool empty_output(std::FILE *file);
 
-// Writes out what is buffered and closes. Any write that failed since the opening fails with
-// "failed to write file: %s"; a message that is already in the slot stays.
+// Writes buffered bytes and closes the file. Fails with "failed to write file: %s" when this or an earlier write to the
+// file failed; a message that is already in the slot is kept.
 void close_output(file_handle file, const char *path, error_slot *error);
 
 }  // namespace tarvel

@@ -1,4 +1,4 @@
-// Which file a name leads to.
+// Identifies files by device and inode.
 #pragma once
 
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 
 namespace tarvel {
 
-// The file itself, whatever its names: a rename or a second link changes neither number.
+// Two names with equal identities refer to the same file. Renaming it does not change its identity.
 struct file_identity {
   dev_t device = 0;
   ino_t inode = 0;
@@ -17,14 +17,14 @@ struct file_identity {
 
 [[nodiscard]] file_identity identity_of(const struct stat &status);
 
-// A name whose lookup failed may lead to anything, an input included.
+// After a failed lookup the name may refer to any file, also to an input.
 enum class lookup { there, absent, failed };
 
-// stat and lstat. The status is set only when the file is there.
+// stat and lstat. status is set only when the result is lookup::there.
 [[nodiscard]] lookup look_up(const char *path, struct stat &status);
 [[nodiscard]] lookup look_up_link(const char *path, struct stat &status);
 
-// True when both names lead to one existing file. Fails with "failed to open file: %s" when a lookup fails.
+// True when both names refer to the same existing file. Fails with "failed to open file: %s" when a lookup fails.
 [[nodiscard]] bool is_same_file(const char *path, const char *other_path, error_slot *error);
 
 }  // namespace tarvel

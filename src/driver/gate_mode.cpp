@@ -43,7 +43,7 @@ void write_course_files(const course &surveyed, const char *path) {
   fatal_error(error);
 }
 
-// A finished course from a container has no walk to draw.
+// A container has a course but no walk.
 void write_walk_kml(const gate &surveyed, const char *path) {
   if (surveyed.track_len == 0) return;
   const gate_ends ends = entry_gate_ends(surveyed.course.matrix);

@@ -14,7 +14,7 @@ int main(int argc, char *argv[]) {
   tarvel::run_config config;
   tarvel::parse_options(argc, argv, config);
 
-  // Before the first output: the gate's outputs must not destroy a run that is read only after them.
+  // Before the first output, since the gate's outputs must not overwrite a run that is read after them.
   if (config.gate_file) tarvel::protect_input(config.gate_file.get(), &error);
   if (config.swoop_file) tarvel::protect_input(config.swoop_file.get(), &error);
   tarvel::fatal_error(error);

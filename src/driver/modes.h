@@ -1,5 +1,5 @@
-// The two modes of the program. A mode that fails prints its message and ends the program with status 1; the files that
-// it has written by then stay.
+// The two modes of the program. A mode that fails prints its message and ends the program with status 1; files written
+// before are kept.
 #pragma once
 
 #include "driver/options.h"

@@ -1,4 +1,4 @@
-// A name for a file beside another one.
+// Finds a free name for a file in the directory of another one.
 #pragma once
 
 #include <cerrno>
@@ -22,7 +22,7 @@ template <typename taker>
     if (errno != EEXIST) return nullptr;
     std::snprintf(name.get(), room, "%s.%s.%u", path, suffix, number);
   }
-  return nullptr;  // GCOVR_EXCL_LINE: after four billion names that are all taken
+  return nullptr;  // GCOVR_EXCL_LINE: after four billion names
 }
 
 }  // namespace tarvel

@@ -69,7 +69,7 @@ void parse_options(int argc, char *argv[], run_config &config) {
   if (argc <= 1) exit_with_usage(argc == 1 ? argv[0] : "tarvel");
   parse_switches(argc, argv, config);
   if (config.implicit_gate && config.gate_file) exit_with_message("Conflicting parameters (-i and -g)");
-  // getopt has moved the words that are no options behind the others.
+  // getopt has moved the operands after the options.
   const int words = argc - optind;
   if (words > 1) exit_with_message("Too many command line parameters");
   if (words == 1) config.swoop_file = copy_argument(argv[optind]);

@@ -7,7 +7,7 @@
 
 namespace tarvel {
 
-// What one run of the program is asked to do. Zero until parsed.
+// The configuration of one call. All zero or null before parse_options.
 struct run_config {
   std::uint8_t debug = 0;          // -d: coordinate dump and .tvl copies
   std::uint8_t implicit_gate = 0;  // -i: the gate from the run itself, no course file
@@ -18,8 +18,8 @@ struct run_config {
   owned_text swoop_file;           // the run
 };
 
-// Fills the configuration. Ends the program itself: with status 0 after -v, with status 1 and a message or the usage
-// text for a command line that cannot be carried out.
+// Fills the configuration. Ends the program with status 0 after -v, and with status 1 and a message or the usage text
+// for a wrong command line.
 void parse_options(int argc, char *argv[], run_config &config);
 
 void print_usage(const char *program_name);

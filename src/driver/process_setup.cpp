@@ -14,7 +14,7 @@ namespace tarvel {
 
 namespace {
 
-// errno after tzset when the zone's file does not exist or TZ is a rule such as "EST5EDT".
+// Values of errno after tzset when the zone's file does not exist or TZ is a rule such as "EST5EDT".
 constexpr int no_such_zone[] = {0, ENOENT, ENOTDIR, EISDIR, ELOOP, ENAMETOOLONG, EINVAL};
 
 bool are_standard_streams_open() {
@@ -45,8 +45,8 @@ void ignore_write_signals() {
 }
 
 void load_time_zone(error_slot *error) {
-  // Without a name the C library looks at the zone's file again for every minute, and a fault would change the zone in
-  // mid-track.
+  // When TZ is not set, the C library reads the zone's file again for every minute, and an I/O error would change the
+  // zone in the middle of a track.
   constexpr const char *system_zone = "/etc/localtime";
   const char *const named = std::getenv("TZ");
   const char *const zone = named != nullptr ? named : system_zone;

@@ -21,7 +21,7 @@ struct protected_file {
   char *path = nullptr;  // as the user typed it, or as an index names it
 };
 
-// Two tracks and a chain of course files.
+// The inputs of this call: up to two tracks, and course files.
 struct protected_files {
   owned_array<protected_file> entries;
   std::size_t count = 0;
@@ -35,7 +35,7 @@ struct protected_files {
   }
 };
 
-// Process-wide, as the files themselves are: each output asks for all inputs of the run, whoever read them.
+// One list for the process, since every output is compared with all inputs.
 protected_files &inputs() {
   static protected_files files;
   return files;
@@ -49,10 +49,10 @@ const protected_file *find_input(const file_identity &identity) {
   return nullptr;
 }
 
-// Renames without ever replacing a file that has the new name.
+// Renames a file; fails when the new name exists.
 bool rename_to_free_name(const char *from, const char *to) {
   if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
-  // Some file systems do not know the flag.
+  // Some file systems do not support the flag.
   if (errno != EINVAL && errno != ENOSYS) return false;
   struct stat status;
   if (lstat(to, &status) == 0) {
@@ -67,13 +67,13 @@ bool set_aside(const char *path) {
   return take_numbered_name(path, "orig", rename_to) != nullptr;
 }
 
-// The name behind every symbolic link: renaming the link alone would leave the samples in the output's way.
+// Renames the target of symbolic links: if only the link were renamed, the output would overwrite the target.
 bool set_aside_target(const char *path) {
   const owned_text target(realpath(path, nullptr));
   return target && set_aside(target.get());
 }
 
-// A link may be renamed in place of its target only if the output has that very link's name.
+// Renames a link instead of its target only when the output has the name of that link.
 bool set_aside_input(const protected_file &input, const char *output_path) {
   struct stat name;
   struct stat output_name;
@@ -105,7 +105,7 @@ void protect_input(const char *path, error_slot *error) {
 }
 
 bool remember_input(const char *path, const struct stat &status) {
-  // A device or directory loses nothing when it is written to.
+  // Only regular files can be overwritten.
   if (!S_ISREG(status.st_mode)) return true;
   const file_identity identity = identity_of(status);
   if (find_input(identity) != nullptr) return true;
@@ -113,12 +113,13 @@ bool remember_input(const char *path, const struct stat &status) {
   if (!copy) return false;
   protected_files &files = inputs();
   if (!try_append(files.entries, files.count, files.capacity, 8, {identity, copy.get()})) return false;
-  static_cast<void>(copy.release());  // the list's now
+  static_cast<void>(copy.release());  // now owned by the list
   return true;
 }
 
 bool set_aside_inputs(const char *path) {
-  // The second round is for a file of two names: after the input's own name the output's still leads to it.
+  // The second round is for an input with two links: after its own name was changed, the output's name still refers to
+  // it.
   for (int round = 0;; ++round) {
     struct stat status;
     const lookup found = look_up(path, status);

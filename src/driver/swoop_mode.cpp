@@ -52,34 +52,34 @@ void analyze_over_course(swoop &run, const std::optional<course> &loaded, error_
   }
 }
 
-// The report goes to the screen first, so that a pilot sees it even where the folder cannot be written to; and at once,
-// since the drawing libraries end the process themselves when they have no memory.
-void publish_report(const swoop &run, const run_config &config, const char *path, error_slot *error) {
+// Prints the report before any file is written, so that it is seen even when the directory is not writable, and flushes
+// it, since the drawing libraries may end the process when memory is short.
+void write_report(const swoop &run, const run_config &config, const char *path, error_slot *error) {
   const owned_text report = format_swoop_report(run, config.metric != 0, error);
   if (*error) return;
   std::printf("\n%s", report.get());
   std::fflush(stdout);
 
-  // Pilots print into run.txt: by now it holds the report and can be written as if nobody had. A survey's lines in it
-  // would be lost, so that it is then refused like any other output that is printed into.
+  // Standard output may go to run.txt itself, which then already holds the report: the file is written again with the
+  // same text. Not after a survey, whose lines would be lost: the file is then refused, like other outputs.
   file_handle file = config.gate_file ? open_output(path, error) : open_printed_output(path, error);
   if (!file) return;
   std::fputs(report.get(), file.get());
   close_output(std::move(file), path, error);
 }
 
-// What there is of a run that was analysed, apart from its map and charts.
-void publish_run(const swoop &run, const run_config &config, const swoop_outputs &outputs, error_slot *error) {
+// Writes the outputs of a successful analysis, except for the map and the charts.
+void write_run_outputs(const swoop &run, const run_config &config, const swoop_outputs &outputs, error_slot *error) {
   if (run.debug) write_trimmed_swoop(outputs.tvl.get(), run, error);
   if (*error) return;
-  publish_report(run, config, outputs.txt.get(), error);
+  write_report(run, config, outputs.txt.get(), error);
 }
 
-// The stop itself is left out: there the pilot may walk off already.
+// Without the stop itself, at which the pilot may walk already.
 std::span<const gps_point> turn_to_stop(const swoop &run) { return samples_of(run, {run.top_of_turn, run.stop}); }
 
-// A run that fails still has a map, of its whole track. The message of an output that has failed before stays. Emptied
-// again, since a link may have led another output to the same file.
+// Writes the map; after a failed analysis, one of the whole track. A message that is already in the slot is kept.
+// Empties the file first, since another output may have been written to it through a link.
 void write_map(const swoop &run, bool is_sound, file_handle map, const char *path, error_slot *error) {
   if (!empty_output(map.get())) {
     if (!*error) *error = format_error("failed to write file: %s", path);
@@ -95,7 +95,7 @@ void write_map(const swoop &run, bool is_sound, file_handle map, const char *pat
   close_output(std::move(map), path, error);
 }
 
-// Null without a pond. It turns with the run's frame, so that both are drawn in one.
+// The pond, rotated like the run's frame; null without a pond.
 const pond_outline *turned_pond(std::optional<course> &loaded, const swoop &run) {
   if (!loaded || !loaded->pond) return nullptr;
   rotate_point_list(points_of(*loaded->pond), correction_angle(run));
@@ -110,21 +110,21 @@ void run_swoop_mode(const run_config &config) {
   const owned_record<swoop> run = open_run(config, &error);
   fatal_error(error);
 
-  // Before any output is opened, since an index may lead to a course that has an output's name. What is wrong with the
-  // course is said once the map can be written.
+  // Before any output is opened, since a course file may have the name of an output. Its message is printed after the
+  // map has been opened.
   error_slot course_error = nullptr;
   std::optional<course> loaded = load_course(config, &course_error);
-  // And the map before the analysis, so that a run whose map cannot be written fails before its work.
+  // Before the analysis, so that a map that cannot be written is reported without delay.
   file_handle map = open_output(outputs.kml.get(), &error);
   fatal_error(error);
 
-  // What is wrong with the run is said once all outputs have been written: they may be cut short.
+  // Printed after all outputs have been written, and only when none of them has failed.
   error_slot run_error = course_error;
   if (run_error == nullptr) analyze_over_course(*run, loaded, &run_error);
   const bool is_sound = run_error == nullptr;
-  // The dump shows what the analysis has worked with, also when that has failed.
+  // Also when the analysis has failed.
   if (run->debug && run->is_derived) write_coord_dump(samples_of(*run), &error);
-  if (is_sound && error == nullptr) publish_run(*run, config, outputs, &error);
+  if (is_sound && error == nullptr) write_run_outputs(*run, config, outputs, &error);
   write_map(*run, is_sound, std::move(map), outputs.kml.get(), &error);
   fatal_error(error);
   fatal_error(run_error);

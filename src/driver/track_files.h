@@ -1,6 +1,6 @@
-// Tracks, courses and runs by the names of their files. Each name stands for one function over a stream: the file is
-// opened and remembered as an input, the reader's warnings are printed, and I/O errors name the file. Some of them are
-// for programs that use the library, and for tests; the modes call the others.
+// Reads and writes tracks, courses and runs by file name. Each function opens a file and calls the function of the same
+// name for streams; it adds inputs to the protected ones, prints the reader's warnings, and reports I/O errors with the
+// file's name. Some are only used by tests and by programs that use the library.
 #pragma once
 
 #include <cstdint>
@@ -16,12 +16,12 @@
 
 namespace tarvel {
 
-// Opens a track for every reader that will try it. Null with "failed to open file: %s".
+// Opens a track. Null with "failed to open file: %s".
 [[nodiscard]] file_handle open_track_file(const char *path, error_slot *error);
 
-// These read, and fail with "strdup() failed" or "failed to open file: %s" of the opening, "failed to read file: %s",
-// "malloc() failed" (the warnings), or a message of the function over the stream. After a failure the track of the first
-// two is empty; any other target is as it was.
+// These read, and fail with "strdup() failed" or "failed to open file: %s" (opening), "failed to read file: %s",
+// "malloc() failed" (warnings), or a message of the function for streams. After a failure the track of the first two is
+// empty; any other target is unchanged.
 void read_track_header_csv(const char *path, gps_track &track, error_slot *error);
 void read_track_tagged(const char *path, gps_track &track, error_slot *error);
 void read_gate_file(const char *path, course &result, error_slot *error);
@@ -33,8 +33,8 @@ void load_swoop_track(const char *path, gps_track &track, error_slot *error);
 [[nodiscard]] owned_record<gate> gate_open(const char *path, owned_text *log_text, error_slot *error);
 [[nodiscard]] owned_record<swoop> swoop_create(const char *path, error_slot *error);
 
-// These write, and fail with "failed to open file: %s", "failed to write file: %s" or a message of the function over
-// the stream; a write that fails leaves a partial file.
+// These write, and fail with "failed to open file: %s", "failed to write file: %s" or a message of the function for
+// streams; a write that fails leaves an incomplete file.
 void write_gate_file(const char *path, const course &surveyed, error_slot *error);
 void write_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error);
 
@@ -43,7 +43,7 @@ void write_kml(const char *path, std::int64_t start_time, std::span<const gps_po
                error_slot *error);
 void write_coord_dump(std::span<const gps_point> samples, error_slot *error);
 
-// What the modes call for the copies of debug mode.
+// These write the .tvl copies of debug mode.
 void export_gate_file(const char *path, const course &surveyed, error_slot *error);
 void export_swoop_file(const char *path, std::span<const gps_point> samples, error_slot *error);
 void write_trimmed_swoop(const char *path, const swoop &run, error_slot *error);

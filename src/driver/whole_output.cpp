@@ -19,7 +19,8 @@ namespace tarvel {
 
 namespace {
 
-// A new file beside that one, without a stream when there is no memory for it. Existing files are left alone.
+// Creates a new file in the target's directory; without a stream when memory is short for it. Never opens an existing
+// file.
 whole_output open_beside(owned_text target, mode_t permissions) {
   int descriptor = -1;
   owned_text name = take_numbered_name(target.get(), "new", [&](const char *free_name) {
@@ -35,29 +36,29 @@ whole_output open_beside(owned_text target, mode_t permissions) {
   return output;
 }
 
-// The permissions come last, since a new owner takes some of them away.
+// The permissions are set last, since changing the owner clears some of them.
 bool copy_rights(const struct stat &old, int descriptor) {
   constexpr mode_t permissions = 07777;
   return fchown(descriptor, old.st_uid, old.st_gid) == 0 && fchmod(descriptor, old.st_mode & permissions) == 0;
 }
 
-// Of more users and groups than the permissions name. A new file would not have it.
+// True when the file has an access control list, which a new file would not have.
 bool has_access_list(const char *path) { return getxattr(path, "system.posix_acl_access", nullptr, 0) > 0; }
 
-// Without a temporary file when the output must be written in place.
+// Returns an output without a temporary file when it must be written in place.
 whole_output open_replacement(const char *path) {
   struct stat old;
   if (look_up_link(path, old) == lookup::absent) {
     owned_text name = try_duplicate(path);
     return name ? open_beside(std::move(name), 0666) : whole_output();
   }
-  // A name like /dev/stderr would go on leading to the old file.
+  // After a replacement, a name like /dev/stderr would still refer to the old file.
   if (look_up(path, old) != lookup::there || !S_ISREG(old.st_mode) || is_printed_to(old)) return {};
-  // A file that may not be written may not be replaced either.
+  // A file without write permission must not be replaced either.
   if (faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return {};
   owned_text target(realpath(path, nullptr));
   if (!target || has_access_list(path)) return {};
-  // Nobody else may open it before it has the old one's permissions.
+  // Only this user may open it before it has the old file's permissions.
   whole_output output = open_beside(std::move(target), 0600);
   if (output.file && !copy_rights(old, fileno(output.file.get()))) return {};
   return output;
@@ -67,7 +68,7 @@ bool flush_to_disk(std::FILE *file) { return std::fflush(file) == 0 && fsync(fil
 
 void fail_writing(const char *path, error_slot *error) { *error = format_error("failed to write file: %s", path); }
 
-// A mount point is busy, and an append-only folder lets no file change its name.
+// The causes of a failed rename onto a mount point or in an append-only directory.
 bool refuses_replacement(int cause) { return cause == EBUSY || cause == EPERM || cause == EACCES; }
 
 void write_in_place(const char *temporary, const char *path, error_slot *error) {
