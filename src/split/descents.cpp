@@ -13,26 +13,27 @@ namespace tarvel {
 namespace {
 
 constexpr double descent_feet = 500.0;  // below the highest sample
-// Of the fall, what the vertical speeds must know: the sum of what they exceed 1.5 m/s by. A canopy descends faster than
-// that, a car on a mountain road does not.
-constexpr double known_fall = 100.0;          // m
+// The vertical speeds must confirm a fall: the distance by which they exceed a descent of 1.5 m/s, summed up, must be
+// more than 100 m. A canopy descends faster than 1.5 m/s, a car on a mountain road does not.
+constexpr double confirmed_fall = 100.0;      // m
 constexpr double uncounted_descent = 1.5;     // m/s
-constexpr double greatest_descent = 150.0;    // m/s; what is faster is an error of the logger
-constexpr double longest_step = 10.0;         // s for which one speed stands
-constexpr double flying_speed_mph = 10.0;     // slower is nobody in the air for long
-constexpr double driving_speed_mph = 25.0;    // a pilot who has landed does not get faster than this at once
+constexpr double greatest_descent = 150.0;    // m/s; a faster descent is an error of the logger
+constexpr double longest_step = 10.0;         // s over which one vertical speed is assumed to last
+constexpr double flying_speed_mph = 10.0;     // a canopy in flight is slower only for short times
+constexpr double driving_speed_mph = 25.0;    // faster than a pilot moves in the seconds after landing
 constexpr double standing_speed_mph = 2.0;    // as for the stop of a run
-constexpr double landed_height_feet = 100.0;  // how far the height may move after a landing
+constexpr double landed_height_feet = 100.0;  // largest change of the height after a landing
 constexpr std::int64_t landed_time = 15000;   // ms
 
-constexpr std::int64_t longest_pause = 60000;     // ms without a sample while the logger is on
-constexpr std::int64_t longest_descent = 900000;  // ms; a longer pause in the air hides a landing
+constexpr std::int64_t longest_pause = 60000;     // ms without a sample; after a longer pause the logger was off
+constexpr std::int64_t longest_descent = 900000;  // ms; during a longer pause in the air there was a landing
 constexpr double longest_leap = 100.0;            // m from one sample to the next,
 constexpr double fastest_on_ground = 100.0;       // and m/s over the time between them
-constexpr double fastest_climb = 15.0;            // m/s that an aircraft climbs at with jumpers
-constexpr double climb_to_next = 300.0;           // m; who is that much higher behind a pause has been on the ground
-constexpr double near_distance = 1000.0;          // m; a clock that is set in the air leaves the place as it is
-constexpr double earth_radius = 6371000.0;        // m
+constexpr double fastest_climb = 15.0;            // m/s, of an aircraft with jumpers
+constexpr double climb_to_next =
+    300.0;  // m; when the height after a pause is this much greater, there was a landing in it
+constexpr double near_distance = 1000.0;    // m; the position changes less when only the clock was set
+constexpr double earth_radius = 6371000.0;  // m
 
 double speed_mph(const gps_point &sample) { return mph_per_mps * vec3_length(sample.vel_ltp); }
 
@@ -45,29 +46,29 @@ bool is_paused(const gps_point &before, const gps_point &after) {
   return step < 0 || step > longest_pause;
 }
 
-// True when the second sample, behind a pause, may be of the flight that the first one is of.
-bool may_go_on(const gps_point &before, const gps_point &after) {
+// True when the samples before and after a pause may be from the same flight.
+bool may_be_same_flight(const gps_point &before, const gps_point &after) {
   const double climb = raw_altitude(after) - raw_altitude(before);
   const std::int64_t step = elapsed(before.time, after.time);
   if (step < 0) return std::fabs(climb) < climb_to_next && plan_distance(before, after) < near_distance;
   return step <= longest_descent && climb < climb_to_next;
 }
 
-// Goes through the samples of a track, with what is known since the last landing.
+// Finds descents sample by sample. The fields hold the state since the last landing.
 class descent_finder {
  public:
   explicit descent_finder(std::span<const gps_point> samples) : samples_(samples) {}
 
-  // True when the sample ends a descent.
+  // Adds the next sample. True when a descent ends at it; found is then that descent.
   bool add(std::uint32_t i, descent &found) {
     const bool ended = i > 0 && ends_before(i, found);
     if (ended || i == 0) begin(i);
-    follow(i);
+    update(i);
     if (ended) return true;
-    return stands_for(i) && end_at(standing_, true, i, found);
+    return has_landed_by(i) && end_at(standing_, true, i, found);
   }
 
-  // True when the track ends in a descent.
+  // Ends the track. True when it ends in a descent; found is then that descent.
   bool finish(descent &found) {
     const auto last = static_cast<std::uint32_t>(samples_.size() - 1);
     return is_standing_ ? end_at(standing_, true, last, found) : end_at(last, false, last, found);
@@ -81,7 +82,7 @@ class descent_finder {
     is_standing_ = false;
   }
 
-  // Ends what was under way at that sample; what begins then begins at sample i. True when it was a descent.
+  // Ends the stretch at the sample `landing` and begins the next one at sample i. True when it was a descent.
   bool end_at(std::uint32_t landing, bool has_landed, std::uint32_t i, descent &found) {
     found = {highest_, landing, has_landed};
     const bool was_descending = is_descending_;
@@ -89,28 +90,28 @@ class descent_finder {
     return was_descending;
   }
 
-  // True when a descent ended between the sample before and this one, because the logger was off.
+  // True when a descent ended between the samples i - 1 and i, because the logger was off.
   bool ends_before(std::uint32_t i, descent &found) {
     const gps_point &before = samples_[i - 1];
     const gps_point &sample = samples_[i];
     if (is_standing_) {
-      const bool is_flying_on = is_paused(before, sample) && may_go_on(before, sample) && !is_slow(sample) &&
+      const bool is_flying_on = is_paused(before, sample) && may_be_same_flight(before, sample) && !is_slow(sample) &&
                                 raw_altitude(sample) < raw_altitude(before) &&
                                 !is_near_height(raw_altitude(sample), raw_altitude(before));
       if (!is_interrupted(before, sample) || is_flying_on) return false;
       return end_at(standing_, true, i, found);
     }
-    if (!is_paused(before, sample) || may_go_on(before, sample)) return false;
+    if (!is_paused(before, sample) || may_be_same_flight(before, sample)) return false;
     return end_at(i - 1, false, i, found);
   }
 
-  void follow(std::uint32_t i) {
+  void update(std::uint32_t i) {
     const gps_point &sample = samples_[i];
     const double height = raw_altitude(sample);
     const double highest = raw_altitude(samples_[highest_]);
-    if (i > 0) fall(samples_[i - 1], sample);
+    if (i > 0) add_fall(samples_[i - 1], sample);
     if (!is_descending_ && (height > highest || std::isnan(highest))) highest_ = i;
-    if (fallen_ > known_fall && feet_per_metre * (highest - height) > descent_feet) is_descending_ = true;
+    if (fallen_ > confirmed_fall && feet_per_metre * (highest - height) > descent_feet) is_descending_ = true;
 
     const bool stands_on = is_standing_ && speed_mph(sample) < driving_speed_mph &&
                            is_near_height(height, raw_altitude(samples_[standing_]));
@@ -119,22 +120,22 @@ class descent_finder {
     standing_ = i;
   }
 
-  void fall(const gps_point &before, const gps_point &sample) {
+  void add_fall(const gps_point &before, const gps_point &sample) {
     const double seconds = static_cast<double>(elapsed(before.time, sample.time)) / 1000.0;
     const double step = std::clamp(seconds, 0.0, longest_step);
     const double descent = std::min(raw_descent(sample), greatest_descent) - uncounted_descent;
     fallen_ = std::max(0.0, fallen_ + descent * step);
   }
 
-  [[nodiscard]] bool stands_for(std::uint32_t i) const {
+  [[nodiscard]] bool has_landed_by(std::uint32_t i) const {
     return is_standing_ && elapsed(samples_[standing_].time, samples_[i].time) > landed_time;
   }
 
   std::span<const gps_point> samples_;
   std::uint32_t highest_ = 0;
-  double fallen_ = 0.0;         // m, by the vertical speeds
+  double fallen_ = 0.0;         // m, from the vertical speeds
   bool is_descending_ = false;  // the fall is a descent
-  bool is_standing_ = false;    // slow, and at one height since sample standing_
+  bool is_standing_ = false;    // slow and at the same height since sample standing_
   std::uint32_t standing_ = 0;
 };
 

@@ -1,9 +1,9 @@
-// Where a track comes down from the air, told by heights and speeds alone.
+// Finds the descents in a track by heights and speeds alone.
 //
-// A descent is a fall of 500 ft below the highest sample since the last landing, of which the vertical speeds know as
-// well: indoors heights wander by hundreds of metres while the speeds stay near zero. It ends with the landing: the first
-// sample slower than 10 mph from which on the height stays within 100 ft for 15 seconds. A logger that was switched off
-// before that has landed when it was slow at the end; when it was not, the descent ends in the air.
+// A descent is a fall of 500 ft below the highest sample since the last landing. The vertical speeds must confirm it,
+// since indoors the heights drift by hundreds of metres while the speeds stay near zero. The descent ends with the
+// landing: the first sample slower than 10 mph after which the height stays within 100 ft for 15 seconds. When the
+// logger was switched off earlier, the descent ends with a landing if the last samples were slow, otherwise in the air.
 #pragma once
 
 #include <cstdint>
@@ -15,10 +15,10 @@
 
 namespace tarvel {
 
-// Samples by index.
+// Fields are indices of samples.
 struct descent {
   std::uint32_t highest = 0;  // the first of the highest samples
-  std::uint32_t landing = 0;  // the last sample of the recording when it ended in the air
+  std::uint32_t landing = 0;  // the last sample of the recording when the descent ended in the air
   bool has_landed = false;
 };
 
@@ -28,20 +28,21 @@ struct descent_list {
   std::uint32_t capacity = 0;
 };
 
-// The descents in their order. Fails with "realloc failed" and leaves the list as it was.
+// Finds the descents in their order. Fails with "realloc failed"; the list is then unchanged.
 void find_descents(std::span<const gps_point> samples, descent_list &list, error_slot *error);
 
-// True when the logger was off, or moved elsewhere, between two neighbouring samples: more than a minute, a step back of
-// the clock, farther than anything on the ground moves, or higher than an aircraft climbs.
+// True when the logger was off or carried to another place between two consecutive samples: more than a minute passed,
+// the clock stepped back, the position moved faster than vehicles on the ground, or the height rose faster than an
+// aircraft climbs.
 [[nodiscard]] bool is_interrupted(const gps_point &before, const gps_point &after);
 
-// m in plan, for some kilometres and away from the poles.
+// The distance in plan, m. Accurate up to some kilometres, away from the poles.
 [[nodiscard]] double plan_distance(const gps_point &a, const gps_point &b);
 
-// Slower than a pilot walks, in all three directions.
+// True when the speed in space is less than 2 mph, slower than walking.
 [[nodiscard]] bool is_at_rest(const gps_point &sample);
 
-// Slower than anything flies.
+// True when the speed in space is less than 10 mph, slower than flying.
 [[nodiscard]] bool is_slow(const gps_point &sample);
 
 }  // namespace tarvel

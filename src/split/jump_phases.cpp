@@ -19,9 +19,9 @@ namespace {
 constexpr double straight_descent = 25.0;  // mph; a canopy in straight flight descends more slowly
 constexpr double level_descent = 10.0;     // mph; below it a dive is over
 
-// A frame with its origin at that place and its x-axis to the north.
+// A frame with its origin at this position and its x-axis to the north.
 mat4 frame_at(const vec3 &wgs84) {
-  constexpr double rise = 100.0;   // m; any gives the same vertical
+  constexpr double rise = 100.0;   // m; its value does not matter
   constexpr double ahead = 0.001;  // degrees
   const vec3 origin = wgs84_to_ecef(wgs84);
   frame_axes axes;
@@ -55,7 +55,7 @@ jump_phases find_jump_phases(std::span<const gps_point> samples, error_slot *err
   derive_acceleration(run);
   derive_heading(run);
 
-  // A jump from less than 2,500 ft has no pattern entry, and one that is cut off no stop.
+  // Messages are ignored: a jump from less than 2,500 ft has no pattern entry, and one that is cut off has no stop.
   error_slot none = nullptr;
   detect_plane_exit(run, &none);
   detect_pattern_entry(run, &none);

@@ -1,4 +1,4 @@
-// What the detectors of the analysis find in one jump when the course is not known: heights are above its landing.
+// Runs some detectors of the analysis on one jump without a course. Heights are above the jump's last sample.
 #pragma once
 
 #include <cstdint>
@@ -9,15 +9,15 @@
 
 namespace tarvel {
 
-// Samples by index into those of the jump; 0 for what was not found.
+// Samples are indices into those of the jump; 0 means not found.
 struct jump_phases {
   std::uint32_t exit = 0;
   double exit_height = 0.0;  // m
   std::uint32_t stop = 0;
-  bool has_dive = false;  // below 1,000 ft faster than a canopy in straight flight, and level again
+  bool has_dive = false;  // below 1,000 ft: first a descent faster than in straight flight, then a slow one
 };
 
-// The last sample gives the height of the ground. Fails with "realloc failed".
+// The last sample is at the height of the ground. Fails with "realloc failed".
 [[nodiscard]] jump_phases find_jump_phases(std::span<const gps_point> samples, error_slot *error);
 
 }  // namespace tarvel

@@ -13,14 +13,14 @@ namespace tarvel {
 
 namespace {
 
-constexpr double ground_height = 100.0;  // m above a landing that a rest before a climb may lie
-// m from the stop. More than the 75 ft within which the analysis takes a pilot for one who rests there.
+constexpr double ground_height = 100.0;  // m above a landing, up to which a rest is on the ground
+// m from the stop; more than the 75 ft within which the analysis assumes that the pilot rests at the stop.
 constexpr double far_from_stop = 30.0;
-constexpr std::int64_t time_before_climb = 10000;  // ms of the rest
+constexpr std::int64_t time_before_climb = 10000;  // ms of the rest, before the climb
 constexpr std::int64_t time_after_stop = 60000;    // ms
-constexpr std::int64_t shortest_ground = 60000;    // ms; a shorter one stays with its jump
+constexpr std::int64_t shortest_ground = 60000;    // ms; a shorter stretch on the ground belongs to the jump
 
-constexpr std::uint32_t fewest_samples = 16;  // of a recording on the ground; a shorter one stays with the one before
+constexpr std::uint32_t fewest_samples = 16;  // of a recording on the ground; a shorter one belongs to the one before
 constexpr double climb_feet = 500.0;
 constexpr std::int64_t longest_lost_fix = 600000;  // ms; after a longer pause on the ground the logger was off
 constexpr double walk_window = 10.0;               // s
@@ -34,7 +34,7 @@ std::int64_t time_between(samples_view samples, std::uint32_t first, std::uint32
   return elapsed(samples[first].time, samples[last].time);
 }
 
-// The first sample of [first, end) behind an interruption, or end.
+// The first sample of [first, end) after an interruption, or end.
 std::uint32_t find_interruption(samples_view samples, std::uint32_t first, std::uint32_t end) {
   for (std::uint32_t i = first + 1; i < end; ++i) {
     if (is_interrupted(samples[i - 1], samples[i])) return i;
@@ -42,7 +42,7 @@ std::uint32_t find_interruption(samples_view samples, std::uint32_t first, std::
   return end;
 }
 
-// The first rest after the landing; without one in the same recording the last slow sample on the ground.
+// The first sample at rest after the landing; without one before an interruption, the last slow sample on the ground.
 std::uint32_t find_settled(samples_view samples, const descent &found, std::uint32_t limit) {
   const std::uint32_t end = find_interruption(samples, found.landing, limit);
   std::uint32_t last_slow = found.landing;
@@ -54,7 +54,8 @@ std::uint32_t find_settled(samples_view samples, const descent &found, std::uint
   return last_slow;
 }
 
-// What tells a rest on the ground from one in a balloon: the heights of the landings before and after it.
+// Decides whether a sample at rest is on the ground or, for example, in a balloon: by the heights of the landings
+// before and after it.
 struct ground_levels {
   samples_view samples;
   const descent *before;
@@ -69,7 +70,7 @@ struct ground_levels {
   }
 };
 
-// The beginning of the rest that ends at this sample, ten seconds before it at most.
+// The first sample of the rest that ends with the sample `last`, at most ten seconds before it.
 std::uint32_t rest_before(samples_view samples, std::uint32_t first, std::uint32_t last) {
   std::uint32_t begin = last;
   while (begin > first && is_at_rest(samples[begin - 1]) && !is_interrupted(samples[begin - 1], samples[begin]) &&
@@ -79,7 +80,7 @@ std::uint32_t rest_before(samples_view samples, std::uint32_t first, std::uint32
   return begin;
 }
 
-// Where a jump begins that came down from its highest sample, at first or later.
+// The first sample of the jump whose highest sample is given, not before `first`.
 std::uint32_t find_begin(const ground_levels &levels, std::uint32_t first, std::uint32_t highest) {
   const samples_view samples = levels.samples;
   std::uint32_t rest = highest + 1;
@@ -94,7 +95,7 @@ std::uint32_t find_begin(const ground_levels &levels, std::uint32_t first, std::
   return rest_before(samples, first, rest);
 }
 
-// One past the last sample that a jump needs, of those before the limit.
+// One past the last sample of a jump, at most the limit.
 std::uint32_t find_end(samples_view samples, std::uint32_t stop, std::uint32_t settled, std::uint32_t limit) {
   const std::uint32_t end = find_interruption(samples, settled, limit);
   bool has_left = false;
@@ -107,7 +108,7 @@ std::uint32_t find_end(samples_view samples, std::uint32_t stop, std::uint32_t s
   return end;
 }
 
-// The first sample of [first, end) that a recording of its own begins with, or end.
+// The first sample of [first, end) at which another recording begins, or end.
 std::uint32_t find_recording(samples_view samples, std::uint32_t first, std::uint32_t end) {
   for (std::uint32_t i = first + fewest_samples; i < end; ++i) {
     const std::int64_t pause = time_between(samples, i - 1, i);
@@ -116,8 +117,8 @@ std::uint32_t find_recording(samples_view samples, std::uint32_t first, std::uin
   return end;
 }
 
-// Sums up whether somebody walks, from one window of time to the next: over seconds the noise of a speed at rest cancels
-// out, and a walk does not.
+// Measures for which share of the time the logger is carried on foot. The velocity is averaged over windows of ten
+// seconds, in which the noise of a logger at rest cancels out.
 class walk_measure {
  public:
   void add(const gps_point &before, const gps_point &sample) {
@@ -171,7 +172,8 @@ class stretch_builder {
  private:
   [[nodiscard]] std::uint32_t size() const { return static_cast<std::uint32_t>(samples_.size()); }
 
-  // The jump's stretch and the ground before it. first is one past the stretch before, and then one past this.
+  // Appends the stretches on the ground before the jump and that of the jump. first is one past the stretch before,
+  // afterwards one past the jump.
   bool add_descent(std::uint32_t k, std::uint32_t &first, error_slot *error) {
     const std::uint32_t begin = begin_of(k);
     const std::uint32_t limit = k + 1 < descents_.size() ? descents_[k + 1].highest : size();
@@ -198,7 +200,7 @@ class stretch_builder {
     return true;
   }
 
-  // Needs the landing of the descent before.
+  // The first sample of jump k. Needs settled_.
   std::uint32_t begin_of(std::uint32_t k) {
     const descent *const before = k == 0 ? nullptr : &descents_[k - 1];
     const std::uint32_t first = k == 0 ? 0 : settled_ + 1;
@@ -228,7 +230,7 @@ class stretch_builder {
   samples_view samples_;
   std::span<const descent> descents_;
   stretch_list list_;
-  std::uint32_t settled_ = 0;  // where the descent before had come to rest
+  std::uint32_t settled_ = 0;  // the sample at which the previous descent came to rest
 };
 
 }  // namespace

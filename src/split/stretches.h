@@ -1,9 +1,10 @@
-// The stretches of a track: each jump with its way to the exit and some time after its stop, and what lies between them.
+// Divides a track into stretches: each jump, from before the climb to some time after its stop, and the time between
+// jumps.
 //
-// Every sample is in one stretch. A cut lies on the ground while the logger stands still, or where it was off: a jump begins
-// with the last rest before the climb, and ends when the pilot has rested after walking away from the stop. What the
-// analysis looks at last of a run is whether the pilot was within 75 ft of the stop to the end of the track; so the end of a
-// jump whose pilot stays near is that of its recording, or the beginning of the next jump.
+// Every sample is in one stretch. Stretches are divided where the logger is at rest on the ground or was off: a jump
+// begins with the last rest before the climb, and ends when the pilot rests after walking away from the stop. When the
+// pilot stays near the stop, the jump ends with its recording or at the beginning of the next jump, since the analysis
+// tests whether the pilot is within 75 ft of the stop until the end of the track.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +19,8 @@ namespace tarvel {
 
 enum class stretch_kind {
   run,      // a descent with a dive below 1,000 ft
-  descent,  // a descent without one: a straight landing, or one with the aircraft
-  climb,    // the track leaves it in the air, and not downward
+  descent,  // a descent without a dive: a straight landing, or one in the aircraft
+  climb,    // more than 500 ft higher at its end, and not at rest there
   walk,     // on foot for a quarter of the time or more
   ground,
 };
@@ -27,9 +28,9 @@ enum class stretch_kind {
 struct stretch {
   stretch_kind kind = stretch_kind::ground;
   sample_range samples;
-  std::uint32_t number = 0;  // of a descent, from 1; 0 for the others
-  std::uint32_t exit = 0;    // the sample at which a descent begins with a fall, 0 when there is none
-  double exit_height = 0.0;  // m above where the descent ended
+  std::uint32_t number = 0;  // of a descent, from 1; 0 for other stretches
+  std::uint32_t exit = 0;    // the first sample of a free fall; 0 when there is none
+  double exit_height = 0.0;  // m above the end of the descent
   bool ends_in_the_air = false;
 };
 
@@ -45,7 +46,7 @@ struct stretch_list {
 
 [[nodiscard]] inline bool is_descent(const stretch &part) { return part.number != 0; }
 
-// The stretches in their order; none for no samples. Fails with "realloc failed" and leaves the list as it was.
+// Finds the stretches in their order; none without samples. Fails with "realloc failed"; the list is then unchanged.
 void find_stretches(std::span<const gps_point> samples, stretch_list &list, error_slot *error);
 
 }  // namespace tarvel
