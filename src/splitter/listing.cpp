@@ -21,7 +21,7 @@ cell number_of(const stretch &part) {
   return result;
 }
 
-// A hyphen for a time that no calendar has.
+// A hyphen for a time that the calendar cannot express.
 cell clock_time(std::int64_t time) {
   cell result = {"-"};
   const std::time_t seconds = time / 1000;
@@ -39,7 +39,7 @@ cell exit_height(const stretch &part, bool metric) {
   return result;
 }
 
-// Hours, minutes and seconds; a hyphen when the clock went back.
+// Hours, minutes and seconds; a hyphen when the last sample is earlier than the first.
 cell duration_of(std::span<const gps_point> samples) {
   cell result = {"-"};
   const std::int64_t seconds = elapsed(samples.front().time, samples.back().time) / 1000;

@@ -1,4 +1,4 @@
-// The table of a track's stretches.
+// Prints the table of a track's stretches.
 #pragma once
 
 #include <cstdio>
@@ -9,8 +9,8 @@
 
 namespace tarvel {
 
-// A line of titles, then one for each stretch: number, time of its first sample as local time, height of the exit above the
-// landing, duration, kind.
+// A line of titles, then a line for each stretch: its number, the local time of its first sample, the height of the
+// exit above the landing, its duration and its kind.
 void print_stretches(std::FILE *stream, std::span<const gps_point> samples, std::span<const stretch> stretches,
                      bool metric);
 

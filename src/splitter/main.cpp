@@ -1,4 +1,4 @@
-// tarvel-split: the jumps in a track.
+// tarvel-split: lists the jumps in a track, or writes each into a file.
 #include <cstdio>
 #include <cstdlib>
 

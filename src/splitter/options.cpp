@@ -54,7 +54,7 @@ split_options parse_split_options(int argc, char *argv[]) {
       default: exit_with_hint();
     }
   }
-  // getopt has moved the words that are no options behind the others.
+  // getopt has moved the operands after the options.
   if (optind == argc) exit_with_message("no track given");
   if (argc - optind > 1) exit_with_message("more than one track given");
   options.track = argv[optind];

@@ -3,7 +3,7 @@
 
 namespace tarvel {
 
-// What stands before its messages.
+// The program's name in its messages.
 constexpr const char *split_program = "tarvel-split";
 
 struct split_options {
@@ -12,8 +12,8 @@ struct split_options {
   bool metric = false;
 };
 
-// Ends the program after printing the help or the version, with status 0, and after a message on standard error about a
-// wrong command line, with status 1.
+// Ends the program with status 0 after printing the help or the version, and with status 1 after a message about a
+// wrong command line on standard error.
 [[nodiscard]] split_options parse_split_options(int argc, char *argv[]);
 
 }  // namespace tarvel

@@ -23,14 +23,14 @@ bool copy_range(std::FILE *from, std::uint64_t first, std::uint64_t end, std::FI
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(end - first, block.size()));
     const std::size_t count = std::fread(block.data(), 1, wanted, from);
     if (count == 0) return false;
-    // A write that fails is seen when the file is closed.
+    // close_output reports a failed write.
     std::fwrite(block.data(), 1, count, to);
     first += count;
   }
   return true;
 }
 
-// One past the last byte, or a negative number.
+// The size of the file in bytes, negative when seeking fails.
 std::int64_t size_of(std::FILE *stream) { return fseeko(stream, 0, SEEK_END) == 0 ? ftello(stream) : -1; }
 
 void write_rows(const split_source &source, sample_range range, std::FILE *file, error_slot *error) {
