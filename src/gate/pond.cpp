@@ -28,7 +28,7 @@ std::size_t find_departure(std::span<const gps_point> walk, std::size_t i, const
 
 // Appends the perimeter points of one leg, from sample i to the first sample near the next mark, and returns that
 // sample.
-std::size_t walk_leg(std::span<const gps_point> walk, std::size_t i, const vec3 &next_mark, pond_outline &pond,
+std::size_t append_leg(std::span<const gps_point> walk, std::size_t i, const vec3 &next_mark, pond_outline &pond,
                      error_slot *error) {
   const std::size_t first_of_leg = pond.count;
   for (; i < walk.size(); ++i) {
@@ -60,7 +60,7 @@ void survey_pond(gate &surveyed, error_slot *error) {
       *error = "no point 50' from waypoint";
       return;
     }
-    i = walk_leg(walk, i, surveyed.waypoints[leg + 1], pond, error);
+    i = append_leg(walk, i, surveyed.waypoints[leg + 1], pond, error);
     if (*error) return;
   }
   if (pond.count == 0) return;
