@@ -1,5 +1,5 @@
-// Refuses memory from the n-th request on: what src/support/memory.cpp asks of realloc and calloc, and the room that is
-// mapped before drawing. The linker puts the functions of allocation_limit.cpp in their place.
+// Refuses memory from the n-th request on: requests of src/support/memory.cpp to realloc and calloc, and the mapping
+// before drawing. The linker replaces these functions by those of allocation_limit.cpp.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,5 @@
-// Stands in for the C library in the program that it is linked to; what is not to fail goes on to the library itself.
+// Replaces functions of the C library in the program that it is linked to. Calls that are not to fail are passed on to
+// the library.
 #include "support/failing_calls.h"
 
 #include <dlfcn.h>
@@ -66,7 +67,7 @@ extern "C" {
 std::size_t fread(void *target, std::size_t size, std::size_t count, std::FILE *stream) {
   static const auto real = next<decltype(&fread)>("fread");
   if (!fails(c_call::fread)) return real(target, size, count, stream);
-  stream->_flags |= _IO_ERR_SEEN;  // what ferror() asks for
+  stream->_flags |= _IO_ERR_SEEN;  // ferror() tests this flag
   return 0;
 }
 

@@ -1,4 +1,4 @@
-// Lets calls of the C library fail, for tests that are linked with failing_calls.cpp.
+// Makes calls of the C library fail, for tests that are linked with failing_calls.cpp.
 #pragma once
 
 #include <cstddef>
@@ -26,7 +26,7 @@ enum class c_call {
   count_of_calls
 };
 
-// Until the end of the scope that call fails with this errno, after so many that are granted.
+// Until the end of the scope this call fails with this errno, after the given number of calls that succeed.
 class failing_call {
  public:
   failing_call(c_call call, std::size_t granted, int error_number);

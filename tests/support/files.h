@@ -1,4 +1,4 @@
-// Files for tests: folders of their own, whole texts, streams over bytes in memory.
+// Files for tests: temporary directories, whole texts, streams over bytes in memory.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace tarvel {
 
-// A new empty folder that is the working directory until the end of the scope, which removes it.
+// A new empty directory that is the working directory until the end of the scope, which removes it.
 class temp_dir {
  public:
   temp_dir();
@@ -25,18 +25,18 @@ class temp_dir {
   std::string previous_;
 };
 
-// The whole file; a test failure and an empty text when it is not there.
+// The content of a file; a test failure and an empty text when it does not exist.
 [[nodiscard]] std::string read_text(const std::string &path);
 void write_text(const std::string &path, std::string_view text);
 [[nodiscard]] bool file_exists(const std::string &path);
 
-// A read-only, seekable stream over the bytes, which must outlive it. Works for no bytes as well.
+// A read-only, seekable stream over the bytes, which must outlive it. There may be no bytes.
 [[nodiscard]] file_handle open_bytes(std::string_view bytes);
 
-// The same from a disk that fails to read the byte of that position and those behind it.
+// The same; reading the byte at the position, or a later one, fails as on a broken disk.
 [[nodiscard]] file_handle open_failing_bytes(std::string_view bytes, std::size_t position);
 
-// What the action writes to the stream that it is given.
+// The bytes that the action writes to the stream that it is given.
 template <typename action>
 [[nodiscard]] std::string bytes_written_by(action act);
 
@@ -63,7 +63,7 @@ std::string bytes_written_by(action act) {
   return output.bytes();
 }
 
-// What the action prints to standard output.
+// The text that the action prints to standard output.
 template <typename action>
 [[nodiscard]] std::string printed_by(action act);
 
@@ -77,7 +77,7 @@ std::string printed_by(action act) {
   return end_capture();
 }
 
-// The project's folder, for examples and golden files.
+// The project's directory, for examples and golden files.
 [[nodiscard]] std::string source_dir();
 
 }  // namespace tarvel

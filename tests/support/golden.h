@@ -1,4 +1,4 @@
-// Golden files: whole outputs that were checked once and must not change unnoticed.
+// Golden files: whole outputs that were checked once. A test fails when one changes.
 #pragma once
 
 #include <string>
@@ -6,8 +6,9 @@
 
 namespace tarvel {
 
-// Holds the text against tests/golden/NAME. The target update_golden writes the file instead; the diff is reviewed like
-// code. It runs the suites called ..._golden_test, from which alone this is called, of the golden_tests in CMakeLists.txt.
+// Compares the text with tests/golden/NAME. The target update_golden writes the file instead; its diff is reviewed like
+// code. It runs only suites called ..._golden_test, of the golden_tests in CMakeLists.txt, so only these call this
+// function.
 void expect_golden(const std::string &name, std::string_view text);
 
 }  // namespace tarvel

@@ -1,4 +1,4 @@
-// Runs made sample by sample, so that a test states every number that its stage looks at.
+// Runs made sample by sample, so that a test states every number that its stage reads.
 #pragma once
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 
 namespace tarvel {
 
-// A record with a copy of these samples and nothing found.
+// A record with a copy of these samples and no results.
 [[nodiscard]] inline swoop run_of(const std::vector<gps_point> &samples) {
   swoop run;
   if (!try_resize(run.track, samples.size())) throw std::runtime_error("no memory for a hand-made run");
@@ -22,8 +22,7 @@ namespace tarvel {
   return run;
 }
 
-// The value whose product with the factor is exactly the threshold. Throws where rounding leaves none: a row that only
-// seems to sit on its threshold would prove nothing.
+// The value whose product with the factor is exactly the threshold. Throws when rounding leaves no such value.
 [[nodiscard]] inline double on_threshold(double threshold, double factor) {
   const double near = threshold / factor;
   const double infinity = std::numeric_limits<double>::infinity();
@@ -45,12 +44,12 @@ namespace tarvel {
   return value;
 }
 
-// Metres that are exactly so many feet, or hardly more or less.
+// The length in metres whose product with feet_per_metre is exactly this number of feet.
 [[nodiscard]] inline double from_feet(double feet) { return on_threshold(feet, feet_per_metre); }
 [[nodiscard]] inline double from_feet_above(double feet) { return above_threshold(feet, feet_per_metre); }
 [[nodiscard]] inline double from_feet_below(double feet) { return below_threshold(feet, feet_per_metre); }
 
-// m/s (or m/s2) that are exactly so many mph (or mph per second), or hardly more or less.
+// The speed in m/s whose product with mph_per_mps is exactly this number of mph; also m/s2 for mph per second.
 [[nodiscard]] inline double from_mph(double mph) { return on_threshold(mph, mph_per_mps); }
 [[nodiscard]] inline double from_mph_above(double mph) { return above_threshold(mph, mph_per_mps); }
 [[nodiscard]] inline double from_mph_below(double mph) { return below_threshold(mph, mph_per_mps); }

@@ -1,4 +1,4 @@
-// Course walks made step by step: a walker with a logger who stands, walks and jumps on a plane.
+// Course walks made step by step: a walker with a logger stands, walks and jumps on a plane.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace tarvel {
 
-// Where the plane's origin lies, and which way its x-axis leads, clockwise from north. Degrees and metres.
+// The position of the plane's origin, and the direction of its x-axis, clockwise from north. Degrees and metres.
 struct walk_place {
   double latitude = 48.5;
   double longitude = 11.25;
@@ -34,16 +34,16 @@ struct hand_made_walk {
 // The next sample. Its pos_wgs84 is the position on the ground and its pos_ecef the position on the plane: tests of
 // distances need no more, and a survey derives its own ECEF.
 void add_sample(hand_made_walk &walk);
-// Samples on one spot, from now until so many seconds later, both included.
+// Samples at the same position, from now until this number of seconds later, both included.
 void stand(hand_made_walk &walk, double seconds);
-// The samples of the way to the target at the walker's pace, without the one on the target, which is where the next
-// one is taken.
+// The samples on the way to the target at the walker's speed, without the one at the target: the next sample is taken
+// there.
 void walk_to(hand_made_walk &walk, const vec3 &target);
-// The next sample is taken there, however far it is.
+// Moves to the target without samples on the way.
 void jump_to(hand_made_walk &walk, const vec3 &target);
 
-// The places to stand at, in the order in which they are walked. The defaults make a course 90 m long with a gate of
-// 10 m, walked counter-clockwise.
+// The marks of a walk in their order. The defaults make a course 90 m long with a gate of 10 m, walked
+// counter-clockwise.
 struct walk_marks {
   vec3 start = {70.0, 12.0, 0.0};
   vec3 b = {0.0, 5.0, 0.0};
@@ -53,7 +53,7 @@ struct walk_marks {
   std::vector<vec3> exit_mark = {};  // one, or none
 };
 
-// Walks from mark to mark, standing so many seconds at each.
+// Walks from mark to mark and stands this number of seconds at each.
 void walk_course(hand_made_walk &walk, const walk_marks &marks, double seconds);
 [[nodiscard]] hand_made_walk course_walk(const walk_marks &marks = walk_marks());
 // The same marks with as few samples as a survey needs: one every 2.5 s while standing, two on each way.

@@ -133,7 +133,7 @@ TEST(memory_test, appends_nothing_when_memory_is_short) {
   EXPECT_EQ(array[1], 6);
 }
 
-// 2^32 elements do not fit the count: nothing is asked of the allocator, and nothing is written.
+// 2^32 elements do not fit the count: the allocator is not called, and nothing is written.
 TEST(memory_test, appends_nothing_that_a_count_of_32_bits_cannot_count) {
   for (const std::uint32_t full : {std::uint32_t{1} << 31, UINT32_MAX}) {
     owned_array<char> array;
@@ -170,7 +170,7 @@ TEST(memory_test, copies_a_text_with_its_end) {
   EXPECT_EQ(try_duplicate("text"), nullptr);
 }
 
-// Each of the three kinds of request is one, and every one after the last that is granted is refused.
+// Each of the three kinds of request counts as one; all requests after the last granted one are refused.
 TEST(memory_test, grants_as_many_requests_as_the_limit_says) {
   owned_text text;
   for (std::size_t granted = 0; granted < 5; ++granted) {

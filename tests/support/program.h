@@ -1,4 +1,4 @@
-// Runs of the real program.
+// Calls of the real program.
 #pragma once
 
 #include <functional>
@@ -17,7 +17,7 @@ struct program_setting {
   std::string time_zone = "UTC";
   std::string out_path;                // where standard output goes instead of into the result
   std::vector<std::string> launcher;   // a program that runs this one, and its arguments
-  std::function<void()> prepare = {};  // what is done in the new process before it becomes the program
+  std::function<void()> prepare = {};  // called in the new process before it becomes the program
 };
 
 // Runs the program under the name "tarvel" in the working directory. One that hangs is ended by a signal after a

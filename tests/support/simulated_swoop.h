@@ -39,8 +39,8 @@ struct simulated_flight {
   std::vector<vec3> velocities;  // in the frame
 };
 
-// Flown in steps of 1 ms, kept five times a second, ending with the heading 0 and then moved so that the legs from
-// gate_leg on begin at the origin, 1.5 m up.
+// Flown in steps of 1 ms, of which five a second are kept. The flight ends with the heading 0, and is moved so that the
+// legs from gate_leg on begin 1.5 m above the origin.
 [[nodiscard]] inline simulated_flight fly(const std::vector<flight_leg> &legs, std::size_t gate_leg) {
   double turn_before_gate = 0.0;
   for (std::size_t i = 0; i < gate_leg; ++i) turn_before_gate += legs[i].seconds * legs[i].turn_rate;
@@ -76,7 +76,7 @@ struct simulated_flight {
   return flight;
 }
 
-// What a logger would have written of the flight, five times a second from 1,000,000 ms on.
+// The samples that a logger would record of the flight, five a second from 1,000,000 ms on.
 [[nodiscard]] inline std::vector<gps_point> logged(const simulated_flight &flight, const mat4 &frame) {
   const mat4 to_ecef = mat4_inverse(frame);
   std::vector<gps_point> samples(flight.positions.size());

@@ -43,7 +43,7 @@ struct simulated_run {
   bool reversed = false;      // against the course
 };
 
-// What an analysis of the run should find, from the flight's own formulas.
+// The results that an analysis of the run should find, from the formulas of the flight.
 struct simulated_truth {
   double gate_seconds = 0.0;   // from the first sample to the entry gate
   double gate_speed = 0.0;     // m/s
@@ -55,8 +55,8 @@ struct simulated_truth {
 // The track as a logger writes it, starting at 10:00 on the sixteenth of May 2026.
 [[nodiscard]] std::string simulated_track(const simulated_run &run);
 
-// Where the run is at each sample, without errors. Course metres: x along the course, y to its left, z above the gate; v
-// the speed along each.
+// The position at each sample, without errors. Course metres: x along the course, y to its left, z above the gate; v is
+// the velocity along each.
 struct course_sample {
   double x = 0.0;
   double y = 0.0;
@@ -67,7 +67,7 @@ struct course_sample {
 };
 [[nodiscard]] std::vector<course_sample> flown_samples(const simulated_run &run);
 
-// What a logger without errors and with all digits would write of it.
+// The row that a logger without errors would write, with all digits.
 struct exact_row {
   double latitude, longitude, height;
   double north, east, down;  // m/s
@@ -77,11 +77,11 @@ struct exact_row {
 // The course file of the run's course, without theta and pond.
 [[nodiscard]] std::string simulated_course(const simulated_run &run);
 
-// The same run with so many samples: the canopy ride is stretched. At least 1,000 for the values above.
+// The same run with this number of samples: the canopy ride is made longer. At least 1,000 for the values above.
 [[nodiscard]] simulated_run stretched_to(simulated_run run, std::size_t samples);
 
-// A few kB that the analysis still takes from one end to the other: from the pattern on, one sample a second, and the
-// columns that must be there.
+// A run of a few kB that can be analysed completely: from the pattern on, one sample a second, with the required
+// columns.
 [[nodiscard]] simulated_run small_run();
 
 }  // namespace tarvel

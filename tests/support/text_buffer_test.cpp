@@ -122,7 +122,7 @@ TEST(text_buffer_test, keeps_its_text_when_printf_fails) {
   EXPECT_STREQ(buffer.data.get(), "kept!");
 }
 
-// A capacity of 2^32 does not fit its field; one that wrapped to 0 would be doubled for ever.
+// A capacity of 2^32 does not fit its field; if it wrapped to 0, it would be doubled for ever.
 TEST(text_buffer_test, refuses_to_grow_to_4_gibibytes) {
   error_slot error = nullptr;
   text_buffer buffer;

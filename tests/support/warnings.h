@@ -1,4 +1,4 @@
-// A buffer for what a reader warns of. To be made before memory is limited.
+// A buffer for the warnings of a reader. Create it before memory is limited.
 #pragma once
 
 #include <string>
