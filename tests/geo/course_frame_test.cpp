@@ -94,7 +94,7 @@ TEST(course_frame_test, course_axes_by_hand) {
   EXPECT_TRUE(plain::same(axes.x, {0.0, 1.0, 0.0}));
   EXPECT_TRUE(plain::same(axes.y, {0.0, 0.0, 1.0}));
   EXPECT_TRUE(plain::same(axes.z, {1.0, 0.0, 0.0}));
-  // With a normal of no weight neither side is nearer: the flag needs a strictly shorter sum.
+  // With a normal of length 0 neither side is nearer: the flag is only set for a strictly shorter sum.
   frame_from_course_points({101.0, 0.0, 0.0}, {102.0, 0.0, 0.0}, {100.0, 0.0, 0.0}, axes, clockwise);
   EXPECT_FALSE(clockwise);
 }

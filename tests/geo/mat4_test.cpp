@@ -20,7 +20,7 @@ constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
 
 const mat4 identity = {{{1.0, 0.0, 0.0, 0.0}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}};
 
-// Every element tells its place: row 1 to 3, column 1 to 4.
+// Every element has its own row, 1 to 3, and column, 1 to 4, as digits.
 const mat4 numbered = {
     {{11.0, 12.0, 13.0, 14.0}, {21.0, 22.0, 23.0, 24.0}, {31.0, 32.0, 33.0, 34.0}, {0.0, 0.0, 0.0, 1.0}}};
 
@@ -176,7 +176,7 @@ TEST(mat4_test, an_angle_of_zero_leaves_every_bit) {
     mat4_rotate_z(frame, angle);
     EXPECT_TRUE(plain::same(frame, before));
   }
-  mat4_rotate_z(frame, 5e-324);  // the least angle turns
+  mat4_rotate_z(frame, 5e-324);  // the least angle has an effect
   EXPECT_FALSE(plain::same(frame, before));
 }
 
@@ -209,7 +209,7 @@ TEST(mat4_test, turns_every_point_of_a_list) {
   EXPECT_EQ(points[1].x, -2.0);
   EXPECT_NEAR(points[1].y, 0.0, 2e-16);
   EXPECT_EQ(points[1].z, -4.0);
-  // A point on the axis stays, and does not end the list.
+  // A point on the axis is unchanged, and does not end the list.
   EXPECT_TRUE(plain::same(points[2], {0.0, 0.0, 9.0}));
   EXPECT_NEAR(points[3].x, -1.0, 1e-15);
   EXPECT_NEAR(points[3].y, 1.0, 1e-15);

@@ -1,5 +1,5 @@
-// The geodesy once more, one operation a line, to hold the program's bits against: two ways of writing a formula that
-// agree on paper differ in the last digit.
+// A second implementation of the geodesy, one operation a line, to compare bits with: two ways to write the same
+// formula may differ in the last digit.
 #pragma once
 
 #include <gtest/gtest.h>

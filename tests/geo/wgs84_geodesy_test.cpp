@@ -1,4 +1,4 @@
-// The conversions against a geodesy library of its own standing.
+// Compares the conversions with an independent geodesy library.
 #include <gtest/gtest.h>
 
 #include <GeographicLib/Geocentric.hpp>
@@ -22,7 +22,7 @@ vec3 ecef_of(const vec3 &wgs84) {
   return ecef;
 }
 
-// How far a found position lies off, along the three axes of the place.
+// The error of a position along the three axes of the place.
 struct offset {
   double north = 0.0;
   double east = 0.0;
@@ -94,7 +94,7 @@ TEST(wgs84_geodesy_test, ecef_positions_are_within_10_nanometres) {
   expect_ecef({-90.0, 170.0, 100.0});
 }
 
-// What one step of Bowring's formula allows.
+// The error of one step of Bowring's formula.
 double allowance(double height) { return (height <= 500.0 ? 15.0 : 400.0) * nanometre; }
 
 TEST(wgs84_geodesy_test, geodetic_positions_are_within_what_one_step_allows) {

@@ -112,7 +112,7 @@ TEST(wgs84_test, converts_with_the_plain_operations_in_their_order) {
 }
 
 TEST(wgs84_test, sines_and_cosines_together_are_those_taken_alone) {
-  // Optimising compilers take both from one call of sincos, others do not; reports must not show which.
+  // Optimising compilers compute both with one call of sincos, others do not; the results must be the same.
   std::mt19937_64 random(13);
   for (int i = 0; i < 200000; ++i) {
     const vec3 wgs84 = random_wgs84(random);
@@ -125,7 +125,7 @@ TEST(wgs84_test, sines_and_cosines_together_are_those_taken_alone) {
     ::sincos(plain::radians(wgs84.y), &sine, &cosine);
     ASSERT_TRUE(plain::same(trig.sin_lambda, sine));
     ASSERT_TRUE(plain::same(trig.cos_lambda, cosine));
-    // Through pointers that the compiler cannot see through, so that no pair becomes one call.
+    // Called through volatile pointers, so that the compiler cannot combine two calls into one.
     double (*const volatile sine_alone)(double) = std::sin;
     double (*const volatile cosine_alone)(double) = std::cos;
     ASSERT_TRUE(plain::same(trig.sin_phi, sine_alone(plain::radians(wgs84.x))));
