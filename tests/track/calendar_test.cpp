@@ -1,5 +1,6 @@
-// The remembered calendar minute against the calendar asked for every row, across the changes of the clock. In the hour
-// that comes twice mktime answers as it did before, so each sequence of rows runs in two processes that begin alike.
+// Compares conversions that keep the last minute with one call of mktime for each row, across changes of the clock. In
+// a repeated hour the result of mktime depends on its previous call, so each sequence of rows is converted in two new
+// processes.
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -38,7 +39,7 @@ bool next_part(const char *&text, char separator, int &part) {
   return is_good;
 }
 
-// The whole rule for one row, one call of the calendar a row.
+// The whole rule for one row, with one call of mktime.
 std::int64_t asking_each_time(const std::string &row) {
   const char *text = row.c_str();
   std::tm time = {};
@@ -59,7 +60,7 @@ std::int64_t asking_each_time(const std::string &row) {
   return static_cast<std::int64_t>(result * 1000 + milliseconds % 1000);
 }
 
-// Converts the rows in a new process, which has never asked the calendar before.
+// Converts the rows in a new process, which has not called mktime before.
 std::vector<std::int64_t> in_new_process(const char *zone, const std::vector<std::string> &rows,
                                          std::int64_t (*convert)(const std::string &)) {
   const file_handle results(std::tmpfile());
@@ -91,7 +92,7 @@ void expect_equal_times(const char *zone, const std::vector<std::string> &rows) 
   }
 }
 
-// Without the calendar's word on both ends of the minute nothing is remembered, and nothing is lost.
+// When the ends of the minute cannot be checked, the minute is not kept, and the results are still right.
 TEST(calendar_test, converts_rows_while_the_calendar_is_silent) {
   for (const std::size_t granted : {0U, 1U, 2U}) {
     SCOPED_TRACE(granted);
@@ -118,8 +119,8 @@ const zone_case zone_cases[] = {
     {"Australia/Lord_Howe", "2024-04-07", 0},  // half an hour back
     {"Australia/Lord_Howe", "2024-10-06", 0},  // half an hour ahead
     {"Antarctica/Troll", "2024-10-27", 0},     // two hours back
-    {"Europe/Dublin", "2024-10-27", 0},        // the winter is the exception
-    {"Pacific/Apia", "2011-12-30", 0},         // a day that never was
+    {"Europe/Dublin", "2024-10-27", 0},        // summer time is the standard there
+    {"Pacific/Apia", "2011-12-30", 0},         // a day that was left out
     {"America/Caracas", "2007-12-09", 1},      // half an hour back for good
     {"Africa/Monrovia", "1972-01-07", 0},      // 44 min 30 s ahead
     {"Europe/Amsterdam", "1937-06-30", 22},    // 28 s ahead at midnight
@@ -163,7 +164,7 @@ TEST(calendar_test, agrees_on_rows_in_reverse) {
   }
 }
 
-// The hour that comes twice depends on what was asked before it: summer, winter, or the hour itself.
+// The result for a repeated hour depends on the row before it: in summer time, in winter time, or in that hour.
 TEST(calendar_test, agrees_on_rows_in_any_order) {
   std::mt19937 random(5);
   for (const zone_case &c : zone_cases) {
@@ -217,8 +218,8 @@ struct known_time {
   std::int64_t expected;
 };
 
-// Worked out from the zones' distances to universal time: a table that is missing would leave every zone at 0 and the
-// tests above with nothing to find.
+// Computed from the zones' distances to universal time. They show that the zone tables are installed: without them
+// every zone would be universal time, and the tests above would find nothing.
 const known_time known_times[] = {
     {"UTC", "2024-06-01T12:30:05.250Z", 1717245005250},
     {"Europe/Amsterdam", "2024-06-01T12:30:05.250Z", 1717245005250 - 2 * 3600000},

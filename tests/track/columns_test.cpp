@@ -326,7 +326,7 @@ TEST(columns_test, drops_a_row_of_too_many_fields_without_a_word) {
   }
 }
 
-// The dropped row's values are still in the slot that the next row gets.
+// The next row is read into the element that still has the values of the dropped row.
 TEST(columns_test, begins_each_sample_with_zeros) {
   open_text lines(required_names + "\n1970-01-01T00:00:09Z,1,2,3,4,5,6,7,8,9,10,11\n,\n");
   column_actions actions;

@@ -145,7 +145,7 @@ TEST(decimal_test, reads_numbers_beyond_the_range) {
 struct plain_case {
   const char *text;
   bool is_plain;
-  double expected;  // 42 where the value stays
+  double expected;  // 42 where the value is unchanged
 };
 
 const plain_case plain_cases[] = {
@@ -194,7 +194,7 @@ const plain_case plain_cases[] = {
     {"1f3", false, 42.0},
     {"1p3", false, 42.0},
     {"0x10", false, 42.0},
-    {"1/2", false, 42.0},  // the characters before 0 and behind 9
+    {"1/2", false, 42.0},  // the characters before 0 and after 9
     {"1:2", false, 42.0},
     {"1,2", false, 42.0},
     {"inf", false, 42.0},

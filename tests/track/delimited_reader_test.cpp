@@ -31,7 +31,7 @@ struct read_result {
   std::string warnings;
 };
 
-// The track has a sample beforehand.
+// The track already has a sample before the call.
 read_result read_track(reader read, const file_handle &stream) {
   read_result result;
   EXPECT_TRUE(try_zeroed(result.track.points, 1));
@@ -224,7 +224,7 @@ TEST(delimited_reader_test, stores_the_fields_as_read) {
   }
 }
 
-// 4096 samples fill the first array; each takes one of the block's ends somewhere else in its row.
+// 4096 samples fill the first array. The ends of the blocks lie at different places of a row.
 TEST(delimited_reader_test, reads_as_many_samples_as_there_are) {
   for (const kind_case &kind : kinds) {
     for (const std::uint32_t count : {4095U, 4096U, 4097U, 8192U, 8193U}) {
@@ -271,7 +271,7 @@ TEST(delimited_reader_test, fails_wherever_memory_is_short) {
   }
 }
 
-// A file that ends anywhere gives its samples so far or one of the reader's own messages, and never memory of before.
+// A file that is cut anywhere gives the samples before the cut or one of the reader's messages.
 TEST(delimited_reader_test, survives_every_cut) {
   for (const kind_case &kind : kinds) {
     const std::string text = kind.head + kind.prefix + row_1 + "\r\n" + kind.prefix + row_2 + "\r\n";
@@ -315,7 +315,7 @@ TEST(delimited_reader_test, fails_wherever_the_disk_does) {
   }
 }
 
-// The reader has made up its mind about the lines before the disk fails.
+// The reader has already found another error in the lines before the disk fails.
 TEST(delimited_reader_test, says_that_the_disk_failed_whatever_the_lines_were) {
   for (const std::string &text : {"hello\n"s, names + "\n\njunk\n", "$COL,GNSS,time\n"s}) {
     SCOPED_TRACE(text);

@@ -38,7 +38,7 @@ TEST(gps_track_test, doubles_its_room_when_it_is_full) {
     EXPECT_EQ(error, nullptr);
     EXPECT_EQ(track.capacity, c.expected);
     EXPECT_EQ(track.count, c.count);
-    track.points[c.expected - 1].time = 43;  // the memory is there
+    track.points[c.expected - 1].time = 43;  // the memory can be written to
     if (c.capacity > 0) {
       EXPECT_EQ(track.points[0].time, 42);
     }
@@ -67,7 +67,7 @@ TEST(gps_track_test, asks_for_nothing_while_there_is_room) {
   EXPECT_TRUE(grow_track(track, &error));
 }
 
-// Twice 2^31 samples is 0 in 32 bits, which a realloc would grant.
+// Twice 2^31 samples is 0 in 32 bits, for which a realloc would succeed.
 TEST(gps_track_test, refuses_more_samples_than_its_count_can_name) {
   gps_track track;
   ASSERT_TRUE(try_resize(track.points, 1));

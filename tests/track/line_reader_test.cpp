@@ -32,7 +32,7 @@ lines_read read_lines(const std::string &text) {
   return result;
 }
 
-// The lines of a text that is in memory as a whole: an end takes a neighbour of the other kind along.
+// Splits a text that is in memory as a whole. Two different line ends next to each other are one.
 std::vector<std::string> split_lines(const std::string &text) {
   std::vector<std::string> lines;
   for (std::size_t first = 0; first < text.size();) {
@@ -90,7 +90,7 @@ TEST(line_reader_test, cuts_at_every_kind_of_line_end) {
   }
 }
 
-// Behind a first line of every length near the block, each of the texts above lies across the block's end.
+// The first line has every length near that of the block, so that each of the texts above lies across the block's end.
 TEST(line_reader_test, cuts_alike_across_the_end_of_the_block) {
   for (const line_case &c : line_cases) {
     SCOPED_TRACE(c.name);
@@ -201,7 +201,7 @@ TEST(line_reader_test, cuts_fields_at_commas) {
     std::vector<std::string> fields;
     for (std::string_view field = next_field(file); field.data() != nullptr; field = next_field(file)) {
       fields.emplace_back(field.data());
-      EXPECT_EQ(field, fields.back());  // the view ends where the text does
+      EXPECT_EQ(field, fields.back());  // the view has the length of the text
     }
     EXPECT_EQ(fields, c.fields);
     EXPECT_EQ(next_field(file).data(), nullptr);

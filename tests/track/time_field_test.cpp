@@ -92,7 +92,7 @@ TEST(time_field_test, reads_the_clock_time) {
     SCOPED_TRACE(c.name);
     forget_calendar_minute();
     EXPECT_EQ(parse(c.text).time, c.expected);
-    // The minute may be remembered now.
+    // The minute may be kept now.
     EXPECT_EQ(parse(c.text).time, c.expected);
     EXPECT_EQ(parse(c.text).error, nullptr);
     EXPECT_EQ(parse("2024-06-01T12:30:07Z").time, half_past_noon + 7000);
@@ -100,7 +100,7 @@ TEST(time_field_test, reads_the_clock_time) {
   }
 }
 
-// mktime gives -1 for what it cannot express, which is no place in a minute to add seconds to.
+// mktime gives -1 for a time that it cannot express, to which no seconds may be added.
 TEST(time_field_test, does_not_remember_a_minute_that_the_calendar_refuses) {
   forget_calendar_minute();
   EXPECT_EQ(parse("2147485547-13-01T00:00:05.250Z").time, -750);
@@ -108,7 +108,7 @@ TEST(time_field_test, does_not_remember_a_minute_that_the_calendar_refuses) {
   EXPECT_EQ(parse("2147485547-13-01T00:00:00.000Z").time, -1000);
 }
 
-// The spelling that is remembered has its bounds: 24 bytes of it up to the minute's colon fit, 25 do not.
+// The text that is kept has at most 24 bytes, up to the colon after the minute.
 TEST(time_field_test, reads_spellings_of_any_length) {
   const std::string minute = "2024-06-01T12:30:";
   for (const std::size_t zeros : {1U, 6U, 7U, 8U, 9U, 50U, 5000U}) {
@@ -181,7 +181,7 @@ TEST(time_field_test, refuses_every_cut_of_a_clock_time) {
   }
 }
 
-// A reader may be asked for tracks before and after a change of the zone.
+// Tracks may be read before and after a change of the zone.
 TEST(time_field_test, asks_the_calendar_again_once_the_minute_is_forgotten) {
   EXPECT_EQ(parse("2024-06-01T12:30:05Z").time, half_past_noon + 5000);
   setenv("TZ", "EST5", 1);
@@ -201,7 +201,7 @@ TEST(time_field_test, truncates_every_thousandth_as_binary_seconds_do) {
     const volatile double seconds = std::strtod(text + 17, nullptr);
     const volatile double product = 1000.0 * seconds;
     ASSERT_EQ(time, static_cast<std::int64_t>(product)) << text;
-    // Never more than the one that truncation may take.
+    // Truncation takes at most one millisecond.
     ASSERT_LE(time, millisecond);
     ASSERT_GE(time, millisecond - 1);
   }
