@@ -1,4 +1,4 @@
-// Containers that somebody cut, changed or rearranged.
+// Containers that were cut, changed or rearranged.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -45,7 +45,8 @@ const std::string points_11_22 = std::string(16, '\x11') + std::string(16, '\x22
 const std::string good_swoop = file_header(26) + entry(1, 42, 148) + swoop_header(2) + samples_11_22;
 const std::string good_gate = file_header(26) + entry(2, 42, 176) + gate_header(2) + points_11_22;
 
-// Reads into records that hold something and checks that a failure leaves that, and is one of the bytes alone.
+// Reads into records that are not empty, and checks that a failure leaves them unchanged and is not an I/O or memory
+// error.
 error_slot read_swoop(const std::string &bytes) {
   gps_track track;
   EXPECT_TRUE(try_zeroed(track.points, 1));
@@ -121,7 +122,7 @@ struct damage_case {
   std::vector<error_slot> messages;
 };
 
-// An offset that is changed leads to whatever is there: zeros, samples, the end of the file.
+// A changed offset refers to other bytes: zeros, samples, the end of the file.
 const damage_case swoop_damage[] = {
     {0, {"invalid TVL header"}},
     {6, {"failed to read section header table entry", "not a swoop section"}},
@@ -276,7 +277,7 @@ const count_case gate_counts[] = {
     {"no point", 0, 144, 0, no_memory, "malloc() failed"},
 };
 
-// Every request is refused: where the words are others than "malloc() failed", none was made.
+// Every request is refused: a message other than "malloc() failed" means that there was no request.
 TEST(tvl_damage_test, asks_for_no_memory_that_the_file_cannot_fill) {
   for (const count_case &c : swoop_counts) {
     SCOPED_TRACE(c.name);

@@ -23,7 +23,7 @@ std::vector<gps_point> two_samples() {
 
 course gate_of_two_points() { return course_with(0.5, {{1.0, 2.0, 0.0}, {3.0, 4.0, 0.0}}); }
 
-// What a call says when the n-th call of the library and those after it fail, for n = 0, 1, 2 and so on until none does.
+// The messages when the n-th call of the C library and those after it fail, for n = 0, 1, 2 and so on until none fails.
 template <typename reading>
 std::vector<std::string> messages_of(c_call call, reading read) {
   std::vector<std::string> messages;
@@ -58,7 +58,7 @@ error_slot read_gate(const std::string &bytes, outcome failure) {
   return error;
 }
 
-// Each part of the file takes one read; two seeks lead to the section, two measure what is left of the file.
+// Each part of the file takes one read. Two seeks go to the section, two find the size of the rest of the file.
 TEST(tvl_failing_disk_test, names_the_part_of_a_swoop_that_cannot_be_read) {
   const std::string bytes = swoop_bytes(two_samples());
   const auto read_unreadable = [&] { return read_swoop(bytes, outcome::unreadable); };
@@ -89,8 +89,7 @@ TEST(tvl_failing_disk_test, names_the_part_of_a_gate_that_cannot_be_read) {
   EXPECT_EQ(messages_of(c_call::ftello, read_unseekable), tells);
 }
 
-// A disk that fails behind so many bytes: where the reader needs a byte that it does not give, the bytes that it did give
-// are taken for nothing.
+// A disk that fails after this number of bytes: when the reader needs a later byte, it must not use the earlier ones.
 TEST(tvl_failing_disk_test, takes_no_byte_of_a_file_that_cannot_be_read) {
   const std::string swoop = swoop_bytes(two_samples());
   const std::string gate = gate_bytes(gate_of_two_points());

@@ -73,7 +73,7 @@ TEST(tvl_file_test, writes_a_swoop_byte_by_byte) {
   EXPECT_EQ(swoop_bytes(samples), expected);
 }
 
-// Any bits at all: infinities, numbers that are none with their payload, denormals.
+// All kinds of bits: infinities, NaN with their payload, denormals.
 TEST(tvl_file_test, restores_a_swoop_bit_for_bit) {
   std::mt19937_64 random(3);
   constexpr std::size_t measured = 78;  // bytes of the measured fields, from time to numsv
@@ -105,7 +105,7 @@ TEST(tvl_file_test, restores_a_swoop_bit_for_bit) {
   }
 }
 
-// Blocks that the heap gives out again still hold what was in them.
+// A block that was freed and allocated again still has its old content.
 TEST(tvl_file_test, zeroes_the_derived_fields_in_used_memory) {
   const std::string bytes = swoop_bytes(std::vector<gps_point>(2));
   {
@@ -166,7 +166,7 @@ const pond_case pond_cases[] = {
     {"y alone does not", {{0.0, -0.5, 0.0}}, 1, 1},
     {"what is no number does not", {{not_a_number, 0.0, 0.0}, {0.0, not_a_number, 0.0}}, 2, 2},
     {"the first zeros count", {{1.0, 2.0, 3.0}, {4.0, 5.0, 6.0}, {}, {7.0, 8.0, 9.0}, {}}, 2, 2},
-    // Its height is not written: what is read lies in the origin.
+    // Its height is not written: the point that is read is the origin.
     {"a height alone ends it in the reader", {{1.0, 2.0, 3.0}, {0.0, 0.0, 0.5}, {4.0, 5.0, 6.0}}, 3, 1},
     {"and one that is no number", {{1.0, 2.0, 3.0}, {0.0, 0.0, not_a_number}, {4.0, 5.0, 6.0}}, 3, 1},
 };
@@ -196,7 +196,7 @@ TEST(tvl_file_test, restores_a_gate_without_its_heights) {
   }
 }
 
-// A container has no word for the difference.
+// A container cannot express the difference.
 TEST(tvl_file_test, writes_an_absent_pond_as_an_empty_one) {
   const course absent;
   course empty;
@@ -209,7 +209,7 @@ TEST(tvl_file_test, writes_an_absent_pond_as_an_empty_one) {
   EXPECT_EQ(read.pond->count, 0U);
 }
 
-// What fits in the stream's buffer is lost only when it is closed; more fails in the middle of the samples.
+// Bytes that fit in the stream's buffer fail only when it is closed; more fail in the middle of the samples.
 TEST(tvl_file_test, reports_a_full_disk) {
   const file_handle full(std::fopen("/dev/full", "wb"));
   course gate;

@@ -13,7 +13,7 @@ namespace {
 
 using std::string_literals::operator""s;
 
-// What writing the record puts in a file.
+// The bytes that writing the record gives.
 template <typename record>
 std::string bytes_of(bool (*write)(std::FILE *, const record &), const record &source) {
   const file_handle stream(std::tmpfile());
