@@ -47,7 +47,7 @@ const text_case text_cases[] = {
     {"a container that is cut", "uTVL", 0, not_this_form, "invalid field names", "WARNING: unknown field (uTVL)\n"},
 };
 
-// Where the stream stands makes no difference.
+// The position of the stream makes no difference.
 TEST(track_loader_test, decides_by_content) {
   for (const text_case &c : text_cases) {
     SCOPED_TRACE(c.name);
@@ -125,7 +125,7 @@ TEST(track_loader_test, loads_a_gate_container) {
   }
 }
 
-// The words are the last reader's: the container's first line is no line of names.
+// The message is that of the last reader: the container's first line is not a line of names.
 TEST(track_loader_test, refuses_a_container_of_the_other_kind) {
   const std::string run = swoop_bytes(std::vector<gps_point>(1));
   const std::string walk = gate_bytes(course());
@@ -178,7 +178,7 @@ const memory_case memory_cases[] = {
     {"a container", swoop_bytes(std::vector<gps_point>(1)), {"malloc() failed"}},
 };
 
-// A reader that runs out of memory might leave the stream to one that takes it for something else, and warns of that.
+// After a reader fails for lack of memory, another one might accept the stream in another format, with warnings.
 TEST(track_loader_test, tries_no_other_reader_when_memory_is_short) {
   for (const memory_case &c : memory_cases) {
     SCOPED_TRACE(c.name);

@@ -18,7 +18,7 @@ const std::string row_2 = "1970-01-01T00:00:02Z,50.75,-4.25,90,1,2,3,0.5,0.25,0.
 struct rows_read {
   outcome result = outcome::unreadable;
   std::uint32_t samples = 0;
-  std::vector<std::string> rows;  // from where each begins to the next one or the end
+  std::vector<std::string> rows;  // each from its beginning to the next one or the end
 };
 
 rows_read rows_of(const std::string &text) {
