@@ -93,7 +93,7 @@ TEST(course_file_index_test, leads_to_the_file_of_the_first_matching_entry) {
     if (c.link != nullptr) {
       EXPECT_EQ(found.link, c.link);
     }
-    // A course that is elsewhere, or none, leaves what was there.
+    // The target is unchanged when the course is in another file or there is none.
     EXPECT_EQ(found.theta, theta_of_before);
     EXPECT_FALSE(found.has_pond);
   }

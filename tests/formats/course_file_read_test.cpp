@@ -27,7 +27,7 @@ const std::string rows =
 const mat4 rows_matrix = {
     {{1.5, 2.0, 3.0, 4.0}, {5.0, 600.0, 7.0, 8.0}, {-9.0, 10.0, 11.0, 12.0}, {0.0, 0.0, 0.0, 1.0}}};
 
-// Something in every field, so that a failure that changes one shows.
+// Every field has a value, so that a change by a failed call is found.
 course course_of_before() {
   course before;
   before.matrix.m[0][0] = 7.0;
@@ -203,7 +203,7 @@ TEST(course_file_read_test, a_point_in_the_origin_ends_the_pond) {
       EXPECT_TRUE(pond[i].x == c.xs[i] || (std::isnan(pond[i].x) && std::isnan(c.xs[i])));
     }
   }
-  // What follows is parsed all the same.
+  // The following lines are still parsed.
   EXPECT_EQ(read_text_of(rows + "(0, 0)\n(5)\n").message, parse_failure);
 }
 
@@ -238,7 +238,7 @@ TEST(course_file_read_test, names_the_file_as_it_was_told_to) {
   }
 }
 
-// Whether that is the end of the file is for the caller to find out.
+// The caller finds out whether that is the end of the file.
 TEST(course_file_read_test, ends_where_the_disk_fails) {
   const std::string text = rows + pond_lines(3);
   for (std::size_t position = 0; position <= text.size(); ++position) {

@@ -1,4 +1,4 @@
-// Coordinates must show the digits of "%.7f" and "%.3f", whatever prints them.
+// Coordinates must have the digits of "%.7f" and "%.3f".
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -18,7 +18,7 @@ namespace tarvel {
 
 namespace {
 
-// What printf makes of the samples, line by line.
+// The samples as printed by printf, line by line.
 std::string printed_lines(const std::vector<gps_point> &samples) {
   std::string text;
   char line[1100];
