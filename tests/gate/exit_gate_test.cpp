@@ -1,5 +1,5 @@
-// The crossing of the course's two lines, and the rotation that an exit mark asks for. R = 53.476 m and 75 degrees put
-// the centre of the carve's exit gate 2 R sin(37.5) = 65.108 m from the origin, 52.5 degrees from the y-axis towards x.
+// The crossing of the course's two lines, and the rotation for an exit mark. R = 53.476 m and 75 degrees put the centre
+// of the carve's exit gate 2 R sin(37.5) = 65.108 m from the origin, 52.5 degrees from the y-axis towards x.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -153,7 +153,7 @@ TEST(exit_gate_test, subtracts_the_carve_from_the_mark) {
   const vec3 right = {51.0, -38.0, 0.0};
   EXPECT_NEAR(theta_of(b_mark, &left).theta * 180.0 / pi, 0.81028, 1e-5);
   EXPECT_NEAR(theta_of(b_mark, &right).theta * 180.0 / pi, -0.81028, 1e-5);
-  // Whichever way the gate mark lies.
+  // For any direction of the gate mark.
   EXPECT_EQ(theta_of({0.0, -5.0, 0.0}, &right).theta, theta_of(b_mark, &right).theta);
   // sqrt(0.6539^2 + 1.6354^2) and sqrt(51^2 + 38^2) - 65.1086
   EXPECT_EQ(theta_of(b_mark, &left).log, "exit gate location error (before, after) = (1.8m, -1.5m)\n");

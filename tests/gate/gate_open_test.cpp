@@ -98,7 +98,7 @@ TEST(gate_open_test, takes_a_finished_course_as_it_is) {
 TEST(gate_open_test, takes_a_finished_course_without_a_pond) {
   const opened result = open_course(course_bytes({}));
   ASSERT_EQ(result.message, "");
-  // A container counts its points: no pond is one of none.
+  // A container has a count of points: without a pond it is 0.
   ASSERT_TRUE(result.found->course.pond);
   EXPECT_EQ(result.found->course.pond->count, 0U);
 }
@@ -165,7 +165,7 @@ TEST(gate_open_test, fails_when_the_disk_does) {
   EXPECT_STREQ(error, "failed to read track");
 }
 
-// Marks 10 to 15 m from each other: a standstill each, but none is ever left for good.
+// Marks 10 to 15 m from each other: each is a standstill, but the walker never moves 50 ft away from one.
 TEST(gate_open_test, fails_when_a_mark_is_never_left_by_50_ft) {
   const walk_marks marks = {.start = {0.0, -6.0, 0.0},
                             .b = {0.0, 6.0, 0.0},
@@ -207,7 +207,7 @@ TEST(gate_open_test, needs_no_one_to_take_the_log) {
   EXPECT_STREQ(error, nullptr);
 }
 
-// Every request refused in turn: a message, no course, and never a crash.
+// Each request for memory is refused in turn: there must be a message and no course.
 std::vector<std::string> messages_when_memory_is_short(const std::string &bytes) {
   std::vector<std::string> messages;
   for (std::size_t granted = 0;; ++granted) {

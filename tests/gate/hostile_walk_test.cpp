@@ -1,4 +1,4 @@
-// Damaged walks and finished courses: every cut and every bit, taken through the whole survey and into the course file.
+// Damaged walks and courses: every cut and every changed bit, through the whole survey to the course file.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -28,7 +28,7 @@ void expect_answer(std::string_view bytes, text_buffer &warnings) {
   static_cast<void>(entry_gate_ends(found->course.matrix));
 }
 
-// The warnings that were met on the way.
+// Returns the warnings.
 std::string expect_answers_to_damage(const std::string &bytes) {
   warning_buffer warnings;
   for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
@@ -52,7 +52,7 @@ TEST(hostile_walk_test, answers_every_cut_and_every_flipped_bit_of_a_walk) {
   owned_text log;
   ASSERT_NE(gate_of_bytes(walk, &log, &error), nullptr) << error;
   const std::string warnings = expect_answers_to_damage(walk);
-  // Damaged field names are warned of on the way.
+  // Damaged field names give warnings.
   EXPECT_NE(warnings.find("WARNING: unknown field ("), std::string::npos);
 }
 

@@ -1,4 +1,4 @@
-// The pond's outline: it has room for 512 points, then for twice as many, and its closing point always finds room.
+// The memory of a pond's outline: 512 points at first, then twice as many, and always enough for the closing point.
 #include <gtest/gtest.h>
 
 #include <ctime>
@@ -63,7 +63,7 @@ TEST(pond_storage_test, says_when_memory_is_short) {
   EXPECT_EQ(granted, 3U);
 }
 
-// 512 points find room at once: for the 513th of a walk, or the closing point behind the 512th, there must be more.
+// The first allocation holds 512 points: the 513th of a walk, or the closing point after the 512th, needs a second one.
 TEST(pond_storage_test, says_when_no_memory_is_left_for_the_closing_point) {
   for (const std::size_t count : {511U, 512U, 513U}) {
     SCOPED_TRACE(count);
@@ -76,7 +76,7 @@ TEST(pond_storage_test, says_when_no_memory_is_left_for_the_closing_point) {
   }
 }
 
-// A search that began anew on every leg from the first sample, or went back for each, would take minutes.
+// A search that began at the first sample on every leg would take minutes.
 TEST(pond_storage_test, surveys_an_hour_in_one_pass) {
   for (const double step : {2.0, 0.0}) {
     SCOPED_TRACE(step);

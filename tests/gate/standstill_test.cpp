@@ -1,4 +1,4 @@
-// One standstill: when it counts, how it is extended, and which of its samples are averaged.
+// One standstill: its condition, its extension, and the samples that are averaged.
 #include <gtest/gtest.h>
 
 #include <cmath>

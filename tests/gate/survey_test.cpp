@@ -56,7 +56,7 @@ std::string waypoint_lines(int count) {
 
 const std::string level_line = "average height: 420.00m (0.00m, 0.00m, 0.00m, 0.00m deviation)\n";
 
-// Heights that come out a hair below 420 print a minus sign.
+// Deviations that are slightly below 0 are printed with a minus sign.
 std::string without_signed_zeros(std::string text) {
   for (std::size_t i = text.find("-0.00m"); i != std::string::npos; i = text.find("-0.00m")) text.erase(i, 1);
   for (std::size_t i = text.find("-0.0 "); i != std::string::npos; i = text.find("-0.0 ")) text.erase(i, 1);
@@ -265,13 +265,13 @@ TEST(survey_test, says_when_memory_is_short) {
   EXPECT_STREQ(error, "malloc() failed");
   EXPECT_EQ(log, nullptr);
   EXPECT_EQ(walked.course.matrix.m[3][3], 0.0);
-  // The log's first block holds all the words of a survey.
+  // The log's first block is large enough for a survey.
   const allocation_limit limit(1);
   survey_gate(walked, &log, &error);
   EXPECT_STREQ(error, nullptr);
 }
 
-// Heights beyond all reason have long lines: these are the first to need a second block, for the exit mark's.
+// With such heights the lines are so long that the line of the exit mark is the first to need a second block.
 TEST(survey_test, says_when_no_memory_is_left_for_the_words_about_the_exit_mark) {
   walk_marks marks;
   marks.exit_mark = {{51.654, 39.635, 0.0}};
@@ -292,8 +292,8 @@ TEST(survey_test, says_when_no_memory_is_left_for_the_words_about_the_exit_mark)
   }
 }
 
-// A logger that puts itself on the earth's axis has measured nonsense, but it has measured. Only the earth's centre says
-// that there is no exit mark.
+// A position on the earth's axis is impossible, but counts as an exit mark. Only the earth's centre means that there is
+// none.
 TEST(survey_test, takes_a_position_on_the_axis_of_the_earth_for_an_exit_mark) {
   walk_marks marks;
   marks.exit_mark = {{51.654, 39.635, 0.0}};

@@ -265,7 +265,7 @@ TEST(waypoints_test, passes_on_that_a_mark_has_too_few_samples) {
   }
 }
 
-// A search that began anew from every sample would take minutes; one pass takes some hundredths of a second.
+// A search from every sample on would take minutes; one pass takes some hundredths of a second.
 void expect_linear(const std::vector<gps_point> &samples, error_slot message) {
   const std::clock_t begin = std::clock();
   const found_waypoints found = find_in(samples);
