@@ -348,7 +348,7 @@ TEST(analysis_test, tells_whether_there_are_coordinates) {
   swoop unfit = straight_run();
   analyze(unfit, 4, simulated_frame(), 0.0, "invalid gate type");
   EXPECT_FALSE(unfit.is_derived);
-  // Too far from its course, the run has none the less been seen in its frame.
+  // A run too far from its course fails, but its samples are already in the course's frame.
   swoop far = straight_run();
   mat4 elsewhere = simulated_frame();
   elsewhere.m[0][3] += 9000.0;

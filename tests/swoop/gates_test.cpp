@@ -215,7 +215,7 @@ const entry_case entry_cases[] = {
      13000,
      2.0,
      1.0},
-    // From the line backwards no sample has x >= 0: the crossing is looked for between samples 0 and 1.
+    // Searching back from the line, no sample has x >= 0: the crossing is searched between samples 0 and 1.
     {"a rollout on the gate line, going back",
      {{-10.0, 3.0, 6.0}, {0.0, 5.0, 8.0}, {-10.0, 0.0}, {-20.0, 0.0}},
      1,
@@ -248,7 +248,7 @@ TEST(entry_gate_test, interpolates_the_crossing) {
     swoop run = run_of(samples);
     run.rollout = c.rollout;
     run.stop = c.stop;
-    run.entry_gate = 77;  // what an earlier pass left
+    run.entry_gate = 77;  // the result of an earlier pass
     run.entry_gate_time = 77;
     run.entry_gate_speed = run.entry_gate_ypos = 77.0;
     error_slot error = nullptr;
@@ -275,7 +275,7 @@ TEST(entry_gate_test, never_takes_a_reversal_back) {
   EXPECT_TRUE(run.reversal_detected);
 }
 
-// From x = 0 to x = 0 every interpolation is 0 / 0; a y that is not a number is no miss, and its time is stored.
+// From x = 0 to x = 0 every interpolation is 0 / 0. A y of NaN does not count as a miss, and its time is stored.
 TEST(entry_gate_test, stores_an_undefined_crossing_as_it_comes) {
   std::vector<gps_point> samples(3);
   for (std::size_t i = 0; i < samples.size(); ++i) samples[i].time = static_cast<std::int64_t>(i) * 1000;

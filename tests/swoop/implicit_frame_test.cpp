@@ -27,7 +27,7 @@ gps_point raw_sample(std::int64_t time, const vec3 &position, const vec3 &veloci
   return sample;
 }
 
-// The landing, found without any memory of earlier candidates: every candidate is scanned to its own end.
+// Finds the landing by scanning the samples after every candidate.
 std::size_t landing_by_rescanning(std::span<const gps_point> s, std::size_t flight) {
   for (std::size_t i = flight; i + 1 < s.size(); ++i) {
     if (!(mph_per_mps * vec3_length(s[i].vel_ltp) < 10.0)) continue;
@@ -55,8 +55,8 @@ std::size_t flight_by_scanning(std::span<const gps_point> s) {
   return 0;
 }
 
-// Clocks that stand still, go back and jump; heights that wander by steps near the 100 ft. The landing is known by its
-// longitude, which is its number.
+// Clocks that stand still, go back and jump; heights that change in steps near 100 ft. The longitude of a sample is its
+// number, which identifies the landing.
 TEST(implicit_landing_test, is_what_scanning_every_candidate_anew_finds) {
   std::mt19937 random(2);
   const auto up_to = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
@@ -102,8 +102,8 @@ TEST(implicit_landing_test, is_what_scanning_every_candidate_anew_finds) {
   EXPECT_GT(refused, 2000);
 }
 
-// Heights that wander by 100 ft and more between slow samples, on clocks that creep, stand, go back and leap, some by
-// so much that differences of times wrap.
+// Heights that change by 100 ft and more between slow samples, with clocks that go slowly, stand, go back and jump,
+// some so far that differences of times wrap.
 std::vector<gps_point> long_wandering_walk(std::mt19937 &random) {
   const auto up_to = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
   const auto pace = static_cast<unsigned>(up_to(80));
@@ -148,7 +148,7 @@ TEST(implicit_landing_test, has_lasted_at_a_time_whose_difference_wraps) {
   expect_landing(run_of(samples), 100);
 }
 
-// Without memory the search looks at every sample, and finds the same.
+// When memory is short, the search reads every sample and has the same result.
 TEST(implicit_landing_test, is_what_scanning_finds_also_where_many_samples_are_asked_for) {
   std::mt19937 random(4);
   int found = 0;
@@ -166,7 +166,7 @@ TEST(implicit_landing_test, is_what_scanning_finds_also_where_many_samples_are_a
   EXPECT_LT(found, 2700);
 }
 
-// Every second slow sample is refused by another sample at the end. Scanning anew would take 10^10 steps.
+// Every second slow sample is refused by another sample at the end. Scanning for each candidate would take 10^10 steps.
 TEST(implicit_landing_test, takes_linear_time_on_two_levels) {
   std::vector<gps_point> samples = {raw_sample(0, {48.0, 11.0, 3000.0}, {30.0, 0.0, 0.0})};
   for (int i = 0; i < 200000; ++i) {
@@ -181,7 +181,7 @@ TEST(implicit_landing_test, takes_linear_time_on_two_levels) {
   EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 5.0);
 }
 
-// Scanning anew would take 10^10 steps, half a minute and more.
+// Scanning for each candidate would take 10^10 steps, half a minute and more.
 TEST(implicit_landing_test, takes_linear_time_when_the_clock_stands_still) {
   std::vector<gps_point> samples = {raw_sample(0, {48.0, 11.0, 3000.0}, {30.0, 0.0, 0.0})};
   for (int i = 0; i < 200000; ++i) samples.push_back(raw_sample(0, {48.0, 11.0, 100.0}, {1.0, 0.0, 0.0}));

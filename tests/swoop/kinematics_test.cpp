@@ -120,7 +120,7 @@ TEST(heading_test, grows_clockwise_from_the_course_axis) {
   }
 }
 
-// A hair to the left of the axis is 360 less next to nothing, which rounds to 360 and must come out as 0.
+// A heading slightly to the left of the axis rounds to 360, which must become 0.
 TEST(heading_test, never_reaches_a_full_circle) {
   swoop run = run_of({moving(0, {1.0, 1e-18, 0.0})});
   derive_heading(run);

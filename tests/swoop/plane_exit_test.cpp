@@ -40,7 +40,7 @@ swoop run_of_rows(const fall_rows &rows) {
 
 std::uint32_t exit_of(const fall_rows &rows) {
   swoop run = run_of_rows(rows);
-  run.plane_exit = 77;  // what an earlier pass left
+  run.plane_exit = 77;  // the result of an earlier pass
   error_slot error = nullptr;
   detect_plane_exit(run, &error);
   EXPECT_EQ(error, nullptr);
@@ -237,7 +237,7 @@ TEST(plane_exit_test, is_not_searched_for_after_a_trusted_descent_to_the_ground)
   }
 }
 
-// The same search without any memory of earlier candidates: every candidate is scanned to its own end.
+// The same search, scanning the samples after every candidate.
 std::uint32_t exit_by_rescanning(const swoop &run) {
   const std::span<const gps_point> s = samples_of(run);
   bool seen_high = false;
@@ -294,7 +294,7 @@ TEST(plane_exit_test, is_what_scanning_every_candidate_anew_finds) {
       if (up_to(80) == 0) feet = up_to(3) == 0 ? endless : not_a_number;
       if (!std::isfinite(feet) && up_to(2) == 0) feet = 2600.0;
     }
-    rows[0].acceleration = 0.0;  // as in every track: nothing is known of the speed before it
+    rows[0].acceleration = 0.0;  // as in every track: there is no speed before it
     swoop run = run_of_rows(rows);
     const std::uint32_t expected = exit_by_rescanning(run);
     error_slot error = nullptr;
@@ -306,8 +306,8 @@ TEST(plane_exit_test, is_what_scanning_every_candidate_anew_finds) {
   EXPECT_LT(found, 18000);
 }
 
-// Falls around every limit: means near 12 mph/s over clocks that creep, stand, go back and leap, some by so much
-// that differences of times wrap, and heights that wander within 75 ft.
+// Falls around every limit: means near 12 mph/s with clocks that go slowly, stand, go back and jump, some so far that
+// differences of times wrap, and heights that change within 75 ft.
 fall_rows long_wandering_fall(std::mt19937 &random, int count) {
   const auto up_to = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
   const int pace = 1 + up_to(40);            // ms

@@ -57,7 +57,7 @@ TEST(report_figures_test, has_room_for_the_longest_number) {
   EXPECT_EQ(std::string(print_figure(angle, display_units_for(true)).text).size(), 312u);  // a minus, 309 digits, ".0"
 }
 
-// A distance back is against the course, an offset to the right of it.
+// A distance back is along -x, an offset along -y.
 TEST(report_figures_test, turns_the_signs_of_places) {
   std::vector<gps_point> samples(3);
   samples[1].pos_local = {-120.5, 35.25, 200.0};

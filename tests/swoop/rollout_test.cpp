@@ -142,7 +142,7 @@ struct bottom_case {
   std::int64_t time;
 };
 
-// Descents stay at 5 m/s where the altitude alone shall count; altitudes then fall by steps.
+// Descents are 5 m/s in rows that test the altitude alone; the altitudes fall in steps.
 const bottom_case bottom_cases[] = {
     // Lowest is sample 4 (the altitude rises at sample 5), 6 m; 7 m lie between 8 m at 3000 ms and 6 m at 4000.
     {"a metre above the lowest point",

@@ -43,7 +43,7 @@ swoop run_of_rows(const std::vector<carve_row> &rows) {
   run.entry_gate = 1;
   run.entry_gate_time = 1500;
   run.stop = static_cast<std::uint32_t>(rows.size() - 1);
-  run.exit_gate = 77;  // what an earlier pass left
+  run.exit_gate = 77;  // the result of an earlier pass
   run.exit_gate_time = 77;
   run.exit_gate_speed = run.exit_gate_xpos = 77.0;
   run.carve_direction = 9;
@@ -165,7 +165,7 @@ TEST(speed_carve_test, is_scored_within_12_m_and_counts_within_20_m) {
   }
 }
 
-// The distance that the geometry of lines finds between the gate's centre and the crossing of that flight.
+// The distance between the gate's centre and the crossing of that flight, computed with line_intersection.
 double measured_distance(double x, double drift) {
   const carve_gate gate = carve_gate_points(75.0, radius, 10.0);
   const double y = line_y(x);
@@ -174,7 +174,7 @@ double measured_distance(double x, double drift) {
   return vec2_distance({gate.centre.x, gate.centre.y}, crossing);
 }
 
-// A crossing whose measured distance is exact to the bit, found by trying neighbouring places.
+// A crossing whose measured distance is exactly this one, found by trying neighbouring values.
 swoop crossing_at_exactly(double distance) {
   const double x_near = centre_x + distance * sin_75;
   for (double drift = 0.0; drift < 4.0; drift += 0.0625) {
@@ -254,7 +254,7 @@ TEST(speed_carve_test, may_end_near_the_gate_without_crossing_it) {
   }
 }
 
-// The place at which the geometry of points measures 10 m to the bit, found by trying neighbouring ones.
+// The position whose computed distance is exactly 10 m is found by trying neighbouring ones.
 TEST(speed_carve_test, may_end_exactly_10_m_from_the_gate) {
   const vec3 centre = carve_gate_points(75.0, radius, 10.0).centre;
   const double x = centre.x - 8.0;
@@ -276,7 +276,7 @@ TEST(speed_carve_test, ending_near_the_gate_is_cancelled_by_a_wide_entry) {
   expect_no_carve(run);
 }
 
-// Beyond x = R tan 75 = 199.58 m the gate line lies below the course: the crossing at sample 4 is not looked at any
+// Beyond x = R tan 75 = 199.58 m the gate line lies below the course: the crossing at sample 4 is not examined any
 // more, but the end of the run is.
 TEST(speed_carve_test, search_ends_where_the_gate_line_meets_the_course) {
   const std::vector<carve_row> far = {

@@ -63,8 +63,8 @@ TEST(turn_angle_test, takes_the_shorter_way_round) {
   for (const turn_angle_case &c : step_cases) expect_turns(c);
 }
 
-// In each of these the step of -110 degrees at sample 2 is a flip; sample 3 goes on to the right and ends the run of
-// one sample. Taken to the right it is 10 - 120 + 360 = 250 degrees.
+// In each of these the step of -110 degrees at sample 2 is a flip; sample 3 turns right again and ends the suspect
+// stretch of one sample. To the right the step is 10 - 120 + 360 = 250 degrees.
 const turn_angle_case flip_cases[] = {
     {"a flip to the left while turning right", {{100.0}, {120.0}, {10.0}, {25.0}}, {0.0, 20.0, 250.0, 15.0}},
     {"a flip to the right while turning left", {{120.0}, {100.0}, {210.0}, {195.0}}, {0.0, -20.0, -250.0, -15.0}},
@@ -133,7 +133,7 @@ const turn_angle_case run_cases[] = {
     {"the distance is from the run's first sample",
      {{100.0}, {120.0}, {10.0, 80.0, 50.0, 0.0}, {350.0, 80.0, 50.0, 8.0}, {330.0, 80.0, 50.0, 16.0}, {300.0, 50.0}},
      {0.0, 20.0, 115.0, 115.0, -20.0, -30.0}},
-    // Sample 3 ends the run, and its own flip opens none; its direction is kept, so that sample 4 is no flip.
+    // Sample 3 ends the stretch, and its own flip begins none; its direction is kept, so that sample 4 is no flip.
     {"the sample that ends a run starts none",
      {{100.0}, {120.0}, {10.0, 80.0, 50.0, 0.0}, {350.0, 80.0, 50.0, 20.0}, {320.0, 80.0, 50.0, 20.0}, {335.0, 50.0}},
      {0.0, 20.0, 250.0, -20.0, -30.0, 15.0}},
@@ -157,7 +157,7 @@ TEST(turn_angle_test, spreads_the_turn_of_a_run_of_flips_evenly) {
   for (const turn_angle_case &c : run_cases) expect_turns(c);
 }
 
-// The run's samples share one time: 0 ms of an infinite rate is not a number.
+// The samples of the stretch have the same time: 0 ms times an infinite rate is NaN.
 TEST(turn_angle_test, is_undefined_for_a_run_without_time) {
   swoop run = run_of_rows({{100.0}, {120.0}, {10.0, 80.0, 50.0, 0.0, 0}, {25.0}});
   derive_turn_angle(run);
@@ -165,7 +165,7 @@ TEST(turn_angle_test, is_undefined_for_a_run_without_time) {
   EXPECT_EQ(run.track[3].turn_angle, 15.0);
 }
 
-// 2^32 - 100 ms, all of them the flip's: the whole turn is its.
+// The stretch has one sample and takes 2^32 - 100 ms: this sample gets the whole turn.
 TEST(turn_angle_test, survives_a_clock_that_goes_back) {
   swoop run = run_of_rows({{100.0}, {120.0}, {10.0, 80.0, 50.0, 0.0, -100}, {25.0}});
   derive_turn_angle(run);
