@@ -116,7 +116,7 @@ const axes_case axes_cases[] = {
     {"nothing finite", {{not_a_number, 5}, {1, -endless}}, false, 0, 0, {-5, 105, 10}, {-5, 105, 10}},
     // 0.5 - 0.38 and 19.5 + 0.38; -9.5 - 0.38.
     {"fixed steps", {{0.5, -9.5}, {19.5, 9.5}}, false, 2, 2, {0, 20, 2}, {-10, 10, 2}},
-    // The margin of 0.4 leads beyond the full twenty.
+    // The margin of 0.4 goes beyond 20.
     {"already whole", {{0, 0}, {20, 10}}, false, 2, 10, {-1, 21, 2}, {-5, 15, 10}},
     {"negative", {{-310, -7}, {-130, -6}}, false, 0, 0, {-320, -120, 20}, {-7.05, -5.95, 0.1}},
     // 1000 half steps are drawn, one more is not: steps of 100 would then be automatic.
@@ -186,7 +186,7 @@ TEST(axes_test, takes_a_point_whose_one_coordinate_is_not_finite_for_neither_axi
   EXPECT_NEAR(axes.y.max, 2.05, 1e-12);
 }
 
-// Beyond them nothing could be scaled to a page without overflow.
+// Larger coordinates cannot be scaled to a page without overflow.
 TEST(axes_test, looks_at_coordinates_up_to_5e304) {
   const double beyond = std::nextafter(5e304, endless);
   const chart_axes axes =
@@ -198,7 +198,7 @@ TEST(axes_test, looks_at_coordinates_up_to_5e304) {
   EXPECT_NEAR(axes.y.max, 5.5e304, 1e291);
 }
 
-// Their span is lost when the ends are rounded to half steps: one on both sides, since 2 % of them would be little.
+// Their span is lost when the ends are rounded to half steps; the range then gets at least 1 on both sides.
 TEST(axes_test, gives_room_to_neighbouring_numbers) {
   const double low = 429.0 / 1024.0;
   const double high = std::nextafter(low, 1.0);

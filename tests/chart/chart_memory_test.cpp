@@ -1,4 +1,4 @@
-// Every chart at every request for memory that may be refused.
+// Refuses each request for memory of each chart in turn.
 #include <gtest/gtest.h>
 
 #include "chart/chart_building.h"
@@ -29,7 +29,7 @@ const memory_case memory_cases[] = {
 
 TEST(chart_memory_test, builds_a_whole_chart_or_none) {
   swoop run = hand_made_swoop();
-  run.track[2].heading = 90.0;  // three runs of heading
+  run.track[2].heading = 90.0;  // three stretches of heading
   const pond_outline pond = pond_of({{9, 8, 0}});
   const chart_context context = {run, &pond, true};
   for (const memory_case &c : memory_cases) {

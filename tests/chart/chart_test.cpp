@@ -76,7 +76,7 @@ TEST(chart_test, leaves_a_series_that_cannot_grow_as_it_was) {
 
 TEST(chart_test, refuses_more_points_than_can_be_counted) {
   series curve;
-  // No memory behind it: the refusal comes first.
+  // The array has no memory: the call must fail before it writes.
   curve.count = curve.capacity = 0x80000000U;
   EXPECT_FALSE(series_add_point(curve, somewhere));
   EXPECT_EQ(curve.count, 0x80000000U);

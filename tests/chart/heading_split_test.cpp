@@ -40,7 +40,7 @@ std::string chain_text(const series &first) {
   return text;
 }
 
-// "solid 0-2, dashed 2-4": the x of the first and last point of each run, which must not leave one out.
+// "solid 0-2, dashed 2-4": the x of the first and last point of each stretch, which must have all points between them.
 std::string runs_of(const series &first) {
   std::string text;
   for (const series *curve = &first; curve != nullptr; curve = curve->next.get()) {
@@ -60,7 +60,7 @@ struct split_case {
   const char *runs;
 };
 
-// Dashed runs go from the matching point before to the matching point behind.
+// Dashed stretches go from the matching point before to the matching point after.
 const split_case split_cases[] = {
     {"m", "solid 0-0"},
     {"x", "dashed 0-0"},
@@ -162,7 +162,7 @@ TEST(heading_split_test, folds_the_curve_and_allows_a_hundred_thousandth_of_a_de
   }
 }
 
-// The rule word for word, on states alone: cut at the first change, hand the rest to a new run, go on there.
+// The rule applied to the states alone: cut at the first change, put the rest into a new stretch, and repeat there.
 std::string split_literally(std::string states, std::size_t first, int offset) {
   const bool is_match = states[first] == 'm';
   const std::string style = is_match ? "solid " : "dashed ";
@@ -207,7 +207,7 @@ TEST(heading_split_test, splits_a_hundred_thousand_alternating_points_in_millise
   for (const series *run = made.curve->next.get(); run != nullptr; run = run->next.get()) {
     ++runs;
     room += run->capacity;
-    // Solid runs of one point, dashed ones of three; the last is cut off.
+    // Solid stretches of one point, dashed ones of three; the last one is shorter.
     ASSERT_EQ(run->count, run->style == series_style::solid ? 1U : run->next ? 3U : 2U);
   }
   EXPECT_EQ(runs, point_count - 1);
@@ -221,7 +221,7 @@ TEST(heading_split_test, says_no_at_every_request_that_is_refused) {
     const allocation_limit limit(granted);
     if (split_heading_series(*made.curve, made.samples, 0)) break;
   }
-  EXPECT_EQ(granted, 12U);  // four runs of a record, points and a name
+  EXPECT_EQ(granted, 12U);  // four stretches, each a record, points and a name
 }
 
 }  // namespace
