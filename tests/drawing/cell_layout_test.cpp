@@ -8,7 +8,7 @@
 namespace tarvel {
 namespace {
 
-// A page that goes nowhere.
+// A page without an output.
 struct page {
   explicit page(bool is_vector, double width = 900.0, double height = 600.0)
       : surface(is_vector ? cairo_pdf_surface_create_for_stream(nullptr, nullptr, width, height)
@@ -83,7 +83,7 @@ TEST(cell_layout_test, grows_lines_and_letters_with_the_cell_up_to_a_limit) {
 
 struct snap_case {
   double value;
-  double snapped;  // round(v + 0.5) - 0.5; halves go away from zero
+  double snapped;  // round(v + 0.5) - 0.5; halves are rounded away from zero
   double ceiling;
   double rounded;
 };

@@ -16,12 +16,12 @@
 
 namespace {
 
-// What the stand-ins below for the font library's functions do.
+// The behaviour of the functions below, which replace those of the font library.
 bool loads_configuration = true;
 bool takes_configuration = true;
 int times_loaded = 0;
 FcConfig *last_taken = nullptr;
-// Threads that may be started, and those that have been.
+// The number of threads that may be started, and of those that have been.
 int granted_threads = 1000;
 int started_threads = 0;
 
@@ -58,7 +58,7 @@ std::string guard(std::size_t bytes = 1) {
 
 constexpr const char *no_memory = "failed to allocate memory for charts";
 
-// The first of these tests: a process learns its fonts once.
+// Must be the first of these tests: a process loads its fonts once.
 TEST(drawing_guard_test, knows_the_fonts_afterwards_or_says_no) {
   loads_configuration = false;
   EXPECT_EQ(guard(), no_memory);
@@ -85,7 +85,7 @@ TEST(drawing_guard_test, gives_up_when_memory_is_short) {
   EXPECT_EQ(guard(), no_memory);
 }
 
-// Two that read fonts, and two that have ended and may still count.
+// Two threads that read fonts, and two that have ended and may still count against a limit.
 TEST(drawing_guard_test, gives_up_without_four_threads) {
   ASSERT_EQ(guard(), "");
   for (const int granted : {0, 1, 3, 4}) {
@@ -122,7 +122,7 @@ TEST(drawing_guard_test, lets_threads_share_the_memory_of_the_program) {
     block = reinterpret_cast<std::uintptr_t>(taken);
     std::free(taken);
   }).join();
-  // Others are mapped above the program's own, which ends at the break.
+  // Memory of other allocations is mapped above the program break.
   EXPECT_LT(block, reinterpret_cast<std::uintptr_t>(sbrk(0)));
 }
 #endif

@@ -96,7 +96,7 @@ drawn_shape take_path(cairo_t *cr, bool is_filled) {
   if (curves > 0) {
     shape.is_round = true;
     describe_curves(cr, shape);
-    // Lines join the arcs of a star along its axes; to a circle none leads.
+    // Lines join the arcs of a star along its axes; a circle has no lines.
     EXPECT_EQ(lines, shape.path.starts_with("star") ? 3 : 0) << shape.path;
   } else if (!shape.points.empty()) {
     shape.low = shape.high = shape.points[0];

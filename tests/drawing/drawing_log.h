@@ -1,5 +1,5 @@
-// What a chart would draw. Programs that link drawing_log.cpp have cairo_stroke, cairo_fill and pango_cairo_show_layout
-// of their own, which write down what they are asked for: exact whatever the surface, and free of fonts.
+// Records what a chart draws. drawing_log.cpp replaces cairo_stroke, cairo_fill and pango_cairo_show_layout by
+// functions that record their calls: exactly, for any surface and any fonts.
 #pragma once
 
 #include <cairo.h>
@@ -50,7 +50,7 @@ enum class page_kind { vector, raster };
 [[nodiscard]] std::vector<drawn_shape> shapes_of(const std::vector<drawn_item> &items);
 [[nodiscard]] std::vector<drawn_word> words_of(const std::vector<drawn_item> &items);
 
-// One line an item; words without their places, which depend on fonts.
+// One line for each item; words without their positions, which depend on fonts.
 [[nodiscard]] std::string golden_text(const std::vector<drawn_item> &items);
 
 }  // namespace tarvel

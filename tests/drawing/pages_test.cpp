@@ -1,4 +1,4 @@
-// The documents themselves, as a reader of PDF and PNG files sees them.
+// The PDF and PNG documents, read by other programs.
 #include "drawing/pages.h"
 
 #include <cairo.h>
@@ -27,7 +27,7 @@
 
 namespace {
 
-// What the stand-ins below for cairo's functions do, only once.
+// The behaviour of the functions below, which replace those of cairo, for one call.
 bool fails_context = false;
 bool fails_surface = false;
 
@@ -60,7 +60,7 @@ struct document {
   std::vector<page_word> words;
 };
 
-// By the tool that prints every word of a PDF with its box.
+// Reads a PDF with the tool that prints every word with its box.
 document read_pdf(const char *path) {
   document read;
   const std::string command = std::string("pdftotext -bbox ") + path + " -";
@@ -159,7 +159,7 @@ TEST(pages_test, leaves_cells_empty_when_memory_is_short) {
   EXPECT_EQ(empty.pages.size(), 2U);
   EXPECT_TRUE(empty.words.empty());
   {
-    // Overhead and side view take 15 and 7 requests; after them there is no more.
+    // Overhead and side view take 15 and 7 requests; all later ones are refused.
     const allocation_limit two_charts(1 + 15 + 7);
     EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
   }
@@ -200,7 +200,7 @@ TEST(pages_test, reckons_64_megabytes_and_512_bytes_a_sample_and_chart) {
 
 // A sanitizer has more addresses than that already.
 #ifndef __SANITIZE_ADDRESS__
-// Also on a system that promises more memory than it has.
+// Limits the address space, also on a system that grants more memory than it has.
 class address_limit {
  public:
   explicit address_limit(rlim_t bytes) {
@@ -236,7 +236,7 @@ TEST(pages_test, says_so_when_cairo_has_no_memory_for_a_page_or_for_the_document
   EXPECT_EQ(write_pdf("run.pdf", run), "");
 }
 
-// Some allocators set it and find the memory elsewhere.
+// Some allocators set errno and then succeed in another way.
 TEST(pages_test, takes_no_notice_of_errno) {
   const temp_dir dir;
   errno = ENOMEM;
@@ -339,7 +339,7 @@ void write_png(picture &source, const char *path) {
   ASSERT_EQ(cairo_surface_write_to_png(surface.get(), path), CAIRO_STATUS_SUCCESS);
 }
 
-// Every square of so many pixels becomes one.
+// Replaces each square of factor x factor pixels by one pixel.
 picture shrink(picture source, int factor) {
   picture small;
   small.width = source.width / factor;
@@ -355,8 +355,8 @@ picture shrink(picture source, int factor) {
 
 constexpr int shrinkage = 4;
 
-// In the shrunken picture of 300 by 232, cells of 150 by 116: true where letters may stand, outside of the plot and in
-// the legend's corner.
+// In the shrunken picture of 300 by 232, cells of 150 by 116: true where letters may be: outside of the plot and in the
+// legend's corner.
 bool may_hold_letters(int x, int y) {
   const int cell_x = x % 150;
   const int cell_y = y % 116;
@@ -376,8 +376,8 @@ double darkness(picture &source, int left, int top, int right, int bottom) {
   return sum;
 }
 
-// Plots must be the same but for the last bits of anti-aliasing; letters may be another font's, but as dark, and white
-// stays white a few letters away.
+// Plots must be equal except for small differences of anti-aliasing. Letters may be of another font, but as dark; a few
+// letters away from them, white must be white.
 void expect_same_picture(picture &drawn, picture &golden) {
   ASSERT_EQ(drawn.width, golden.width);
   ASSERT_EQ(drawn.height, golden.height);

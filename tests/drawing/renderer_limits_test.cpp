@@ -1,4 +1,4 @@
-// Charts of numbers that no run has: every one is drawn, soon, and with few words.
+// Charts of numbers that no run has: each must be drawn in a short time and with few words.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -83,8 +83,8 @@ owned_record<series> poles_of(const std::vector<vec2> &points, double radius) {
 
 bool is_on_page(vec2 corner) { return corner.x >= 0.0 && corner.x <= 396.0 && corner.y >= 0.0 && corner.y <= 306.0; }
 
-// The drawing library never ends with a circle of an infinite radius, and draws a coordinate that is too large for it
-// anywhere.
+// The drawing library never finishes a circle of an infinite radius, and draws a coordinate that is too large at a
+// wrong place.
 TEST(renderer_limits_test, draws_all_there_is_on_the_page_however_far_a_point_lies) {
   const double greatest = std::numeric_limits<double>::max();
   for (const double far : {1e290, 1e300, 5e304, 5.01e304, 7e305, 1e306, 2e307, greatest}) {

@@ -1,4 +1,4 @@
-// The words of charts: what they say, and where they stand for the size that this machine's fonts give them.
+// The texts of charts, and their positions for the sizes of this machine's fonts.
 #include <gtest/gtest.h>
 
 #include <cmath>
