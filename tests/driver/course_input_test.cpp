@@ -22,7 +22,7 @@ const std::string rows =
     "[0, 0, 1, 0]\n"
     "[0, 0, 0, 1]\n";
 
-// What a name leads to: theta tells the course files apart.
+// The course file of a name: each has its own theta.
 struct found_course {
   bool has_course = false;
   bool has_pond = false;
@@ -166,7 +166,7 @@ TEST(course_input_test, an_index_that_names_itself_ends) {
   EXPECT_EQ(read("a.txt", "run.csv").message, "failed to open file: b.txt");
 }
 
-// The first file leads to the second and so on, and the last back to one of them.
+// The first file refers to the second and so on, and the last one to one of the others.
 TEST(course_input_test, a_ring_ends_with_the_65th_name) {
   for (int files = 1; files <= 66; ++files) {
     const temp_dir folder;
@@ -229,7 +229,7 @@ struct file_case {
   bool has_course;
 };
 
-// An entry that is for another run names a file, too.
+// An entry for another run is parsed, too.
 const file_case file_cases[] = {
     {"an entry leads on", "11-42.csv", "south.txt", true},
     {"an entry leads to an index that leads on", "12-00.csv", "rows.txt", true},
@@ -279,7 +279,7 @@ TEST(course_input_test, names_the_file_that_cannot_be_read) {
   EXPECT_FALSE(further.has_course);
 }
 
-// Files that this process has not met, so that remembering them asks for memory as well.
+// Files that this process has not read before, so that adding them to the inputs allocates memory as well.
 TEST(course_input_test, every_refused_request_leaves_no_course) {
   const temp_dir folder;
   write_text("matrix.txt", "* - gate.txt\n");

@@ -127,7 +127,7 @@ TEST(course_output_test, says_when_the_copy_fails) {
   EXPECT_STREQ(error, "failed to write file: matrix.txt");
 }
 
-// A guess could copy the course file onto itself.
+// Otherwise the course file might be copied onto itself.
 TEST(course_output_test, copies_nothing_when_nobody_can_tell_the_two_files_apart) {
   for (std::size_t granted = 0;; ++granted) {
     SCOPED_TRACE(granted);
@@ -173,7 +173,7 @@ TEST(course_output_test, copies_every_byte) {
   const std::string message = error != nullptr ? error : "";
   copy_file("copy.txt", "whole.txt", &error);
   const std::string copy_message = error != nullptr ? error : "";
-  // What runs at the end of a process may write files.
+  // Code that runs at the end of a process may write files.
   setrlimit(RLIMIT_FSIZE, &usual);
   if (message != "failed to write file: gate.txt") std::exit(1);
   const bool is_told =
@@ -193,7 +193,7 @@ TEST(course_output_test, keeps_the_earlier_courses_on_a_full_disk) {
   }
 }
 
-// A run that reads a course meanwhile has opened the file before.
+// Another call may have opened the old course file before.
 TEST(course_output_test, leaves_what_a_reader_has_opened_as_it_was) {
   const temp_dir folder;
   error_slot error = nullptr;

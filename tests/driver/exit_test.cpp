@@ -21,7 +21,7 @@ TEST(exit_test, ends_with_the_status_that_it_is_given) {
   EXPECT_EXIT(exit_program(3), testing::ExitedWithCode(3), "");
 }
 
-// What is buffered is lost at the end, what is not was lost when it was printed.
+// Buffered text is lost at the end, unbuffered text when it is printed.
 TEST(exit_test, never_succeeds_when_its_words_are_lost) {
   for (const int buffering : {_IOFBF, _IONBF}) {
     EXPECT_EXIT(

@@ -1,4 +1,4 @@
-// No fault of a file system destroys an input or passes for success.
+// No fault of a file system may destroy an input or be taken for success.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -39,7 +39,7 @@ error_slot write_output() {
   return error;
 }
 
-// True when an input that had this name is whole, under the name or a new one.
+// True when the input that had this name is complete, under this name or a new one.
 bool is_whole(const std::string &name) {
   for (const char *const suffix : {"", ".orig", ".orig.2", ".orig.3"}) {
     if (file_exists(name + suffix) && read_text(name + suffix) == samples) return true;
@@ -47,7 +47,7 @@ bool is_whole(const std::string &name) {
   return false;
 }
 
-// File systems that cannot rename without replacing say so in two ways.
+// File systems that cannot rename without replacing report that with two values of errno.
 TEST(file_faults_test, moves_an_input_where_a_rename_may_replace) {
   for (const int words : {EINVAL, ENOSYS}) {
     SCOPED_TRACE(words);
@@ -122,7 +122,7 @@ TEST(file_faults_test, keeps_the_input_whatever_fails) {
   }
 }
 
-// The same where a rename may replace: there the new name is looked up, and renamed to, by calls of their own.
+// The same on such a file system: the new name is tested by lstat and then given by rename.
 TEST(file_faults_test, keeps_the_input_where_a_rename_may_replace) {
   for (const c_call call : {c_call::lstat, c_call::rename}) {
     for (std::size_t granted = 0;; ++granted) {
@@ -165,7 +165,7 @@ TEST(file_faults_test, protects_no_input_of_which_nobody_can_tell_whether_it_is_
   EXPECT_STREQ(error, "failed to open file: run.csv");
 }
 
-// A name that leads nowhere has no input behind it.
+// A name that does not exist is not an input.
 TEST(file_faults_test, needs_no_protection_for_a_name_that_leads_nowhere) {
   for (const int words : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG}) {
     SCOPED_TRACE(words);
@@ -206,7 +206,7 @@ TEST(file_faults_test, reports_an_io_error_in_place_of_the_readers_message) {
   EXPECT_STREQ(error, "failed to read file: run.csv");
 }
 
-// The empty file that stands for it is opened as well.
+// A directory is replaced by /dev/null, whose opening may fail as well.
 TEST(file_faults_test, names_the_folder_that_it_cannot_open) {
   const temp_dir dir;
   for (const c_call call : {c_call::fcntl, c_call::fdopen}) {
@@ -231,7 +231,7 @@ TEST(file_faults_test, reopens_only_regular_files) {
 TEST(file_faults_test, says_when_there_is_no_memory_for_one_more_input) {
   const temp_dir dir;
   static std::vector<file_handle> held;
-  // Enough of them for a longer list, whatever the tests before have left in it.
+  // Enough files that the list has to grow, whatever the tests before have added to it.
   for (int i = 0; i < 150; ++i) {
     const std::string name = std::to_string(i) + ".csv";
     write_text(name, samples);

@@ -138,7 +138,7 @@ TEST(file_handle_test, creates_a_new_output_only_where_no_name_is) {
 }
 
 TEST(file_handle_test, reports_a_full_disk_when_the_output_is_closed) {
-  // The buffer takes a short text, so that only the closing finds out; a long one fails on the way.
+  // A short text fits in the buffer, so that closing fails; a long one fails while it is written.
   for (const std::size_t length : {1U, 100000U}) {
     SCOPED_TRACE(length);
     error_slot error = nullptr;

@@ -1,4 +1,4 @@
-// Gate mode where its files are in the way, cannot be written, or are damaged.
+// Gate mode when the names of its files are taken, or its files cannot be written or are damaged.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -88,7 +88,7 @@ TEST_F(gate_program_hostile_test, names_the_walk_that_cannot_be_read) {
   EXPECT_EQ(run_program({"-g", "none.csv"}).status, 1);
   fs::create_directory("folder.csv");
   EXPECT_EQ(run_program({"-g", "folder.csv"}).out, "ERROR: missing field names\n");
-  // A swoop's container is none of a gate; as text it has no field names.
+  // The container of a swoop is not one of a gate; as text it has no field names.
   std::string swoop = container_;
   swoop[29] = 1;
   write_text("swoop.tvl", swoop);
@@ -187,7 +187,7 @@ TEST_F(gate_program_hostile_test, answers_a_sample_of_damaged_containers) {
   expect_answers_to_a_sample_of_damage(container_, "damaged.tvl");
 }
 
-// A course file that was damaged meets the run that reads it.
+// A run reads a damaged course file.
 TEST_F(gate_program_hostile_test, answers_a_sample_of_damaged_courses) {
   copy_example("straight.csv");
   copy_example("matrix.txt");

@@ -1,4 +1,4 @@
-// Gate mode from the command line: what it prints, what it writes, and what a run makes of it.
+// Gate mode from the command line: its output, its files, and a run over its course.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -221,7 +221,7 @@ TEST_F(gate_program_test, loses_nothing_but_the_decimals_of_the_course_file) {
   }
   EXPECT_GT(points.size(), 50U);
 
-  // What was read once is written again to the byte.
+  // A course that was read is written again with the same bytes.
   write_course_file("again.txt", *read, &error);
   ASSERT_STREQ(error, nullptr);
   EXPECT_EQ(read_text("again.txt"), read_text("walk.txt"));

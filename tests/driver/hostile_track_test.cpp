@@ -1,4 +1,4 @@
-// Every cut and every flipped bit of small inputs, from the bytes to the report: a message or a report, never a crash.
+// Every cut and every flipped bit of small inputs, from the bytes to the report: each must give a message or a report.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,7 +25,7 @@ outcome read_container_stream(std::FILE *stream, gps_track &track, text_buffer &
   return read_swoop_stream(stream, track, error);
 }
 
-// Tells whether a test did meet inputs of every kind.
+// Counts the kinds of results, to check that a test had all of them.
 struct tally {
   std::size_t unread = 0;
   std::size_t unfit = 0;
@@ -112,7 +112,7 @@ void expect_answer_to_every_cut(const std::string &bytes, stream_reader read, bo
   }
 }
 
-// Every bit up to a byte, and from there on one bit a byte, each in its turn.
+// Flips every bit up to thorough_bytes, and from there on one bit a byte.
 void expect_answer_to_flipped_bits(std::string bytes, std::size_t thorough_bytes, stream_reader read) {
   const course loaded = small_course();
   tally seen;
@@ -145,7 +145,7 @@ TEST(hostile_track_test, answers_every_flipped_bit_of_header_lines) {
   expect_answer_to_flipped_bits(track, track.size(), read_track_header_csv_stream);
 }
 
-// The rows are taken apart as in the other form; what differs is the first lines and the tags.
+// The rows are read as in the other format; only the first lines and the tags differ.
 TEST(hostile_track_test, answers_flipped_bits_of_tagged_lines) {
   expect_answer_to_flipped_bits(small_track(track_form::tagged_lines), 400, read_track_tagged_stream);
 }
@@ -155,7 +155,7 @@ TEST(hostile_track_test, answers_every_flipped_bit_of_a_container) {
   expect_answer_to_flipped_bits(container, container.size(), read_container_stream);
 }
 
-// A course is judged by the reader alone; most damaged ones are still courses, somewhere else.
+// A damaged course is only read; most of them are still courses at another place.
 void read_damaged_course(std::string_view text, tally &seen) {
   course result;
   result.theta = 77.0;

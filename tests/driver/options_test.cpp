@@ -39,7 +39,7 @@ struct command_line_case {
   std::vector<std::string> arguments;
   int status;
   const char *out;
-  const char *err;  // getopt's own words
+  const char *err;  // the message of getopt
 };
 
 const command_line_case command_line_cases[] = {
@@ -87,7 +87,7 @@ TEST(options_test, answers_each_command_line_and_writes_nothing) {
   }
 }
 
-// The words go to standard output; a death test sees the standard error.
+// Redirects standard output to standard error, which is all that a death test sees.
 void parse_aloud(int argc, char *argv[]) {
   dup2(STDERR_FILENO, STDOUT_FILENO);
   run_config config;

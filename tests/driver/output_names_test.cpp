@@ -54,7 +54,7 @@ const refusal_case refusal_cases[] = {
     {"runcsv", "kml", "ERROR: filename does not have 3 character extension\n"},
 };
 
-// The words go to standard output; a death test sees the standard error.
+// Redirects standard output to standard error, which is all that a death test sees.
 void change_extension_aloud(const char *filename, const char *extension) {
   dup2(STDERR_FILENO, STDOUT_FILENO);
   static_cast<void>(change_extension(filename, extension));

@@ -15,7 +15,7 @@
 namespace tarvel {
 namespace {
 
-// Each test runs in a process of its own, whose status is what it has found.
+// Each test runs in a process of its own, whose exit status is the result.
 
 // Descriptors 0 to 2 are open, and unwritable where they were closed.
 [[noreturn]] void close_and_open(int first_closed) {
@@ -47,13 +47,13 @@ TEST(process_setup_test, keeps_the_standard_descriptors_from_other_files) {
   setrlimit(RLIMIT_NOFILE, &none);
   error_slot error = nullptr;
   open_standard_streams(&error);
-  // What runs at the end of a process may need descriptors.
+  // Code that runs at the end of a process may need descriptors.
   setrlimit(RLIMIT_NOFILE, &usual);
   const std::string said = error != nullptr ? error : "";
   std::exit(said == (closed >= 0 ? "failed to open file: /dev/null" : "") ? 0 : 1);
 }
 
-// Which does not matter unless one of them is free.
+// That matters only when one of the three is closed.
 TEST(process_setup_test, reports_that_no_descriptor_is_left) {
   for (const int closed : {-1, 0, 1, 2}) {
     SCOPED_TRACE(closed);

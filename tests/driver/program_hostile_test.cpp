@@ -1,4 +1,4 @@
-// Files that cannot be read or written, full disks, and damaged tracks: the program says so and ends.
+// Files that cannot be read or written, full disks, and damaged tracks: the program prints a message and ends.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -157,7 +157,7 @@ void expect_answer(const program_result &result) {
   EXPECT_EQ(last_line(result.out).rfind("ERROR: ", 0) == 0, result.status == 1) << result.out;
 }
 
-// Every cut and every bit is tried in hostile_track_test; here a sample of them meets the whole program.
+// hostile_track_test tries every cut and every bit; here the whole program reads some of them.
 TEST_F(program_hostile_test, answers_a_sample_of_damaged_tracks) {
   const std::string track = read_text("run.csv");
   for (std::size_t i = 0; i < 40; ++i) {

@@ -1,5 +1,5 @@
-// The map of a run is created before the work and written once: the run's own map when everything up to it has worked,
-// or that of the whole track.
+// The map of a run is created before the analysis and written once: that of the run after success, otherwise that of
+// the whole track.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
@@ -136,7 +136,7 @@ TEST_F(program_map_test, is_not_there_without_a_track) {
   EXPECT_FALSE(file_exists("run.kml"));
 }
 
-// Before the work, so that nothing else is replaced.
+// Reported before the analysis, so that no other file is replaced.
 TEST_F(program_map_test, is_missed_before_the_work_when_it_cannot_be_created) {
   write_text("run.txt", "an earlier report");
   fs::create_directory("run.kml");
@@ -145,7 +145,8 @@ TEST_F(program_map_test, is_missed_before_the_work_when_it_cannot_be_created) {
   for (const char *const name : {"coord.txt", "run.tvl", "run.pdf"}) EXPECT_FALSE(file_exists(name)) << name;
 }
 
-// A full disk takes an empty file. What is wrong with the course is of less use than that the map is cut short.
+// An empty file can be created on a full disk. The message about the incomplete map takes precedence over that about
+// the course.
 TEST_F(program_map_test, is_missed_when_it_cannot_be_written) {
   replace_by_full_disk("run.kml");
   const program_result result = run_program({"run.csv"});
@@ -238,7 +239,7 @@ void kill_when(const std::vector<std::string> &arguments, const std::function<vo
   EXPECT_TRUE(was_reached);
 }
 
-// Nobody reads the report, and the program waits for room to print it.
+// The report is not read, and the program waits in the middle of printing it.
 TEST_F(program_map_test, is_empty_until_the_report_is_out) {
   const narrow_pipe out;
   out.fill();
@@ -249,7 +250,7 @@ TEST_F(program_map_test, is_empty_until_the_report_is_out) {
   EXPECT_EQ(read_text("run.kml"), "");
 }
 
-// Nobody reads the charts.
+// The charts are not read.
 TEST_F(program_map_test, is_whole_once_the_charts_are_drawn) {
   ASSERT_EQ(mkfifo("run.pdf", 0600), 0);
   const int charts = open("run.pdf", O_RDONLY | O_NONBLOCK | O_CLOEXEC);

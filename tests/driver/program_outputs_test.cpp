@@ -1,4 +1,4 @@
-// Which files a run reads and writes, and that no output destroys an input.
+// The files that a call reads and writes; no output may destroy an input.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -116,7 +116,7 @@ TEST(program_outputs_test, keeps_a_track_of_two_names) {
   EXPECT_TRUE(is_kept);
 }
 
-// Of an index, the further course file is an input too.
+// The course file that an index names is an input, too.
 TEST(program_outputs_test, keeps_the_course_file_of_an_index) {
   const temp_dir folder;
   const std::string course = simulated_course(small_run());
@@ -218,7 +218,7 @@ TEST(program_outputs_test, ends_the_map_of_the_run_before_the_stop) {
   EXPECT_EQ(map.find("," + latitude + ","), std::string::npos) << latitude;
 }
 
-// Another output may have been written into the map's file since that was opened.
+// Another output may have been written into the map's file after it was opened.
 TEST(program_outputs_test, leaves_the_map_alone_in_a_file_that_the_report_leads_to) {
   const temp_dir folder;
   write_text("run.csv", simulated_track(small_run()));
@@ -236,7 +236,7 @@ TEST(program_outputs_test, leaves_the_map_alone_in_a_file_that_the_report_leads_
   }
 }
 
-// The reader of a pipe is done when it has been closed once.
+// The reader of a pipe stops when the pipe is closed, so the map must not be opened twice.
 TEST(program_outputs_test, writes_the_map_into_a_pipe) {
   const temp_dir folder;
   write_text("run.csv", simulated_track(small_run()));
@@ -321,7 +321,7 @@ TEST(program_outputs_test, finds_its_course) {
   }
 }
 
-// The record of an unanalysed run equals such a course, so that nothing is analysed.
+// The matrix of a new record equals such a course, so that nothing is analysed.
 TEST(program_outputs_test, reports_an_unanalysed_run_over_a_course_of_zeros) {
   const temp_dir folder;
   write_text("run.csv", simulated_track(small_run()));
@@ -334,7 +334,7 @@ TEST(program_outputs_test, reports_an_unanalysed_run_over_a_course_of_zeros) {
   EXPECT_EQ(read_text("run.tvl").size(), 50U + 70U * 49U);
 }
 
-// Asked for huge pages, the C library is refused them, sets errno and takes others.
+// Set to use huge pages, the C library does not get them, sets errno and uses others.
 TEST(program_outputs_test, draws_charts_with_memory_of_huge_pages) {
   const temp_dir folder;
   copy_example("straight.csv");

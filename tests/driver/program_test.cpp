@@ -15,8 +15,8 @@
 namespace tarvel {
 namespace {
 
-// Written out with their rules, so that no table of zones need be installed: UTC, New York, Lord Howe Island, whose
-// clock moves by half an hour.
+// Given as rules, so that no zone table needs to be installed: UTC, New York, and Lord Howe Island, where summer time
+// is half an hour.
 const char *const time_zones[] = {"UTC", "EST5EDT,M3.2.0,M11.1.0", "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0"};
 
 struct example_case {

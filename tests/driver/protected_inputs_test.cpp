@@ -1,4 +1,4 @@
-// No output destroys an input, by whatever names the two are reached.
+// No output may destroy an input, whatever names the two have.
 #include "driver/protected_inputs.h"
 
 #include <fcntl.h>
@@ -129,7 +129,8 @@ TEST(protected_inputs_test, renames_beside_the_input_in_its_folder) {
   EXPECT_EQ(read_text("tracks/run.txt.orig"), samples);
 }
 
-// Both names of one file lose it: the input's by the rule, the output's because it would still lead to the samples.
+// Both names of the file are changed: that of the input by the rule, that of the output because it would still refer to
+// the samples.
 TEST(protected_inputs_test, follows_a_hard_link) {
   const temp_dir dir;
   write_text("run.csv", samples);
@@ -151,7 +152,7 @@ TEST(protected_inputs_test, follows_an_input_that_is_a_link_to_the_output) {
   EXPECT_EQ(read_text("run.txt"), report);
   EXPECT_EQ(read_text("run.txt.orig"), samples);
   EXPECT_FALSE(is_link("run.txt.orig"));
-  // The link keeps its name: renamed, it would lead to the output or nowhere.
+  // The link keeps its name: renamed, it would refer to the output or to nothing.
   EXPECT_TRUE(is_link("run.csv"));
   EXPECT_FALSE(file_exists("run.csv.orig"));
 }

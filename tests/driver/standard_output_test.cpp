@@ -1,4 +1,4 @@
-// Standard output and standard error that the shell has sent into one of the run's own files.
+// Standard output and standard error that the shell has redirected to a file of the call.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -67,7 +67,7 @@ const output_case output_cases[] = {
     {{"-d", "-g", "walk.csv"}, "walk.tvl", "ERROR: failed to open file: walk.tvl"},
 };
 
-// What is printed would stand in the middle of what is written.
+// Printed text would be in the middle of the file.
 TEST_F(standard_output_test, gets_no_other_output) {
   for (const output_case &c : output_cases) {
     SCOPED_TRACE(c.path);
@@ -80,7 +80,7 @@ TEST_F(standard_output_test, gets_no_other_output) {
   }
 }
 
-// It has been printed when it is written, and nothing follows.
+// The report has been printed before its file is written, and nothing is printed after it.
 TEST_F(standard_output_test, may_be_the_report) {
   ASSERT_EQ(run_program({"run.csv"}).status, 0);
   const std::string report = read_text("run.txt");
@@ -131,7 +131,7 @@ const input_case input_cases[] = {
     {{"-g", "walk.csv", "run.csv"}, "run.csv"},
 };
 
-// The message goes where it does no harm, or nowhere.
+// The message is printed elsewhere or discarded.
 TEST_F(standard_output_test, leaves_an_input_as_it_is) {
   for (const input_case &c : input_cases) {
     for (const bool with_standard_error : {false, true}) {
@@ -168,8 +168,7 @@ void send_standard_error_to(const char *path, int flags) {
   close(file);
 }
 
-// The call as it is, and with standard error in each of its files in turn, as by the shell's "2>" or, for the inputs,
-// "2>>".
+// The call, with standard error redirected to each of its files in turn, as by the shell's "2>" or, for inputs, "2>>".
 TEST_F(standard_output_test, no_words_on_standard_error_get_into_a_file_of_the_call) {
   const std::vector<std::string> arguments = {"-d", "-g", "walk.csv", "run.csv"};
   const char *const inputs[] = {"run.csv", "walk.csv"};
@@ -210,7 +209,7 @@ TEST_F(standard_output_test, a_course_that_standard_error_is_appended_to_stays_a
   EXPECT_EQ(read_text("matrix.txt"), course_);
 }
 
-// While the call redirects a stream, such a name would come to lead elsewhere.
+// When the call redirects a stream, such a name refers to another file.
 TEST_F(standard_output_test, an_output_may_lead_to_the_file_of_a_standard_stream) {
   ASSERT_EQ(run_program({"-g", "walk.csv", "run.csv"}).status, 0);
   std::vector<std::pair<std::string, std::string>> written;
@@ -227,7 +226,7 @@ TEST_F(standard_output_test, an_output_may_lead_to_the_file_of_a_standard_stream
   }
 }
 
-// Standard error is discarded by then, so that nothing could be copied from there.
+// Standard error goes to /dev/null by then, so that the course cannot be read from it.
 TEST_F(standard_output_test, a_course_that_leads_to_standard_error_is_not_copied) {
   ASSERT_EQ(run_program({"-g", "walk.csv"}).status, 0);
   const std::string course = read_text("walk.txt");

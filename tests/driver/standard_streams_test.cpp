@@ -12,7 +12,7 @@
 namespace tarvel {
 namespace {
 
-// A closed descriptor would be given to the next output, and what is printed would get into that.
+// The next output would get a closed descriptor, and printed text would be written into it.
 [[noreturn]] void redirect_without_descriptors() {
   const int file = open("run.txt", O_WRONLY | O_CREAT, 0666);
   struct stat status;
@@ -23,7 +23,7 @@ namespace {
   const rlimit none = {0, usual.rlim_max};
   setrlimit(RLIMIT_NOFILE, &none);
   const bool is_redirected = redirect_stdout_from(status) || redirect_streams_from(status);
-  // What runs at the end of a process may need descriptors.
+  // Code that runs at the end of a process may need descriptors.
   setrlimit(RLIMIT_NOFILE, &usual);
   std::exit(!is_redirected && is_stdout(status) ? 0 : 2);
 }

@@ -73,7 +73,7 @@ void expect_no_track(const gps_track &track, error_slot error) {
   EXPECT_EQ(track.count == 0, error != nullptr);
 }
 
-// One function that reads, over a file that it accepts. Each checks what a failure leaves in its target.
+// A function that reads, and a file that it accepts. Each checks the state of its target after a failure.
 struct reading {
   const char *name;
   void (*read)(const char *path, error_slot *error);
@@ -286,7 +286,7 @@ TEST(track_files_test, refuses_a_pipe_without_waiting_for_a_writer) {
   }
 }
 
-// Each time that a file is opened, its name could lead to another one.
+// If a file were opened twice, its name could refer to another file the second time.
 TEST(track_files_test, opens_a_file_once_for_all_readers) {
   const temp_dir dir;
   write_input("other.csv", "hello\n");
@@ -303,7 +303,7 @@ TEST(track_files_test, opens_a_file_once_for_all_readers) {
   }
 }
 
-// Whatever the reader has made of the bytes before, and whichever reader it is.
+// For each reader, whatever it has read before.
 TEST(track_files_test, names_the_file_that_cannot_be_read) {
   const temp_dir dir;
   for (const reading &c : readings) {
@@ -332,7 +332,7 @@ TEST(track_files_test, names_a_file_that_the_system_fails_to_read) {
   }
 }
 
-// The words are the last reader's: the container's first line is no line of names.
+// The message is that of the last reader: the container's first line is not a line of names.
 TEST(track_files_test, refuses_a_container_of_the_other_kind) {
   const temp_dir dir;
   write_input("run.tvl", run_container());
@@ -382,7 +382,7 @@ TEST(track_files_test, prints_the_warnings_in_the_order_of_the_readers) {
   }
 }
 
-// From some read on the names have been taken apart, and the disk fails behind them.
+// The later reads fail after the names have been parsed.
 TEST(track_files_test, prints_the_warnings_of_a_file_that_cannot_be_read_to_its_end) {
   const temp_dir dir;
   std::string text = "foo," + names + "\n\n";
@@ -428,7 +428,7 @@ TEST(track_files_test, makes_an_empty_run_without_a_path) {
   EXPECT_STREQ(error, "failed to allocate memory for swoop");
 }
 
-// What a reading says when none but the first 0, 1, 2, ... requests are granted; what is said again is left out.
+// The messages of a reading when only the first 0, 1, 2, ... requests are granted, without repetitions.
 std::vector<std::string> messages_when_memory_is_short(const reading &c, const std::string &bytes) {
   write_input("run.csv", bytes);
   std::vector<std::string> messages;
@@ -438,7 +438,7 @@ std::vector<std::string> messages_when_memory_is_short(const reading &c, const s
     c.read("run.csv", &opening);
   }
   messages.emplace_back(opening);
-  // From then on the file is remembered without a request.
+  // From then on protecting the file allocates no memory.
   protect_input("run.csv", &opening);
   for (std::size_t granted = 0; granted < 100; ++granted) {
     error_slot error = nullptr;
@@ -446,7 +446,7 @@ std::vector<std::string> messages_when_memory_is_short(const reading &c, const s
       const allocation_limit limit(granted);
       c.read("run.csv", &error);
     });
-    EXPECT_EQ(printed.find("(uTVL)"), std::string::npos);  // no container is tried as text
+    EXPECT_EQ(printed.find("(uTVL)"), std::string::npos);  // a container is not tried as text
     if (error == nullptr) return messages;
     if (std::find(messages.begin(), messages.end(), error) == messages.end()) messages.emplace_back(error);
   }
@@ -480,7 +480,7 @@ TEST(track_files_test, says_what_memory_was_short_for) {
   }
 }
 
-// A run without the warnings that belong to it would pass for one without any.
+// A run whose warnings are lost would seem to have none.
 TEST(track_files_test, fails_without_memory_for_the_warnings) {
   const temp_dir dir;
   const std::string text = names + "," + std::string(1000, 'x') + "\n\n" + row_1 + "\n";

@@ -150,7 +150,7 @@ TEST(whole_output_test, leaves_a_second_name_of_the_old_file_alone) {
   EXPECT_EQ(read_text("backup.txt"), "old");
 }
 
-// A user's own, or what a killed program has left.
+// It may be a user's file, or one that a killed call has left.
 TEST(whole_output_test, touches_no_file_of_the_temporary_name) {
   const temp_dir dir;
   write_text("out.txt.new", "somebody's");
@@ -209,7 +209,7 @@ TEST(whole_output_test, names_the_output_that_cannot_be_opened) {
   EXPECT_EQ(names_in("."), names{"out.txt"});
 }
 
-// A file in a folder of these permissions, and what an ordinary user may do with it.
+// A file in a directory with these permissions, and the result for an ordinary user.
 struct permission_case {
   const char *name;
   mode_t folder;
@@ -349,7 +349,7 @@ TEST(whole_output_test, keeps_an_access_control_list) {
   EXPECT_EQ(getxattr("out.txt", name, nullptr, 0), static_cast<ssize_t>(sizeof list));
 }
 
-// Who may not give a file its owner or its permissions writes it in place.
+// A user who cannot give a new file the owner or the permissions writes the file in place.
 TEST(whole_output_test, never_replaces_a_file_by_one_of_other_rights) {
   for (const c_call call : {c_call::fchown, c_call::fchmod}) {
     const temp_dir dir;
