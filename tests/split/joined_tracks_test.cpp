@@ -1,4 +1,4 @@
-// Simulated runs joined two by two: each part is the run that it was, and no sample is lost.
+// Pairs of simulated runs are joined. Each part must give the report of its run, and no sample may be lost.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -36,7 +36,7 @@ const named_run runs[] = {
     {"never_stops", [](simulated_run &r) { r.standing_seconds = 0.0, r.swoop_seconds = 5.0; }},
 };
 
-// The report as it is without a course, or the message.
+// The report of an analysis without a course, or the message.
 std::string report_of(std::span<const gps_point> samples) {
   swoop run;
   if (!try_resize(run.track, samples.size())) throw std::runtime_error("no memory for a run");
@@ -118,7 +118,7 @@ TEST(joined_tracks_test, parts_have_the_reports_of_the_runs_in_every_order) {
         SCOPED_TRACE(std::string(first.name) + ", " + second.name + ", " + how.name);
         const recording before = first.track + how.between(first.track.back());
         const recording track = before + starting_at(second.track, before.back().time + how.pause);
-        // Who stands where the flight ended has landed there.
+        // A pilot who stands at the end of the flight has landed there.
         const bool lands_later = std::string(first.name) == "never_stops" && before.size() > first.track.size();
         const std::string report = lands_later ? report_of(before) : first.report;
         EXPECT_EQ(reports_of_parts(track), (std::vector<std::string>{report, second.report}));

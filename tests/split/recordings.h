@@ -1,4 +1,4 @@
-// Simulated tracks as samples, joined as a logger joins them that is switched on again or never off.
+// Simulated tracks as samples, joined as by a logger that was switched off and on, or was always on.
 #pragma once
 
 #include <cstdint>
@@ -31,7 +31,7 @@ using recording = std::vector<gps_point>;
   return track;
 }
 
-// Standing where the sample is, once a second from a second after it on.
+// Standing at the position of the sample: one sample a second, the first a second after it.
 [[nodiscard]] inline recording standing_behind(gps_point sample, int seconds) {
   sample.vel_ltp = {};
   recording track;
@@ -42,7 +42,7 @@ using recording = std::vector<gps_point>;
   return track;
 }
 
-// From one place to another at an even speed, once a second from a second after the sample on.
+// From one place to another at a constant speed: one sample a second, the first a second after `from`.
 [[nodiscard]] inline recording moving_behind(const gps_point &from, const vec3 &target, const vec3 &speed,
                                              int seconds) {
   recording track;

@@ -51,7 +51,7 @@ gps_point point_at(const vec3 &place) {
 
 const vec3 meadow = {48.5, 11.25, 420.0};
 
-// 60 m to the north at 1 m/s and back, again and again.
+// 60 m to the north at 1 m/s and back, repeated.
 recording walk_of(int minutes) {
   recording track = {point_at(meadow)};
   for (int i = 0; i < minutes; ++i) {
@@ -118,7 +118,7 @@ TEST(stretches_test, wrong_heights_on_the_ground_are_no_descent) {
   for (const stretch_kind kind : kinds_of(track)) EXPECT_EQ(kind, stretch_kind::ground);
 }
 
-// Takes off where the run's first sample is, on the ground, and climbs to it.
+// Takes off on the ground below the run's first sample, and climbs to it.
 recording with_climb(const gps_point &rest, const recording &run) {
   const vec3 &exit = run.front().pos_wgs84;
   const recording climb = moving_behind(rest, exit, {30.0, 20.0, -(exit.z - rest.pos_wgs84.z) / 600.0}, 600);
