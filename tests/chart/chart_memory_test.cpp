@@ -54,7 +54,7 @@ TEST(chart_memory_test, makes_no_chart_without_all_of_its_titles) {
   EXPECT_FALSE(make_chart(format_text("a"), format_text("b"), nullptr));
 }
 
-TEST(chart_memory_test, grows_a_long_track_or_gives_up) {
+TEST(chart_memory_test, grows_a_long_track_or_fails) {
   std::vector<gps_point> samples(1000);
   for (std::size_t i = 0; i < samples.size(); ++i) samples[i].pos_local = {static_cast<double>(i) + 1.0, 1.0, 2.0};
   swoop run = run_of(samples);
@@ -68,7 +68,7 @@ TEST(chart_memory_test, grows_a_long_track_or_gives_up) {
   EXPECT_FALSE(build_side_view_chart({run, nullptr, true}));
 }
 
-TEST(chart_memory_test, grows_a_long_pond_or_gives_up) {
+TEST(chart_memory_test, grows_a_long_pond_or_fails) {
   const swoop run = hand_made_swoop();
   const pond_outline pond = pond_of(std::vector<vec3>(700, vec3{1.0, 2.0, 3.0}));
   std::size_t granted = 0;

@@ -103,7 +103,7 @@ TEST(heading_split_test, splits_a_curve_without_a_name) {
   EXPECT_EQ(runs_of(*made.curve), "solid 0-0, dashed 0-1");
 }
 
-TEST(heading_split_test, judges_the_first_run_by_the_point_it_is_told) {
+TEST(heading_split_test, gives_the_first_stretch_the_state_of_the_given_point) {
   const heading_curve made = curve_of("mxxm");
   ASSERT_TRUE(split_heading_series(*made.curve, made.samples, 1));
   EXPECT_EQ(runs_of(*made.curve), "dashed 0-3, solid 3-3");
@@ -214,7 +214,7 @@ TEST(heading_split_test, splits_a_hundred_thousand_alternating_points_in_millise
   EXPECT_LE(room, 2 * point_count);
 }
 
-TEST(heading_split_test, says_no_at_every_request_that_is_refused) {
+TEST(heading_split_test, fails_at_every_request_that_is_refused) {
   std::size_t granted = 0;
   for (;; ++granted) {
     const heading_curve made = curve_of("mxmxm");

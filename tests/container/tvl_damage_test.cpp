@@ -93,7 +93,7 @@ TEST(tvl_damage_test, reads_the_good_files) {
   EXPECT_STREQ(read_gate(good_swoop), "not a gate section");
 }
 
-TEST(tvl_damage_test, says_where_a_file_is_cut) {
+TEST(tvl_damage_test, reports_where_a_file_is_cut) {
   for (std::size_t size = 0; size < good_swoop.size(); ++size) {
     SCOPED_TRACE(size);
     const error_slot expected = size < 26   ? "failed to read TVL header"
@@ -278,7 +278,7 @@ const count_case gate_counts[] = {
 };
 
 // Every request is refused: a message other than "malloc() failed" means that there was no request.
-TEST(tvl_damage_test, asks_for_no_memory_that_the_file_cannot_fill) {
+TEST(tvl_damage_test, allocates_no_memory_that_the_file_cannot_fill) {
   for (const count_case &c : swoop_counts) {
     SCOPED_TRACE(c.name);
     const std::string bytes = file_header(26) + entry(1, 42, static_cast<std::uint32_t>(c.size)) +

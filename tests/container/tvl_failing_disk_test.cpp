@@ -90,7 +90,7 @@ TEST(tvl_failing_disk_test, names_the_part_of_a_gate_that_cannot_be_read) {
 }
 
 // A disk that fails after this number of bytes: when the reader needs a later byte, it must not use the earlier ones.
-TEST(tvl_failing_disk_test, takes_no_byte_of_a_file_that_cannot_be_read) {
+TEST(tvl_failing_disk_test, uses_no_byte_of_a_file_that_cannot_be_read) {
   const std::string swoop = swoop_bytes(two_samples());
   const std::string gate = gate_bytes(gate_of_two_points());
   for (std::size_t position = 0; position < swoop.size(); ++position) {

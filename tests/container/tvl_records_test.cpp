@@ -211,7 +211,7 @@ TEST(tvl_records_test, reads_one_record_and_no_further) {
   EXPECT_EQ(std::ftell(stream.get()), 26);
 }
 
-TEST(tvl_records_test, says_when_a_write_fails) {
+TEST(tvl_records_test, reports_a_failed_write) {
   const file_handle full(std::fopen("/dev/full", "wb"));
   ASSERT_NE(full, nullptr);
   std::setvbuf(full.get(), nullptr, _IONBF, 0);

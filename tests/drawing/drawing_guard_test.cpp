@@ -59,7 +59,7 @@ std::string guard(std::size_t bytes = 1) {
 constexpr const char *no_memory = "failed to allocate memory for charts";
 
 // Must be the first of these tests: a process loads its fonts once.
-TEST(drawing_guard_test, knows_the_fonts_afterwards_or_says_no) {
+TEST(drawing_guard_test, loads_the_fonts_or_fails) {
   loads_configuration = false;
   EXPECT_EQ(guard(), no_memory);
   loads_configuration = true;
@@ -78,7 +78,7 @@ TEST(drawing_guard_test, knows_the_fonts_afterwards_or_says_no) {
   EXPECT_EQ(times_loaded, 1);
 }
 
-TEST(drawing_guard_test, gives_up_when_memory_is_short) {
+TEST(drawing_guard_test, fails_when_memory_is_short) {
   ASSERT_EQ(guard(), "");
   EXPECT_EQ(guard(SIZE_MAX), no_memory);
   const allocation_limit none(0);
@@ -86,7 +86,7 @@ TEST(drawing_guard_test, gives_up_when_memory_is_short) {
 }
 
 // Two threads that read fonts, and two that have ended and may still count against a limit.
-TEST(drawing_guard_test, gives_up_without_four_threads) {
+TEST(drawing_guard_test, fails_without_four_threads) {
   ASSERT_EQ(guard(), "");
   for (const int granted : {0, 1, 3, 4}) {
     started_threads = 0;

@@ -217,7 +217,7 @@ class address_limit {
 };
 
 // From the top of the turn or the exit to the stop.
-TEST(pages_test, wants_room_for_the_samples_that_it_draws) {
+TEST(pages_test, needs_memory_for_the_samples_that_it_draws) {
   const temp_dir dir;
   swoop run = hand_made_swoop();
   run.stop = UINT32_MAX;
@@ -226,7 +226,7 @@ TEST(pages_test, wants_room_for_the_samples_that_it_draws) {
 }
 #endif
 
-TEST(pages_test, says_so_when_cairo_has_no_memory_for_a_page_or_for_the_document) {
+TEST(pages_test, fails_when_cairo_has_no_memory_for_a_page_or_for_the_document) {
   const temp_dir dir;
   const swoop run = hand_made_swoop();
   fails_context = true;
@@ -237,13 +237,13 @@ TEST(pages_test, says_so_when_cairo_has_no_memory_for_a_page_or_for_the_document
 }
 
 // Some allocators set errno and then succeed in another way.
-TEST(pages_test, takes_no_notice_of_errno) {
+TEST(pages_test, ignores_errno) {
   const temp_dir dir;
   errno = ENOMEM;
   EXPECT_EQ(write_pdf("run.pdf", hand_made_swoop()), "");
 }
 
-TEST(pages_test, says_so_whichever_chart_is_missing) {
+TEST(pages_test, fails_whichever_chart_is_missing) {
   const temp_dir dir;
   const swoop run = hand_made_swoop();
   ASSERT_EQ(write_pdf("whole.pdf", run), "");
@@ -256,7 +256,7 @@ TEST(pages_test, says_so_whichever_chart_is_missing) {
   EXPECT_EQ(read_pdf("run.pdf").words.size(), read_pdf("whole.pdf").words.size());
 }
 
-TEST(pages_test, says_so_of_a_picture_when_memory_is_short) {
+TEST(pages_test, fails_to_draw_a_picture_when_memory_is_short) {
   const temp_dir dir;
   const swoop run = hand_made_swoop();
   const allocation_limit two_charts(1 + 15 + 7);
@@ -265,7 +265,7 @@ TEST(pages_test, says_so_of_a_picture_when_memory_is_short) {
   EXPECT_STREQ(error, "failed to allocate memory for charts");
 }
 
-TEST(pages_test, says_when_a_document_cannot_be_opened_or_written) {
+TEST(pages_test, reports_a_document_that_cannot_be_opened_or_written) {
   const temp_dir dir;
   const swoop run = hand_made_swoop();
   EXPECT_EQ(write_pdf("missing/run.pdf", run), "failed to open file: missing/run.pdf");
@@ -273,7 +273,7 @@ TEST(pages_test, says_when_a_document_cannot_be_opened_or_written) {
   EXPECT_EQ(write_pdf("/dev/full", run), "failed to write file: /dev/full");
 }
 
-TEST(pages_test, says_when_a_picture_cannot_be_opened_or_written) {
+TEST(pages_test, reports_a_picture_that_cannot_be_opened_or_written) {
   const temp_dir dir;
   const swoop run = hand_made_swoop();
   error_slot error = "stale";

@@ -114,7 +114,7 @@ TEST(course_output_test, copies_nothing_when_the_disk_is_full) {
   EXPECT_FALSE(file_exists("matrix.txt"));
 }
 
-TEST(course_output_test, says_when_the_copy_fails) {
+TEST(course_output_test, reports_a_failed_copy) {
   const temp_dir folder;
   std::filesystem::create_directory("matrix.txt");
   error_slot error = nullptr;
@@ -128,7 +128,7 @@ TEST(course_output_test, says_when_the_copy_fails) {
 }
 
 // Otherwise the course file might be copied onto itself.
-TEST(course_output_test, copies_nothing_when_nobody_can_tell_the_two_files_apart) {
+TEST(course_output_test, copies_nothing_when_the_two_files_cannot_be_compared) {
   for (std::size_t granted = 0;; ++granted) {
     SCOPED_TRACE(granted);
     const temp_dir folder;
@@ -211,7 +211,7 @@ TEST(course_output_test, leaves_what_a_reader_has_opened_as_it_was) {
   EXPECT_NE(read_text("matrix.txt"), earlier);
 }
 
-TEST(course_output_test, says_what_kept_it_from_copying) {
+TEST(course_output_test, reports_why_it_could_not_copy) {
   const temp_dir folder;
   error_slot error = nullptr;
   copy_file("destination", "missing", &error);

@@ -22,7 +22,7 @@ TEST(exit_test, ends_with_the_status_that_it_is_given) {
 }
 
 // Buffered text is lost at the end, unbuffered text when it is printed.
-TEST(exit_test, never_succeeds_when_its_words_are_lost) {
+TEST(exit_test, fails_when_output_is_lost) {
   for (const int buffering : {_IOFBF, _IONBF}) {
     EXPECT_EXIT(
         {

@@ -156,7 +156,7 @@ TEST(file_faults_test, names_the_input_that_it_cannot_open) {
   }
 }
 
-TEST(file_faults_test, protects_no_input_of_which_nobody_can_tell_whether_it_is_there) {
+TEST(file_faults_test, reports_an_input_whose_lookup_fails) {
   const temp_dir dir;
   write_text("run.csv", samples);
   const failing_call disk(c_call::stat, 0, EIO);
@@ -228,7 +228,7 @@ TEST(file_faults_test, reopens_only_regular_files) {
   EXPECT_EQ(open_written_file("missing.txt"), nullptr);
 }
 
-TEST(file_faults_test, says_when_there_is_no_memory_for_one_more_input) {
+TEST(file_faults_test, fails_when_there_is_no_memory_for_one_more_input) {
   const temp_dir dir;
   static std::vector<file_handle> held;
   // Enough files that the list has to grow, whatever the tests before have added to it.

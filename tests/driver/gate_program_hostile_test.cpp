@@ -147,7 +147,7 @@ TEST_F(gate_program_hostile_test, names_the_output_on_a_full_disk) {
   }
 }
 
-TEST_F(gate_program_hostile_test, says_that_standard_output_is_full) {
+TEST_F(gate_program_hostile_test, reports_that_standard_output_is_full) {
   program_setting setting;
   setting.out_path = "/dev/full";
   const program_result result = run_program({"-g", "walk.csv"}, setting);

@@ -75,7 +75,7 @@ const command_line_case command_line_cases[] = {
     {"a name that begins like an option", {"-i", "--", "-m.csv"}, 1, "ERROR: failed to open file: -m.csv\n", ""},
 };
 
-TEST(options_test, answers_each_command_line_and_writes_nothing) {
+TEST(options_test, prints_the_message_of_each_command_line_and_writes_nothing) {
   for (const command_line_case &c : command_line_cases) {
     SCOPED_TRACE(c.name);
     const temp_dir folder;
@@ -148,7 +148,7 @@ const parse_case parse_cases[] = {
     {{"-d"}, 1, 0, 0, 0, "(none)", "(none)"},
 };
 
-TEST(options_test, sets_what_the_words_say) {
+TEST(options_test, sets_the_options) {
   for (const parse_case &c : parse_cases) {
     SCOPED_TRACE(testing::PrintToString(c.words));
     const run_config config = parsed(c.words);

@@ -69,7 +69,7 @@ TEST(process_setup_test, reports_that_no_descriptor_is_left) {
   std::exit(write(ends[1], "x", 1) < 0 && errno == EPIPE && raise(SIGXFSZ) == 0 ? 0 : 2);
 }
 
-TEST(process_setup_test, survives_a_reader_that_is_gone) {
+TEST(process_setup_test, continues_after_a_reader_has_ended) {
   EXPECT_EXIT(write_to_nobody(), testing::ExitedWithCode(0), "");
 }
 

@@ -28,7 +28,7 @@ class program_hostile_test : public testing::Test {
   const temp_dir folder_;
 };
 
-TEST_F(program_hostile_test, says_that_standard_output_is_full) {
+TEST_F(program_hostile_test, reports_that_standard_output_is_full) {
   for (const std::vector<std::string> &arguments :
        {std::vector<std::string>{"run.csv"}, {"-d", "run.csv"}, {"-v"}, {}, {"missing.csv"}, {"a.csv", "b.csv"}}) {
     SCOPED_TRACE(testing::PrintToString(arguments));

@@ -137,7 +137,7 @@ TEST_F(program_map_test, is_not_there_without_a_track) {
 }
 
 // Reported before the analysis, so that no other file is replaced.
-TEST_F(program_map_test, is_missed_before_the_work_when_it_cannot_be_created) {
+TEST_F(program_map_test, is_reported_before_the_analysis_when_it_cannot_be_created) {
   write_text("run.txt", "an earlier report");
   fs::create_directory("run.kml");
   EXPECT_EQ(run_program({"-d", "run.csv"}).out, "ERROR: failed to open file: run.kml\n");
@@ -147,7 +147,7 @@ TEST_F(program_map_test, is_missed_before_the_work_when_it_cannot_be_created) {
 
 // An empty file can be created on a full disk. The message about the incomplete map takes precedence over that about
 // the course.
-TEST_F(program_map_test, is_missed_when_it_cannot_be_written) {
+TEST_F(program_map_test, is_reported_when_it_cannot_be_written) {
   replace_by_full_disk("run.kml");
   const program_result result = run_program({"run.csv"});
   EXPECT_EQ(result.status, 1);

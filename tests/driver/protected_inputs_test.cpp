@@ -242,7 +242,7 @@ TEST(protected_inputs_test, remembers_many_inputs) {
   }
 }
 
-TEST(protected_inputs_test, lets_a_pipe_keep_its_name) {
+TEST(protected_inputs_test, does_not_rename_a_pipe) {
   const temp_dir dir;
   ASSERT_EQ(mkfifo("run.txt", 0600), 0);
   error_slot error = nullptr;

@@ -169,7 +169,7 @@ void send_standard_error_to(const char *path, int flags) {
 }
 
 // The call, with standard error redirected to each of its files in turn, as by the shell's "2>" or, for inputs, "2>>".
-TEST_F(standard_output_test, no_words_on_standard_error_get_into_a_file_of_the_call) {
+TEST_F(standard_output_test, standard_error_is_never_printed_into_a_file_of_the_call) {
   const std::vector<std::string> arguments = {"-d", "-g", "walk.csv", "run.csv"};
   const char *const inputs[] = {"run.csv", "walk.csv"};
   const char *const outputs[] = {"walk.tvl", "walk.txt", "matrix.txt", "walk.kml", "coord.txt",

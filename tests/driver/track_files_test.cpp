@@ -208,7 +208,7 @@ const name_case name_cases[] = {
     {"tagged.tvl", tagged_lines, 1, 2000}, {"container.csv", run_container(), 3, 0},
 };
 
-TEST(track_files_test, decides_by_content_whatever_the_name_says) {
+TEST(track_files_test, decides_by_content_whatever_the_name) {
   const temp_dir dir;
   for (const name_case &c : name_cases) {
     SCOPED_TRACE(c.path);
@@ -455,7 +455,7 @@ std::vector<std::string> messages_when_memory_is_short(const reading &c, const s
 
 using messages = std::vector<std::string>;
 
-TEST(track_files_test, says_what_memory_was_short_for) {
+TEST(track_files_test, reports_what_memory_was_short_for) {
   const temp_dir dir;
   const messages text = {"strdup() failed", "malloc() failed", "failed to malloc file.block_ptr", "invalid field names",
                          "failed to realloc gps_points"};

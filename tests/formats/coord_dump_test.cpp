@@ -75,7 +75,7 @@ TEST(coord_dump_test, wide_values_push_the_columns_and_halves_go_to_even) {
             "(-223693.63    0.00    0.00 )10197.16   44       2      0.12\n");
 }
 
-TEST(coord_dump_test, keeps_the_sign_of_a_zero_and_the_words_for_no_number) {
+TEST(coord_dump_test, prints_signed_zeros_and_nan) {
   gps_point sample;
   sample.pos_local = {-0.0, -0.0, -0.001};
   sample.vel_local = {-0.0, std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
@@ -134,7 +134,7 @@ TEST(coord_dump_test, writes_every_sample_in_order) {
   EXPECT_EQ(text.substr(header.size() + 999 * size, 9), "    0.999");
 }
 
-TEST(coord_dump_test, leaves_a_full_disk_to_be_noticed) {
+TEST(coord_dump_test, leaves_the_error_of_a_full_disk_in_the_stream) {
   for (const std::size_t count : {0U, 1000U}) {
     const file_handle full(std::fopen("/dev/full", "wb"));
     write_coord_dump(full.get(), std::vector<gps_point>(count));

@@ -224,7 +224,7 @@ TEST(course_file_read_test, reads_ponds_of_every_size) {
   }
 }
 
-TEST(course_file_read_test, names_the_file_as_it_was_told_to) {
+TEST(course_file_read_test, names_the_file_in_its_messages) {
   course result;
   course_link link;
   for (const std::string name : {"missing/gate.txt", "."}) {
@@ -285,7 +285,7 @@ TEST(course_file_read_test, reads_back_what_was_written) {
   }
 }
 
-TEST(course_file_read_test, says_when_memory_is_short) {
+TEST(course_file_read_test, fails_when_memory_is_short) {
   const std::string text = pond_lines(600) + rows;
   const char *const messages[] = {"failed to realloc pond array", "failed to realloc pond array", ""};
   for (std::size_t granted = 0; granted < std::size(messages); ++granted) {

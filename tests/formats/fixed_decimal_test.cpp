@@ -68,7 +68,7 @@ TEST(fixed_decimal_test, any_count_of_decimals_is_that_of_printf) {
 }
 
 // A logger may write any spelling of nan, and strtod keeps its sign and its bits.
-TEST(fixed_decimal_test, words_for_what_is_not_finite) {
+TEST(fixed_decimal_test, prints_infinities_and_nan) {
   const double infinity = std::numeric_limits<double>::infinity();
   EXPECT_EQ(printed(infinity, 7), "inf");
   EXPECT_EQ(printed(-infinity, 7), "-inf");

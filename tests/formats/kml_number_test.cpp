@@ -73,7 +73,7 @@ TEST(kml_number_test, awkward_numbers_are_those_of_printf) {
   expect_printf_lines(numbers);
 }
 
-TEST(kml_number_test, words_for_what_is_not_finite) {
+TEST(kml_number_test, prints_infinities_and_nan) {
   const double infinity = std::numeric_limits<double>::infinity();
   const double not_a_number = std::copysign(std::numeric_limits<double>::quiet_NaN(), 1.0);
   std::vector<gps_point> samples(2);

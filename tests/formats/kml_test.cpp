@@ -179,7 +179,7 @@ TEST(kml_test, has_no_name_when_the_calendar_has_none) {
   EXPECT_EQ(name_at(june_noon), "");
 }
 
-TEST(kml_test, leaves_a_full_disk_to_be_noticed) {
+TEST(kml_test, leaves_the_error_of_a_full_disk_in_the_stream) {
   for (const std::size_t count : {0U, 10000U}) {
     const file_handle full(std::fopen("/dev/full", "wb"));
     write_kml(full.get(), 0, std::vector<gps_point>(count), nullptr);

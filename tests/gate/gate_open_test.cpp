@@ -231,7 +231,7 @@ std::vector<std::string> messages_when_memory_is_short(const std::string &bytes)
   }
 }
 
-TEST(gate_open_test, says_when_memory_is_short) {
+TEST(gate_open_test, fails_when_memory_is_short) {
   EXPECT_EQ(
       messages_when_memory_is_short(walk_text(sparse_walk().samples)),
       (std::vector<std::string>{"failed to allocate memory for gate", "strdup() failed",
@@ -239,7 +239,7 @@ TEST(gate_open_test, says_when_memory_is_short) {
                                 "failed to realloc gps_points", "malloc() failed", "failed to realloc pond array"}));
 }
 
-TEST(gate_open_test, says_when_memory_is_short_for_a_finished_course) {
+TEST(gate_open_test, fails_when_memory_is_short_for_a_container) {
   EXPECT_EQ(messages_when_memory_is_short(course_bytes({{1.5, 2.5, 0.0}})),
             (std::vector<std::string>{"failed to allocate memory for gate", "strdup() failed", "malloc() failed"}));
 }

@@ -47,7 +47,7 @@ TEST(pond_storage_test, closes_an_outline_of_any_length) {
   }
 }
 
-TEST(pond_storage_test, says_when_memory_is_short) {
+TEST(pond_storage_test, fails_when_memory_is_short) {
   std::size_t granted = 0;
   for (;; ++granted) {
     SCOPED_TRACE(granted);
@@ -64,7 +64,7 @@ TEST(pond_storage_test, says_when_memory_is_short) {
 }
 
 // The first allocation holds 512 points: the 513th of a walk, or the closing point after the 512th, needs a second one.
-TEST(pond_storage_test, says_when_no_memory_is_left_for_the_closing_point) {
+TEST(pond_storage_test, fails_when_there_is_no_memory_for_the_closing_point) {
   for (const std::size_t count : {511U, 512U, 513U}) {
     SCOPED_TRACE(count);
     gate walked = walk_with_points(count);

@@ -142,7 +142,7 @@ const failing_case failing_cases[] = {
      "no point 50' from waypoint"},
 };
 
-TEST(pond_test, says_which_leg_was_not_walked) {
+TEST(pond_test, reports_which_leg_was_not_walked) {
   for (const failing_case &c : failing_cases) {
     SCOPED_TRACE(c.name);
     const surveyed result = survey_over(c.walk);

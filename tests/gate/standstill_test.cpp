@@ -197,7 +197,7 @@ const failing_case failing_cases[] = {
      "not enough points for waypoint"},
 };
 
-TEST(standstill_test, says_what_is_missing) {
+TEST(standstill_test, reports_what_is_missing) {
   for (const failing_case &c : failing_cases) {
     SCOPED_TRACE(c.name);
     const found_standstill found = find_standstill(on_a_line(c.samples));

@@ -215,7 +215,7 @@ const failing_case failing_cases[] = {
      "deviation)\n"},
 };
 
-TEST(survey_test, says_what_is_wrong_with_the_course_and_keeps_the_log) {
+TEST(survey_test, reports_what_is_wrong_with_the_course_and_keeps_the_log) {
   for (const failing_case &c : failing_cases) {
     SCOPED_TRACE(c.name);
     const surveyed result = survey(exact_walk(c.marks).samples);
@@ -254,7 +254,7 @@ TEST(survey_test, needs_no_one_to_take_the_log) {
   EXPECT_NE(walked.course.matrix.m[0][0], 0.0);
 }
 
-TEST(survey_test, says_when_memory_is_short) {
+TEST(survey_test, fails_when_memory_is_short) {
   gate walked = gate_of(exact_walk().samples);
   owned_text log;
   error_slot error = nullptr;
@@ -272,7 +272,7 @@ TEST(survey_test, says_when_memory_is_short) {
 }
 
 // With such heights the lines are so long that the line of the exit mark is the first to need a second block.
-TEST(survey_test, says_when_no_memory_is_left_for_the_words_about_the_exit_mark) {
+TEST(survey_test, fails_when_there_is_no_memory_for_the_line_about_the_exit_mark) {
   walk_marks marks;
   marks.exit_mark = {{51.654, 39.635, 0.0}};
   std::vector<gps_point> samples = exact_walk(marks).samples;

@@ -22,7 +22,7 @@ TEST(text_buffer_test, begins_empty_with_1024_bytes) {
   mallopt(M_PERTURB, 0);
 }
 
-TEST(text_buffer_test, says_so_when_it_cannot_begin) {
+TEST(text_buffer_test, fails_when_the_first_allocation_fails) {
   error_slot error = nullptr;
   const allocation_limit limit(0);
   const text_buffer buffer = text_buffer_create(&error);

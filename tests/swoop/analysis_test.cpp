@@ -341,7 +341,7 @@ TEST(analysis_test, leaves_the_coordinates_of_the_last_pass) {
   EXPECT_NEAR(run.track[run.track_len - 1].pos_local.x, 75.0, 0.6);
 }
 
-TEST(analysis_test, tells_whether_there_are_coordinates) {
+TEST(analysis_test, sets_whether_there_are_coordinates) {
   swoop empty;
   analyze(empty, 0, simulated_frame(), 0.0, "no points found in track");
   EXPECT_FALSE(empty.is_derived);

@@ -276,7 +276,7 @@ TEST(entry_gate_test, never_takes_a_reversal_back) {
 }
 
 // From x = 0 to x = 0 every interpolation is 0 / 0. A y of NaN does not count as a miss, and its time is stored.
-TEST(entry_gate_test, stores_an_undefined_crossing_as_it_comes) {
+TEST(entry_gate_test, stores_an_undefined_crossing_without_a_check) {
   std::vector<gps_point> samples(3);
   for (std::size_t i = 0; i < samples.size(); ++i) samples[i].time = static_cast<std::int64_t>(i) * 1000;
   swoop run = run_of(samples);

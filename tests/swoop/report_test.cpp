@@ -232,7 +232,7 @@ TEST(report_test, prints_each_value_in_its_place) {
 }
 
 // Three numbers of 300 digits do not fit into the first block of memory: two requests.
-TEST(report_test, fails_with_its_words_when_memory_is_short) {
+TEST(report_test, fails_when_memory_is_short) {
   swoop run = scored_run();
   run.track[2].pos_local = {1e300, 1e300, 1e300};
   run.track[3].pos_local = {1e300, 1e300, 1e300};

@@ -67,7 +67,7 @@ void expect_answers_of_a_scan(std::mt19937_64 &random, std::span<const gps_point
   }
 }
 
-TEST(sample_tree_test, answers_as_a_scan_does) {
+TEST(sample_tree_test, gives_the_results_of_a_scan) {
   std::mt19937_64 random(1);
   for (std::size_t count = 1; count < 700; ++count) {
     SCOPED_TRACE(count);
@@ -76,7 +76,7 @@ TEST(sample_tree_test, answers_as_a_scan_does) {
   }
 }
 
-TEST(sample_tree_test, answers_as_a_scan_does_without_memory) {
+TEST(sample_tree_test, gives_the_results_of_a_scan_without_memory) {
   std::mt19937_64 random(2);
   const allocation_limit limit(0);
   for (const std::size_t count : {1U, 64U, 65U, 200U, 1000U}) {
@@ -110,7 +110,7 @@ const range_case range_cases[] = {
     {"all times", INT64_MIN, INT64_MAX, -1, true},
 };
 
-TEST(time_range_test, knows_whether_a_sample_may_be_so_much_later) {
+TEST(time_range_test, tests_whether_a_sample_may_be_later_by_a_span) {
   for (const range_case &c : range_cases) {
     SCOPED_TRACE(c.name);
     time_range range;

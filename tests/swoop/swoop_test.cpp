@@ -92,7 +92,7 @@ TEST(swoop_test, passes_the_loaders_message_on) {
   EXPECT_STREQ(error, "failed to read track");
 }
 
-TEST(swoop_test, says_what_could_not_be_allocated) {
+TEST(swoop_test, reports_what_could_not_be_allocated) {
   std::size_t granted = 0;
   for (;; ++granted) {
     SCOPED_TRACE(granted);

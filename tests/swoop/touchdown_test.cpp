@@ -207,7 +207,7 @@ TEST(touchdown_test, ignores_a_time_aloft_without_an_entry_gate) {
 }
 
 // Two samples with the same x: the time of passing it is undefined and stored without a check.
-TEST(touchdown_test, stores_an_undefined_passage_as_it_comes) {
+TEST(touchdown_test, stores_an_undefined_passage_without_a_check) {
   std::vector<ground_row> rows = slid_past();
   rows[2].x = rows[3].x = endless;
   rows[3].x = -endless;

@@ -166,7 +166,7 @@ TEST(turn_angle_test, is_undefined_for_a_run_without_time) {
 }
 
 // The stretch has one sample and takes 2^32 - 100 ms: this sample gets the whole turn.
-TEST(turn_angle_test, survives_a_clock_that_goes_back) {
+TEST(turn_angle_test, handles_a_clock_that_goes_back) {
   swoop run = run_of_rows({{100.0}, {120.0}, {10.0, 80.0, 50.0, 0.0, -100}, {25.0}});
   derive_turn_angle(run);
   EXPECT_NEAR(run.track[2].turn_angle, 250.0, 1e-9);

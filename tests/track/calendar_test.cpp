@@ -93,7 +93,7 @@ void expect_equal_times(const char *zone, const std::vector<std::string> &rows) 
 }
 
 // When the ends of the minute cannot be checked, the minute is not kept, and the results are still right.
-TEST(calendar_test, converts_rows_while_the_calendar_is_silent) {
+TEST(calendar_test, converts_rows_when_localtime_fails) {
   for (const std::size_t granted : {0U, 1U, 2U}) {
     SCOPED_TRACE(granted);
     const failing_call calendar(c_call::localtime_r, granted, EOVERFLOW);
@@ -233,7 +233,7 @@ const known_time known_times[] = {
     {"AAA-1BBB-1:00:20,M3.5.0/2:00:30,M10.5.0/3:00:30", "2024-03-31T02:00:55Z", 1711846835000},
 };
 
-TEST(calendar_test, knows_the_zones) {
+TEST(calendar_test, finds_the_zone_tables) {
   for (const known_time &c : known_times) {
     SCOPED_TRACE(c.zone);
     SCOPED_TRACE(c.text);

@@ -204,7 +204,7 @@ const plain_case plain_cases[] = {
     {"\xB5", false, 42.0},
 };
 
-TEST(decimal_test, knows_the_plain_decimals) {
+TEST(decimal_test, reads_the_plain_decimals) {
   for (const plain_case &c : plain_cases) {
     SCOPED_TRACE(c.text);
     double value = 42.0;

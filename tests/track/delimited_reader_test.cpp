@@ -272,7 +272,7 @@ TEST(delimited_reader_test, fails_wherever_memory_is_short) {
 }
 
 // A file that is cut anywhere gives the samples before the cut or one of the reader's messages.
-TEST(delimited_reader_test, survives_every_cut) {
+TEST(delimited_reader_test, reads_every_cut_of_a_file) {
   for (const kind_case &kind : kinds) {
     const std::string text = kind.head + kind.prefix + row_1 + "\r\n" + kind.prefix + row_2 + "\r\n";
     const std::size_t first_end = kind.head.size() + kind.prefix.size() + row_1.size();
@@ -316,7 +316,7 @@ TEST(delimited_reader_test, fails_wherever_the_disk_does) {
 }
 
 // The reader has already found another error in the lines before the disk fails.
-TEST(delimited_reader_test, says_that_the_disk_failed_whatever_the_lines_were) {
+TEST(delimited_reader_test, reports_a_read_error_whatever_the_lines_were) {
   for (const std::string &text : {"hello\n"s, names + "\n\njunk\n", "$COL,GNSS,time\n"s}) {
     SCOPED_TRACE(text);
     for (const kind_case &kind : kinds) {

@@ -58,7 +58,7 @@ TEST(gps_track_test, keeps_its_samples_when_memory_is_short) {
   EXPECT_EQ(track.points[4095].time, 42);
 }
 
-TEST(gps_track_test, asks_for_nothing_while_there_is_room) {
+TEST(gps_track_test, allocates_nothing_below_its_capacity) {
   gps_track track;
   error_slot error = nullptr;
   ASSERT_TRUE(grow_track(track, &error));

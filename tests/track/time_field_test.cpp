@@ -182,7 +182,7 @@ TEST(time_field_test, refuses_every_cut_of_a_clock_time) {
 }
 
 // Tracks may be read before and after a change of the zone.
-TEST(time_field_test, asks_the_calendar_again_once_the_minute_is_forgotten) {
+TEST(time_field_test, calls_mktime_again_once_the_minute_is_discarded) {
   EXPECT_EQ(parse("2024-06-01T12:30:05Z").time, half_past_noon + 5000);
   setenv("TZ", "EST5", 1);
   forget_calendar_minute();
