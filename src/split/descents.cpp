@@ -30,8 +30,7 @@ constexpr std::int64_t longest_descent = 900000;  // ms; during a longer pause i
 constexpr double longest_leap = 100.0;            // m from one sample to the next,
 constexpr double fastest_on_ground = 100.0;       // and m/s over the time between them
 constexpr double fastest_climb = 15.0;            // m/s, of an aircraft with jumpers
-constexpr double climb_to_next =
-    300.0;  // m; when the height after a pause is this much greater, there was a landing in it
+constexpr double climb_to_next = 300.0;     // m; a greater rise during a pause means that there was a landing in it
 constexpr double near_distance = 1000.0;    // m; the position changes less when only the clock was set
 constexpr double earth_radius = 6371000.0;  // m
 
