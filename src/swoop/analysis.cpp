@@ -62,36 +62,36 @@ void run_pipeline(swoop &run, ecef_state ecef, error_slot *error) {
   }
 }
 
-// Whether the run's frame has to be analysed: new, the same as in the last analysis, or not found.
-enum class frame_state { settled, unchanged, failed };
+// The result of choosing the frame: another one, the same as in the last analysis, or none.
+enum class frame_state { changed, unchanged, failed };
 
-frame_state settle_turning_frame(swoop &run, const mat4 &frame, double theta) {
+frame_state choose_turning_frame(swoop &run, const mat4 &frame, double theta) {
   if (run.rotate_theta == theta && run.rotate_matrix_in == frame && run.rotate_matrix_out == run.matrix) {
     return frame_state::unchanged;
   }
   run.rotate_theta = theta;
   run.rotate_matrix_in = frame;
   run.matrix = frame;
-  return frame_state::settled;
+  return frame_state::changed;
 }
 
-frame_state settle_fixed_frame(swoop &run, const mat4 &frame) {
+frame_state choose_fixed_frame(swoop &run, const mat4 &frame) {
   if (run.matrix == frame) return frame_state::unchanged;
   run.matrix = frame;
-  return frame_state::settled;
+  return frame_state::changed;
 }
 
-frame_state settle_implicit_frame(swoop &run, error_slot *error) {
+frame_state choose_implicit_frame(swoop &run, error_slot *error) {
   if (run.gate_type == gate_type_implicit) return frame_state::unchanged;
   build_implicit_frame(run, error);
-  return *error == nullptr ? frame_state::settled : frame_state::failed;
+  return *error == nullptr ? frame_state::changed : frame_state::failed;
 }
 
-frame_state settle_frame(swoop &run, std::int32_t gate_type, const mat4 &frame, double theta, error_slot *error) {
+frame_state choose_frame(swoop &run, std::int32_t gate_type, const mat4 &frame, double theta, error_slot *error) {
   switch (gate_type) {
-    case gate_type_course: return settle_turning_frame(run, frame, theta);
-    case gate_type_fixed_course: return settle_fixed_frame(run, frame);
-    case gate_type_implicit: return settle_implicit_frame(run, error);
+    case gate_type_course: return choose_turning_frame(run, frame, theta);
+    case gate_type_fixed_course: return choose_fixed_frame(run, frame);
+    case gate_type_implicit: return choose_implicit_frame(run, error);
     default: *error = "invalid gate type"; return frame_state::failed;
   }
 }
@@ -113,7 +113,7 @@ void analyze_swoop(swoop &run, std::int32_t gate_type, const mat4 &frame, double
     *error = "no points found in track";
     return;
   }
-  if (settle_frame(run, gate_type, frame, theta, error) != frame_state::settled) return;
+  if (choose_frame(run, gate_type, frame, theta, error) != frame_state::changed) return;
 
   run.gate_type = gate_type;
   run.reversal_detected = false;
