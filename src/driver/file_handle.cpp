@@ -62,7 +62,7 @@ file_handle open_input(const char *path, error_slot *error) {
     fail_opening(path, error);
     return nullptr;
   }
-  if (!remember_input(path, status)) {
+  if (!add_input(path, status)) {
     *error = "strdup() failed";
     return nullptr;
   }

@@ -99,12 +99,12 @@ void protect_input(const char *path, error_slot *error) {
   if (found == lookup::absent) return;
   if (found == lookup::failed || !redirect_streams_from(status)) {
     *error = format_error("failed to open file: %s", path);
-  } else if (!remember_input(path, status)) {
+  } else if (!add_input(path, status)) {
     *error = "strdup() failed";
   }
 }
 
-bool remember_input(const char *path, const struct stat &status) {
+bool add_input(const char *path, const struct stat &status) {
   // Only regular files can be overwritten.
   if (!S_ISREG(status.st_mode)) return true;
   const file_identity identity = identity_of(status);

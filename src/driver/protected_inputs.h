@@ -14,7 +14,7 @@ namespace tarvel {
 void protect_input(const char *path, error_slot *error);
 
 // Adds an open file to the inputs. False when memory is short.
-[[nodiscard]] bool remember_input(const char *path, const struct stat &status);
+[[nodiscard]] bool add_input(const char *path, const struct stat &status);
 
 // When the name refers to an input of this call, renames the input: ".orig" is appended to its name, or ".orig.2",
 // ".orig.3" and so on when that name exists. False when it cannot be renamed, or when a lookup fails.

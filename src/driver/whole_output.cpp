@@ -37,7 +37,7 @@ whole_output open_beside(owned_text target, mode_t permissions) {
 }
 
 // The permissions are set last, since changing the owner clears some of them.
-bool copy_rights(const struct stat &old, int descriptor) {
+bool copy_owner_and_permissions(const struct stat &old, int descriptor) {
   constexpr mode_t permissions = 07777;
   return fchown(descriptor, old.st_uid, old.st_gid) == 0 && fchmod(descriptor, old.st_mode & permissions) == 0;
 }
@@ -60,7 +60,7 @@ whole_output open_replacement(const char *path) {
   if (!target || has_access_list(path)) return {};
   // Only this user may open it before it has the old file's permissions.
   whole_output output = open_beside(std::move(target), 0600);
-  if (output.file && !copy_rights(old, fileno(output.file.get()))) return {};
+  if (output.file && !copy_owner_and_permissions(old, fileno(output.file.get()))) return {};
   return output;
 }
 
