@@ -100,7 +100,7 @@ void unquote(char *text) {
   if (text[0] == '"') std::memmove(text, text + 1, std::strlen(text));
 }
 
-// The answer is `here` when the entry is not for this run: reading goes on.
+// The answer is `here` when the entry is not for this run; reading then continues.
 course_answer read_index_entry(const course_reader &reader, const char *line, const char *swoop_file, course_link &link,
                                error_slot *error) {
   char name[line_size];
