@@ -9,8 +9,8 @@
 
 namespace tarvel {
 
-// Local or ECEF. AC is the course's centre line, C behind the entry gate and A ahead of it; B and D are the entry
-// gate's marks.
+// Local or ECEF. AC is the course's centre line, C before the entry gate and A after it; B and D are the entry gate's
+// marks.
 struct course_corners {
   vec3 a;
   vec3 b;

@@ -12,7 +12,7 @@ namespace tarvel {
 namespace {
 
 // Feet above the entry gate.
-constexpr double pattern_height_feet = 2500.0;  // the pattern begins below, an exit lies above
+constexpr double pattern_height_feet = 2500.0;  // the pattern begins below it, an exit is above it
 constexpr double highest_exit_feet = 20000.0;
 constexpr double low_height_feet = 1000.0;     // the search ends below it, after a sample above 2,500 ft
 constexpr double landing_height_feet = 200.0;  // the first sample below it after a fall is the landing
