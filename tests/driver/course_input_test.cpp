@@ -121,7 +121,7 @@ TEST(course_input_test, finds_none_for_a_run_without_a_gate) {
   }
 }
 
-// index.txt leads to 1.txt, that to 2.txt, and so on; the last one is a course with theta 8.
+// index.txt refers to 1.txt, that to 2.txt, and so on; the last one is a course with theta 8.
 void write_chain(int further) {
   std::string path = "index.txt";
   for (int i = 1; i <= further; ++i) {

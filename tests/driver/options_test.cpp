@@ -116,7 +116,7 @@ run_config parsed(std::vector<std::string> words) {
   std::vector<char *> argv;
   for (std::string &word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
-  optind = 0;  // makes getopt start anew
+  optind = 0;  // makes getopt start again
   run_config config;
   parse_options(static_cast<int>(words.size()), argv.data(), config);
   return config;

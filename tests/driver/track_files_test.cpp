@@ -52,7 +52,7 @@ void write_input(const char *path, const std::string &bytes) {
   held.emplace_back(std::fopen(path, "rb"));
 }
 
-// A track of one sample at 42 ms, whatever limit there is for memory: aligned_alloc is never refused.
+// A track of one sample at 42 ms, also under a limit for memory, since aligned_alloc is never refused.
 gps_track track_of_before() {
   gps_track track;
   track.points.reset(static_cast<gps_point *>(std::aligned_alloc(alignof(gps_point), sizeof(gps_point))));

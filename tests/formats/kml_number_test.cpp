@@ -95,7 +95,7 @@ TEST(kml_number_test, the_longest_numbers_fit) {
 }
 
 TEST(kml_number_test, halves_of_the_last_decimal_are_those_of_printf) {
-  // k / 2^n with few digits behind the point ends in 5 just where rounding happens.
+  // k / 2^n with few decimals ends in 5 at the decimal that is rounded.
   std::vector<double> numbers;
   for (int n = 4; n <= 9; ++n) {
     for (int k = -2001; k <= 2001; k += 2) numbers.push_back(std::ldexp(k, -n));

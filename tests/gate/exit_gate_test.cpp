@@ -34,7 +34,7 @@ theta_found theta_of(const vec3 &b, const vec3 *exit_mark) {
   return found;
 }
 
-// At a distance from the origin, so many degrees from the y-axis towards x.
+// The point at this distance from the origin, this number of degrees from the y-axis towards x.
 vec3 at_bearing(double distance, double degrees) {
   return {distance * std::sin(degrees * pi / 180.0), distance * std::cos(degrees * pi / 180.0), 0.0};
 }

@@ -78,7 +78,7 @@ const leg_case leg_cases[] = {
     {"a sample less than 5 ft from the last one stored", {0.0, 20.0, 21.5, 21.6, 23.0, 23.2}, {20.0, 21.6, 23.2}},
     {"exactly 5 ft from the mark has left it", {0.0, near, 50.0}, {near, 50.0}},
     {"hardly less has not", {0.0, nearer, 50.0}, {50.0}},
-    {"exactly 50 ft is away", {0.0, away, 1.0, 99.0}, {away, 1.0}},  // else the leg would begin behind 1.0
+    {"exactly 50 ft is away", {0.0, away, 1.0, 99.0}, {away, 1.0}},  // otherwise the leg would begin after 1.0
     {"hardly less than 50 ft is not", {0.0, less_away, 1.0, 50.0}, {50.0}},
     {"from the last sample near the mark on", {0.0, 10.0, 1.0, 10.0, 0.5, 3.0, 50.0}, {3.0, 50.0}},
     {"what lies before the mark is not the perimeter", {-80.0, 50.0, -90.0, 0.0, 5.0, 50.0}, {5.0, 50.0}},
@@ -190,7 +190,7 @@ TEST(pond_test, begins_each_leg_at_the_arrival_of_the_one_before) {
   EXPECT_EQ(result.xs, (std::vector<double>{50.0, 200.0, 150.0, 160.0, 250.0, 350.0}));
 }
 
-// A leg begins with a search from the arrival on, and with the first sample behind the last one near the mark.
+// The search for a leg begins at the arrival; the leg begins with the first sample after the last one near the mark.
 TEST(pond_test, leaves_out_the_standstills) {
   const surveyed result = survey_over(
       on_the_axis({0.0, 0.2, 50.0, 99.0, 100.0, 103.0, 101.0, 120.0, 200.0, 203.0, 198.9, 250.0, 299.0, 301.0, 399.0}));

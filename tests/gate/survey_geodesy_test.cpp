@@ -113,7 +113,7 @@ true_course truth_of(const laid_out_course &c) {
   return truth;
 }
 
-// A length or an angle that is so much over the earth's diameter, whichever the radius.
+// A length or an angle that is the numerator divided by the earth's diameter, for any of its radii.
 void expect_over_diameter(double value, double numerator, double rounding) {
   const double one = numerator / (2.0 * smallest_radius);
   const double other = numerator / (2.0 * largest_radius);

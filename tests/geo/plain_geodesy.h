@@ -45,8 +45,8 @@ namespace tarvel::plain {
   return testing::AssertionSuccess();
 }
 
-// One right-hand side in column n. The multiplier is formed anew for each element, and columns run from right to left
-// so that a[r][k] is cleared last.
+// One right-hand side in column n. The multiplier is computed again for each element, and columns run from right to
+// left so that a[r][k] is cleared last.
 inline void solve(double (&a)[4][5], int n) {
   for (int k = 0; k < n; ++k) {
     int p = k;

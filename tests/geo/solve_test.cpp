@@ -40,8 +40,8 @@ TEST(solve_test, pivots_on_the_largest_magnitude) {
 }
 
 TEST(solve_test, a_tie_keeps_the_earlier_row) {
-  // Row 1 less row 0 is 0 y = 1, row 0 less row 1 is 0 y = -1: the sign of the infinity tells the pivot. The magnitudes
-  // are compared, so that signs make no difference.
+  // Row 1 less row 0 is 0 y = 1, row 0 less row 1 is 0 y = -1: the sign of the infinity shows which row was the pivot.
+  // The magnitudes are compared, so that signs make no difference.
   augmented_system<2, 3> system = {{{1.0, 2.0, 3.0}, {1.0, 2.0, 4.0}}};
   solve_augmented(system);
   EXPECT_EQ(system[1][2], infinity);

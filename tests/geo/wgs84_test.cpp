@@ -49,7 +49,7 @@ TEST(wgs84_test, finds_ecef_positions) {
   }
 }
 
-// Bowring's formula with one step in 50 digits, mpmath; the great heights tell it from an iterated solution.
+// Bowring's formula with one step in 50 digits, mpmath; at great heights it differs from an iterated solution.
 const conversion_case inverse_cases[] = {
     {"10 km up",
      {4000000.0, 800000.0, 4900000.0},
@@ -204,7 +204,7 @@ TEST(wgs84_test, velocities_have_the_bits_of_the_general_inverse) {
     const double by_transpose = ned.x * rows.m[0][0] + rows.m[1][0] * ned.y + rows.m[2][0] * ned.z;
     if (!plain::same_bits(velocity.x, by_transpose)) ++unlike_transpose;
   }
-  EXPECT_GT(unlike_transpose, 10000);  // the comparison does tell the two apart
+  EXPECT_GT(unlike_transpose, 10000);  // the comparison does find a difference
 }
 
 TEST(wgs84_test, velocities_keep_their_signed_zeros_in_every_quadrant) {

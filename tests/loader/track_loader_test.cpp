@@ -163,7 +163,7 @@ struct memory_case {
 
 const std::string long_name(1000, 'x');
 
-// Each text reader asks for its block, the columns and the samples; the second one begins anew.
+// Each of the two text readers allocates its block, the columns and the samples.
 const memory_case memory_cases[] = {
     {"tagged lines",
      tagged_lines,
@@ -213,7 +213,7 @@ TEST(track_loader_test, tries_no_other_reader_when_memory_is_short_for_a_course)
 struct failing_disk_case {
   const char *name;
   std::string bytes;
-  std::size_t first;  // the disk fails at this byte, and in turn at each multiple of the step behind it
+  std::size_t first;  // the disk fails at this byte, and in turn at each multiple of the step after it
   std::size_t step;
   error_slot error;
   const char *warnings;

@@ -67,7 +67,7 @@ TEST(track_rows_test, each_sample_has_the_row_that_it_was_read_from) {
   }
 }
 
-// Lines of 59 and 60 bytes meet the end of a block of 32768 bytes at every place.
+// With lines of 59 and 60 bytes the ends of the blocks of 32768 bytes are at every place of a line.
 TEST(track_rows_test, rows_are_found_in_every_block) {
   std::string text = names + "\n\n";
   std::vector<std::string> expected;

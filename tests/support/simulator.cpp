@@ -79,7 +79,7 @@ double swoop_speed_at(const simulated_run &run, double seconds) {
   return seconds >= run.swoop_seconds ? 0.0 : run.swoop_speed * (1.0 - seconds / run.swoop_seconds);
 }
 
-// Metres flown so many seconds after the end of the rollout.
+// Metres flown since the end of the rollout, this number of seconds after it.
 double swoop_distance_at(const simulated_run &run, double seconds) {
   const double t = std::fmin(seconds, run.swoop_seconds);
   return run.swoop_speed * (t - 0.5 * t * t / run.swoop_seconds);
@@ -142,7 +142,7 @@ course_sample moved_to(const simulated_run &run, const timetable &plan, course_s
   return sample;
 }
 
-// Integrated from the first sample, then shifted so that the gate is crossed at the gate.
+// Integrated from the first sample, then shifted so that the run crosses the gate's line at the right place.
 std::vector<course_sample> fly(const simulated_run &run) {
   const timetable plan = timetable_of(run);
   std::vector<course_sample> samples(sample_count(run));
@@ -167,7 +167,7 @@ std::vector<course_sample> fly(const simulated_run &run) {
   return samples;
 }
 
-// How the course lies on the ellipsoid.
+// The position and direction of the course on the ellipsoid.
 struct placement {
   double east_x, east_y;  // parts of the course axes towards east and north
   double north_x, north_y;

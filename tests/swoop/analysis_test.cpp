@@ -358,7 +358,7 @@ TEST(analysis_test, sets_whether_there_are_coordinates) {
   EXPECT_TRUE(far.is_derived);
 }
 
-// The run's record asks for a dump, but the engine opens no file.
+// The record has the debug flag, but the engine opens no file.
 TEST(analysis_test, writes_no_file) {
   const temp_dir folder;
   swoop run = straight_run();

@@ -203,7 +203,7 @@ const exit_case early_end_cases[] = {
      3},
 };
 
-// The fall of plain_fall, two samples later, behind a high and a low one.
+// The fall of plain_fall, two samples later, after a high and a low one.
 fall_rows fall_behind_a_landing() {
   fall_rows rows = {{0, from_feet_above(2500.0), 0.0}, {1, from_feet_below(1000.0), 0.0}};
   for (const fall_row &row : plain_fall()) rows.push_back(row);
@@ -368,7 +368,7 @@ double seconds_of_search(const fall_rows &rows) {
   return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
-// Scanning anew would take 10^10 steps each time.
+// Scanning for each candidate would take 10^10 steps each time.
 TEST(plane_exit_test, takes_linear_time_on_a_long_slow_climb) {
   fall_rows rows;
   for (int i = 0; i < 200000; ++i) rows.push_back({i * 100, 1000.0 + i * 1e-4, 10.0});
@@ -397,7 +397,7 @@ TEST(plane_exit_test, takes_linear_time_when_long_means_lie_on_the_threshold) {
   EXPECT_LT(seconds_of_search(rows), 5.0);
 }
 
-// Scanning anew would take 10^10 steps, half a minute and more.
+// Scanning for each candidate would take 10^10 steps, half a minute and more.
 TEST(plane_exit_test, takes_linear_time_when_a_long_level_fall_ends_in_a_climb) {
   fall_rows rows;
   for (int i = 0; i < 200000; ++i) rows.push_back({i * 100, 1000.0, 10.0});

@@ -62,7 +62,7 @@ const rollout_case rollout_cases[] = {
      0,
      no_rollout},
     {"the top itself is low", {0.0, 10.0, 5.0, 0.0}, {0.0, 20.0, 10.0, 0.0}, 1, 3, 0, no_rollout},
-    // At 100 ft the search goes on to sample 3, from which the descent rises back to sample 2 alone.
+    // At 100 ft the search continues to sample 3; going back from it the descent increases only to sample 2.
     {"exactly 100 ft above the stop is not low yet",
      {0.0, 90.0, ft100, 10.0, 0.0},
      {0.0, 5.0, 30.0, 40.0, 0.0},

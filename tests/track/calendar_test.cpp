@@ -121,7 +121,7 @@ const zone_case zone_cases[] = {
     {"Antarctica/Troll", "2024-10-27", 0},     // two hours back
     {"Europe/Dublin", "2024-10-27", 0},        // summer time is the standard there
     {"Pacific/Apia", "2011-12-30", 0},         // a day that was left out
-    {"America/Caracas", "2007-12-09", 1},      // half an hour back for good
+    {"America/Caracas", "2007-12-09", 1},      // half an hour back, permanently
     {"Africa/Monrovia", "1972-01-07", 0},      // 44 min 30 s ahead
     {"Europe/Amsterdam", "1937-06-30", 22},    // 28 s ahead at midnight
     {"Europe/Amsterdam", "1937-07-01", 0},
