@@ -35,7 +35,7 @@ constexpr int least_degrees = 4;
 
 // The variance of a velocity error of variance 1, integrated over so many steps by trapezoids.
 double integrated_variance(double step, double span, double memory) {
-  const int steps = std::max(static_cast<int>(span / step + 0.5), 1);
+  const int steps = std::max(static_cast<int>(std::lround(span / step)), 1);
   const double kept = fixed_exp(-step / memory);
   double sum = steps - 0.5;
   double power = 1.0;

@@ -38,9 +38,9 @@ owned_record<swoop> load_run(const char *path, error_slot *error) {
   return run;
 }
 
-void analyze(swoop &run, const char *path, const check_options &options, error_slot *error) {
+void analyze(swoop &run, const char *track, const check_options &options, error_slot *error) {
   std::optional<course> flown;
-  if (!options.implicit_gate) read_course_file(course_file_name, path, flown, error);
+  if (!options.implicit_gate) read_course_file(course_file_name, track, flown, error);
   if (*error) return;
   run.time_aloft = options.time_aloft;
   if (flown) {

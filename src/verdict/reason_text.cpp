@@ -127,8 +127,9 @@ shown_figure shown(const reason &each, const display_units &units) {
 }  // namespace
 
 void append_reason_sentence(text_buffer &text, const reason &each, const display_units &units) {
-  const auto [value, decimals, unit] = shown(each, units);
-  text_buffer_printf(text, "%.*f%s%s %s", decimals, value, unit[0] == ' ' || unit[0] == '\0' ? "" : " ", unit,
+  const shown_figure figure = shown(each, units);
+  const bool is_close = figure.unit[0] == ' ' || figure.unit[0] == '\0';
+  text_buffer_printf(text, "%.*f%s%s %s", figure.decimals, figure.value, is_close ? "" : " ", figure.unit,
                      words_of(each.code).words);
 }
 

@@ -197,7 +197,7 @@ bool check_one(int number, random_source &source, const settings &given) {
   const simulated_flight flight = random_flight(source, kind, rates[static_cast<int>(source.uniform() * 3.0)]);
   swoop truth;
   if (!find_truth(flight, truth)) return false;
-  const damage &done = damages[number % std::size(damages)];
+  const damage &done = damages[static_cast<std::size_t>(number) % std::size(damages)];
   measured_run run = {flight, truth, *noise_named("gaussian"), {}};
   run.points = measured_points(flight, run.noise, source);
   done.apply(run, source);
