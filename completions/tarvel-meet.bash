@@ -6,6 +6,7 @@ _tarvel_meet_description() {
     -c | --course) echo "course file or index" ;;
     -i | --implicit) echo "find the entry gate from each run itself" ;;
     -m | --metric) echo "metric units" ;;
+    --no-check) echo "do not find out how far the figures can be trusted" ;;
     -o | --output) echo "folder for the results" ;;
     -l | --list) echo "file with more runs, one a line, or a meet.csv" ;;
     -x | --exclude) echo "leave out runs whose file name matches this pattern" ;;
@@ -33,7 +34,7 @@ _tarvel_meet_files() {
 
 _tarvel_meet_options() {
   local option words
-  words='-h --help -c --course -i --implicit -m --metric -o --output -l --list -x --exclude -j --jobs --hosts --ssh
+  words='-h --help -c --course -i --implicit -m --metric --no-check -o --output -l --list -x --exclude -j --jobs --hosts --ssh
     --retries --timeout --fresh --tarvel -q --quiet --version'
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
   # Only a list on the screen has room for descriptions; a single candidate would be typed into the command.

@@ -6,6 +6,7 @@ complete -c tarvel-meet -s c -l course -n 'not __fish_contains_opt -s i implicit
 complete -c tarvel-meet -s i -l implicit -n 'not __fish_contains_opt -s c course' \
   -d 'find the entry gate from each run itself'
 complete -c tarvel-meet -s m -l metric -d 'metric units'
+complete -c tarvel-meet -l no-check -d 'do not find out how far the figures can be trusted'
 complete -c tarvel-meet -s o -l output -x -a '(__fish_complete_directories)' -d 'folder for the results'
 complete -c tarvel-meet -s l -l list -r -F -d 'file with more runs, one a line, or a meet.csv'
 complete -c tarvel-meet -s x -l exclude -x -d 'leave out runs whose file name matches this pattern'

@@ -19,7 +19,7 @@ SPLIT = os.environ.get("TARVEL_SPLIT_PROGRAM", str(PROJECT / "build/release/tarv
 TARVEL_CHECK = os.environ.get("TARVEL_CHECK_PROGRAM", str(PROJECT / "build/release/tarvel-check"))
 TARVEL_JSON = os.environ.get("TARVEL_JSON_PROGRAM", str(PROJECT / "build/release/tarvel-json"))
 COMPLETIONS = PROJECT / "completions"
-OPTION = r"-[A-Za-z]|--[a-z]+"
+OPTION = r"-[A-Za-z]|--[a-z]+(?:-[a-z]+)*"
 
 
 def printed_by(command, **settings):
@@ -33,7 +33,7 @@ def page_section(name, heading):
 
 def listed_in_page(name):
     heads = re.findall(r"^\.It (Fl .*)$", page_section(name, "DESCRIPTION"), re.MULTILINE)
-    return {f"-{option}" for head in heads for option in re.findall(r"Fl (-?\w+)", head)}
+    return {f"-{option}" for head in heads for option in re.findall(r"Fl (-?\w[\w-]*)", head)}
 
 
 def letters(words):
@@ -84,7 +84,7 @@ def fish_completion(name):
             line = re.sub(r" -n '[^']*'", "", line)
             description = re.search(r" -d '(.*)'", line)
             found.update({f"-{letter}": description[1] for letter in re.findall(r" -s (\w) ", line)})
-            found.update({f"--{word}": description[1] for word in re.findall(r" -l (\w+) ", line)})
+            found.update({f"--{word}": description[1] for word in re.findall(r" -l ([\w-]+) ", line)})
     return found
 
 

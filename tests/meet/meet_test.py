@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # Runs tarvel-meet over simulated meets: meet_test.py [CLASS[.TEST]...]
 #
-# TARVEL_PROGRAM names the built tarvel, TARVEL_SOURCE_DIR the source tree, TARVEL_MEET_RUNS the size of the large meet
-# (300). Exit status 77, with the reason, where GNU parallel or rsync is missing.
+# TARVEL_PROGRAM names the built tarvel, which tarvel-json stands beside, TARVEL_SOURCE_DIR the source tree,
+# TARVEL_MEET_RUNS the size of the large meet (300). Exit status 77, with the reason, where GNU parallel or rsync is missing.
 import contextlib
 import csv
 import fcntl
@@ -28,9 +28,11 @@ import simulate_meet
 SOURCE = pathlib.Path(os.environ["TARVEL_SOURCE_DIR"])
 TARVEL = pathlib.Path(os.environ["TARVEL_PROGRAM"]).resolve()
 RUNS = int(os.environ.get("TARVEL_MEET_RUNS", "300"))
+TARVEL_JSON = TARVEL.with_name("tarvel-json")
 MEET = SOURCE / "meet" / "tarvel-meet"
 EXAMPLES = SOURCE / "examples"
 EXAMPLE_RUNS = ("carve", "reversed", "straight", "tagged")
+FIGURE_COLUMNS = 34
 PATIENCE = 240  # seconds
 
 # What a plain shell on another machine would have, and what the sanitizers and the coverage need.
@@ -49,7 +51,7 @@ if "TARVEL_MEET_COVERAGE" in os.environ:
 
 
 def load_meet():
-    """The program's own functions, for the reports that no track is made for."""
+    """The program's own functions, for the documents that no track is made for."""
     loader = importlib.machinery.SourceFileLoader("tarvel_meet", str(MEET))
     module = importlib.util.module_from_spec(importlib.util.spec_from_loader("tarvel_meet", loader))
     sys.dont_write_bytecode = True
@@ -120,7 +122,8 @@ class MeetTest(unittest.TestCase):
         shutil.copy(EXAMPLES / "matrix.txt", self.folder)
 
     def environment(self, **more):
-        return {**os.environ, "HOME": str(self.folder / "home"), "TARVEL": str(TARVEL), **more}
+        return {**os.environ, "HOME": str(self.folder / "home"), "TARVEL": str(TARVEL),
+                "TARVEL_JSON": str(TARVEL_JSON), **more}
 
     def start(self, *words, **more):
         """In a session of its own, so that a signal reaches it and nobody else."""
@@ -156,7 +159,7 @@ class MeetTest(unittest.TestCase):
     def assert_figures_equal_report(self, row, report):
         self.assertEqual(row["status"], "ok", row["message"])
         self.assertEqual(row["message"], "")
-        self.assertEqual(list(row.values())[4:], printed_figures(report), row["name"])
+        self.assertEqual(list(row.values())[4:4 + FIGURE_COLUMNS], printed_figures(report), row["name"])
 
     def assert_same_outputs(self, name, *results):
         """All files of a run, but for the date in a PDF and the session in the record."""
@@ -233,7 +236,7 @@ class ReportTest(MeetTest):
             self.assert_figures_equal_report(rows[name], self.report_by_hand("-i", f"{name}.csv"))
         self.assertFalse((self.folder / "results/implicit/matrix.txt").exists())
 
-    def test_keeps_the_warnings_of_a_sound_run_apart_from_its_report(self):
+    def test_analyses_a_run_with_a_warning_like_any_other(self):
         self.add_tracks("straight")
         lines = (EXAMPLES / "straight.csv").read_text().splitlines()
         more = [",WARNING: temp,\u2028", ",(degC),()", *[",21.5,1"] * (len(lines) - 2)]
@@ -246,40 +249,126 @@ class ReportTest(MeetTest):
         self.assertRegex(rows["failed"]["message"], "^invalid gate location")
         expected = ["WARNING: unknown field (WARNING: temp)", "WARNING: unknown field (\u2028)"]
         for name, warnings in (("straight", []), ("warned", expected), ("failed", expected)):
-            record = json.loads((self.folder / "results" / name / ".tarvel-meet").read_text())
-            self.assertEqual(record["warnings"], warnings)
+            document = json.loads((self.folder / "results" / name / f"{name}.json").read_text())
+            self.assertEqual([f"WARNING: {warning}" for warning in document["warnings"]], warnings)
 
-    def test_reads_every_form_of_every_line(self):
+    def document_by_hand(self, *words):
+        self.report_by_hand(words[-1])
+        done = subprocess.run([TARVEL_JSON, *words], cwd=self.folder / "hand", stdout=subprocess.PIPE, check=True)
+        return json.loads(done.stdout)
+
+    def test_reads_every_form_of_every_figure(self):
         module = load_meet()
-        report = self.report_by_hand("carve.csv").removeprefix("\n")
-        metric = self.report_by_hand("-m", "carve.csv").removeprefix("\n")
-        imperial_format, metric_format = module.ReportFormat(False), module.ReportFormat(True)
-        self.assertIsNone(imperial_format.figures(metric))
-        self.assertIsNone(metric_format.figures(report))
-        self.assertIsNone(imperial_format.figures(report + "\n"))
-        self.assertIsNone(imperial_format.figures(report.replace("time aloft", "time afoot")))
-        for old, new, column, value in (
-                ("airplane:      4955", "airplane:     -----", "exit_altitude_ft", ""),
-                ("airplane:      4955", "airplane:     12345", "exit_altitude_ft", "12345"),
-                ("airplane:      4955", "airplane:      -nan", "exit_altitude_ft", "-nan"),
-                ("turn:        933", "turn:        -0", "turn_altitude_ft", "-0"),
-                ("turn:        933", "turn:        -inf", "turn_altitude_ft", "-inf"),
-                ("turn:        933", "turn:        1234567", "turn_altitude_ft", "1234567"),
-                ("270 deg (right", "  0 deg (left", "turn_direction", "left"),
-                ("8.90 sec", "18446744073709551.62 sec", "turn_time_s", "18446744073709551.62"),
-                ("speed:      76.8", "speed:      ----", "entry_gate_speed_mph", ""),
-                ("speed:      76.8", "speed:      1234.", "entry_gate_speed_mph", "1234."),
-                ("time:      2.88", "time:      ----", "carve_time_s", ""),
-                ("time:      2.88", "time:      18446", "carve_time_s", "18446"),
-                ("(39.1 mph", "(---- mph", "exit_gate_speed_mph", ""),
-                ("stop:      210", "stop:      -12", "stop_distance_ft", "-12"),
-                ("(1.4 mph", "(nan mph", "touchdown_speed_mph", "nan")):
-            with self.subTest(new=new):
-                self.assertIn(old, report)
-                figures = imperial_format.figures(report.replace(old, new))
-                self.assertIsNotNone(figures)
-                self.assertEqual(figures[column], value)
-                self.assertEqual(list(figures.values()), printed_figures(report.replace(old, new)))
+        document = self.document_by_hand("carve.csv")
+        imperial, metric = module.Table(False), module.Table(True)
+        self.assertRaises(module.FormError, metric.cells, document)
+        figures = document["figures"]
+        for name, text, column, value in (
+                ("exit_altitude", "-----", "exit_altitude_ft", ""),
+                ("exit_altitude", "-nan", "exit_altitude_ft", "-nan"),
+                ("turn_altitude", "-0", "turn_altitude_ft", "-0"),
+                ("turn_altitude", "-inf", "turn_altitude_ft", "-inf"),
+                ("turn_time", "18446744073709551.62", "turn_time_s", "18446744073709551.62"),
+                ("entry_gate_speed", "----", "entry_gate_speed_mph", ""),
+                ("entry_gate_speed", "1234.", "entry_gate_speed_mph", "1234."),
+                ("carve_time", "18446", "carve_time_s", "18446"),
+                ("stop_distance", "-12", "stop_distance_ft", "-12")):
+            with self.subTest(text=text):
+                changed = {**document, "figures": {**figures, name: {**figures[name], "text": text}}}
+                self.assertEqual(imperial.cells(changed), {**imperial.cells(document), column: value})
+        for damage in ({"figures": None}, {"figures": []}, {"check": 1}, {"check": {}}, {"phases": None},
+                       {"figures": {**figures, "carve_time": {**figures["carve_time"], "text": "=1+1"}}},
+                       {"figures": {**figures, "carve_time": {**figures["carve_time"], "text": 3}}},
+                       {"figures": {**figures, "carve_time": {**figures["carve_time"], "text_unit": "h"}}},
+                       {"track": {}}, {"program": "x"}, {"track": {**document["track"], "rate": "many"}}):
+            with self.subTest(damage=damage):
+                self.assertRaises(module.FormError, imperial.cells, {**document, **damage})
+
+    def test_has_what_is_known_of_each_run_behind_the_figures(self):
+        self.add_tracks("carve", "straight")
+        self.meet("--no-check", "tracks")
+        rows = self.table()
+        columns = list(rows["carve"])
+        self.assertEqual(columns[4 + FIGURE_COLUMNS:], [
+            "clock", "course", "samples_a_second", "verdict", "reasons", "entry_gate_speed_half_width_mph",
+            "touchdown_distance_half_width_ft", "carve_time_half_width_s", "version"])
+        version = subprocess.run([TARVEL, "-v"], stdout=subprocess.PIPE, text=True, check=True).stdout
+        for name in ("carve", "straight"):
+            document = json.loads((self.folder / "results" / name / f"{name}.json").read_text())
+            self.assertEqual(list(rows[name].values())[4 + FIGURE_COLUMNS:-1],
+                             [document["phases"]["turn"]["clock"][:19].replace("T", " "), "matrix.txt", "10",
+                              *[""] * 5])
+            self.assertIn(f"version {rows[name]['version']} ", version)
+        self.assertNotIn("bracket", (self.folder / "results/meet.txt").read_text())
+
+    def test_has_the_check_of_each_run(self):
+        self.add_tracks("carve", "straight")
+        for options in ([], ["-m"]):
+            self.meet(*options, "tracks")
+            for name, row in self.table().items():
+                document = json.loads((self.folder / "results" / name / f"{name}.json").read_text())
+                self.assertEqual((row["verdict"], row["reasons"]), ("good", ""))
+                for score in ("entry_gate_speed", "touchdown_distance", "carve_time"):
+                    column, = (key for key in row if key.startswith(f"{score}_half_width_"))
+                    interval = document["check"]["intervals"][score]
+                    if interval["why"] == "touchdown-is-stop":
+                        interval = document["check"]["intervals"]["stop_distance"]
+                    if interval["low"] is None:
+                        self.assertEqual(row[column], "")
+                        continue
+                    # The ends as printed lie up to one of the last digit farther out.
+                    printed = (float(interval["high_text"]) - float(interval["low_text"])) / 2
+                    step = 10.0 ** -len(interval["low_text"].partition(".")[2])
+                    self.assertLess(abs(float(row[column]) - printed), 1.01 * step)
+
+    def test_marks_runs_that_are_not_good(self):
+        self.add_tracks("carve", "straight")
+        lines = (EXAMPLES / "carve.csv").read_text().splitlines(keepends=True)
+        turn = self.document_by_hand("carve.csv")["phases"]["turn"]["index"] + 2
+        (self.tracks / "gap.csv").write_text("".join(lines[:turn + 40] + lines[turn + 60:]))
+        self.meet("tracks")
+        row = self.table()["gap"]
+        self.assertIn(row["verdict"], ("doubtful", "unusable"))
+        self.assertIn("gap", row["reasons"].split())
+        text = (self.folder / "results/meet.txt").read_text()
+        self.assertRegex(text, r"(?m)^. +\d.*  gap  [?X] (doubtful|unusable): .*gap")
+        self.assertRegex(text, r"(?ms)^(DOUBTFUL|UNUSABLE): .*^gap\n(  .*\n)*  gap: 2\.\d0 s without samples")
+        self.assertRegex(text, r"(?m)^3 runs: 3 analysed, 0 failed, \d doubtful, \d unusable$")
+        self.assertNotRegex(text, r"(straight|carve)  [?X]")
+
+    def test_lists_what_is_no_track_apart(self):
+        self.add_tracks("straight")
+        (self.tracks / "event.csv").write_text("time,kind,text\n,,\n2026-05-16T13:05:31.25Z,1,start\n")
+        (self.tracks / "sensor.csv").write_text("$FLYS,1\n$COL,IMU,time,wx\n$COL,VBAT,time\n$DATA\n$IMU,1,2\n")
+        (self.tracks / "photo.jpg").write_bytes(b"\xff\xd8\xff\xe0" + bytes(1000))
+        (self.tracks / "named.csv").write_bytes(b"\x89PNG\r\n\x1a\n" + bytes(100))
+        track = (EXAMPLES / "straight.csv").read_bytes()
+        for name, content in (("empty", b""), ("cut", track[:30]), ("zeros", bytes(1000)), ("text", b"Hello, you\n")):
+            (self.tracks / f"{name}.csv").write_bytes(content)
+        output = self.meet("tracks", "tracks/photo.jpg", status=1)
+        self.assertEqual(set(self.table()), {"straight", "empty", "cut", "zeros", "text"})
+        self.assertIn("4 other files", output)
+        text = (self.folder / "results/meet.txt").read_text()
+        self.assertTrue(text.endswith(
+            "NO TRACKS: files without positions\n\ntracks/event.csv: a record without positions\n"
+            "tracks/named.csv: a picture\ntracks/photo.jpg: a picture\n"
+            "tracks/sensor.csv: a record of IMU and VBAT\n"), text)
+        self.assertIn("no runs", self.meet("tracks/event.csv", status=2))
+
+    def test_puts_a_bracket_round_neighbours(self):
+        module = load_meet()
+
+        def rows(*intervals):
+            return [{"intervals": {} if each is None else {"a": each}} for each in intervals]
+
+        for expected, intervals in (
+                ("", []), (" ", [(1, 2)]), ("  ", [(1, 2), (2.5, 4)]),
+                ("/\\", [(1, 3), (2, 4)]), ("/\\", [(1, 2), (2, 4)]),
+                ("/|\\ ", [(8, 10), (7, 9), (6, 7), (1, 2)]), ("/\\/\\", [(8, 10), (7, 9), (4, 5), (3, 4)]),
+                # Nobody knows where a run without an interval stands.
+                ("/|\\", [(8, 10), None, (1, 2)]), ("/\\", [None, None])):
+            with self.subTest(intervals=intervals):
+                self.assertEqual("".join(module.brackets(rows(*intervals), "a")), expected)
 
     def test_reads_its_table_back(self):
         module = load_meet()
@@ -295,12 +384,14 @@ class ReportTest(MeetTest):
 
     def test_ranks(self):
         module = load_meet()
-        report_format = module.ReportFormat(False)
+        table = module.Table(False)
+
+        def figures_of(text):
+            return dict.fromkeys(table.columns[:FIGURE_COLUMNS], text)
 
         def row(name, status="ok", **figures):
             return {"name": name, "status": status, "message": figures.pop("message", ""),
-                    **dict.fromkeys(report_format.columns, "1"), "carve_time_s": "", "exit_gate_speed_mph": "",
-                    **figures}
+                    **figures_of("1"), "carve_time_s": "", "exit_gate_speed_mph": "", **figures}
 
         text = module.summary_text([
             row("a", touchdown_distance_ft="200", entry_gate_speed_mph="70.5"),
@@ -312,7 +403,7 @@ class ReportTest(MeetTest):
             row("g", carve_time_s="10.01", exit_gate_speed_mph="40.0", entry_gate_speed_mph="75.0"),
             row("h", entry_gate_speed_mph=""),
             row("i\n\x1b[2J", status="failed", message="no\nsuch"),
-        ], report_format)
+        ], table)
         sections = re.split(r"^(DISTANCE|SPEED|ENTRY GATE SPEED|NOT RANKED|FAILED)", text, flags=re.MULTILINE)
         ranks = {title: [(line.split()[0], line.split()[-1]) for line in body.splitlines()[3:] if line]
                  for title, body in zip(sections[1::2], sections[2::2])}
@@ -326,11 +417,11 @@ class ReportTest(MeetTest):
 
     def test_ranks_thousands_of_runs(self):
         module = load_meet()
-        report_format = module.ReportFormat(False)
-        figures = {**dict.fromkeys(report_format.columns, "1"), "carve_time_s": ""}
+        table = module.Table(False)
+        figures = {**dict.fromkeys(table.columns[:FIGURE_COLUMNS], "1"), "carve_time_s": "", module.VERDICT: module.GOOD}
         rows = [{"name": f"{number:05}", "status": "ok", "message": "", **figures} for number in range(24_000)]
         with self.assert_within_seconds(4):
-            module.summary_text(rows, report_format)
+            module.summary_text(rows, table)
 
 
 class ResumeTest(MeetTest):
@@ -648,7 +739,8 @@ class ReturnTest(MeetTest):
         shutil.copytree(self.returned, whole)
         for case, change in (
                 ("no session", edit(session=None)),
-                ("no report", edit(report=None)),
+                ("no message", edit(message=None)),
+                ("no document", lambda: (self.returned / "straight.json").unlink()),
                 ("another session", edit(session="0123")),
                 ("another name", edit(name="../straight")),
                 ("another track", edit(source="/carve.csv")),
@@ -698,7 +790,7 @@ class FolderTest(MeetTest):
         watching = self.script("watching", f"""
             [[ $1 == -v ]] && exit
             mkdir busy || echo "two jobs in $PWD" >>"{self.folder}/findings"
-            [[ $(ls) == $'b.txt\\nbusy\\nmatrix.txt\\nrun.csv\\nsub' ]] || ls >>"{self.folder}/findings"
+            [[ $(ls) == $'b.txt\\nbusy\\nmatrix.txt\\nrun.csv\\nrun.json\\nsub' ]] || ls >>"{self.folder}/findings"
             cat run.csv >run.txt
             sleep 0.0$((RANDOM % 10))
             cmp run.csv run.txt || echo "another job wrote in $PWD" >>"{self.folder}/findings"
@@ -952,14 +1044,33 @@ class FailureTest(MeetTest):
             1.csv) echo "first"; echo "out of luck" >&2; exit 3 ;;
             2.csv) exit 3 ;;
             3.csv) kill -35 $$ ;;
-            4.csv) echo "no report" ;;
+            4.csv) sleep 3 ;;
             5.csv) mkfifo fifo ;;
             esac\n""")
-        self.meet("--retries", "1", "tracks", status=1, TARVEL=failing)
+        self.meet("--retries", "1", "--timeout", "2", "tracks", status=1, TARVEL=failing)
         self.assertEqual(self.messages(), {
             "1": "out of luck", "2": "exit status 3", "3": "tarvel was ended by signal 35",
-            "4": "its report has an unknown form", "5": "could not be analysed: not a regular file"})
+            "4": "took longer than 2 s", "5": "could not be analysed: not a regular file"})
         self.assertEqual(os.listdir(self.folder / "results/5"), [".tarvel-meet"])
+
+    def test_says_how_tarvel_json_failed(self):
+        for number in range(1, 6):
+            shutil.copy(EXAMPLES / "straight.csv", self.tracks / f"{number}.csv")
+        failing = self.script("failing", f"""case "${{@: -1}}" in
+            1.csv) echo "out of luck" >&2; exit 1 ;;
+            2.csv) exit 3 ;;
+            3.csv) kill -35 $$ ;;
+            4.csv) echo "no document" ;;
+            5.csv) "{TARVEL_JSON}" "$@" | sed 's/"text":"/"text":"=/' ;;
+            --version) echo 1 ;;
+            esac\n""")
+        self.meet("--retries", "1", "--no-check", "tracks", status=1, TARVEL_JSON=failing)
+        self.assertEqual(self.messages(), {
+            "1": "out of luck", "2": "exit status 3", "3": "tarvel-json was ended by signal 35",
+            "4": "its document has an unknown form", "5": "its document has an unknown form"})
+        closing = self.script("closing", 'chmod -x "$0"\n')
+        self.meet("--retries", "1", "tracks/1.csv", status=1, TARVEL_JSON=closing)
+        self.assertEqual(self.messages(), {"1": "cannot run tarvel-json: Permission denied"})
 
     def test_says_that_tarvel_cannot_be_run(self):
         self.add_tracks("straight")
@@ -1052,10 +1163,12 @@ class UsageTest(MeetTest):
                 (("-x", "*", "tracks"), "no runs"),
                 (("--hosts", "missing", "tracks"), "cannot read the host list"),
                 (("--tarvel", "./missing", "tracks"), "cannot run ./missing"),
+                (("--tarvel", "/bin/true", "tracks"), "cannot run /nonexistent/json"),
                 (("-j", "0", "tracks"), "invalid positive value"),
                 (("--unknown", "tracks"), "unrecognized")):
             with self.subTest(words=words):
-                self.assertIn(message, self.meet(*words, status=2))
+                self.assertIn(message, self.meet(*words, status=2, **(
+                    {"TARVEL_JSON": "/nonexistent/json"} if "/bin/true" in words else {})))
         self.assertEqual((self.folder / "used/letter").read_bytes(), b"")
         self.assertIn("GNU parallel is needed", self.meet("tracks", status=2, PATH="/nonexistent"))
         self.script("bin/parallel", "exit 1\n")
