@@ -347,7 +347,7 @@ class ReportTest(MeetTest):
             (self.tracks / f"{name}.csv").write_bytes(content)
         output = self.meet("tracks", "tracks/photo.jpg", status=1)
         self.assertEqual(set(self.table()), {"straight", "empty", "cut", "zeros", "text"})
-        self.assertIn("4 other files", output)
+        self.assertIn("; other files: 4; see ", output)
         text = (self.folder / "results/meet.txt").read_text()
         self.assertTrue(text.endswith(
             "NO TRACKS: files without positions\n\ntracks/event.csv: a record without positions\n"
