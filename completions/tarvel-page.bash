@@ -6,6 +6,9 @@ _tarvel_page_description() {
     -i | --implicit) echo "find the entry gate from the run itself" ;;
     -m | --metric) echo "begin in metric units" ;;
     -t | --aloft) echo "seconds aloft, as a judge measured them" ;;
+    --no-check) echo "leave out intervals, reasons and verdict" ;;
+    --draws) echo "tracks to draw for the intervals, 40 to 10000" ;;
+    --seed) echo "where their random numbers begin" ;;
     -o | --output) echo "write this file" ;;
     --version) echo "print the version" ;;
   esac
@@ -23,7 +26,7 @@ _tarvel_page_files() {
 
 _tarvel_page_options() {
   local option
-  mapfile -t COMPREPLY < <(compgen -W '-h --help -i --implicit -m --metric -t --aloft -o --output --version' -- "$cur")
+  mapfile -t COMPREPLY < <(compgen -W '-h --help -i --implicit -m --metric -t --aloft --no-check --draws --seed -o --output --version' -- "$cur")
   # Only a list on the screen has room for descriptions; a single candidate would be typed into the command.
   [[ $COMP_TYPE == 63 && ${#COMPREPLY[@]} -gt 1 ]] || return 0
   for option in "${!COMPREPLY[@]}"; do
@@ -42,7 +45,7 @@ _tarvel_page() {
   COMPREPLY=()
   # Letters may share a hyphen; the last of them takes the next word.
   case $prev in
-    -t | -[im]*t | --aloft) return ;;
+    -t | -[im]*t | --aloft | --draws | --seed) return ;;
     -o | -[im]*o | --output) _tarvel_page_files html; return ;;
   esac
   case $cur in

@@ -256,18 +256,41 @@ class FiguresTest(unittest.TestCase):
         open_page(work.page("walk.html", "walk.csv", status=1))
         self.assertIn("could not detect pattern entry", texts(".verdict")[0])
 
-    def test_a_check_gives_intervals_a_verdict_and_reasons(self):
-        document = work.document("carve.csv")
-        document["check"] = {
-            "verdict": "doubtful",
-            "intervals": {"entry_gate_speed": {"low": 34.0, "high": 34.5}},
-            "reasons": [{"code": "poor-accuracy", "severity": "doubtful", "text": "compare with a second logger"}]}
+    def test_intervals_are_those_of_the_check_in_either_units(self):
+        for run, shared in (("carve.csv", 30), ("straight.csv", 28)):
+            for page_options in ([], ["-m"]):
+                open_page(work.page("check.html", *page_options, run))
+                for switch, options in (("ft, mph", []), ("m, km/h", ["-m"])):
+                    press(switch)
+                    shown = dict(script("""return [...document.querySelectorAll('.body [data-figure]')].flatMap(each => {
+                        const interval = each.parentElement.querySelector(':scope > .interval');
+                        return interval ? [[each.dataset.figure, interval.textContent]] : []})"""))
+                    intervals = work.document(run, "--check", *options)["check"]["intervals"]
+                    expected = {name: f"{each['low_text'].strip()} … {each['high_text'].strip()}".replace("-", MINUS)
+                                for name, each in intervals.items() if name in shown}
+                    self.assertEqual(shown, expected)
+                    self.assertEqual(len(shown), shared)
+
+    def test_verdict_and_reasons_are_words(self):
+        document = work.document("straight.csv", "--check")
+        open_page(work.page("check.html", "straight.csv"))
+        self.assertIn("Good", texts(".verdict strong")[0])
+        self.assertIn(document["check"]["reasons"][0]["text"], texts(".reasons li")[0])
+        self.assertIn("the stop is taken for it", texts(".verdict p.note")[0])
+        document["check"]["verdict"] = "doubtful"
+        document["check"]["reasons"].append({
+            "code": "poor-accuracy", "severity": "doubtful", "value": 3, "unit": None, "text": "compare with a second logger"})
         open_page(work.page_of_documents("check.html", document))
-        # 34.0 m/s are 76.06 mph and 34.5 m/s 77.17 mph: rounded outward.
-        self.assertEqual(texts(".tiles .interval"), ["76.0 … 77.2"])
         self.assertIn("Doubtful", texts(".verdict strong")[0])
-        self.assertIn("compare with a second logger", texts(".reasons li")[0])
-        open_page(work.page("carve.html", "carve.csv"))
+        self.assertEqual(texts(".reasons li strong"), ["note", "doubtful"])
+        good = {**work.document("carve.csv", "--check")}
+        open_page(work.page_of_documents("check.html", good, document))
+        self.assertEqual(texts(".comparison .mark"), ["✓good", "?doubtful"])
+        self.assertEqual(texts(".verdict .whose"), ["straight:"])
+        self.assertEqual(axe_findings(), [])
+
+    def test_without_a_check(self):
+        open_page(work.page("carve.html", "--no-check", "carve.csv"))
         self.assertEqual(texts(".interval") + texts(".verdict"), [])
 
 
@@ -430,7 +453,7 @@ class ComparisonTest(unittest.TestCase):
 
     def test_runs_have_lines_colours_and_names_of_their_own(self):
         open_page(work.page("several.html", "carve.csv", "straight.csv", "walk.csv", status=1))
-        self.assertEqual(texts(".comparison tbody th"), ["carve", "straight", "walk"])
+        self.assertEqual(texts(".comparison tbody .run-name"), ["carve", "straight", "walk"])
         self.assertIn("could not detect pattern entry", texts(".failed"))
         colours = script("return [...document.querySelectorAll('.comparison .swatch')].map(each => each.style.backgroundColor)")
         self.assertEqual(len(set(colours)), 2)
@@ -441,7 +464,7 @@ class ComparisonTest(unittest.TestCase):
         open_page(work.page("eight.html", *runs))
         swatches = script("return [...document.querySelectorAll('.comparison .swatch')].map(each => each.style.backgroundColor)")
         self.assertEqual(len(set(swatches)), 8)
-        self.assertEqual(len(set(texts(".comparison tbody th"))), 8)
+        self.assertEqual(len(set(texts(".comparison tbody .run-name"))), 8)
 
 
 class AccessTest(unittest.TestCase):
@@ -597,12 +620,11 @@ class PrintTest(unittest.TestCase):
         self.check(page, 8.5, 11, ["carve", "tagged", "74.9"])
 
     def test_one_sheet_holds_a_run_with_intervals_and_reasons(self):
-        document = work.document("carve.csv")
-        intervals = {name: {"low": each["value"] - 1, "high": each["value"] + 1}
-                     for name, each in document["figures"].items() if each["value"] is not None}
-        reasons = [{"code": f"reason-{i}", "severity": "doubtful", "text": "what was measured, and what to do about it"}
-                   for i in range(6)]
-        document["check"] = {"verdict": "doubtful", "intervals": intervals, "reasons": reasons}
+        document = work.document("carve.csv", "--check")
+        document["check"]["verdict"] = "doubtful"
+        document["check"]["reasons"] = [
+            {"code": f"reason-{i}", "severity": "doubtful", "value": i, "unit": None,
+             "text": "what was measured, and what to do about it"} for i in range(6)]
         self.check(work.page_of_documents("check.html", document), 8.5, 11, ["Doubtful", "reason-5"])
 
     def test_a_failed_run_prints_its_message(self):

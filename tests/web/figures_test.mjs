@@ -26,12 +26,35 @@ test("a figure is the report's text in the report's units, and has its digits in
   assert.equal(differenceText(turn, { ...turn, direction: "right-hand" }, imperial), "other side");
 });
 
-test("an interval is rounded outward, and a document without a check has none", () => {
-  const source = { ...runDocument([{ x: 1 }]), check: { verdict: "good", intervals: { entry_gate_speed: { low: 34.0, high: 34.5 }, rotation: "?" }, reasons: [{ code: "gap", severity: "note", text: "words" }] } };
+test("an interval is the document's text in its units, and rounded outward in the others", () => {
+  const without = { low: null, high: null, low_text: null, high_text: null, missing: 0, why: "touchdown-is-stop" };
+  const source = {
+    ...runDocument([{ x: 1 }]),
+    check: {
+      verdict: "good",
+      draws: 400,
+      intervals: {
+        entry_gate_speed: { low: 34.0, high: 34.5, low_text: "76.0", high_text: "77.2", missing: 0, why: null },
+        turn_offset: { low: -1.5, high: 0.5, low_text: "-5", high_text: "2", missing: 0, why: null },
+        touchdown_distance: without,
+        carve_time: { ...without, why: "not-found" },
+        aloft_time: without,
+        rotation: "?",
+      },
+      reasons: [{ code: "gap", severity: "note", value: 1, unit: "s", text: "words" }],
+    },
+  };
   const check = checkOf(source);
   const speed = { value: 34.3, unit: "m/s", text: "76.7", text_unit: "mph" };
-  assert.equal(intervalText(check, "entry_gate_speed", speed, imperial), "76.0 … 77.2"); // 76.056 and 77.174
+  assert.equal(intervalText(check, "entry_gate_speed", speed, imperial), "76.0 … 77.2");
+  assert.equal(intervalText(check, "entry_gate_speed", speed, metric), "122.4 … 124.2"); // 122.40 and 124.20
+  const offset = { value: -0.3, unit: "m", text: "-1", text_unit: "ft" };
+  assert.equal(intervalText(check, "turn_offset", offset, imperial), "−5 … 2");
+  assert.equal(intervalText(check, "turn_offset", offset, metric), "−2 … 1");
+  assert.equal(intervalText(check, "touchdown_distance", offset, imperial), "");
   assert.equal(intervalText(check, "rotation", speed, imperial), "");
-  assert.deepEqual(check.reasons, [{ code: "gap", weight: "note", text: "words" }]);
+  assert.deepEqual(check.missing, ["touchdown-is-stop", "not-found"]);
+  assert.deepEqual(check.reasons, [{ code: "gap", severity: "note", text: "words" }]);
   assert.equal(checkOf(runDocument([{ x: 1 }])), null);
+  assert.equal(checkOf({ ...source, check: null }), null);
 });

@@ -73,6 +73,7 @@ class PageProgramTest(unittest.TestCase):
     def test_a_wrong_command_line(self):
         for arguments, message in [([], "no track"), (["-", "-"], "standard input can be read once"),
                                    (["-t", "5", "carve.csv", "straight.csv"], "-t belongs to one run"),
+                                   (["--no-check", "--seed", "2", "carve.csv"], "--draws and --seed belong to the check"),
                                    (["--metr", "carve.csv"], "unrecognized")]:
             self.assertIn(message, self.page(*arguments, status=2))
         self.assertEqual(self.files(), [])
@@ -82,6 +83,17 @@ class PageProgramTest(unittest.TestCase):
         self.assertIn("tarvel-json: not a number of seconds: two", error)
         self.assertIn("tarvel-page: no document of carve.csv", error)
         self.assertEqual(self.files(), [])
+
+    def test_the_check_is_asked_for_unless_it_is_left_out(self):
+        def check_of(*arguments):
+            self.page(*arguments, "carve.csv")
+            return json.loads(Parts((self.work.folder / "carve.html").read_text()).parts["tarvel-documents"])[0]["check"]
+
+        self.assertEqual(check_of()["draws"], 400)
+        self.assertEqual(check_of("--draws", "50", "--seed", "7")["draws"], 50)
+        self.assertNotEqual(check_of("--draws", "50", "--seed", "7")["intervals"], check_of("--draws", "50")["intervals"])
+        self.assertIsNone(check_of("--no-check"))
+        self.assertIn("not a number of draws", self.page("--draws", "5", "carve.csv", status=2))
 
     def test_a_run_that_fails_has_a_page(self):
         self.assertIn("could not detect pattern entry", self.page("walk.csv", status=1))
@@ -112,9 +124,20 @@ class PageProgramTest(unittest.TestCase):
         self.page("-m", "carve.csv", "straight.csv")
         found = json.loads(Parts((self.work.folder / "carve.html").read_text()).parts["tarvel-documents"])
         for run, packed in zip(("carve.csv", "straight.csv"), found, strict=True):
-            document = self.work.document(run, "-m")
-            for name in ("program", "track", "warnings", "failure", "figures", "phases"):
+            document = self.work.document(run, "-m", "--check")
+            for name in ("program", "track", "warnings", "failure", "figures"):
                 self.assertEqual(packed[name], document[name])
+            for name, phase in packed["phases"].items():
+                for member, value in (phase or {}).items():
+                    whole = document["phases"][name][member]
+                    self.assertEqual(value, round(whole, 4) if isinstance(whole, float) else whole)
+            for name, (interval, whole) in {name: (each, document["check"]["intervals"][name])
+                                            for name, each in packed["check"]["intervals"].items()}.items():
+                if isinstance(interval, str):
+                    self.assertEqual((interval, None), (whole["why"], whole["low"]), name)
+                    continue
+                self.assertEqual(interval[2:], [whole["low_text"], whole["high_text"]])
+                self.assertTrue(0 <= whole["low"] - interval[0] < 2e-6 and 0 <= interval[1] - whole["high"] < 2e-6, name)
             for name, column in packed["samples"].items():
                 whole = document["samples"][name]
                 self.assertEqual(list(accumulate(column)) if isinstance(column, list) else column, whole, name)

@@ -6,17 +6,20 @@ import { Units, fixed } from "./units";
 export interface Interval {
   low: number; // in the unit of the figure's value
   high: number;
+  lowText: string; // as the report would print it, in the unit of the figure's text
+  highText: string;
 }
 
 export interface Reason {
   code: string;
-  weight: "note" | "doubtful" | "unusable";
+  severity: "note" | "doubtful" | "unusable";
   text: string;
 }
 
 export interface Check {
   verdict: "good" | "doubtful" | "unusable";
-  intervals: Record<string, Interval>;
+  intervals: Record<string, Interval>; // of the figures that have one
+  missing: string[]; // why others have none
   reasons: Reason[];
 }
 
@@ -31,30 +34,36 @@ export function checkOf(document: RunDocument): Check | null {
   if (!isRecord(source)) return null;
   const verdict = verdicts.find((each) => each === source.verdict);
   if (!verdict) return null;
-  const intervals: Record<string, Interval> = {};
+  const check: Check = { verdict, intervals: {}, missing: [], reasons: [] };
   for (const [key, value] of Object.entries(isRecord(source.intervals) ? source.intervals : {})) {
-    if (isRecord(value) && typeof value.low === "number" && typeof value.high === "number") {
-      intervals[key] = { low: value.low, high: value.high };
-    }
+    if (!isRecord(value)) continue;
+    const { low, high, why } = value;
+    if (typeof low === "number" && typeof high === "number") {
+      check.intervals[key] = { low, high, lowText: String(value.low_text ?? ""), highText: String(value.high_text ?? "") };
+    } else if (typeof why === "string" && !check.missing.includes(why)) check.missing.push(why);
   }
-  const reasons: Reason[] = [];
   for (const value of Array.isArray(source.reasons) ? source.reasons : []) {
     if (!isRecord(value)) continue;
-    const weight = value.severity === "doubtful" || value.severity === "unusable" ? value.severity : "note";
-    reasons.push({ code: String(value.code ?? ""), weight, text: String(value.text ?? "") });
+    const severity = value.severity === "doubtful" || value.severity === "unusable" ? value.severity : "note";
+    check.reasons.push({ code: String(value.code ?? ""), severity, text: String(value.text ?? "") });
   }
-  return { verdict, intervals, reasons };
+  return check;
 }
 
 const decimalsOfUnit: Record<Figure["unit"], number> = { m: 0, "m/s": 1, s: 2, deg: 0 };
 const quantityOfUnit = { m: "length", "m/s": "speed", s: "time", deg: "angle" } as const;
 
-// Both ends, rounded outward. Empty where there is none.
+// Both ends, rounded outward: the document's own texts where they are in these units. Empty where there is no interval.
 export function intervalText(check: Check | null, key: string, figure: Figure, units: Units): string {
   const interval = check?.intervals[key];
   if (!interval || figure.value === null) return "";
+  const quantity = quantityOfUnit[figure.unit];
+  const isPrinted = quantity === "time" || quantity === "angle" || figure.text_unit === units.unit(quantity);
+  if (isPrinted && interval.lowText !== "" && interval.highText !== "") {
+    return `${interval.lowText} … ${interval.highText}`.replace(/-/g, "−");
+  }
   const decimals = decimalsOfUnit[figure.unit];
-  const factor = units.factor(quantityOfUnit[figure.unit]);
+  const factor = units.factor(quantity);
   const steps = 10 ** decimals;
   const low = Math.floor(interval.low * factor * steps) / steps;
   const high = Math.ceil(interval.high * factor * steps) / steps;
@@ -68,23 +77,59 @@ const words: Record<Check["verdict"], string> = {
 };
 const signs = { good: "✓", doubtful: "?", unusable: "✕", note: "i" };
 
-export function verdictPanel(check: Check): HTMLElement {
-  const list = element("ul", { class: "reasons" });
-  for (const reason of check.reasons) {
-    list.append(
-      element(
-        "li",
-        { class: reason.weight },
-        element("span", { class: "sign", "aria-hidden": "true" }, signs[reason.weight]),
-        element("span", {}, element("strong", {}, reason.weight === "note" ? "note" : reason.weight), `: ${reason.text} `, element("code", {}, reason.code)),
-      ),
-    );
-  }
+// Why figures have no interval. A figure that the run has not needs no words.
+const whyWords: Record<string, string> = {
+  "touchdown-is-stop": "the touchdown is not marked, and the stop is taken for it",
+  "times-out-of-order": "the samples' times are not in order",
+  gap: "samples are missing",
+  contradiction: "positions and speeds contradict each other",
+  "white-noise": "the positions are rougher than the logger's noise",
+  "too-many-samples": "the run has too many samples",
+  unsolvable: "the noise could not be worked out",
+  "missing-in-all-draws": "no other track with the same noise has the figure",
+};
+
+function intervalWords(check: Check): string {
+  const given = Object.keys(check.intervals).length > 0 ? "Below a figure: the interval that holds its true value in about 95 of 100 runs." : "";
+  const causes = check.missing.filter((why) => why !== "not-found").map((why) => whyWords[why] ?? why);
+  const left = causes.length === 0 ? "" : `${given === "" ? "No figure has an interval" : "Where there is none"}: ${causes.join("; ")}.`;
+  return [given, left].filter((each) => each !== "").join(" ");
+}
+
+// The verdict in a word, for tables.
+export function verdictMark(verdict: Check["verdict"]): HTMLElement {
+  return element("span", { class: `mark ${verdict}` }, element("span", { class: "sign", "aria-hidden": "true" }, signs[verdict]), verdict);
+}
+
+function reasonItem({ code, severity, text }: Reason): HTMLElement {
+  return element(
+    "li",
+    { class: severity },
+    element("span", { class: "sign", "aria-hidden": "true" }, signs[severity]),
+    element("span", {}, element("strong", {}, severity), `: ${text} `, element("code", {}, code)),
+  );
+}
+
+export function verdictPanel(check: Check, label = ""): HTMLElement {
+  const note = intervalWords(check);
+  const name = label === "" ? null : element("span", { class: "whose" }, `${label}:`);
   return element(
     "section",
-    { class: `verdict ${check.verdict}`, "aria-label": "Verdict" },
-    element("p", {}, element("span", { class: "sign", "aria-hidden": "true" }, signs[check.verdict]), element("strong", {}, words[check.verdict])),
-    check.reasons.length > 0 ? list : null,
-    Object.keys(check.intervals).length > 0 ? element("p", { class: "note" }, "With each figure: the interval that holds the truth in 95 of 100 runs.") : null,
+    { class: `verdict ${check.verdict}`, "aria-label": label === "" ? "Verdict" : `Verdict on ${label}` },
+    element("p", {}, element("span", { class: "sign", "aria-hidden": "true" }, signs[check.verdict]), name, element("strong", {}, words[check.verdict])),
+    check.reasons.length > 0 ? element("ul", { class: "reasons" }, ...check.reasons.map(reasonItem)) : null,
+    note === "" ? null : element("p", { class: "note" }, note),
   );
+}
+
+// One run: its verdict. Several: those on the runs that are not good; the others' stand in the table alone.
+export function verdictPanels(documents: RunDocument[], labels: string[]): HTMLElement[] {
+  const panels: HTMLElement[] = [];
+  documents.forEach((document, i) => {
+    const check = checkOf(document);
+    if (!check) return;
+    if (documents.length === 1) panels.push(verdictPanel(check));
+    else if (check.verdict !== "good") panels.push(verdictPanel(check, labels[i]));
+  });
+  return panels;
 }

@@ -1,5 +1,5 @@
 // The figures of the report: those that score as tiles, the phases as a table, and several runs beside each other.
-import { Check, intervalText } from "./check";
+import { Check, checkOf, intervalText, verdictMark } from "./check";
 import { Palette, runColour } from "./colours";
 import { RunDocument, Figure } from "./document";
 import { element } from "./dom";
@@ -76,9 +76,9 @@ function intervalNote(check: Check | null, key: string, figure: Figure, units: U
   return text === "" ? null : element("span", { class: "interval" }, text);
 }
 
-function behindText(key: string, figure: Figure, words: string, units: Units): HTMLElement {
+function behindText(check: Check | null, key: string, figure: Figure, words: string, units: Units): HTMLElement {
   const value = element("span", { "data-figure": key }, figureText(key, figure, units));
-  return element("span", { class: "behind" }, value, `\u00a0${units.unit(quantityOf(figure))} ${words}`);
+  return element("span", { class: "behind" }, value, `\u00a0${units.unit(quantityOf(figure))} ${words}`, intervalNote(check, key, figure, units));
 }
 
 export function scoreTiles(document: RunDocument, check: Check | null, units: Units): HTMLElement {
@@ -102,7 +102,7 @@ export function scoreTiles(document: RunDocument, check: Check | null, units: Un
           element("span", { class: "unit" }, unit.startsWith("°") ? unit : `\u00a0${unit}`),
           intervalNote(check, key, figure, units),
           figure.direction ? element("span", { class: "behind" }, figure.direction) : null,
-          more && behind && more.value !== null ? behindText(behind.key, more, behind.text, units) : null,
+          more && behind && more.value !== null ? behindText(check, behind.key, more, behind.text, units) : null,
         ),
       ),
     );
@@ -170,7 +170,8 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
   const first = documents[0].figures;
   documents.forEach((document, i) => {
     const name = colours[i] < 0 ? element("span", { class: "run-name" }, labels[i]) : runName(labels[i], colours[i], palette);
-    const line = element("tr", {}, element("th", { scope: "row" }, name));
+    const check = checkOf(document);
+    const line = element("tr", {}, element("th", { scope: "row" }, name, check && verdictMark(check.verdict)));
     if (document.failure) line.append(element("td", { colspan: shown.length, class: "failed" }, document.failure.message));
     for (const { key } of document.failure ? [] : shown) {
       const figure = document.figures?.[key];
@@ -181,6 +182,7 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
           {},
           element("span", { "data-figure": key }, figure ? figureText(key, figure, units) : "–"),
           difference === "" ? null : element("span", { class: "difference" }, difference),
+          figure ? intervalNote(check, key, figure, units) : null,
         ),
       );
     }

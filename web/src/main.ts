@@ -1,6 +1,6 @@
 // The page of one run, or of several compared with the first.
 import { Alignment, AxisKind } from "./axis";
-import { checkOf, verdictPanel } from "./check";
+import { checkOf, verdictPanels } from "./check";
 import { Palette, paletteOf, speedColour } from "./colours";
 import { Cursor } from "./cursor";
 import { Curves, Stretch, axisTitle } from "./curves";
@@ -145,11 +145,10 @@ class RunPage {
     const { documents, units, body } = this;
     const [first] = documents;
     const palette = paletteOf(this.root);
-    const check = checkOf(first);
-    const parts = [failurePanel(first), warningList(first), check && verdictPanel(check)];
+    const parts = [failurePanel(first), warningList(first), ...verdictPanels(documents, this.labels)];
     body.append(...parts.filter((part): part is HTMLElement => part !== null));
     if (documents.length > 1) body.append(comparisonTable(documents, this.labels, this.colours, palette, units));
-    else if (first.figures) body.append(scoreTiles(first, check, units));
+    else if (first.figures) body.append(scoreTiles(first, checkOf(first), units));
     this.matching = this.cursor ? new Matching(this.runs, this.kind, this.alignment) : null;
   }
 

@@ -1,5 +1,5 @@
 // A document as tarvel-page puts it into a page: each column of the samples holds its first value, and then what each value is
-// more than the one before it. Such numbers are short.
+// more than the one before it, which are short numbers; an interval is a list.
 import { Column, RunDocument } from "./document";
 
 // A missing value is null, and the next one counts from the last that is there.
@@ -8,8 +8,23 @@ export function sums(differences: Column): Column {
   return differences.map((difference) => (difference === null ? null : (value += difference)));
 }
 
+type PackedInterval = [number, number, string, string] | string; // both ends, and as printed; or why there is none
+
+function unpackInterval(packed: PackedInterval): object {
+  if (typeof packed === "string") return { low: null, high: null, low_text: null, high_text: null, why: packed };
+  const [low, high, low_text, high_text] = packed;
+  return { low, high, low_text, high_text, why: null };
+}
+
+function mapped<T, U>(record: Record<string, T>, change: (value: T) => U): Record<string, U> {
+  return Object.fromEntries(Object.entries(record).map(([name, value]) => [name, change(value)]));
+}
+
 export function unpack(document: RunDocument): RunDocument {
-  if (!document.samples) return document;
-  const columns = Object.entries(document.samples).map(([name, column]) => [name, Array.isArray(column) ? sums(column) : column]);
-  return { ...document, samples: Object.fromEntries(columns) };
+  const { samples, check } = document as RunDocument & { check?: { intervals: Record<string, PackedInterval> } | null };
+  return {
+    ...document,
+    ...(check ? { check: { ...check, intervals: mapped(check.intervals, unpackInterval) } } : {}),
+    ...(samples ? { samples: mapped({ ...samples }, (column) => (Array.isArray(column) ? sums(column) : column)) } : {}),
+  } as RunDocument;
 }

@@ -1,7 +1,7 @@
 // One sheet of paper: head, figures, both views and four curves. It is made when the browser is about to print, and gone
 // afterwards.
 import { axisTitle } from "./curves";
-import { checkOf, verdictPanel } from "./check";
+import { checkOf, verdictPanels } from "./check";
 import { paletteOf } from "./colours";
 import { RunDocument } from "./document";
 import { element } from "./dom";
@@ -41,7 +41,7 @@ export function addSheet(root: HTMLElement, { documents, labels, colours, matchi
   root.append(sheet);
   const palette = paletteOf(sheet);
   const check = checkOf(first);
-  if (check) sheet.append(verdictPanel(check));
+  sheet.append(...verdictPanels(documents, labels));
   if (documents.length > 1) sheet.append(comparisonTable(documents, labels, colours, palette, units));
   else if (first.figures) sheet.append(scoreTiles(first, check, units), phaseTable(first, labels[0], check, units));
   if (!matching) return () => sheet.remove();
