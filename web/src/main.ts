@@ -14,8 +14,9 @@ import { accuracyPanels, differencePanels, flightPanels } from "./panels";
 import { addSheet } from "./print";
 import { Readout } from "./readout";
 import { Run, findMark, labelsOf, makeRun } from "./runs";
-import { Theme, rememberSystem, rememberTheme, rememberedSystem, rememberedTheme } from "./settings";
-import { System, Units, show as showValue, unitsOf } from "./units";
+import { applyTheme, darkSystem, themeList, unitSwitch } from "./switches";
+import { Theme, rememberedSystem, rememberedTheme } from "./settings";
+import { Units, show as showValue, unitsOf } from "./units";
 import { VideoPanel } from "./video";
 import { View, speedRange } from "./view";
 
@@ -92,15 +93,6 @@ class RunPage {
   }
 
   private header(): HTMLElement {
-    const systems: { value: System; text: string }[] = [
-      { value: "imperial", text: "ft, mph" },
-      { value: "metric", text: "m, km/h" },
-    ];
-    const themes: { value: Theme; text: string }[] = [
-      { value: "auto", text: "as the system" },
-      { value: "light", text: "light" },
-      { value: "dark", text: "dark" },
-    ];
     const [first] = this.documents;
     const others = this.labels.slice(1);
     return element(
@@ -113,15 +105,11 @@ class RunPage {
         element(
           "div",
           { class: "controls" },
-          segments("Units", systems, this.units.system, (system) => {
-            this.units = unitsOf(system);
-            rememberSystem(system);
+          unitSwitch(this.units, (units) => {
+            this.units = units;
             this.refresh();
           }),
-          choose("Theme", themes, rememberedTheme(), (theme) => {
-            rememberTheme(theme);
-            this.changeTheme(theme);
-          }),
+          themeList((theme) => this.changeTheme(theme)),
           button("Print", { class: "tool wide" }, () => window.print()),
         ),
       ),
@@ -317,17 +305,10 @@ class RunPage {
   }
 }
 
-const darkSystem = matchMedia("(prefers-color-scheme: dark)");
-
 // A page that nobody sees is not painted, and does not wait for it.
 function afterPaint(then: () => void): void {
   if (document.hidden) setTimeout(then);
   else requestAnimationFrame(() => setTimeout(then));
-}
-
-function applyTheme(theme: Theme): void {
-  const isDark = theme === "dark" || (theme === "auto" && darkSystem.matches);
-  document.documentElement.dataset.theme = isDark ? "dark" : "light";
 }
 
 // Shows the first document in root, compared with the others.
