@@ -4,7 +4,8 @@ include(GNUInstallDirs)
 
 install(TARGETS tarvel tarvel-check tarvel-json tarvel-split RUNTIME)
 install(PROGRAMS meet/tarvel-meet web/tarvel-page TYPE BIN)
-install(FILES ${tarvel_page_folder}/page.js ${tarvel_page_folder}/page.css DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel/page)
+install(FILES ${tarvel_page_folder}/page.js ${tarvel_page_folder}/page.css ${tarvel_page_folder}/meet.js ${tarvel_page_folder}/meet.css
+  meet/meet_page.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel/page)
 
 # gzip without a name and a time in it, so that a package made twice is the same.
 find_program(TARVEL_GZIP gzip REQUIRED)

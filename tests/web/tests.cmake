@@ -11,6 +11,7 @@ endfunction()
 
 tarvel_module_test(modules_test)
 tarvel_module_test(figures_test)
+tarvel_module_test(meet_runs_test)
 
 # Debian's selenium belongs to Debian's Python. The tests exit with 77 where a browser is not installed.
 find_program(TARVEL_DEBIAN_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
@@ -34,5 +35,6 @@ tarvel_page_test(page_program_test)
 if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   tarvel_page_test(browser_test)
   tarvel_page_test(firefox_test)
-  set_tests_properties(web/browser_test web/firefox_test PROPERTIES LABELS browser)
+  tarvel_page_test(meet_page_test)
+  set_tests_properties(web/browser_test web/firefox_test web/meet_page_test PROPERTIES LABELS browser)
 endif()

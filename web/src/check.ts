@@ -97,8 +97,9 @@ function intervalWords(check: Check): string {
 }
 
 // The verdict in a word, for tables.
-export function verdictMark(verdict: Check["verdict"]): HTMLElement {
-  return element("span", { class: `mark ${verdict}` }, element("span", { class: "sign", "aria-hidden": "true" }, signs[verdict]), verdict);
+export function verdictMark(verdict: Check["verdict"] | "failed"): HTMLElement {
+  const sign = verdict === "failed" ? signs.unusable : signs[verdict];
+  return element("span", { class: `mark ${verdict}` }, element("span", { class: "sign", "aria-hidden": "true" }, sign), verdict);
 }
 
 function reasonItem({ code, severity, text }: Reason): HTMLElement {

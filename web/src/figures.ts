@@ -8,7 +8,7 @@ import { Quantity, Units, signed } from "./units";
 const quantities: Record<Figure["unit"], Quantity> = { m: "length", "m/s": "speed", s: "time", deg: "angle" };
 const decimals: Record<Quantity, number> = { length: 0, speed: 1, time: 2, angle: 0, rate: 0, count: 0 };
 
-function quantityOf(figure: Figure): Quantity {
+export function quantityOf(figure: Figure): Quantity {
   return quantities[figure.unit];
 }
 
