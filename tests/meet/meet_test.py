@@ -213,6 +213,14 @@ class ReportTest(MeetTest):
             shutil.copytree(EXAMPLES, folder)
         return subprocess.run([TARVEL, *words], cwd=folder, stdout=subprocess.PIPE, text=True, check=True).stdout
 
+    def test_a_page_lists_the_runs(self):
+        self.add_tracks("carve", "straight")
+        self.meet("-c", "matrix.txt", "tracks")
+        page = (self.folder / "results/index.html").read_text()
+        for name in ("carve", "straight"):
+            self.assertIn(f'"page":"{name}/{name}.page.html"', page)
+            self.assertTrue((self.folder / f"results/{name}/{name}.page.js").is_file())
+
     def test_has_every_figure_of_the_report_in_both_units(self):
         self.add_tracks(*EXAMPLE_RUNS)
         for options, unit_columns in (((), ("ft", "mph")), (("-m",), ("m", "kmh"))):
