@@ -6,8 +6,8 @@
 #include "driver/file_handle.h"
 #include "driver/process_setup.h"
 #include "loader/track_loader.h"
+#include "split/listing.h"
 #include "split/stretches.h"
-#include "splitter/listing.h"
 #include "splitter/options.h"
 #include "splitter/parts.h"
 

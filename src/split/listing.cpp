@@ -1,4 +1,4 @@
-#include "splitter/listing.h"
+#include "split/listing.h"
 
 #include <cstdint>
 #include <cstdio>
