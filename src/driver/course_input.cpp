@@ -1,6 +1,5 @@
 #include "driver/course_input.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "driver/file_handle.h"
@@ -9,9 +8,6 @@
 namespace tarvel {
 
 namespace {
-
-// Indexes may refer to each other in a circle.
-constexpr int max_further_files = 64;
 
 course_answer read_one_file(const char *path, const char *swoop_file, std::optional<course> &result, course_link &link,
                             error_slot *error) {
@@ -33,18 +29,11 @@ course_answer read_one_file(const char *path, const char *swoop_file, std::optio
 
 void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, course_link &file,
                       error_slot *error) {
-  *error = nullptr;
   result.reset();
-  std::snprintf(file.path, sizeof file.path, "%s", path);
-  course_link link;
-  course_answer answer = read_one_file(path, swoop_file, result, link, error);
-  for (int i = 0; i < max_further_files && answer == course_answer::elsewhere && *error == nullptr; ++i) {
-    file = link;
-    answer = read_one_file(file.path, swoop_file, result, link, error);
-  }
-  if (answer == course_answer::elsewhere && *error == nullptr) {
-    *error = format_error("failed to open file: %s", link.path);
-  }
+  const auto read = [&](const char *name, course_link &link) {
+    return read_one_file(name, swoop_file, result, link, error);
+  };
+  follow_course_files(path, file, read, error);
 }
 
 void read_course_file(const char *path, const char *swoop_file, std::optional<course> &result, error_slot *error) {

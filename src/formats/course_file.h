@@ -26,4 +26,26 @@ enum class course_answer { here, no_gate, elsewhere };
 [[nodiscard]] course_answer read_course(std::FILE *stream, const char *name, const char *swoop_file, course &result,
                                         course_link &link, error_slot *error);
 
+// An index that leads back to itself must end somewhere.
+constexpr int max_further_course_files = 64;
+
+// Goes from the course file of that name wherever indexes lead, through at most 64 further files. read(path, link) reads one
+// as read_course does, and sets the slot when that fails. The file is then the one that had the answer, or that failed; the
+// name of the first is cut to the 99 characters that an index may name. Fails with "failed to open file: %s" where the files
+// do not end, or a message of read.
+template <typename reader>
+void follow_course_files(const char *path, course_link &file, reader read, error_slot *error) {
+  *error = nullptr;
+  std::snprintf(file.path, sizeof file.path, "%s", path);
+  course_link link;
+  course_answer answer = read(path, link);
+  for (int i = 0; i < max_further_course_files && answer == course_answer::elsewhere && *error == nullptr; ++i) {
+    file = link;
+    answer = read(file.path, link);
+  }
+  if (answer == course_answer::elsewhere && *error == nullptr) {
+    *error = format_error("failed to open file: %s", link.path);
+  }
+}
+
 }  // namespace tarvel
