@@ -1,24 +1,15 @@
-"""engine_test.py RUNNER... PROGRAM: the engine built for another machine prints and writes what tarvel does on this one.
-
-Whatever a pilot reads of a run must be the same byte for byte. Only the frame that a survey finds may differ: it is
-computed with sines and cosines, whose last bits every C library rounds in its own way, and has the earth's radius as
-its lever: less than a millimetre, which may turn the last digit in a course file.
-
-For the same reason the numbers that a document has at full precision may differ in their last digits, as every position
-in a run's frame comes from such a sine. The texts and the lists of integers and thousandths beside them are the same.
-"""
+"""engine_test.py RUNNER... PROGRAM: the engine built for another machine prints and writes what tarvel does on this one."""
 
 import hashlib
-import json
 import os
 import pathlib
-import re
 import shutil
-import struct
 import subprocess
 import sys
 import tempfile
 import unittest
+
+from same_outputs import SameOutputs
 
 source = pathlib.Path(os.environ["TARVEL_SOURCE_DIR"])
 tarvel = os.environ["TARVEL_PROGRAM"]
@@ -26,8 +17,6 @@ tarvel_json = os.environ["TARVEL_JSON_PROGRAM"]
 tarvel_check = os.environ["TARVEL_CHECK_PROGRAM"]
 engine = []
 
-frame_bytes = slice(44, 180)  # of a survey's container: matrix and theta, 17 doubles
-course_number = re.compile(rb"-?\d+\.\d+")
 runs = ("carve", "implicit", "reversed", "straight", "tagged")
 document_options = ((), ("-m",), ("-i",), ("-i", "-m"), ("-t", "5"))
 options = ((), ("-m",), ("-d",), ("-i",), ("-i", "-m", "-d"), ("-t", "5"))
@@ -41,7 +30,7 @@ def outcome(command, folder):
     return done.returncode, done.stdout, files
 
 
-class EngineTest(unittest.TestCase):
+class EngineTest(SameOutputs, unittest.TestCase):
     def setUp(self):
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
 
@@ -63,19 +52,6 @@ class EngineTest(unittest.TestCase):
             with self.subTest(file=name):
                 self.expect_same(left[name], engine_left[name])
         return engine_left
-
-    def expect_same(self, native, other):
-        if native == other:
-            return
-        if native.startswith(b"uTVL"):
-            self.assertEqual(len(native), len(other))
-            for a, b in zip(*(struct.unpack(">17d", content[frame_bytes]) for content in (native, other))):
-                self.assertAlmostEqual(a, b, delta=1e-3 if abs(a) > 1.0 else 1e-9)
-            return
-        self.assertTrue(native.startswith(b"// This transformation matrix"), native[:200])
-        self.assertEqual(course_number.sub(b"", native), course_number.sub(b"", other))
-        for a, b in zip(*(course_number.findall(content) for content in (native, other))):
-            self.assertAlmostEqual(float(a), float(b), delta=1.001 * 10.0 ** -len(a.split(b".")[1]))
 
     def example(self, *names):
         return {name: (source / "examples" / name).read_bytes() for name in names}
@@ -112,20 +88,6 @@ class EngineTest(unittest.TestCase):
         self.compare(["-p", "-g", "walk.tvl"], {"walk.tvl": left["walk.tvl"]})
         self.compare(["-d", "carve.csv"], {"matrix.txt": left["matrix.txt"], **self.example("carve.csv")})
 
-    def full_precision(self, document):
-        """Takes the numbers of full precision out of a document and returns them by name."""
-        numbers = {}
-        for name, figure in (document["figures"] or {}).items():
-            numbers[name] = figure.pop("value")
-        for name, phase in (document["phases"] or {}).items():
-            for member, value in list((phase or {}).items()):
-                if isinstance(value, float):
-                    numbers[name, member] = phase.pop(member)
-        for row, values in enumerate(document["course"].pop("frame") or []):
-            for column, value in enumerate(values):
-                numbers[row, column] = value
-        return numbers
-
     def compare_documents(self, arguments, files):
         folder = self.folder / "documents"
         folder.mkdir(exist_ok=True)
@@ -137,14 +99,7 @@ class EngineTest(unittest.TestCase):
         other = subprocess.run([*engine, *digests, *arguments], cwd=folder, capture_output=True, timeout=240)
         self.assertEqual(native.returncode, other.returncode)
         printed = native.stdout, (folder / "document.json").read_bytes()
-        if printed[0] == printed[1]:
-            return
-        documents = [json.loads(document) for document in printed]
-        numbers, other_numbers = map(self.full_precision, documents)
-        self.assertEqual(*documents)
-        self.assertEqual(list(numbers), list(other_numbers))
-        for name, value in numbers.items():
-            self.assertAlmostEqual(value, other_numbers[name], delta=1e-6, msg=name)
+        self.expect_same_documents(*printed)
 
     def test_documents(self):
         golden = source / "tests" / "golden" / "driver"

@@ -1,0 +1,57 @@
+"""What the engine on another machine may print otherwise than on this one.
+
+Whatever a pilot reads of a run must be the same byte for byte. Only the frame that a survey finds may differ: it is
+computed with sines and cosines, whose last bits every C library rounds in its own way, and has the earth's radius as
+its lever: less than a millimetre, which may turn the last digit in a course file.
+
+For the same reason the numbers that a document has at full precision may differ in their last digits, as every position
+in a run's frame comes from such a sine. The texts and the lists of integers and thousandths beside them are the same.
+"""
+
+import json
+import re
+import struct
+
+frame_bytes = slice(44, 180)  # of a survey's container: matrix and theta, 17 doubles
+course_number = re.compile(rb"-?\d+\.\d+")
+
+
+class SameOutputs:
+    """For test cases."""
+
+    def expect_same(self, native, other):
+        if native == other:
+            return
+        if native.startswith(b"uTVL"):
+            self.assertEqual(len(native), len(other))
+            for a, b in zip(*(struct.unpack(">17d", content[frame_bytes]) for content in (native, other))):
+                self.assertAlmostEqual(a, b, delta=1e-3 if abs(a) > 1.0 else 1e-9)
+            return
+        self.assertTrue(native.startswith(b"// This transformation matrix"), native[:200])
+        self.assertEqual(course_number.sub(b"", native), course_number.sub(b"", other))
+        for a, b in zip(*(course_number.findall(content) for content in (native, other))):
+            self.assertAlmostEqual(float(a), float(b), delta=1.001 * 10.0 ** -len(a.split(b".")[1]))
+
+    def full_precision(self, document):
+        """Takes the numbers of full precision out of a document and returns them by name."""
+        numbers = {}
+        for name, figure in (document["figures"] or {}).items():
+            numbers[name] = figure.pop("value")
+        for name, phase in (document["phases"] or {}).items():
+            for member, value in list((phase or {}).items()):
+                if isinstance(value, float):
+                    numbers[name, member] = phase.pop(member)
+        for row, values in enumerate(document["course"].pop("frame") or []):
+            for column, value in enumerate(values):
+                numbers[row, column] = value
+        return numbers
+
+    def expect_same_documents(self, native, other):
+        if native == other:
+            return
+        documents = [json.loads(document) for document in (native, other)]
+        numbers, other_numbers = map(self.full_precision, documents)
+        self.assertEqual(*documents)
+        self.assertEqual(list(numbers), list(other_numbers))
+        for name, value in numbers.items():
+            self.assertAlmostEqual(value, other_numbers[name], delta=1e-6, msg=name)

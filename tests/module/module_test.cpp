@@ -1,0 +1,120 @@
+#include "module/module.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "support/files.h"
+
+namespace tarvel {
+namespace {
+
+struct file_freer {
+  void operator()(tarvel_file *file) const { tarvel_free(file); }
+};
+using opened_file = std::unique_ptr<tarvel_file, file_freer>;
+
+std::string project_file(const std::string &name) {
+  return read_text(std::string(std::getenv("TARVEL_SOURCE_DIR")) + "/" + name);
+}
+
+opened_file open_file(const char *name, std::string_view bytes) {
+  char *const block = tarvel_allocate(bytes.size());
+  if (block == nullptr) return nullptr;
+  std::copy(bytes.begin(), bytes.end(), block);
+  return opened_file(tarvel_open(name, block, bytes.size()));
+}
+
+opened_file open_example(const std::string &name) { return open_file(name.c_str(), project_file("examples/" + name)); }
+
+std::string text_of(const tarvel_bytes *bytes) {
+  return bytes == nullptr ? "nothing" : std::string(bytes->data, bytes->size);
+}
+
+TEST(module_test, makes_the_outputs_of_a_run) {
+  const opened_file course = open_example("matrix.txt");
+  const opened_file run = open_example("carve.csv");
+  ASSERT_TRUE(tarvel_add_course(run.get(), course.get()));
+  ASSERT_TRUE(tarvel_analyse(run.get(), "matrix.txt", false, 0)) << tarvel_message(run.get());
+  EXPECT_EQ(tarvel_message(run.get()), nullptr);
+  EXPECT_STREQ(tarvel_warnings(run.get()), "");
+  EXPECT_EQ(text_of(tarvel_report(run.get())), project_file("tests/golden/driver/carve.txt"));
+  EXPECT_EQ(text_of(tarvel_map(run.get())), project_file("tests/golden/driver/carve.kml"));
+  const std::string document = text_of(tarvel_document(run.get()));
+  EXPECT_NE(document.find("44e7b825f8dabe326d02609da32b7646aedca5cd1b6972d98235bf3ecc5541b0"), std::string::npos);
+  EXPECT_NE(document.find("\"failure\":null"), std::string::npos);
+  EXPECT_EQ(document.back(), '\n');
+}
+
+TEST(module_test, follows_an_index_to_the_course_of_the_run) {
+  const opened_file index = open_file("matrix.txt", "* - north.txt\n");
+  const opened_file course = open_file("north.txt", project_file("examples/matrix.txt"));
+  const opened_file run = open_example("carve.csv");
+  ASSERT_TRUE(tarvel_add_course(run.get(), index.get()));
+  EXPECT_FALSE(tarvel_analyse(run.get(), "matrix.txt", false, 0));
+  EXPECT_STREQ(tarvel_message(run.get()), "failed to open file: north.txt");
+  EXPECT_EQ(tarvel_report(run.get()), nullptr);
+
+  ASSERT_TRUE(tarvel_add_course(run.get(), course.get()));
+  ASSERT_TRUE(tarvel_analyse(run.get(), "matrix.txt", false, 0));
+  EXPECT_EQ(text_of(tarvel_report(run.get())), project_file("tests/golden/driver/carve.txt"));
+}
+
+TEST(module_test, a_failed_run_has_a_message_a_document_and_a_map) {
+  const opened_file run = open_example("walk.csv");
+  EXPECT_FALSE(tarvel_analyse(run.get(), nullptr, false, 0));
+  const std::string message = tarvel_message(run.get());
+  EXPECT_NE(message, "");
+  EXPECT_EQ(tarvel_check(run.get()), nullptr);
+  EXPECT_NE(text_of(tarvel_map(run.get())).find("<coordinates>"), std::string::npos);
+  // The message of another file does not get into the document.
+  const opened_file other = open_file("none.csv", "");
+  EXPECT_FALSE(tarvel_analyse(other.get(), nullptr, false, 0));
+  EXPECT_NE(text_of(tarvel_document(run.get())).find(message), std::string::npos);
+}
+
+TEST(module_test, a_file_of_no_bytes_has_the_programs_message) {
+  const opened_file file = open_file("none.csv", "");
+  EXPECT_FALSE(tarvel_analyse(file.get(), nullptr, false, 0));
+  EXPECT_STREQ(tarvel_message(file.get()), "missing field names");
+  EXPECT_FALSE(tarvel_survey(file.get(), false));
+  EXPECT_STREQ(tarvel_message(file.get()), "missing field names");
+}
+
+TEST(module_test, surveys_a_walk) {
+  const opened_file walk = open_example("walk.csv");
+  ASSERT_TRUE(tarvel_survey(walk.get(), true));
+  EXPECT_EQ(text_of(tarvel_log(walk.get())), project_file("tests/golden/gate/example_walk.progress"));
+  EXPECT_EQ(text_of(tarvel_course(walk.get())), project_file("examples/matrix.txt"));
+  EXPECT_NE(text_of(tarvel_map(walk.get())).find("<coordinates>"), std::string::npos);
+  ASSERT_TRUE(tarvel_survey(walk.get(), false));
+  EXPECT_EQ(text_of(tarvel_course(walk.get())).find("(x, y)"), std::string::npos);
+}
+
+TEST(module_test, splits_a_day_at_its_jumps) {
+  const std::string bytes = project_file("examples/straight.csv");
+  const opened_file day = open_file("day.csv", bytes);
+  ASSERT_TRUE(tarvel_split(day.get()));
+  ASSERT_EQ(tarvel_jump_count(day.get()), 1U);
+  EXPECT_EQ(text_of(tarvel_jump_name(day.get(), 0)), "day-1.csv");
+  EXPECT_EQ(text_of(tarvel_jump(day.get(), 0)).substr(0, 40), bytes.substr(0, 40));
+  EXPECT_EQ(tarvel_jump(day.get(), 1), nullptr);
+  EXPECT_EQ(tarvel_jump_name(day.get(), 1), nullptr);
+  EXPECT_EQ(text_of(tarvel_listing(day.get(), false)).substr(0, 10), "no.  time ");
+}
+
+TEST(module_test, nothing_is_made_of_a_file_before_the_work) {
+  const opened_file file = open_example("carve.csv");
+  for (const auto make : {tarvel_report, tarvel_document, tarvel_check, tarvel_map, tarvel_course, tarvel_log}) {
+    EXPECT_EQ(make(file.get()), nullptr);
+  }
+  EXPECT_EQ(tarvel_listing(file.get(), false), nullptr);
+  EXPECT_EQ(tarvel_jump_count(file.get()), 0U);
+}
+
+}  // namespace
+}  // namespace tarvel
