@@ -8,7 +8,6 @@
 #include <string_view>
 #include <utility>
 
-#include "check/reasons.h"
 #include "check/run_check.h"
 #include "document/run_analysis.h"
 #include "document/run_document.h"
@@ -31,6 +30,7 @@ using namespace tarvel;
 namespace {
 
 constexpr std::uint32_t first_course_capacity = 8;
+constexpr check_settings check_of_programs;
 constexpr const char *no_memory = "malloc() failed";
 
 // A walk or a finished course, surveyed.
@@ -54,7 +54,6 @@ struct run_result {
   sha256_text course_digest;
   run_facts facts;
   owned_text failure;  // what the facts' message points to
-  severity worst = severity::note;
 };
 
 // "2.23" of "version 2.23 (August 2, 2026)", as tarvel-json names itself.
@@ -230,7 +229,7 @@ char *tarvel_allocate(std::size_t size) {
   return try_resize(block, size == 0 ? 1 : size) ? block.release() : nullptr;
 }
 
-void tarvel_release(char *block) { const owned_text released(block); }
+void tarvel_release(char *block) { owned_text(block).reset(); }
 
 tarvel_file *tarvel_open(const char *name, char *bytes, std::size_t size) {
   memory_block content = {owned_text(bytes), size};
@@ -242,7 +241,7 @@ tarvel_file *tarvel_open(const char *name, char *bytes, std::size_t size) {
   return file.release();
 }
 
-void tarvel_free(tarvel_file *file) { const owned_record<tarvel_file> freed(file); }
+void tarvel_free(tarvel_file *file) { owned_record<tarvel_file>(file).reset(); }
 
 const char *tarvel_version() { return version; }
 
@@ -313,14 +312,14 @@ const tarvel_bytes *tarvel_document(tarvel_file *run) {
 
 const tarvel_bytes *tarvel_check(tarvel_file *run) {
   if (!is_analysed(*run)) return nullptr;
-  const swoop &flown = *run->run->work.run;
-  run_check check;
-  error_slot error = nullptr;
-  check_run(flown, {}, check, &error);
+  run_result &result = *run->run;
+  result.facts.asked_check = &check_of_programs;
+  check_analysed_run(result.work, result.facts);
+  error_slot error = result.facts.failure.message;
   if (error) return nothing_to_tell(*run, error);
-  const run_verdict verdict = judge_run(flown, check);
-  run->run->worst = verdict.worst;
-  owned_text report = format_check_report(flown, check, verdict, run->run->facts.metric, &error);
+  const checked_run &checked = *result.facts.checked;
+  owned_text report =
+      format_check_report(*result.work.run, checked.check, checked.verdict, result.facts.metric, &error);
   return text_output(*run, std::move(report), error);
 }
 
@@ -353,7 +352,10 @@ const tarvel_bytes *tarvel_listing(tarvel_file *day, bool metric) {
   });
 }
 
-int tarvel_verdict(const tarvel_file *run) { return run->run ? static_cast<int>(run->run->worst) : 0; }
+int tarvel_verdict(const tarvel_file *run) {
+  const bool is_checked = run->run && run->run->facts.checked != nullptr;
+  return is_checked ? static_cast<int>(run->run->facts.checked->verdict.worst) : 0;
+}
 
 std::uint32_t tarvel_jump_count(const tarvel_file *day) {
   std::uint32_t count = 0;

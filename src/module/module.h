@@ -50,8 +50,8 @@ void tarvel_free(tarvel_file *file);
 // What the readers warn of, a line each with "WARNING: "; never null.
 [[nodiscard]] const char *tarvel_warnings(const tarvel_file *file);
 
-// What can be made of a file; null with a message. The document tells of a failed run, too; a failed run has a map of its
-// whole track if that was read.
+// What can be made of a file; null with a message. The document tells of a failed run, too, and of the check once that was
+// made; a failed run has a map of its whole track if that was read.
 [[nodiscard]] const tarvel_bytes *tarvel_report(tarvel_file *run);    // run.txt of tarvel
 [[nodiscard]] const tarvel_bytes *tarvel_document(tarvel_file *run);  // what tarvel-json prints
 [[nodiscard]] const tarvel_bytes *tarvel_check(tarvel_file *run);     // what tarvel-check prints

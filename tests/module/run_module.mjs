@@ -16,13 +16,14 @@ const works = {
     const files = Object.entries(courses).map(([name, path]) => ({ name, bytes: readFileSync(path) }));
     file.analyse({ start: course, files }, { metric, timeAloft: aloft });
     const message = file.message();
+    const check = text(file.check());
     return {
       message,
       warnings: file.warnings(),
       report: text(file.report()),
       map: text(file.map()),
       document: text(file.document()),
-      check: text(file.check()),
+      check,
       verdict: file.verdict(),
     };
   },

@@ -77,7 +77,7 @@ class ModuleTest(SameOutputs, unittest.TestCase):
         self.assertEqual(decoded(answer["report"]), report)
         self.assertEqual(decoded(answer["map"]), self.made(folder / "run.kml"))
 
-        done = self.native(folder, "tarvel-json", *options, name)
+        done = self.native(folder, "tarvel-json", *["--check"] * (answer["check"] is not None), *options, name)
         self.expect_same_documents(done.stdout, decoded(answer["document"]))
 
         done = self.native(folder, "tarvel-check", *options, name)
