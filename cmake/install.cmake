@@ -6,6 +6,9 @@ install(TARGETS tarvel tarvel-check tarvel-json tarvel-split RUNTIME)
 install(PROGRAMS meet/tarvel-meet web/tarvel-page TYPE BIN)
 install(FILES ${tarvel_page_folder}/page.js ${tarvel_page_folder}/page.css ${tarvel_page_folder}/meet.js ${tarvel_page_folder}/meet.css
   meet/meet_page.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel/page)
+if(TARGET tarvel_browser)
+  install(FILES ${tarvel_browser_page} DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel)
+endif()
 
 # gzip without a name and a time in it, so that a package made twice is the same.
 find_program(TARVEL_GZIP gzip REQUIRED)
@@ -54,7 +57,8 @@ report, a map as KML and two pages of charts as PDF.
 tarvel-meet analyses all runs of a meet on every core and ranks them.
 tarvel-check says how far each figure of a run can be trusted.
 tarvel-json writes what was found in a run as JSON, for other programs.
-tarvel-page shows runs in one HTML file.
+tarvel-page shows runs in one HTML file. share/tarvel/tarvel.html is all of
+Tarvel in a browser, on any system and without a network.
 tarvel-split cuts the track of a day into its jumps.")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS

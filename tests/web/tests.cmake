@@ -38,3 +38,10 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   tarvel_page_test(meet_page_test)
   set_tests_properties(web/browser_test web/firefox_test web/meet_page_test PROPERTIES LABELS browser)
 endif()
+
+if(TARGET tarvel_browser)
+  tarvel_page_test(app_test)
+  set_property(TEST web/app_test APPEND PROPERTY ENVIRONMENT
+    "TARVEL_BROWSER_PAGE=${tarvel_browser_page};TARVEL_CHECK_PROGRAM=$<TARGET_FILE:tarvel-check>")
+  set_tests_properties(web/app_test PROPERTIES LABELS browser)
+endif()

@@ -1,0 +1,284 @@
+#!/usr/bin/env python3
+"""tests/web/app_test.py: tarvel.html in Debian's chromium, from the disk and without a network.
+
+Exits with 77 where chromium, its driver or selenium is not installed.
+"""
+import json
+import os
+import re
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+try:
+    from selenium.webdriver.common.by import By
+except ImportError:
+    sys.exit(77)
+if not os.access("/usr/bin/chromedriver", os.X_OK):
+    sys.exit(77)
+
+import chromium
+from pages import PROJECT, TARVEL, Workplace, wait_for
+
+APP = Path(os.environ["TARVEL_BROWSER_PAGE"])
+AXE = (PROJECT / "tests/web/vendor/axe-core/axe.min.js").read_text()
+MINUS = "\N{MINUS SIGN}"
+RUNS = ["carve.csv", "reversed.csv", "straight.csv", "tagged.csv"]
+
+
+def setUpModule():
+    global temporary, work, driver
+    temporary = tempfile.TemporaryDirectory()
+    work = Workplace(temporary.name)
+    driver = chromium.start()
+
+
+def tearDownModule():
+    driver.quit()
+    temporary.cleanup()
+
+
+def script(text, *arguments):
+    return driver.execute_script(text, *arguments)
+
+
+def choose(*paths, which="files"):
+    driver.find_element(By.ID, which).send_keys("\n".join(str(path) for path in paths))
+
+
+def rows():
+    """{path of a file: the texts of its cells}"""
+    return dict(script("""return [...document.querySelectorAll('.files tbody tr')].map(row =>
+        [row.dataset.path, [...row.children].map(cell => cell.textContent)]);"""))
+
+
+def wait_for_rows(count, seconds=60):
+    def are_done():
+        found = rows()
+        return len(found) >= count and not any("waiting" in cells for cells in found.values()) and found
+    return wait_for(are_done, seconds)
+
+
+def status():
+    return script("return document.querySelector('[role=status]').textContent")
+
+
+def press(text):
+    wait_for(lambda: script("""const found = [...document.querySelectorAll('button')].find(each =>
+        each.textContent === arguments[0] && each.offsetParent !== null && !each.disabled);
+        found?.click();
+        return found !== undefined;""", text))
+
+
+def figures():
+    return script("""return Object.fromEntries([...document.querySelectorAll('.body [data-figure]')].map(each =>
+        [each.dataset.figure, each.textContent]))""")
+
+
+class AppTest(unittest.TestCase):
+    def setUp(self):
+        driver.get("about:blank")
+        driver.get_log("performance")
+        chromium.console_of(driver)
+        driver.get(APP.as_uri())
+        script("localStorage.clear()")
+        driver.refresh()
+        self.saved = work.folder / f"saved-{self._testMethodName}"
+        self.saved.mkdir()
+        driver.execute_cdp_cmd("Browser.setDownloadBehavior", {"behavior": "allow", "downloadPath": str(self.saved)})
+
+    def tearDown(self):
+        self.assertEqual(chromium.console_of(driver), [])
+        asked = [address for address in chromium.requests_of(driver) if not address.startswith("blob:")]
+        self.assertEqual(set(asked), {APP.as_uri()})
+
+    def save(self, text, name):
+        press(text)
+        file = self.saved / name
+        wait_for(lambda: file.exists() and not list(self.saved.glob("*.crdownload")))
+        return file.read_bytes()
+
+    def open(self, *names):
+        choose(work.folder / "matrix.txt", *(work.folder / name for name in names))
+        wait_for_rows(len(names))
+
+    def open_run(self, name):
+        choose(work.folder / "matrix.txt", work.folder / name)
+        wait_for(lambda: script("return document.querySelector('.tiles') !== null"))
+
+    def test_is_one_file_of_at_most_a_megabyte_that_can_load_nothing(self):
+        page = APP.read_text()
+        self.assertLessEqual(len(page.encode()), 1_000_000)
+        policy = re.search(r'Content-Security-Policy" content="([^"]*)"', page).group(1)
+        sources = dict(part.strip().split(" ", 1) for part in policy.split(";"))
+        self.assertEqual(sources["default-src"], "'none'")
+        self.assertEqual(sources["worker-src"], "blob:")
+        self.assertRegex(sources["script-src"], r"^'sha256-[^']*' 'wasm-unsafe-eval'$")
+        self.assertNotIn("connect-src", sources)
+        self.assertIn("Nothing leaves this computer", script("return document.body.innerText"))
+        self.assertIn("refused", driver.execute_async_script(
+            "const done = arguments[0]; fetch('https://tarvel.invalid/').then(done, () => done('refused'))"))
+        # The violation that was asked for here.
+        self.assertTrue(any("Content Security" in text for text in chromium.console_of(driver)))
+
+    def test_the_figures_are_those_of_the_report(self):
+        for run in RUNS:
+            driver.get(APP.as_uri())
+            self.open_run(run)
+            expected = work.document(run)["figures"]
+            found = figures()
+            self.assertGreater(len(found), 20)
+            for key, text in found.items():
+                with self.subTest(run=run, figure=key):
+                    value = expected[key]["text"].strip().replace("-", MINUS)
+                    self.assertIn(text, (value, "–") if expected[key]["value"] is None else (value, value.lstrip(MINUS)))
+
+    def test_a_dropped_file_is_analysed(self):
+        contents = [[name, (work.folder / name).read_text()] for name in ("matrix.txt", "carve.csv")]
+        script("""const data = new DataTransfer();
+            for (const [name, text] of arguments[0]) data.items.add(new File([text], name));
+            document.body.dispatchEvent(new DragEvent('drop', {dataTransfer: data, bubbles: true, cancelable: true}));""",
+               contents)
+        wait_for(lambda: script("return document.querySelector('.tiles') !== null"))
+        self.assertEqual(figures()["entry_gate_speed"], work.document("carve.csv")["figures"]["entry_gate_speed"]["text"])
+        verdict = wait_for(lambda: script("return document.querySelector('.verdict')?.textContent"))
+        self.assertIn("Good", verdict)
+
+    def test_saves_the_bytes_of_the_programs(self):
+        self.open_run("carve.csv")
+        wait_for(lambda: script("return document.querySelector('.verdict') !== null"))
+        work.run([TARVEL, "carve.csv"])
+        self.assertEqual(self.save("Report", "carve.txt"), (work.folder / "carve.txt").read_bytes())
+        self.assertEqual(self.save("Map", "carve.kml"), (work.folder / "carve.kml").read_bytes())
+        # To the digits of the report; the C libraries' sines differ in their last bits.
+        found, expected = json.loads(self.save("JSON", "carve.json")), work.document("carve.csv")
+        for part in ("track", "charts", "samples", "overview", "warnings", "failure"):
+            self.assertEqual(found[part], expected[part])
+        texts = [{key: figure["text"] for key, figure in document["figures"].items()} for document in (found, expected)]
+        self.assertEqual(*texts)
+
+        made = work.page("native.html", "carve.csv").read_text()
+        saved = self.save("Page", "carve.html").decode()
+        block = re.compile(r'(?<=id="tarvel-documents">).*?(?=</script>)', re.S)
+        self.assertEqual(block.sub("", saved), block.sub("", made))
+        documents = [json.loads(block.search(page).group()) for page in (saved, made)]
+        (document,), (native,) = documents
+        for part in ("track", "charts", "samples", "warnings"):
+            self.assertEqual(document[part], native[part])
+
+    def test_a_walk_is_surveyed_and_its_course_flown(self):
+        choose(work.folder / "walk.csv", work.folder / "carve.csv")
+        found = wait_for_rows(2)
+        self.assertIn("surveyed", "".join(found["walk.csv"]))
+        wait_for(lambda: work.document("carve.csv")["figures"]["entry_gate_speed"]["text"] in rows()["carve.csv"])
+        # The C libraries' sines differ in their last bits, which may turn the last digit of a course.
+        number = re.compile(r"-?\d+\.\d+")
+        saved, expected = self.save("Course file", "walk.txt").decode(), (PROJECT / "examples/matrix.txt").read_text()
+        self.assertEqual(number.sub("", saved).split(), number.sub("", expected).split())
+        for a, b in zip(number.findall(saved), number.findall(expected), strict=True):
+            self.assertAlmostEqual(float(a), float(b), delta=1.001 * 10.0 ** -len(a.split(".")[1]))
+
+    def test_a_bad_file_has_the_programs_message_beside_its_name(self):
+        bad = {"empty.csv": b"", "words.csv": b"hello\nworld\n", "picture.gif": b"GIF89a\1\0\1\0",
+               "half.csv": (work.folder / "carve.csv").read_bytes()[:90000], "short.tvl": b"uTVL\0\0\0\1"}
+        for name, content in bad.items():
+            (work.folder / name).write_bytes(content)
+        self.open(*bad)
+        for name, cells in wait_for_rows(len(bad)).items():
+            with self.subTest(name):
+                printed = work.run([TARVEL, name], status=1).stdout
+                self.assertEqual(cells[-1], re.search("ERROR: (.*)\n", printed).group(1))
+
+    def test_two_hundred_files_sorted_and_compared(self):
+        folder = work.folder / "meet"
+        folder.mkdir()
+        for number in range(200):
+            name = RUNS[number % len(RUNS)]
+            (folder / f"{number:03}.csv").write_bytes((work.folder / name).read_bytes())
+        (folder / "matrix.txt").write_bytes((work.folder / "matrix.txt").read_bytes())
+        (folder / "picture.jpg").write_bytes(b"no track")
+        choose(folder, which="folder")
+        self.assertEqual(len(wait_for_rows(200, 200)), 200)
+        self.assertIn("1 other file was left out", wait_for(status))
+        script("document.querySelector('.sorter[data-key=stop_distance]').click()")
+        distances = script("return [...document.querySelectorAll('td[data-figure=stop_distance]')].map(e => +e.textContent)")
+        self.assertEqual(distances, sorted(distances))
+        script("document.querySelector('.sorter[data-key=stop_distance]').click()")
+        again = script("return [...document.querySelectorAll('td[data-figure=stop_distance]')].map(e => +e.textContent)")
+        self.assertEqual(again, sorted(distances, reverse=True))
+        for number in ("000", "004"):  # the same run
+            script(f"document.querySelector('tr[data-path=\"{number}.csv\"] input').click()")
+        press("Compare 2 runs")
+        wait_for(lambda: script("return document.querySelector('.comparison') !== null"))
+        differences = script("return [...document.querySelectorAll('.comparison .difference')].map(e => e.textContent)")
+        self.assertGreater(len(differences), 5)
+        self.assertEqual({float(text) for text in differences}, {0.0})
+
+    def test_a_track_of_two_jumps_is_split(self):
+        head, units, *first = (work.folder / "straight.csv").read_text().splitlines(keepends=True)
+        second = (work.folder / "carve.csv").read_text().splitlines(keepends=True)[2:]
+        (work.folder / "day.csv").write_text("".join([head, units, *first, *second]))
+        choose(work.folder / "matrix.txt", work.folder / "day.csv")
+        found = wait_for_rows(2)
+        self.assertEqual(sorted(found), ["day-1.csv", "day-2.csv"])
+        self.assertIn("day.csv holds 2 jumps", status())
+        self.assertIn(work.document("carve.csv")["figures"]["entry_gate_speed"]["text"], found["day-2.csv"])
+
+    def test_a_folder_of_three_gigabytes_is_refused_with_a_word(self):
+        folder = work.folder / "videos"
+        folder.mkdir()
+        for number in range(3):
+            with open(folder / f"{number}.mp4", "wb") as file:
+                file.truncate(1_000_000_000)
+        choose(folder, which="folder")
+        self.assertIn("too much at once", wait_for(status))
+        self.assertEqual(rows(), {})
+
+    def test_remembers_units_and_theme_only(self):
+        self.open("carve.csv", "straight.csv")
+        press("m, km/h")
+        script("const list = [...document.querySelectorAll('select')].find(e => e.value === 'auto');"
+               "list.value = 'dark'; list.dispatchEvent(new Event('change'))")
+        self.assertEqual(script("return {...localStorage}"), {"tarvel.units": "metric", "tarvel.theme": "dark"})
+        driver.get(APP.as_uri())
+        self.assertEqual(rows(), {})
+        self.assertEqual(script("return document.documentElement.dataset.theme"), "dark")
+        self.assertEqual(script("return document.cookie"), "")
+
+    def test_axe_finds_nothing(self):
+        def findings():
+            script(AXE)
+            found = driver.execute_async_script(
+                "const done = arguments[0]; axe.run(document).then(done, error => done(String(error)))")
+            return [f"{each['id']}: {[node['html'] for node in each['nodes']][:3]}" for each in found["violations"]]
+        self.assertEqual(findings(), [])
+        self.open("carve.csv", "straight.csv", "walk.csv", "implicit.csv")
+        self.assertEqual(findings(), [])
+
+    def test_fits_a_telephone(self):
+        phone = chromium.start(360, 640, touch=True)
+        try:
+            phone.get(APP.as_uri())
+            phone.find_element(By.ID, "files").send_keys(
+                "\n".join(str(work.folder / name) for name in ("matrix.txt", "carve.csv", "straight.csv")))
+            wait_for(lambda: phone.execute_script("return document.querySelectorAll('.files .link').length === 2"))
+            self.assertLessEqual(phone.execute_script("return document.documentElement.scrollWidth"), 360)
+        finally:
+            phone.quit()
+
+    def test_a_long_track_does_not_stall_the_page(self):
+        head, units, *lines = (work.folder / "straight.csv").read_bytes().splitlines(keepends=True)
+        (work.folder / "long.csv").write_bytes(head + units + lines[0] * (300_000 - len(lines)) + b"".join(lines))
+        script("""window.longest = 0; let last = performance.now();
+            setInterval(() => { const now = performance.now(); longest = Math.max(longest, now - last); last = now; }, 10);""")
+        begin = time.monotonic()
+        self.open_run("long.csv")
+        print(f"300,000 rows are shown after {time.monotonic() - begin:.1f} s; longest stall {script('return longest'):.0f} ms",
+              file=sys.stderr)
+        self.assertLess(script("return longest"), 2000)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

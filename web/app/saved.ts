@@ -1,0 +1,70 @@
+// Files that are saved, under the names that the programs give them.
+import { RunDocument } from "../src/document";
+
+export function saveFile(name: string, content: BlobPart, type: string): void {
+  const address = URL.createObjectURL(new Blob([content], { type }));
+  const link = document.createElement("a");
+  link.href = address;
+  link.download = name.replace(/^.*\//, "");
+  link.click();
+  setTimeout(() => URL.revokeObjectURL(address), 60000);
+}
+
+// As tarvel names its outputs: the three letters behind the point are replaced. Where there are none, which it refuses, an
+// extension is added.
+export function withExtension(name: string, extension: string): string {
+  return /.\..{3}$/.test(name) ? name.slice(0, -3) + extension : `${name}.${extension}`;
+}
+
+// As tarvel-page names its own.
+export function pageName(name: string): string {
+  return `${name.replace(/([^/])\.[^./]*$/, "$1")}.html`;
+}
+
+const shownChart = "overhead";
+const shownStyles = new Set(["open_circle", "solid", "thick_dashed"]);
+const unusedColumns = new Set(["turn_angle", "fix"]);
+
+// Each value less the last one before it that is not null.
+function differences(column: (number | null)[]): (number | null)[] {
+  let last = 0;
+  return column.map((value) => {
+    if (value === null) return null;
+    const difference = value - last;
+    last = value;
+    return difference;
+  });
+}
+
+function without(record: object, names: Set<string>): Record<string, unknown> {
+  return Object.fromEntries(Object.entries(record).filter(([name]) => !names.has(name)));
+}
+
+// What tarvel-page puts into a page of a document.
+export function shownPart(document: RunDocument): Record<string, unknown> {
+  const kept = without(document, new Set(["overview"]));
+  kept.course = without(document.course, new Set(["frame", "pond"]));
+  if (document.charts) {
+    const chart = document.charts[shownChart];
+    kept.charts = { [shownChart]: { ...chart, series: chart.series.filter(({ style }) => shownStyles.has(style)) } };
+  }
+  if (document.samples) {
+    const columns = Object.entries(without(document.samples, unusedColumns));
+    kept.samples = Object.fromEntries(columns.map(([name, column]) => [name, Array.isArray(column) ? differences(column) : column]));
+  }
+  return kept;
+}
+
+// JSON in ASCII that cannot end the element in which it stands.
+export function embedded(documents: unknown): string {
+  const escaped = (letter: string) => `\\u${letter.charCodeAt(0).toString(16).padStart(4, "0")}`;
+  return JSON.stringify(documents).replace(/[<\u007f-\uffff]/g, escaped);
+}
+
+// The template is a page of tarvel-page with this in the place of its documents.
+export const documentsMark = "TARVEL DOCUMENTS";
+
+export function pageOf(template: string, documents: RunDocument[]): string {
+  const [before, after] = template.split(documentsMark);
+  return before + embedded(documents.map(shownPart)) + after;
+}

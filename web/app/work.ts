@@ -1,0 +1,101 @@
+// What the worker does with one file.
+import { Courses, Engine, EngineFile, RunOptions } from "./engine";
+
+// A run's outputs, as the programs write them.
+export interface RunResult {
+  kind: "run";
+  document: Uint8Array;
+  report: Uint8Array | null; // null for a run that failed
+  map: Uint8Array | null; // null for a track that was not read
+  metric: boolean;
+  isChecked: boolean;
+}
+
+export interface WalkResult {
+  kind: "walk";
+  course: Uint8Array;
+  log: Uint8Array | null; // null for a finished course
+  map: Uint8Array | null;
+}
+
+export interface DayResult {
+  kind: "day";
+  listing: Uint8Array;
+  jumps: { name: string; bytes: Uint8Array }[];
+}
+
+export type FileResult = RunResult | WalkResult | DayResult;
+
+export interface Job {
+  name: string;
+  file: Blob;
+  courses: Courses;
+  options: RunOptions;
+  check: boolean;
+  // A file of which nothing is known yet may also be a walk, or hold several jumps.
+  isKnown: boolean;
+}
+
+function runResult(file: EngineFile, job: Job): RunResult {
+  const isChecked = job.check && file.check() !== null;
+  const [report, map] = [file.report(), file.map()];
+  const document = file.document();
+  if (!document) throw new Error(file.message() ?? "no document");
+  return { kind: "run", document, report, map, metric: job.options.metric, isChecked };
+}
+
+function walkResult(file: EngineFile): WalkResult | null {
+  if (!file.survey(true)) return null;
+  const course = file.course();
+  return course && { kind: "walk", course, log: file.log(), map: file.map() };
+}
+
+function dayResult(file: EngineFile, metric: boolean): DayResult | null {
+  const listing = file.listing(metric);
+  const jumps = Array.from({ length: file.jumpCount() }, (_, i) => file.jump(i));
+  if (!listing || jumps.some((jump) => jump === null)) return null;
+  return { kind: "day", listing, jumps: jumps.filter((jump): jump is NonNullable<typeof jump> => jump !== null) };
+}
+
+function resultOf(file: EngineFile, job: Job): FileResult {
+  const hasJumps = !job.isKnown && file.split();
+  const count = hasJumps ? file.jumpCount() : 0;
+  if (count > 1) {
+    const day = dayResult(file, job.options.metric);
+    if (day) return day;
+  }
+  const isSound = file.analyse(job.courses, job.options);
+  const run = runResult(file, job);
+  if (isSound || job.isKnown || count > 0) return run;
+  return walkResult(file) ?? run;
+}
+
+// Files that fit share an engine, whose memory is used again.
+const sharedSize = 2 * 1024 * 1024;
+
+export class Workbench {
+  private shared: Engine | null = null;
+
+  constructor(private readonly module: WebAssembly.Module) {}
+
+  async do(job: Job): Promise<FileResult> {
+    const bytes = new Uint8Array(await job.file.arrayBuffer());
+    const engine = await this.engineFor(bytes.length);
+    try {
+      const file = engine.open(job.name, bytes);
+      const result = resultOf(file, job);
+      file.free();
+      return result;
+    } catch (error) {
+      // What has stopped in the middle of its work is not used again.
+      if (engine === this.shared) this.shared = null;
+      throw error;
+    }
+  }
+
+  private async engineFor(size: number): Promise<Engine> {
+    if (size > sharedSize) return Engine.start(this.module, size);
+    this.shared ??= await Engine.start(this.module, sharedSize);
+    return this.shared;
+  }
+}
