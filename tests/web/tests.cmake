@@ -40,8 +40,9 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
 endif()
 
 if(TARGET tarvel_browser)
-  tarvel_page_test(app_test)
-  set_property(TEST web/app_test APPEND PROPERTY ENVIRONMENT
-    "TARVEL_BROWSER_PAGE=${tarvel_browser_page};TARVEL_CHECK_PROGRAM=$<TARGET_FILE:tarvel-check>")
-  set_tests_properties(web/app_test PROPERTIES LABELS browser)
+  foreach(name app_test firefox_app_test)
+    tarvel_page_test(${name})
+    set_property(TEST web/${name} APPEND PROPERTY ENVIRONMENT "TARVEL_BROWSER_PAGE=${tarvel_browser_page}")
+    set_tests_properties(web/${name} PROPERTIES LABELS browser)
+  endforeach()
 endif()
