@@ -67,12 +67,17 @@ constexpr auto version_text = [] {
   return text;
 }();
 
+// Of another file, which outlives the run.
+struct linked_course {
+  const tarvel_file *file = nullptr;
+};
+
 }  // namespace
 
 struct tarvel_file {
   owned_text name;
   memory_block content;
-  owned_array<const tarvel_file *> courses;
+  owned_array<linked_course> courses;
   std::uint32_t course_count = 0;
   std::uint32_t course_capacity = 0;
 
@@ -140,8 +145,8 @@ bool read_file(tarvel_file &file, reader read) {
 }
 
 const tarvel_file *find_course(const tarvel_file &run, const char *name) {
-  for (const tarvel_file *course : std::span(run.courses.get(), run.course_count)) {
-    if (std::strcmp(course->name.get(), name) == 0) return course;
+  for (const linked_course &course : std::span(run.courses.get(), run.course_count)) {
+    if (std::strcmp(course.file->name.get(), name) == 0) return course.file;
   }
   return nullptr;
 }
@@ -246,7 +251,7 @@ void tarvel_free(tarvel_file *file) { owned_record<tarvel_file>(file).reset(); }
 const char *tarvel_version() { return version; }
 
 bool tarvel_add_course(tarvel_file *run, const tarvel_file *course) {
-  return try_append(run->courses, run->course_count, run->course_capacity, first_course_capacity, course);
+  return try_append(run->courses, run->course_count, run->course_capacity, first_course_capacity, {course});
 }
 
 bool tarvel_survey(tarvel_file *walk, bool pond) {
