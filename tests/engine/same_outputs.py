@@ -60,6 +60,8 @@ class SameOutputs:
         self.assertEqual(*documents)
         self.assertEqual(list(numbers), list(other_numbers))
         for name, value in numbers.items():
-            # An interval comes from hundreds of analyses, each of which adds its own last digits.
-            delta = 1e-6 if name[0] not in ("interval", "reason") else 1e-3
+            # An interval comes from hundreds of analyses, each of which adds its own last digits; the origin of a frame has
+            # the earth's radius as its lever.
+            is_coarse = name[0] in ("interval", "reason") or (isinstance(name[0], int) and name[1] == 3)
+            delta = 1e-3 if is_coarse else 1e-6
             self.assertAlmostEqual(value, other_numbers[name], delta=delta, msg=name)
