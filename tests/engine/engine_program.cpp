@@ -188,7 +188,8 @@ void analyse_over(swoop &run, const std::optional<course> &flown, error_slot *er
 void check(const settings &given) {
   const owned_record<swoop> run = read_run(given);
   error_slot error = nullptr;
-  analyse_over(*run, given.implicit_gate ? std::nullopt : find_course(given.swoop), &error);
+  std::string course_file;
+  analyse_over(*run, given.implicit_gate ? std::nullopt : find_course(given.swoop, course_file), &error);
   stop_at(error);
   run_check found;
   check_run(*run, check_settings(), found, &error);
