@@ -24,6 +24,8 @@ export function pageName(name: string): string {
 const shownChart = "overhead";
 const shownStyles = new Set(["open_circle", "solid", "thick_dashed"]);
 const unusedColumns = new Set(["turn_angle", "fix"]);
+const unusedOfPhase = new Set(["horizontal_speed", "vertical_speed", "total_speed"]);
+const placeOfPhase = new Set(["x", "y", "z"]);
 
 // Each value less the last one before it that is not null.
 function differences(column: (number | null)[]): (number | null)[] {
@@ -40,14 +42,32 @@ function without(record: object, names: Set<string>): Record<string, unknown> {
   return Object.fromEntries(Object.entries(record).filter(([name]) => !names.has(name)));
 }
 
+function mapValues(record: object, change: (value: any, name: string) => unknown): Record<string, unknown> {
+  return Object.fromEntries(Object.entries(record).map(([name, value]) => [name, change(value, name)]));
+}
+
+// Its place to a tenth of a millimetre.
+function packedPhase(phase: object | null): unknown {
+  return phase && mapValues(without(phase, unusedOfPhase), (value, name) =>
+    placeOfPhase.has(name) && value !== null ? Number(value.toFixed(4)) : value);
+}
+
+// Both ends, to a millionth of the unit and outward, and as printed; why there are none, where there are none.
+function packedInterval({ low, high, low_text, high_text, why }: any): unknown {
+  return low === null || high === null ? why : [Math.floor(low * 1e6) / 1e6, Math.ceil(high * 1e6) / 1e6, low_text, high_text];
+}
+
 // What tarvel-page puts into a page of a document.
 export function shownPart(document: RunDocument): Record<string, unknown> {
   const kept = without(document, new Set(["overview"]));
   kept.course = without(document.course, new Set(["frame", "pond"]));
   if (document.charts) {
     const chart = document.charts[shownChart];
-    kept.charts = { [shownChart]: { ...chart, series: chart.series.filter(({ style }) => shownStyles.has(style)) } };
+    kept.charts = { [shownChart]: { title: chart.title, series: chart.series.filter(({ style }) => shownStyles.has(style)) } };
   }
+  if (document.phases) kept.phases = mapValues(document.phases, packedPhase);
+  const { check } = document as { check?: { intervals: object } | null };
+  if (check) kept.check = { ...check, intervals: mapValues(check.intervals, packedInterval) };
   if (document.samples) {
     const columns = Object.entries(without(document.samples, unusedColumns));
     kept.samples = Object.fromEntries(columns.map(([name, column]) => [name, Array.isArray(column) ? differences(column) : column]));
