@@ -34,8 +34,8 @@ enum class withheld {
 struct figure_check {
   double value = 0.0;  // as values_of gives it: NaN when the run has none
   bool has_interval = false;
-  interval range;        // contains the value
-  double missing = 0.0;  // the part of the draws that do not have the figure
+  interval range;           // contains the value
+  double missing = 0.0;     // the part of the draws that do not have the figure
   bool is_bounded = false;  // the gate was crossed in a gap: the range is all that is known, and the value is wrong
 };
 

@@ -29,7 +29,7 @@ std::size_t find_departure(std::span<const gps_point> walk, std::size_t i, const
 // Appends the perimeter points of one leg, from sample i to the first sample near the next mark, and returns that
 // sample.
 std::size_t append_leg(std::span<const gps_point> walk, std::size_t i, const vec3 &next_mark, pond_outline &pond,
-                     error_slot *error) {
+                       error_slot *error) {
   const std::size_t first_of_leg = pond.count;
   for (; i < walk.size(); ++i) {
     const vec3 &position = walk[i].pos_local;
