@@ -8,9 +8,9 @@ find_program(TARVEL_QEMU qemu-aarch64 REQUIRED)
 
 set(tarvel_run_wasm ${TARVEL_NODE} --no-warnings ${CMAKE_CURRENT_LIST_DIR}/run_wasm.mjs)
 set(tarvel_run_aarch64 ${TARVEL_QEMU})
-set(tarvel_run_unsigned-char)
 
-foreach(machine wasm aarch64 unsigned-char)
+# char has no sign on ARM, so that the preset unsigned-char would show nothing more here.
+foreach(machine wasm aarch64)
   add_test(NAME engine/build_${machine}
     COMMAND sh -c "${CMAKE_COMMAND} --preset ${machine} && ${CMAKE_COMMAND} --build --preset ${machine}"
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})

@@ -2,7 +2,7 @@
 # Runs tarvel-meet over simulated meets: meet_test.py [CLASS[.TEST]...]
 #
 # TARVEL_PROGRAM names the built tarvel, which tarvel-json stands beside, TARVEL_SOURCE_DIR the source tree,
-# TARVEL_MEET_RUNS the size of the large meet (300). Exit status 77, with the reason, where GNU parallel or rsync is missing.
+# TARVEL_MEET_RUNS the size of the large meet (300, in ctest 100). Exit status 77, with the reason, where GNU parallel or rsync is missing.
 import contextlib
 import csv
 import fcntl

@@ -3,7 +3,7 @@ if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   return()
 endif()
 # The counters make tarvel slow.
-set(tarvel_meet_runs 300)
+set(tarvel_meet_runs 100)
 if(CMAKE_CXX_FLAGS MATCHES "--coverage")
   set(tarvel_meet_runs 48)
 endif()
