@@ -19,11 +19,11 @@ except ImportError:
 if not os.access("/usr/bin/chromedriver", os.X_OK):
     sys.exit(77)
 
+import axe
 import chromium
 from pages import PROJECT, TARVEL, Workplace, wait_for
 
 APP = Path(os.environ["TARVEL_BROWSER_PAGE"])
-AXE = (PROJECT / "tests/web/vendor/axe-core/axe.min.js").read_text()
 MINUS = "\N{MINUS SIGN}"
 RUNS = ["carve.csv", "reversed.csv", "straight.csv", "tagged.csv"]
 
@@ -249,7 +249,7 @@ class AppTest(unittest.TestCase):
 
     def test_axe_finds_nothing(self):
         def findings():
-            script(AXE)
+            script(axe.SCRIPT)
             found = driver.execute_async_script(
                 "const done = arguments[0]; axe.run(document).then(done, error => done(String(error)))")
             return [f"{each['id']}: {[node['html'] for node in each['nodes']][:3]}" for each in found["violations"]]

@@ -23,10 +23,10 @@ except ImportError:
 if not os.access("/usr/bin/chromedriver", os.X_OK):
     sys.exit(77)
 
+import axe
 import chromium
 from pages import PROJECT, Workplace, wait_for
 
-AXE = (PROJECT / "tests/web/vendor/axe-core/axe.min.js").read_text()
 MINUS = "\N{MINUS SIGN}"
 FEET_PER_METRE = 3.2808399
 MPH_PER_MPS = 2.23693629
@@ -98,7 +98,7 @@ def number(text):
 
 
 def axe_findings(browser=None):
-    script(AXE, browser=browser)
+    script(axe.SCRIPT, browser=browser)
     found = (browser or driver).execute_async_script(
         "const done = arguments[0]; axe.run(document, {resultTypes: ['violations']}).then(done, error => done(String(error)))")
     return [f"{each['id']}: {[node['html'] for node in each['nodes']][:3]}" for each in found["violations"]]

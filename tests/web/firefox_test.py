@@ -4,13 +4,13 @@ import sys
 import tempfile
 import unittest
 
+import axe
 import firefox
-from pages import PROJECT, Workplace, wait_for
+from pages import Workplace, wait_for
 
 if not firefox.is_installed():
     sys.exit(77)
 
-AXE = (PROJECT / "tests/web/vendor/axe-core/axe.min.js").read_text()
 
 
 class FirefoxTest(unittest.TestCase):
@@ -79,7 +79,7 @@ class FirefoxTest(unittest.TestCase):
     def test_axe_finds_nothing(self):
         self.open(self.work.page("several.html", "carve.csv", "straight.csv"))
         found = self.browser.execute_async_script(
-            AXE + "; const done = arguments[0]; axe.run(document).then(done, error => done({violations: [{id: String(error)}]}))")
+            axe.SCRIPT + "; const done = arguments[0]; axe.run(document).then(done, error => done({violations: [{id: String(error)}]}))")
         self.assertEqual([each["id"] for each in found["violations"]], [])
 
 

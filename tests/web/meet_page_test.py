@@ -19,6 +19,7 @@ except ImportError:
 if not os.access("/usr/bin/chromedriver", os.X_OK):
     sys.exit(77)
 
+import axe
 import chromium
 import firefox
 from pages import PROJECT, TARVEL_JSON, TARVEL_PAGE, Workplace, wait_for
@@ -26,7 +27,6 @@ from pages import PROJECT, TARVEL_JSON, TARVEL_PAGE, Workplace, wait_for
 sys.path.insert(0, str(Path(TARVEL_PAGE).parent / "page"))
 import meet_page
 
-AXE = (PROJECT / "tests/web/vendor/axe-core/axe.min.js").read_text()
 HOSTILE = "</script><img src=x onerror=alert(1)>"
 
 
@@ -96,7 +96,7 @@ def names():
 
 
 def axe_findings():
-    script(AXE)
+    script(axe.SCRIPT)
     found = driver.execute_async_script(
         "const done = arguments[0]; axe.run(document, {resultTypes: ['violations'], preload: false}).then(done, error => done(String(error)))")
     return [f"{each['id']}: {[node['html'] for node in each['nodes']][:3]}" for each in found["violations"]]
