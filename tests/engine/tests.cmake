@@ -9,14 +9,17 @@ find_program(TARVEL_QEMU qemu-aarch64 REQUIRED)
 set(tarvel_run_wasm ${TARVEL_NODE} --no-warnings ${CMAKE_CURRENT_LIST_DIR}/run_wasm.mjs)
 set(tarvel_run_aarch64 ${TARVEL_QEMU})
 
+# tarvel.html needs most of the engine for WebAssembly, so the test builds its program in the same tree.
+set(tarvel_wasm_tree ${PROJECT_BINARY_DIR}/wasm)
+set(tarvel_build_wasm ${CMAKE_COMMAND} --build ${tarvel_wasm_tree} --target engine_program)
 # char has no sign on ARM, so that the preset unsigned-char would show nothing more here.
+set(tarvel_aarch64_tree ${PROJECT_SOURCE_DIR}/build/aarch64)
+set(tarvel_build_aarch64 sh -c "${CMAKE_COMMAND} --preset aarch64 && ${CMAKE_COMMAND} --build --preset aarch64")
 foreach(machine wasm aarch64)
-  add_test(NAME engine/build_${machine}
-    COMMAND sh -c "${CMAKE_COMMAND} --preset ${machine} && ${CMAKE_COMMAND} --build --preset ${machine}"
-    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  add_test(NAME engine/build_${machine} COMMAND ${tarvel_build_${machine}} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   add_test(NAME engine/${machine}
     COMMAND Python3::Interpreter -B ${CMAKE_CURRENT_LIST_DIR}/engine_test.py
-      ${tarvel_run_${machine}} ${PROJECT_SOURCE_DIR}/build/${machine}/engine_program)
+      ${tarvel_run_${machine}} ${tarvel_${machine}_tree}/engine_program)
   set_tests_properties(engine/build_${machine} PROPERTIES FIXTURES_SETUP engine_${machine} TIMEOUT 900)
   set_tests_properties(engine/${machine} PROPERTIES FIXTURES_REQUIRED engine_${machine} TIMEOUT 300
     ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>;TARVEL_CHECK_PROGRAM=$<TARGET_FILE:tarvel-check>")
