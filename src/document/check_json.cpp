@@ -69,20 +69,23 @@ const char *why_none(const swoop &run, const run_check &check, figure which) {
   return check.reason == withheld::nothing ? "missing-in-all-draws" : name_of(check.reason);
 }
 
+json ends_as_json(figure which, const figure_check &each, const display_units &units) {
+  const interval range = shown_range(which, each);
+  const printed_ends ends = print_ends(which, each, units);
+  return {{"low", json_number(range.low)},
+          {"high", json_number(range.high)},
+          {"low_text", static_cast<const char *>(ends.low)},
+          {"high_text", static_cast<const char *>(ends.high)}};
+}
+
 json interval_as_json(const swoop &run, const run_check &check, figure which, const display_units &units) {
   const figure_check &each = check_of(check, which);
   const char *const why = why_none(run, check, which);
   json made = {{"low", json()}, {"high", json()}, {"low_text", json()}, {"high_text", json()}};
-  if (why == nullptr) {
-    const interval range = shown_range(which, each);
-    const printed_ends ends = print_ends(which, each, units);
-    made["low"] = json_number(range.low);
-    made["high"] = json_number(range.high);
-    made["low_text"] = static_cast<const char *>(ends.low);
-    made["high_text"] = static_cast<const char *>(ends.high);
-  }
+  if (why == nullptr) made = ends_as_json(which, each, units);
   made["missing"] = std::lround(each.missing * check.draws);
   made["why"] = json_text(why);
+  made["bounds"] = each.is_bounded ? ends_as_json(which, each, units) : json();
   return made;
 }
 

@@ -180,8 +180,8 @@ TEST(run_document_test, has_intervals_and_reasons_of_a_run_that_was_checked) {
   EXPECT_EQ(check["draws"], 400);
   const json &intervals = check["intervals"];
   // 29.9 m/s are 107.64 km/h, 30.2 m/s are 108.72 km/h.
-  const json gate_speed = {{"low", 29.9},          {"high", 30.2}, {"low_text", "107.6"},
-                           {"high_text", "108.8"}, {"missing", 0}, {"why", nullptr}};
+  const json gate_speed = {{"low", 29.9},  {"high", 30.2},   {"low_text", "107.6"}, {"high_text", "108.8"},
+                           {"missing", 0}, {"why", nullptr}, {"bounds", nullptr}};
   EXPECT_EQ(intervals["entry_gate_speed"], gate_speed);
   // Without the direction, as the figure.
   EXPECT_EQ(intervals["rotation"]["low"], 450.25 - 0.2);
@@ -189,7 +189,8 @@ TEST(run_document_test, has_intervals_and_reasons_of_a_run_that_was_checked) {
   EXPECT_EQ(intervals["rotation"]["high_text"], "451");
   EXPECT_EQ(intervals["rollout_time"]["missing"], 3);
   const json none = {{"low", nullptr},       {"high", nullptr}, {"low_text", nullptr},
-                     {"high_text", nullptr}, {"missing", 0},    {"why", "missing-in-all-draws"}};
+                     {"high_text", nullptr}, {"missing", 0},    {"why", "missing-in-all-draws"},
+                     {"bounds", nullptr}};
   EXPECT_EQ(intervals["stop_distance"], none);
 
   // 1 mph in all digits of the factor.
@@ -200,6 +201,27 @@ TEST(run_document_test, has_intervals_and_reasons_of_a_run_that_was_checked) {
   EXPECT_TRUE(check["reasons"][0]["text"].get<std::string>().starts_with("4 km/h of descent"));
   EXPECT_TRUE(check["reasons"][1]["value"].is_null());
   EXPECT_TRUE(check["reasons"][1]["unit"].is_null());
+}
+
+TEST(run_document_test, tells_bounds_from_intervals) {
+  swoop run = hand_made_swoop();
+  run.entry_gate_speed = 30.0;
+  checked_run checked = check_of_figures(run);
+  checked.check.reason = withheld::gap;
+  figure_check &speed = checked.check.figures[index_of(figure::entry_gate_speed)];
+  speed.has_interval = false;
+  speed.is_bounded = true;
+  speed.range = {24.5, 35.5};
+  run_facts facts = facts_of(&run);
+  facts.metric = true;
+  facts.checked = &checked;
+
+  // 24.5 m/s are 88.2 km/h, 35.5 m/s are 127.8 km/h.
+  const json bounds = {{"low", 24.5}, {"high", 35.5}, {"low_text", "88.2"}, {"high_text", "127.8"}};
+  const json bounded = {{"low", nullptr}, {"high", nullptr}, {"low_text", nullptr}, {"high_text", nullptr},
+                        {"missing", 0},   {"why", "gap"},    {"bounds", bounds}};
+  const json document = document_of(facts);
+  EXPECT_EQ(document["check"]["intervals"]["entry_gate_speed"], bounded);
 }
 
 TEST(run_document_test, has_an_interval_under_the_name_of_each_figure) {

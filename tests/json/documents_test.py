@@ -135,6 +135,7 @@ class DocumentTest(unittest.TestCase):
 
     def check_interval(self, figure, interval, report):
         """An interval contains its value, is rounded outward, and is printed."""
+        self.assertIsNone(interval["bounds"])
         if interval["why"]:
             self.assertEqual((interval["low"], interval["high_text"]), (None, None))
             self.assertEqual(interval["why"] == "not-found", figure["value"] is None)
@@ -160,6 +161,24 @@ class DocumentTest(unittest.TestCase):
         self.assertIn("gap", [reason["code"] for reason in check["reasons"]])
         self.assertIsNone(self.document_of("--check", "walk.csv", status=1)["check"])
         self.assertIsNone(self.document_of("carve.csv")["check"])
+
+    def test_a_gate_crossed_in_a_gap_has_bounds(self):
+        rows = (self.place / "carve.csv").read_text().splitlines(keepends=True)
+        gate = self.document_of("carve.csv")["phases"]["entry_gate"]["index"] + HEADER_LINES
+        (self.place / "gap.csv").write_text("".join(rows[:gate - 6] + rows[gate + 8:]))
+        check = self.document_of("--check", "--draws", "60", "gap.csv")["check"]
+        self.assertEqual(check["verdict"], "unusable")
+        report = subprocess.run([TARVEL_CHECK, "--draws", "60", "gap.csv"], cwd=self.place, capture_output=True, text=True,
+                                check=False).stdout
+        intervals = check["intervals"]
+        for name, label in (("entry_gate_speed", "entry gate speed"), ("carve_time", "speed carve time")):
+            interval = intervals[name]
+            self.assertEqual((interval["low"], interval["why"]), (None, "gap"), name)
+            bounds = interval["bounds"]
+            self.assertLess(bounds["low"], bounds["high"])
+            self.assertRegex(report, rf"{label}: +---- \S+ +{bounds['low_text']} \.\. +{bounds['high_text']} +bounds: ")
+        self.assertEqual([name for name, each in intervals.items() if each["bounds"]],
+                         ["entry_gate_speed", "carve_time"])
 
     def test_the_phases_lie_on_the_track(self):
         document = self.document_of("carve.csv")
