@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 
-import { checkOf, intervalText } from "../../web/src/check.ts";
+import { checkOf, intervalText, isBounded } from "../../web/src/check.ts";
 import { differenceText, figureText } from "../../web/src/figures.ts";
 import { imperial, metric } from "../../web/src/units.ts";
 import { runDocument } from "./sample_run.mjs";
@@ -39,6 +39,7 @@ test("an interval is the document's text in its units, and rounded outward in th
         touchdown_distance: without,
         carve_time: { ...without, why: "not-found" },
         aloft_time: without,
+        exit_gate_speed: { ...without, why: "gap", bounds: { low: 17.0, high: 24.0, low_text: "38.0", high_text: "53.7" } },
         rotation: "?",
       },
       reasons: [{ code: "gap", severity: "note", value: 1, unit: "s", text: "words" }],
@@ -53,6 +54,10 @@ test("an interval is the document's text in its units, and rounded outward in th
   assert.equal(intervalText(check, "turn_offset", offset, metric), "−2 … 1");
   assert.equal(intervalText(check, "touchdown_distance", offset, imperial), "");
   assert.equal(intervalText(check, "rotation", speed, imperial), "");
+  assert.equal(intervalText(check, "exit_gate_speed", speed, imperial), "between 38.0 and 53.7");
+  assert.equal(intervalText(check, "exit_gate_speed", speed, metric), "between 61.2 and 86.4");
+  assert.deepEqual(["exit_gate_speed", "entry_gate_speed"].map((key) => isBounded(check, key)), [true, false]);
+  assert.equal(isBounded(null, "exit_gate_speed"), false);
   assert.deepEqual(check.missing, ["touchdown-is-stop", "not-found"]);
   assert.deepEqual(check.reasons, [{ code: "gap", severity: "note", text: "words" }]);
   assert.equal(checkOf(runDocument([{ x: 1 }])), null);

@@ -8,7 +8,7 @@ import { valueAt } from "../../web/src/compare.ts";
 import { Cursor } from "../../web/src/cursor.ts";
 import { placeLabels } from "../../web/src/labels.ts";
 import { Matching } from "../../web/src/matching.ts";
-import { sums } from "../../web/src/packed.ts";
+import { sums, unpack } from "../../web/src/packed.ts";
 import { differencePanels, flightPanels } from "../../web/src/panels.ts";
 import { Projection, niceStep } from "../../web/src/projection.ts";
 import { labelsOf, makeRun } from "../../web/src/runs.ts";
@@ -201,6 +201,16 @@ test("the cursor stays within the run and tells of each move once", () => {
 
 test("differences of a column add up to it, missing values stay missing", () => {
   assert.deepEqual(sums([169700, 100, null, 100, -50]), [169700, 169800, null, 169900, 169850]);
+});
+
+test("a packed interval has both ends, why there are none, or bounds", () => {
+  const none = { low: null, high: null, low_text: null, high_text: null };
+  const ends = { low: 2, high: 3.5, low_text: "2.00", high_text: "3.50" };
+  const packed = { speed: [2, 3.5, "2.00", "3.50"], turn: "not-found", time: [2, 3.5, "2.00", "3.50", "gap"] };
+  const { intervals } = unpack({ samples: null, check: { intervals: packed } }).check;
+  assert.deepEqual(intervals.speed, { ...ends, why: null, bounds: null });
+  assert.deepEqual(intervals.turn, { ...none, why: "not-found", bounds: null });
+  assert.deepEqual(intervals.time, { ...none, why: "gap", bounds: ends });
 });
 
 test("names are told apart", () => {

@@ -142,6 +142,15 @@ class PageProgramTest(unittest.TestCase):
                 whole = document["samples"][name]
                 self.assertEqual(list(accumulate(column)) if isinstance(column, list) else column, whole, name)
 
+    def test_bounds_have_the_reason_behind_them(self):
+        document = self.work.document("carve.csv", "--check")
+        none = dict.fromkeys(("low", "high", "low_text", "high_text"))
+        document["check"]["intervals"]["carve_time"] = {
+            **none, "missing": 0, "why": "gap", "bounds": {"low": 2.0, "high": 3.5, "low_text": "2.00", "high_text": "3.50"}}
+        self.work.page_of_documents("bounds.html", document)
+        found = json.loads(Parts((self.work.folder / "bounds.html").read_text()).parts["tarvel-documents"])
+        self.assertEqual(found[0]["check"]["intervals"]["carve_time"], [2.0, 3.5, "2.00", "3.50", "gap"])
+
     def test_no_name_ends_the_block_of_documents(self):
         document = self.work.document("carve.csv")
         document["track"]["name"] = "</script><!--<script>\u2028"

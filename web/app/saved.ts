@@ -52,9 +52,13 @@ function packedPhase(phase: object | null): unknown {
     placeOfPhase.has(name) && value !== null ? Number(value.toFixed(4)) : value);
 }
 
-// Both ends, to a millionth of the unit and outward, and as printed; why there are none, where there are none.
-function packedInterval({ low, high, low_text, high_text, why }: any): unknown {
-  return low === null || high === null ? why : [Math.floor(low * 1e6) / 1e6, Math.ceil(high * 1e6) / 1e6, low_text, high_text];
+// Both ends, to a millionth of the unit and outward, and as printed; why there are none, where there are none, and then the
+// bounds, if there are.
+function packedInterval({ bounds, why, ...interval }: any): unknown {
+  const { low, high, low_text, high_text } = bounds ?? interval;
+  if (low === null || high === null) return why;
+  const packed = [Math.floor(low * 1e6) / 1e6, Math.ceil(high * 1e6) / 1e6, low_text, high_text];
+  return bounds ? [...packed, why] : packed;
 }
 
 // What tarvel-page puts into a page of a document.

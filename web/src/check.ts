@@ -19,6 +19,7 @@ export interface Reason {
 export interface Check {
   verdict: "good" | "doubtful" | "unusable";
   intervals: Record<string, Interval>; // of the figures that have one
+  bounds: Record<string, Interval>; // of the figures at a gate that was crossed while samples were missing
   missing: string[]; // why others have none
   reasons: Reason[];
 }
@@ -28,19 +29,27 @@ type Unchecked = Record<string, unknown>;
 const isRecord = (value: unknown): value is Unchecked => typeof value === "object" && value !== null && !Array.isArray(value);
 const verdicts = ["good", "doubtful", "unusable"] as const;
 
+// Null without both ends.
+function endsOf({ low, high, low_text, high_text }: Unchecked): Interval | null {
+  if (typeof low !== "number" || typeof high !== "number") return null;
+  return { low, high, lowText: String(low_text ?? ""), highText: String(high_text ?? "") };
+}
+
 // Null for a document without a check.
 export function checkOf(document: RunDocument): Check | null {
   const source = (document as unknown as Unchecked).check;
   if (!isRecord(source)) return null;
   const verdict = verdicts.find((each) => each === source.verdict);
   if (!verdict) return null;
-  const check: Check = { verdict, intervals: {}, missing: [], reasons: [] };
+  const check: Check = { verdict, intervals: {}, bounds: {}, missing: [], reasons: [] };
   for (const [key, value] of Object.entries(isRecord(source.intervals) ? source.intervals : {})) {
     if (!isRecord(value)) continue;
-    const { low, high, why } = value;
-    if (typeof low === "number" && typeof high === "number") {
-      check.intervals[key] = { low, high, lowText: String(value.low_text ?? ""), highText: String(value.high_text ?? "") };
-    } else if (typeof why === "string" && !check.missing.includes(why)) check.missing.push(why);
+    const { why } = value;
+    const interval = endsOf(value);
+    const bounds = isRecord(value.bounds) ? endsOf(value.bounds) : null;
+    if (bounds) check.bounds[key] = bounds;
+    else if (interval) check.intervals[key] = interval;
+    else if (typeof why === "string" && !check.missing.includes(why)) check.missing.push(why);
   }
   for (const value of Array.isArray(source.reasons) ? source.reasons : []) {
     if (!isRecord(value)) continue;
@@ -53,21 +62,33 @@ export function checkOf(document: RunDocument): Check | null {
 const decimalsOfUnit: Record<Figure["unit"], number> = { m: 0, "m/s": 1, s: 2, deg: 0 };
 const quantityOfUnit = { m: "length", "m/s": "speed", s: "time", deg: "angle" } as const;
 
-// Both ends, rounded outward: the document's own texts where they are in these units. Empty where there is no interval.
-export function intervalText(check: Check | null, key: string, figure: Figure, units: Units): string {
-  const interval = check?.intervals[key];
-  if (!interval || figure.value === null) return "";
+// Both ends, rounded outward: the document's own texts where they are in these units.
+function endTexts(interval: Interval, figure: Figure, units: Units): [string, string] {
   const quantity = quantityOfUnit[figure.unit];
   const isPrinted = quantity === "time" || quantity === "angle" || figure.text_unit === units.unit(quantity);
   if (isPrinted && interval.lowText !== "" && interval.highText !== "") {
-    return `${interval.lowText} … ${interval.highText}`.replace(/-/g, "−");
+    return [interval.lowText.replace(/-/g, "−"), interval.highText.replace(/-/g, "−")];
   }
   const decimals = decimalsOfUnit[figure.unit];
   const factor = units.factor(quantity);
   const steps = 10 ** decimals;
   const low = Math.floor(interval.low * factor * steps) / steps;
   const high = Math.ceil(interval.high * factor * steps) / steps;
-  return `${fixed(low, decimals)} … ${fixed(high, decimals)}`;
+  return [fixed(low, decimals), fixed(high, decimals)];
+}
+
+// Empty where there is neither an interval nor bounds.
+export function intervalText(check: Check | null, key: string, figure: Figure, units: Units): string {
+  const interval = check?.intervals[key];
+  const bounds = check?.bounds[key];
+  if (figure.value === null) return "";
+  if (bounds) return `between ${endTexts(bounds, figure, units).join(" and ")}`;
+  return interval ? endTexts(interval, figure, units).join(" … ") : "";
+}
+
+// A value that is only a guess between its bounds.
+export function isBounded(check: Check | null, key: string): boolean {
+  return check?.bounds[key] !== undefined;
 }
 
 const words: Record<Check["verdict"], string> = {
@@ -93,7 +114,8 @@ function intervalWords(check: Check): string {
   const given = Object.keys(check.intervals).length > 0 ? "Below a figure: the interval that holds its true value in about 95 of 100 runs." : "";
   const causes = check.missing.filter((why) => why !== "not-found").map((why) => whyWords[why] ?? why);
   const left = causes.length === 0 ? "" : `${given === "" ? "No figure has an interval" : "Where there is none"}: ${causes.join("; ")}.`;
-  return [given, left].filter((each) => each !== "").join(" ");
+  const struck = Object.keys(check.bounds).length > 0 ? "Struck out: a gate was crossed while samples were missing, and only the bounds are known." : "";
+  return [given, left, struck].filter((each) => each !== "").join(" ");
 }
 
 // The verdict in a word, for tables.

@@ -1,5 +1,5 @@
 // The figures of the report: those that score as tiles, the phases as a table, and several runs beside each other.
-import { Check, checkOf, intervalText, verdictMark } from "./check";
+import { Check, checkOf, intervalText, isBounded, verdictMark } from "./check";
 import { Palette, runColour } from "./colours";
 import { RunDocument, Figure } from "./document";
 import { element } from "./dom";
@@ -71,13 +71,19 @@ const phaseRows: PhaseRow[] = [
   { name: "Max horizontal speed", key: "max_horizontal_speed", speed: "max_horizontal_speed" },
 ];
 
+// As in the report; struck out where the check knows only bounds of it.
+function valueElement(check: Check | null, key: string, figure: Figure, units: Units): HTMLElement {
+  const text = figureText(key, figure, units);
+  return element(isBounded(check, key) ? "s" : "span", { "data-figure": key }, text);
+}
+
 function intervalNote(check: Check | null, key: string, figure: Figure, units: Units): HTMLElement | null {
   const text = intervalText(check, key, figure, units);
   return text === "" ? null : element("span", { class: "interval" }, text);
 }
 
 function behindText(check: Check | null, key: string, figure: Figure, words: string, units: Units): HTMLElement {
-  const value = element("span", { "data-figure": key }, figureText(key, figure, units));
+  const value = valueElement(check, key, figure, units);
   return element("span", { class: "behind" }, value, `\u00a0${units.unit(quantityOf(figure))} ${words}`, intervalNote(check, key, figure, units));
 }
 
@@ -88,7 +94,7 @@ export function scoreTiles(document: RunDocument, check: Check | null, units: Un
   for (const { key, name, behind } of scoresOf([document])) {
     const figure = figures[key];
     const more = behind ? figures[behind.key] : undefined;
-    const value = element("span", { class: "value", "data-figure": key }, figureText(key, figure, units));
+    const value = element("span", { class: "value" }, valueElement(check, key, figure, units));
     const unit = figure.value === null ? "" : units.unit(quantityOf(figure));
     list.append(
       element(
@@ -180,7 +186,7 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
         element(
           "td",
           {},
-          element("span", { "data-figure": key }, figure ? figureText(key, figure, units) : "–"),
+          figure ? valueElement(check, key, figure, units) : element("span", { "data-figure": key }, "–"),
           difference === "" ? null : element("span", { class: "difference" }, difference),
           figure ? intervalNote(check, key, figure, units) : null,
         ),

@@ -8,12 +8,15 @@ export function sums(differences: Column): Column {
   return differences.map((difference) => (difference === null ? null : (value += difference)));
 }
 
-type PackedInterval = [number, number, string, string] | string; // both ends, and as printed; or why there is none
+// Both ends, and as printed; or why there is none; or both bounds, and as printed, and why there is no interval.
+type PackedInterval = [number, number, string, string] | [number, number, string, string, string] | string;
 
 function unpackInterval(packed: PackedInterval): object {
-  if (typeof packed === "string") return { low: null, high: null, low_text: null, high_text: null, why: packed };
-  const [low, high, low_text, high_text] = packed;
-  return { low, high, low_text, high_text, why: null };
+  const none = { low: null, high: null, low_text: null, high_text: null };
+  if (typeof packed === "string") return { ...none, why: packed, bounds: null };
+  const [low, high, low_text, high_text, why] = packed;
+  const ends = { low, high, low_text, high_text };
+  return why === undefined ? { ...ends, why: null, bounds: null } : { ...none, why, bounds: ends };
 }
 
 function mapped<T, U>(record: Record<string, T>, change: (value: T) => U): Record<string, U> {
