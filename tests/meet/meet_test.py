@@ -344,6 +344,21 @@ class ReportTest(MeetTest):
         self.assertRegex(text, r"(?m)^3 runs: 3 analysed, 0 failed, \d doubtful, \d unusable$")
         self.assertNotRegex(text, r"(straight|carve)  [?X]")
 
+    def test_gives_bounds_of_what_was_crossed_in_a_gap_and_no_half_width(self):
+        lines = (EXAMPLES / "carve.csv").read_text().splitlines(keepends=True)
+        gate = self.document_by_hand("carve.csv")["phases"]["entry_gate"]["index"] + 2
+        (self.tracks / "gap.csv").write_text("".join(lines[:gate - 6] + lines[gate + 8:]))
+        self.meet("tracks")
+        row = self.table()["gap"]
+        self.assertEqual((row["verdict"], row["entry_gate_speed_half_width_mph"], row["carve_time_half_width_s"]),
+                         ("unusable", "", ""))
+        self.assertNotEqual(row["touchdown_distance_half_width_ft"], "")
+        intervals = json.loads((self.folder / "results/gap/gap.json").read_text())["check"]["intervals"]
+        speed, time = (intervals[name]["bounds"] for name in ("entry_gate_speed", "carve_time"))
+        self.assertIn(f"  entry gate speed: between {speed['low_text']} and {speed['high_text']} mph\n"
+                      f"  carve time: between {time['low_text']} and {time['high_text']} sec\n",
+                      (self.folder / "results/meet.txt").read_text())
+
     def test_lists_what_is_no_track_apart(self):
         self.add_tracks("straight")
         (self.tracks / "event.csv").write_text("time,kind,text\n,,\n2026-05-16T13:05:31.25Z,1,start\n")
