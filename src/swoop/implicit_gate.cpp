@@ -115,32 +115,38 @@ bool is_above_dive(const gps_point &sample, double ground) {
 
 }  // namespace
 
-void find_implicit_gate(const swoop &run, vec3 &gate_point, vec3 &landing_point, error_slot *error) {
+implicit_landing find_implicit_landing(const swoop &run, error_slot *error) {
   const std::span<const gps_point> samples = samples_of(run);
   const std::size_t flight = find_flight(samples);
   if (flight == 0) {
     *error = "could not detect flight";
-    return;
+    return {};
   }
   const std::size_t landing = find_landing(samples, flight);
   if (landing == 0) {
     *error = "could not detect landing";
-    return;
+    return {};
   }
   const double ground = ground_height(samples, landing);
   std::size_t dive = landing;
   while (dive > 0 && !is_above_dive(samples[dive], ground)) --dive;
   if (!is_above_dive(samples[dive], ground)) {
     *error = "could not find dive at 100 feet";
-    return;
+    return {};
   }
+  return {static_cast<std::uint32_t>(dive), static_cast<std::uint32_t>(landing), ground};
+}
 
+void find_implicit_gate(const swoop &run, vec3 &gate_point, vec3 &landing_point, error_slot *error) {
+  const implicit_landing found = find_implicit_landing(run, error);
+  if (*error) return;
   std::uint32_t bottom = 0;
   std::int64_t bottom_time = 0;
-  find_bottom(run, static_cast<std::uint32_t>(dive), static_cast<std::uint32_t>(landing), bottom, bottom_time);
+  find_bottom(run, found.dive, found.landing, bottom, bottom_time);
   const vec3 gate = position_at(run, bottom, bottom_time, &gps_point::pos_wgs84);
-  gate_point = {gate.x, gate.y, ground};
-  landing_point = {samples[landing].pos_wgs84.x, samples[landing].pos_wgs84.y, ground};
+  const vec3 &landing = run.track[found.landing].pos_wgs84;
+  gate_point = {gate.x, gate.y, found.ground};
+  landing_point = {landing.x, landing.y, found.ground};
 }
 
 void build_implicit_frame(swoop &run, error_slot *error) {
