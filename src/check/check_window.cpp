@@ -1,6 +1,8 @@
 #include "check/check_window.h"
 
 #include <algorithm>
+#include <array>
+#include <span>
 #include <utility>
 
 #include "check/figures.h"
@@ -8,6 +10,7 @@
 #include "support/time.h"
 #include "support/units.h"
 #include "swoop/analysis.h"
+#include "swoop/implicit_gate.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {
@@ -17,98 +20,158 @@ namespace {
 // ms. In drawn tracks the detectors found the same from 10 s before the turn on; below 5 s some did not.
 constexpr std::int64_t before_turn = 15000;
 constexpr std::int64_t behind_stop = 3000;
-constexpr std::int64_t behind_stop_implicit = 20000;  // a landing lasts 15 s
+constexpr std::int64_t behind_stop_implicit = 20000;
 constexpr std::int64_t around_pattern_entry = 2000;
 constexpr std::int64_t before_exit = 2000;
-constexpr std::int64_t behind_exit = 3000;  // a fall lasts 1.5 s
-constexpr double resting_feet = 75.0;       // the touchdown asks whether the pilot stays so near the stop
+constexpr std::int64_t behind_exit = 3000;      // a fall lasts 1.5 s
+constexpr std::int64_t behind_landing = 17000;  // a landing lasts 15 s
+constexpr double resting_feet = 75.0;           // the touchdown asks whether the pilot stays so near the stop
+constexpr double landed_feet = 200.0;           // of an exit that a climb follows before a sample so low there is none
+constexpr double farthest_gate = 1000.0;        // m; some sample must be nearer to the gate
+constexpr float usable_vacc = 20.0F;            // m; only samples with better heights show a flight
+
+// When the figures are others, the times are doubled until they are so many times as long; then all of the track is kept.
+constexpr std::int64_t widest = 16;
+
+constexpr std::size_t most_ranges = 11;
 
 // Where in a run samples are kept.
 struct kept_samples {
   sample_range closely;
-  sample_range pattern_entry;
-  sample_range exit;
-  std::uint32_t highest = 0;
-  std::uint32_t walked_away = 0;
+  std::array<sample_range, most_ranges> ranges;  // closely among them
+  std::size_t count = 0;
+
+  // In order of their first samples.
+  void add(sample_range range) {
+    std::size_t i = count++;
+    for (; i > 0 && ranges[i - 1].first > range.first; --i) ranges[i] = ranges[i - 1];
+    ranges[i] = range;
+  }
+  void add(std::uint32_t sample) { add({sample, sample + 1}); }
 };
 
-sample_range around(const swoop &run, std::uint32_t index, std::int64_t before, std::int64_t behind) {
-  const std::int64_t time = run.track[index].time;
-  sample_range range = {index, index + 1};
-  while (range.first > 0 && elapsed(run.track[range.first - 1].time, time) <= before) --range.first;
-  while (range.end < run.track_len && elapsed(time, run.track[range.end].time) <= behind) ++range.end;
+sample_range around(const swoop &run, sample_range middle, std::int64_t before, std::int64_t behind) {
+  sample_range range = middle;
+  const std::int64_t first_time = run.track[middle.first].time;
+  const std::int64_t last_time = run.track[middle.end - 1].time;
+  while (range.first > 0 && elapsed(run.track[range.first - 1].time, first_time) <= before) --range.first;
+  while (range.end < run.track_len && elapsed(last_time, run.track[range.end].time) <= behind) ++range.end;
   return range;
+}
+
+sample_range around(const swoop &run, std::uint32_t index, std::int64_t before, std::int64_t behind) {
+  return around(run, {index, index + 1}, before, behind);
+}
+
+// The last sample when there is none.
+template <typename question>
+std::uint32_t first_from(const swoop &run, std::uint32_t from, question is_sought) {
+  std::uint32_t k = from;
+  while (k + 1 < run.track_len && !is_sought(run.track[k])) ++k;
+  return k;
 }
 
 std::uint32_t highest_before(const swoop &run, std::uint32_t end) {
   std::uint32_t highest = 0;
   for (std::uint32_t i = 1; i < end; ++i) {
+    if (!(run.track[i].vacc < usable_vacc)) continue;
     if (raw_altitude(run.track[i]) > raw_altitude(run.track[highest])) highest = i;
   }
   return highest;
 }
 
-std::uint32_t walked_away(const swoop &run) {
-  std::uint32_t k = run.stop;
-  while (k + 1 < run.track_len &&
-         feet_per_metre * distance_2d(run.track[run.stop].pos_local, run.track[k].pos_local) <= resting_feet) {
-    ++k;
-  }
-  return k;
+// From the dive to where it is known that the pilot has landed, which may be far from the stop.
+void keep_landing(const swoop &run, kept_samples &kept) {
+  error_slot error = nullptr;
+  const implicit_landing found = find_implicit_landing(run, &error);
+  if (error == nullptr) kept.add(around(run, {found.dive, found.landing + 1}, 0, behind_landing));
 }
 
-kept_samples kept_of(const swoop &run) {
+kept_samples kept_of(const swoop &run, std::int64_t widened) {
   const std::int64_t behind = run.gate_type == gate_type_implicit ? behind_stop_implicit : behind_stop;
   kept_samples kept;
-  kept.closely = {around(run, run.top_of_turn, before_turn, 0).first, around(run, run.stop, 0, behind).end};
-  kept.pattern_entry = around(run, run.pattern_entry, around_pattern_entry, around_pattern_entry);
-  kept.exit = run.plane_exit == 0 ? sample_range{0, 0} : around(run, run.plane_exit, before_exit, behind_exit);
-  kept.highest = highest_before(run, kept.closely.first);
-  kept.walked_away = walked_away(run);
+  kept.closely = around(run, {run.top_of_turn, run.stop + 1}, widened * before_turn, widened * behind);
+  kept.add(kept.closely);
+  kept.add(std::uint32_t{0});
+  kept.add(run.track_len - 1);
+  kept.add(around(run, run.pattern_entry, widened * around_pattern_entry, widened * around_pattern_entry));
+  kept.add(highest_before(run, kept.closely.first));
+  const gps_point &stop = run.track[run.stop];
+  kept.add(first_from(run, run.stop, [&stop](const gps_point &sample) {
+    return !(feet_per_metre * distance_2d(stop.pos_local, sample.pos_local) <= resting_feet);
+  }));
+  kept.add(first_from(run, 0, [](const gps_point &sample) {
+    return distance_3d({0.0, 0.0, 0.0}, sample.pos_local) < farthest_gate;
+  }));
+  if (run.plane_exit != 0) {
+    kept.add(around(run, run.plane_exit, widened * before_exit, widened * behind_exit));
+    kept.add(
+        first_from(run, run.plane_exit, [](const gps_point &sample) { return height_feet(sample) < landed_feet; }));
+  }
+  if (run.gate_type == gate_type_implicit) keep_landing(run, kept);
   return kept;
 }
 
-bool is_in(sample_range range, std::uint32_t i) { return i >= range.first && i < range.end; }
-
-bool is_kept(const kept_samples &kept, std::uint32_t i, std::uint32_t last) {
-  return i == 0 || i == last || i == kept.highest || i == kept.walked_away || is_in(kept.closely, i) ||
-         is_in(kept.pattern_entry, i) || is_in(kept.exit, i);
+// Each sample once.
+void merge(kept_samples &kept) {
+  std::size_t merged = 0;
+  for (std::size_t i = 1; i < kept.count; ++i) {
+    if (kept.ranges[i].first <= kept.ranges[merged].end) {
+      kept.ranges[merged].end = std::max(kept.ranges[merged].end, kept.ranges[i].end);
+    } else {
+      kept.ranges[++merged] = kept.ranges[i];
+    }
+  }
+  kept.count = merged + 1;
 }
 
-bool take_samples(const swoop &run, const kept_samples &kept, bool all, check_window &window) {
+std::span<const sample_range> ranges_of(const kept_samples &kept) { return {kept.ranges.data(), kept.count}; }
+
+// The rest need merged ranges.
+
+std::uint32_t count_samples(const kept_samples &kept) {
   std::uint32_t count = 0;
-  for (std::uint32_t i = 0; i < run.track_len; ++i) count += all || is_kept(kept, i, run.track_len - 1) ? 1U : 0U;
-  if (!try_resize(window.run.track, count)) return false;
-  window.run.track_len = count;
+  for (const sample_range &range : ranges_of(kept)) count += range.end - range.first;
+  return count;
+}
+
+bool take_samples(const swoop &run, const kept_samples &kept, check_window &window) {
+  if (!try_resize(window.run.track, window.run.track_len)) return false;
   std::uint32_t taken = 0;
-  for (std::uint32_t i = 0; i < run.track_len; ++i) {
-    if (i == kept.closely.first) window.closely.first = taken;
-    if (!all && !is_kept(kept, i, run.track_len - 1)) continue;
-    window.run.track[taken++] = run.track[i];
-    if (i == run.stop) window.noise_end = taken;
-    if (i + 1 == kept.closely.end) window.closely.end = taken;
+  for (const sample_range &range : ranges_of(kept)) {
+    std::copy(run.track.get() + range.first, run.track.get() + range.end, window.run.track.get() + taken);
+    if (range.first <= kept.closely.first && kept.closely.end <= range.end) {
+      window.closely = {taken + kept.closely.first - range.first, taken + kept.closely.end - range.first};
+      window.noise_end = taken + run.stop + 1 - range.first;
+    }
+    taken += range.end - range.first;
   }
-  window.is_whole_track = all;
   return true;
+}
+
+bool gives_same_figures(const swoop &run, swoop &samples) {
+  error_slot error = nullptr;
+  analyze_like(run, samples, &error);
+  return error == nullptr && same_figures(run, samples);
 }
 
 }  // namespace
 
-void choose_window(const swoop &run, check_window &window, error_slot *error) {
+void choose_window(const swoop &run, std::uint32_t most, check_window &window, error_slot *error) {
   *error = nullptr;
-  const kept_samples kept = kept_of(run);
-  if (!take_samples(run, kept, false, window)) {
-    *error = "failed to allocate memory for swoop";
-    return;
+  window.is_enough = false;
+  for (std::int64_t widened = 1; !window.is_enough; widened *= 2) {
+    kept_samples kept = kept_of(run, widened);
+    if (widened > widest) kept.add({0, run.track_len});
+    merge(kept);
+    window.run.track_len = count_samples(kept);
+    if (window.run.track_len > most) return;
+    if (!take_samples(run, kept, window)) {
+      *error = "failed to allocate memory for swoop";
+      return;
+    }
+    window.is_enough = gives_same_figures(run, window.run) || window.run.track_len == run.track_len;
   }
-  error_slot analysis_error = nullptr;
-  analyze_like(run, window.run, &analysis_error);
-  if (analysis_error == nullptr && same_figures(run, window.run)) return;
-  if (!take_samples(run, kept, true, window)) {
-    *error = "failed to allocate memory for swoop";
-    return;
-  }
-  analyze_like(run, window.run, &analysis_error);
 }
 
 void analyze_like(const swoop &run, swoop &samples, error_slot *error) {

@@ -16,13 +16,14 @@ struct check_window {
   swoop run;
   sample_range closely;
   std::uint32_t noise_end = 0;
-  bool is_whole_track = false;
+  bool is_enough = false;  // otherwise only the number of the samples is known, which is too large
 };
 
 // From an analysed run: 15 s before the turn to 3 s behind the stop, 20 s when the frame is made from the landing, and
-// what the detectors look at elsewhere. When their figures are not those of the run to the last bit, the whole track.
-// Fails with "failed to allocate memory for swoop".
-void choose_window(const swoop &run, check_window &window, error_slot *error);
+// what the detectors look at elsewhere. When their figures are not those of the run to the last bit, twice as much to
+// either side, and so on up to four minutes before the turn; then the whole track. Windows of more than most samples are
+// too large. Fails with "failed to allocate memory for swoop".
+void choose_window(const swoop &run, std::uint32_t most, check_window &window, error_slot *error);
 
 // A new record over the samples of another, which stay as they are but for their derived fields, analysed in the frame
 // that run was given. Fails like the analysis.

@@ -22,8 +22,6 @@ constexpr double greatest_roughness = 4.0;
 constexpr double least_gap = 0.5;
 constexpr double usual_steps = 1.6;
 
-constexpr std::uint32_t most_samples = 50000;
-
 constexpr double other_turn = 45.0;  // degrees
 
 // Standard deviations of the velocity's noise: a jolt below may be none.
@@ -199,10 +197,10 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
   for (std::size_t i = 0; i < figure_count; ++i) check.figures[i].value = values[i];
 
   measured_flight flight;
-  choose_window(run, flight.window, error);
+  choose_window(run, most_samples, flight.window, error);
   if (*error) return;
-  check.is_whole_track = flight.window.is_whole_track;
-  if (flight.window.run.track_len > most_samples) {
+  check.samples = flight.window.run.track_len;
+  if (!flight.window.is_enough) {
     check.reason = withheld::too_many_samples;
     return;
   }

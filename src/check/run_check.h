@@ -13,6 +13,9 @@
 
 namespace tarvel {
 
+// More samples would take longer than half a second to draw 400 times.
+constexpr std::uint32_t most_samples = 4000;
+
 struct check_settings {
   std::uint32_t draws = 400;
   std::uint64_t seed = 1;
@@ -27,7 +30,7 @@ enum class withheld {
   gap,                   // samples missing between 15 s before the turn and the stop
   contradiction,         // positions and velocities contradict each other by more than the logger's word explains
   white_velocity_noise,  // the velocity's errors are forgotten too soon to be told from the position's
-  too_many_samples,      // the figures depend on more of the track than can be drawn in a second
+  too_many_samples,      // the figures depend on more than most_samples
   unsolvable,            // numbers that allow no smooth flight
 };
 
@@ -54,7 +57,7 @@ struct run_check {
   double failed = 0.0;         // the part of the draws whose analysis fails
   double other_hand = 0.0;     // that turn the other way round
   double other_degrees = 0.0;  // that turn by 45 degrees more or less
-  bool is_whole_track = false;
+  std::uint32_t samples = 0;   // that the figures depend on, and that are drawn
 };
 
 [[nodiscard]] inline const figure_check &check_of(const run_check &check, figure which) {

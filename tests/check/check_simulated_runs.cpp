@@ -39,12 +39,12 @@ void print_check(int number, run_kind kind, double rate, const figure_values &tr
   std::printf(
       "run %d %s %g reason=%d ratio=%.3f scale=%.3f wander_h=%.3f wander_v=%.3f memory=%.3f lag_h=%.3f lag_v=%.3f "
       "rough=%.2f peak=%.2f "
-      "failed=%.4f other_hand=%.4f other_degrees=%.4f whole=%d seconds=%.3f verdict=%d "
+      "failed=%.4f other_hand=%.4f other_degrees=%.4f samples=%u seconds=%.3f verdict=%d "
       "names=%s\n",
       number, kind_names[static_cast<int>(kind)], rate, static_cast<int>(check.reason), check.noise.ratio,
       check.noise.velocity, check.noise.wander[0], check.noise.wander[1], check.noise.memory.velocity,
       check.lag.horizontal, check.lag.vertical, check.roughness, check.peak, check.failed, check.other_hand,
-      check.other_degrees, check.is_whole_track, seconds, static_cast<int>(verdict.worst), names_of(verdict).c_str());
+      check.other_degrees, check.samples, seconds, static_cast<int>(verdict.worst), names_of(verdict).c_str());
   for (std::size_t i = 0; i < figure_count; ++i) {
     const figure_check &each = check.figures[i];
     std::printf("%zu %.9g %.9g %d %.9g %.9g %.4f\n", i, truth[i], each.value, each.has_interval, each.range.low,
