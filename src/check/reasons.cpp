@@ -6,6 +6,7 @@
 
 #include "support/time.h"
 #include "support/units.h"
+#include "swoop/implicit_gate.h"
 #include "swoop/sample_measures.h"
 
 namespace tarvel {
@@ -23,6 +24,9 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     // Samples whose clock lies before that of the one before.
     {reason_code::clock_steps_back, "clock-steps-back", severity::unusable, 0.0},
     {reason_code::times_repeat, "times-repeat", severity::doubtful, 0.0},
+    // The same of all samples that the figures depend on: from 15 s before the turn on, and around exit and pattern entry.
+    // Flights are drawn along times that increase.
+    {reason_code::times_out_of_order, "times-out-of-order", severity::doubtful, 0.0},
     // Samples without a fix in three dimensions, of a logger that tells.
     {reason_code::fix_lost, "fix-lost", severity::unusable, 0.0},
     // Satellites: below seven the accuracy depends on each of them; below four there is no position.
@@ -43,8 +47,10 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::noise_beyond_statement, "noise-beyond-statement", severity::note, 1.5},
     {reason_code::noise_far_beyond_statement, "noise-far-beyond-statement", severity::doubtful, 3.0},
     {reason_code::white_noise, "white-noise", severity::doubtful, 0.0},
-    // Samples that the figures depend on.
-    {reason_code::not_drawn, "not-drawn", severity::doubtful, 0.0},
+    // Samples that the figures depend on. Drawing more takes longer than half a second.
+    {reason_code::not_drawn, "not-drawn", severity::doubtful, 4000.0},
+    // The same, with infinite or absurd numbers among them.
+    {reason_code::unsolvable, "unsolvable", severity::doubtful, 0.0},
     // The part of the draws whose analysis fails, or that lack a score that the run has: one in twenty is what an interval
     // leaves out as well.
     {reason_code::draws_fail, "draws-fail", severity::doubtful, 0.05},
@@ -73,6 +79,8 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::several_runs, "several-runs", severity::doubtful, 1.0},
     // ft: who was so low between the exit and the turn had landed.
     {reason_code::exit_of_another_run, "exit-of-another-run", severity::unusable, 200.0},
+    // s from the landing that gives a run without a course its gate to the turn: that landing ended another run.
+    {reason_code::gate_of_another_run, "gate-of-another-run", severity::unusable, 0.0},
     // ft above the ground: from higher up the distance flown level is no longer the swoop's.
     {reason_code::levelled_high, "levelled-high", severity::doubtful, 15.0},
     {reason_code::gate_not_crossed, "gate-not-crossed", severity::doubtful, 0.0},
@@ -124,6 +132,9 @@ void judge_times(const swoop &run, const run_check &check, run_verdict &verdict)
   add_above(verdict, reason_code::gap_at_gate, check.gate_gap);
   add_above(verdict, reason_code::clock_steps_back, back);
   add_above(verdict, reason_code::times_repeat, repeated);
+  if (check.reason == withheld::times_out_of_order && back + repeated == 0.0) {
+    add(verdict, reason_code::times_out_of_order, check.unordered);
+  }
 }
 
 void judge_reception(const swoop &run, run_verdict &verdict) {
@@ -164,9 +175,8 @@ void judge_noise(const run_check &check, run_verdict &verdict) {
   if (!is_far_beyond) add_above(verdict, reason_code::noise_beyond_statement, check.noise.ratio);
   add_above(verdict, reason_code::noise_far_beyond_statement, check.noise.ratio);
   if (check.reason == withheld::white_velocity_noise) add(verdict, reason_code::white_noise, check.roughness);
-  if (check.reason == withheld::too_many_samples || check.reason == withheld::unsolvable) {
-    add(verdict, reason_code::not_drawn, 0.0);
-  }
+  if (check.reason == withheld::too_many_samples) add(verdict, reason_code::not_drawn, check.samples);
+  if (check.reason == withheld::unsolvable) add(verdict, reason_code::unsolvable, check.samples);
 }
 
 double width_of(const run_check &check, figure which) {
@@ -237,8 +247,18 @@ void judge_flight(const swoop &run, run_verdict &verdict) {
   if (run.plane_exit != 0) add_below(verdict, reason_code::exit_of_another_run, found.lowest_before_turn);
 }
 
+// The frame is made from the first landing of the track, the figures from its fastest dive.
+void judge_implicit_gate(const swoop &run, run_verdict &verdict) {
+  error_slot error = nullptr;
+  const implicit_landing found = find_implicit_landing(run, &error);
+  if (error != nullptr || found.landing >= run.top_of_turn) return;
+  add_above(verdict, reason_code::gate_of_another_run,
+            seconds_between(run.track[found.landing], run.track[run.top_of_turn]));
+}
+
 void judge_course(const swoop &run, run_verdict &verdict) {
   if (run.gate_type == gate_type_implicit) {
+    judge_implicit_gate(run, verdict);
     add_above(verdict, reason_code::levelled_high, feet_per_metre * run.bottom_zpos);
     return;
   }

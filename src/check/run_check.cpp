@@ -27,11 +27,10 @@ constexpr double other_turn = 45.0;  // degrees
 // Standard deviations of the velocity's noise: a jolt below may be none.
 constexpr double smallest_jolt = 1.2;
 
-bool times_increase(const motion_series &series) {
-  for (std::size_t k = 1; k < series.count; ++k) {
-    if (!(series.times[k] > series.times[k - 1])) return false;
-  }
-  return true;
+std::uint32_t count_unordered(const motion_series &series) {
+  std::uint32_t count = 0;
+  for (std::size_t k = 1; k < series.count; ++k) count += series.times[k] > series.times[k - 1] ? 0U : 1U;
+  return count;
 }
 
 bool is_finite(const swoop &run, const motion_series &series) {
@@ -184,9 +183,10 @@ void measure(measured_flight &flight, const stated_noise &stated, double step, r
 }
 
 // Why nothing can be measured.
-withheld reason_against(const measured_flight &flight) {
-  if (!times_increase(flight.series) || flown_times(flight).size() < 3) return withheld::times_out_of_order;
-  return is_finite(flight.window.run, flight.series) ? withheld::nothing : withheld::unsolvable;
+withheld reason_against(const measured_flight &flight, const run_check &check) {
+  if (check.unordered != 0) return withheld::times_out_of_order;
+  const bool is_solvable = flown_times(flight).size() >= 3 && is_finite(flight.window.run, flight.series);
+  return is_solvable ? withheld::nothing : withheld::unsolvable;
 }
 
 }  // namespace
@@ -215,7 +215,8 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
   const double usual = greatest_usual_step(step);
   const double longest = longest_step(flown_times(flight));
   if (longest > usual) check.longest_gap = longest;
-  check.reason = reason_against(flight);
+  check.unordered = count_unordered(flight.series);
+  check.reason = reason_against(flight, check);
   if (check.reason != withheld::nothing) return bound_crossings(run, usual, check);
   const stated_noise stated = mean_stated_noise(flight);
   measure(flight, stated, step, check);

@@ -46,13 +46,14 @@ struct run_check {
   std::array<figure_check, figure_count> figures;
   withheld reason = withheld::nothing;
   noise_scale noise;
-  velocity_lag lag;            // as found; taken out of the draws when it is more than chance
-  double contradiction = 0.0;  // m between the step of the position over a second and the integral of the velocity, in
-                               // plan and after the lag: 95 % are less
-  double peak = 0.0;           // of the contradiction over a second along an axis, in proportion to its median
-  double roughness = 0.0;      // of the velocity from sample to sample, in proportion to the one its noise should have
-  double longest_gap = 0.0;    // s between two samples from 15 s before the turn to the stop; 0 for the usual steps
-  double gate_gap = 0.0;       // the same of the samples on either side of a gate
+  velocity_lag lag;             // as found; taken out of the draws when it is more than chance
+  double contradiction = 0.0;   // m between the step of the position over a second and the integral of the velocity, in
+                                // plan and after the lag: 95 % are less
+  double peak = 0.0;            // of the contradiction over a second along an axis, in proportion to its median
+  double roughness = 0.0;       // of the velocity from sample to sample, in proportion to the one its noise should have
+  std::uint32_t unordered = 0;  // samples whose time is not later than the one before
+  double longest_gap = 0.0;     // s between two samples from 15 s before the turn to the stop; 0 for the usual steps
+  double gate_gap = 0.0;        // the same of the samples on either side of a gate
   std::uint32_t draws = 0;
   double failed = 0.0;         // the part of the draws whose analysis fails
   double other_hand = 0.0;     // that turn the other way round

@@ -25,6 +25,9 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
      "steps of the clock back between the turn and the stop; copy the track from the logger again"},
     {reason_code::times_repeat, reason_unit::number,
      "samples at the time of the one before, between the turn and the stop; copy the track from the logger again"},
+    {reason_code::times_out_of_order, reason_unit::number,
+     "samples at or before the time of the one before, so that no intervals are given; copy the track from the logger "
+     "again"},
     {reason_code::fix_lost, reason_unit::number,
      "samples between the turn and the stop without a position in three dimensions; do not score this run"},
     {reason_code::few_satellites, reason_unit::number,
@@ -52,7 +55,10 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
      "times the roughness that the noise should have, so that the phases get no intervals; set the logger to a dynamic "
      "mode for flight"},
     {reason_code::not_drawn, reason_unit::number,
-     "samples matter, or some hold no numbers, so that no intervals are given; cut the track to the one run"},
+     "samples matter to the figures, too many to draw, so that no intervals are given; cut the track to the one run"},
+    {reason_code::unsolvable, reason_unit::number,
+     "samples matter to the figures, and some hold numbers that allow no flight, so that no intervals are given; copy "
+     "the track from the logger again"},
     {reason_code::draws_fail, reason_unit::part,
      "of the drawn tracks cannot be analysed; look at the charts before scoring"},
     {reason_code::wide_gate_speed, reason_unit::metres_per_second,
@@ -81,6 +87,9 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::several_runs, reason_unit::number, "descents in this track; cut it to the one run"},
     {reason_code::exit_of_another_run, reason_unit::feet,
      "at the lowest between the exit and the turn: the exit is that of an earlier run; cut the track to the one run"},
+    {reason_code::gate_of_another_run, reason_unit::seconds,
+     "from the landing that gives the gate to this turn: the gate is that of an earlier run; cut the track to the one "
+     "run"},
     {reason_code::levelled_high, reason_unit::feet,
      "above the ground at the end of the rollout; do not compare this distance with others"},
     {reason_code::gate_not_crossed, reason_unit::metres,

@@ -61,7 +61,10 @@ const reason_case reason_cases[] = {
     {reason_code::noise_far_beyond_statement, severity::doubtful, [](swoop &, run_check &c) { c.noise.ratio = 3.1; }},
     {reason_code::white_noise, severity::doubtful,
      [](swoop &, run_check &c) { c.reason = withheld::white_velocity_noise; }},
+    {reason_code::times_out_of_order, severity::doubtful,
+     [](swoop &, run_check &c) { c.reason = withheld::times_out_of_order; }},
     {reason_code::not_drawn, severity::doubtful, [](swoop &, run_check &c) { c.reason = withheld::too_many_samples; }},
+    {reason_code::unsolvable, severity::doubtful, [](swoop &, run_check &c) { c.reason = withheld::unsolvable; }},
     {reason_code::draws_fail, severity::doubtful, [](swoop &, run_check &c) { c.failed = 0.06; }},
     {reason_code::wide_gate_speed, severity::doubtful,
      [](swoop &, run_check &c) { c.figures[index_of(figure::entry_gate_speed)].range.high += 2.5; }},
@@ -141,12 +144,32 @@ TEST(reasons_test, tell_a_gap_and_one_at_the_gate) {
   EXPECT_NEAR(verdict.reasons[1].measured, 1.8, 1e-9);
 }
 
+// The gate is that of the first run, the turn that of the second, which dives faster.
+TEST(reasons_test, tell_the_gate_of_another_run) {
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  const std::int64_t landed = samples.back().time;
+  for (gps_point sample : with_velocity_errors(flight_samples())) {
+    sample.time += 3600000;
+    sample.vel_ltp.z *= 1.1;
+    samples.push_back(sample);
+  }
+  const swoop run = analysed(samples, gate_type_implicit);
+  ASSERT_GT(run.track[run.top_of_turn].time, landed);
+  const run_verdict verdict = judge_run(run, run_check());
+  EXPECT_TRUE(has(verdict, reason_code::gate_of_another_run));
+  EXPECT_EQ(verdict.worst, severity::unusable);
+}
+
 TEST(reasons_test, doubt_distances_of_who_levels_out_high) {
   swoop run = sound_run(gate_type_implicit);
   run.bottom_zpos = from_feet_above(15.0);
   EXPECT_TRUE(has(judge_run(run, run_check()), reason_code::levelled_high));
   run.bottom_zpos = from_feet(15.0);
   EXPECT_FALSE(has(judge_run(run, run_check()), reason_code::levelled_high));
+}
+
+TEST(reasons_test, tell_from_how_many_samples_on_nothing_is_drawn) {
+  EXPECT_EQ(rule_of(reason_code::not_drawn).limit, most_samples);
 }
 
 TEST(reasons_test, have_names_of_their_own) {

@@ -162,6 +162,7 @@ TEST(run_check_test, gives_no_intervals_where_they_would_not_hold) {
     const run_check check = checked(run, few_draws);
     EXPECT_EQ(check.reason, c.expected);
     EXPECT_EQ(check_of(check, figure::turn_height).has_interval, c.expected == withheld::nothing);
+    EXPECT_EQ(check.unordered, c.expected == withheld::times_out_of_order ? 1U : 0U);
     const bool is_drawn = c.expected != withheld::times_out_of_order && c.expected != withheld::unsolvable;
     EXPECT_EQ(check_of(check, figure::entry_gate_speed).has_interval, is_drawn);
     EXPECT_EQ(check_of(check, figure::entry_gate_speed).value, run.entry_gate_speed);
