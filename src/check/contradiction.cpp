@@ -74,19 +74,20 @@ double contradiction_quantile(std::span<const double> times, std::span<const dou
   return steps[place];
 }
 
-double contradiction_peak(std::span<const double> times, std::span<const double> drift, double span,
+double contradiction_peak(std::span<const double> times, std::span<const double> drift, std::size_t usual, double span,
                           std::span<double> work) {
   std::size_t count = 0;
+  double greatest = 0.0;
   for (std::size_t k = 0; k < times.size(); ++k) {
     const std::size_t later = sample_after(times, k, span);
     if (later >= times.size()) break;
-    work[count++] = std::fabs(drift[later] - drift[k]);
+    const double step = std::fabs(drift[later] - drift[k]);
+    greatest = std::max(greatest, step);
+    if (later < usual) work[count++] = step;
   }
   if (count == 0) return 0.0;
-  const std::span<double> steps = work.first(count);
-  const auto median = steps.begin() + static_cast<std::ptrdiff_t>(count / 2);
-  std::nth_element(steps.begin(), median, steps.end());
-  const double greatest = *std::max_element(median, steps.end());
+  const auto median = work.begin() + static_cast<std::ptrdiff_t>(count / 2);
+  std::nth_element(work.begin(), median, work.begin() + static_cast<std::ptrdiff_t>(count));
   return *median > 0.0 ? greatest / *median : 0.0;
 }
 

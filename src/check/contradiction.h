@@ -33,10 +33,10 @@ struct span_contradiction {
                                             std::span<const double> east, double span, double part,
                                             std::span<double> work);
 
-// How far the greatest step of a drift over a span lies above the median: seconds of a false position stand out of noise
-// that lasts. 0 without any step. work holds as many numbers as the drift.
-[[nodiscard]] double contradiction_peak(std::span<const double> times, std::span<const double> drift, double span,
-                                        std::span<double> work);
+// The greatest step of a drift over a span, in proportion to the median of those within the first usual samples: seconds
+// of a false position stand out of noise that lasts. 0 without such steps. work holds as many numbers as the drift.
+[[nodiscard]] double contradiction_peak(std::span<const double> times, std::span<const double> drift, std::size_t usual,
+                                        double span, std::span<double> work);
 
 // How rough the velocity is from sample to sample: the lower quartile of its third differences' absolute values, m/s, in
 // flight too calm for a manoeuvre to show in them. work holds as many numbers as the velocities.

@@ -19,6 +19,12 @@ constexpr double least_stated_position = 0.1;  // m
 
 constexpr std::size_t one_second = 2;  // among the spans
 
+// s. Positions that are pulled aside for a shorter or longer time contradict the velocities most over such a span.
+constexpr std::array<double, 3> peak_spans = {0.4, 1.0, 3.0};
+
+constexpr double jerk_span = 0.4;            // s from one acceleration to the next, over which each is the mean
+constexpr double least_flying_speed = 10.0;  // m/s; who touches the ground stops within any time
+
 // The part of one axis in what is flown.
 std::span<const double> flown(const measured_flight &flight, const owned_array<double> &values) {
   const std::size_t first = flight.window.closely.first;
@@ -32,6 +38,27 @@ std::size_t first_of_lag(const measured_flight &flight) {
   std::size_t first = turn;
   while (first > flight.window.closely.first && times[turn] - times[first] < before_turn) --first;
   return first;
+}
+
+double speed_at(const motion_series &series, std::size_t k) {
+  double sum = 0.0;
+  for (const owned_array<double> &axis : series.velocities) sum += axis[k] * axis[k];
+  return std::sqrt(sum);
+}
+
+// From sample k to twice the span after it; 0 where the flight ends before, or samples are missing.
+double jerk_at(const measured_flight &flight, std::size_t k) {
+  const std::span<const double> times = times_of(flight.series).first(flight.window.noise_end);
+  const std::size_t middle = sample_after(times, k, jerk_span);
+  const std::size_t last = middle < times.size() ? sample_after(times, middle, jerk_span) : middle;
+  if (last >= times.size() || times[last] - times[k] > 3.0 * jerk_span) return 0.0;
+  double sum = 0.0;
+  for (const owned_array<double> &velocities : flight.series.velocities) {
+    const double before = (velocities[middle] - velocities[k]) / (times[middle] - times[k]);
+    const double behind = (velocities[last] - velocities[middle]) / (times[last] - times[middle]);
+    sum += (behind - before) * (behind - before);
+  }
+  return std::sqrt(sum) / ((times[last] - times[k]) / 2.0);
 }
 
 }  // namespace
@@ -96,16 +123,29 @@ noise_scale measure_noise(measured_flight &flight, const stated_noise &stated, d
 }
 
 double measure_peak(measured_flight &flight) {
-  const std::span<const double> times = flown_times(flight);
-  const std::span<double> drift(flight.work.get(), times.size());
+  const auto [first, end] = flight.window.closely;
+  const std::size_t count = end - first;
+  const std::span<const double> times = times_of(flight.series).subspan(first, count);
+  const std::span<double> drift(flight.work.get(), count);
+  const std::span<double> work(drift.data() + count, count);
   double peak = 0.0;
   for (std::size_t axis = 0; axis < axis_count; ++axis) {
-    accumulate_contradiction(times, flown(flight, flight.series.positions[axis]),
-                             flown(flight, flight.series.velocities[axis]), drift);
-    peak = std::max(peak, contradiction_peak(times, drift, contradiction_spans[one_second],
-                                             {drift.data() + times.size(), times.size()}));
+    accumulate_contradiction(times, {flight.series.positions[axis].get() + first, count},
+                             {flight.series.velocities[axis].get() + first, count}, drift);
+    for (const double span : peak_spans) {
+      peak = std::max(peak, contradiction_peak(times, drift, flown_times(flight).size(), span, work));
+    }
   }
   return peak;
+}
+
+double measure_jerk(const measured_flight &flight) {
+  double greatest = 0.0;
+  for (std::size_t k = flight.window.closely.first; k < flight.window.noise_end; ++k) {
+    if (speed_at(flight.series, k) < least_flying_speed) continue;
+    greatest = std::max(greatest, jerk_at(flight, k));
+  }
+  return greatest;
 }
 
 double measure_contradiction(measured_flight &flight) {

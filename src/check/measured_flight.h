@@ -48,8 +48,12 @@ struct measured_flight {
 // The horizontal contradiction over a second that 95 % do not exceed, m. Needs the lag taken out.
 [[nodiscard]] double measure_contradiction(measured_flight &flight);
 
-// The greatest contradiction over a second along an axis, in proportion to the median. Needs the lag taken out.
+// The greatest contradiction along an axis over a third of a second to three, up to behind the stop, in proportion to the
+// median of what is flown. Needs the lag taken out.
 [[nodiscard]] double measure_peak(measured_flight &flight);
+
+// The greatest jerk of the velocities before the stop, m/s3, each acceleration being the mean over 0.4 s.
+[[nodiscard]] double measure_jerk(const measured_flight &flight);
 
 // Of the velocities, the mean of the axes. Needs them as measured: moved ones are smoother.
 [[nodiscard]] double measure_roughness(measured_flight &flight);

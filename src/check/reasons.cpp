@@ -39,9 +39,11 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     // m, 95 % over a second: 0.1 to 0.4 on quiet tracks, 3.6 to 8.6 where a logger at rest claims a swoop.
     {reason_code::contradiction, "contradiction", severity::doubtful, 1.5},
     {reason_code::no_agreement, "no-agreement", severity::unusable, 3.0},
-    // The greatest contradiction over a second along an axis, of the median: noise that lasts reaches 9 in 1,000 runs, a
+    // The greatest contradiction along an axis over 0.4, 1 or 3 s, of the median: noise that lasts reaches 9 in 1,000 runs, a
     // signal by way of a wall for a second more.
     {reason_code::passing_contradiction, "passing-contradiction", severity::doubtful, 10.0},
+    // m/s3: from nothing to 4 g within 0.4 s. Simulated swoops with their noise reach 55.
+    {reason_code::impossible_jerk, "impossible-jerk", severity::doubtful, 100.0},
     // In proportion to the logger's statement, over a second. The intervals follow the noise that is measured; beyond this
     // the phases get none. A logger that is three times as wrong as it says does not know its reception.
     {reason_code::noise_beyond_statement, "noise-beyond-statement", severity::note, 1.5},
@@ -171,6 +173,7 @@ void judge_noise(const run_check &check, run_verdict &verdict) {
   if (!is_false) add_above(verdict, reason_code::contradiction, check.contradiction);
   add_above(verdict, reason_code::no_agreement, check.contradiction);
   add_above(verdict, reason_code::passing_contradiction, check.peak);
+  add_above(verdict, reason_code::impossible_jerk, check.jerk);
   const bool is_far_beyond = check.noise.ratio > rule_of(reason_code::noise_far_beyond_statement).limit;
   if (!is_far_beyond) add_above(verdict, reason_code::noise_beyond_statement, check.noise.ratio);
   add_above(verdict, reason_code::noise_far_beyond_statement, check.noise.ratio);

@@ -28,6 +28,7 @@ enum class reason_code : std::size_t {
   contradiction,
   no_agreement,
   passing_contradiction,
+  impossible_jerk,
   noise_beyond_statement,
   noise_far_beyond_statement,
   white_noise,

@@ -175,6 +175,7 @@ void measure(measured_flight &flight, const stated_noise &stated, double step, r
   check.lag = take_out_lag(flight);
   check.contradiction = measure_contradiction(flight);
   check.peak = measure_peak(flight);
+  check.jerk = measure_jerk(flight);
   check.noise = measure_noise(flight, stated, step);
   // A short flight may seem to have errors that last for ever, and then even the digits of a file are rough.
   const double memory = std::min(check.noise.memory.velocity, stated_memory.velocity);

@@ -49,7 +49,8 @@ struct run_check {
   velocity_lag lag;             // as found; taken out of the draws when it is more than chance
   double contradiction = 0.0;   // m between the step of the position over a second and the integral of the velocity, in
                                 // plan and after the lag: 95 % are less
-  double peak = 0.0;            // of the contradiction over a second along an axis, in proportion to its median
+  double peak = 0.0;            // of the contradiction along an axis, in proportion to its median
+  double jerk = 0.0;            // m/s3, the greatest of the velocities
   double roughness = 0.0;       // of the velocity from sample to sample, in proportion to the one its noise should have
   std::uint32_t unordered = 0;  // samples whose time is not later than the one before
   double longest_gap = 0.0;     // s between two samples from 15 s before the turn to the stop; 0 for the usual steps

@@ -42,9 +42,10 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::no_agreement, reason_unit::metres,
      "between the way by positions and the way by speeds over a second: not of one flight; do not score this run"},
     {reason_code::passing_contradiction, reason_unit::number,
-     "times the usual contradiction of positions and speeds at the worst second: reflected signals; compare with a "
-     "second "
+     "times the usual contradiction of positions and speeds at the worst: reflected signals; compare with a second "
      "logger"},
+    {reason_code::impossible_jerk, reason_unit::number,
+     "m/s3 of jerk at the most, more than a canopy can do: reflected signals; compare with a second logger"},
     {reason_code::noise_beyond_statement, reason_unit::number,
      "times the noise that the logger states, so that the phases get no intervals; compare with a second logger to "
      "know "

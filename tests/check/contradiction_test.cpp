@@ -60,8 +60,11 @@ TEST(contradiction_test, sees_a_second_that_stands_out) {
   const std::vector<double> times = {0.0, 1.0, 2.0, 3.0, 4.0, 5.0};
   const std::vector<double> drift = {0.0, 0.1, 0.2, 1.4, 1.5, 1.4};  // steps of 0.1 but for one of 1.2
   std::vector<double> work(times.size());
-  EXPECT_NEAR(contradiction_peak(times, drift, 1.0, work), 12.0, 1e-9);
-  EXPECT_EQ(contradiction_peak(times, drift, 9.0, work), 0.0);
+  EXPECT_NEAR(contradiction_peak(times, drift, times.size(), 1.0, work), 12.0, 1e-9);
+  EXPECT_EQ(contradiction_peak(times, drift, times.size(), 9.0, work), 0.0);
+  // Only the first two steps are usual; the great one counts all the same.
+  EXPECT_NEAR(contradiction_peak(times, drift, 3, 1.0, work), 12.0, 1e-9);
+  EXPECT_EQ(contradiction_peak(times, drift, 1, 1.0, work), 0.0);
 }
 
 TEST(contradiction_test, takes_the_sample_nearest_to_a_span) {

@@ -57,6 +57,7 @@ const reason_case reason_cases[] = {
     {reason_code::contradiction, severity::doubtful, [](swoop &, run_check &c) { c.contradiction = 1.6; }},
     {reason_code::no_agreement, severity::unusable, [](swoop &, run_check &c) { c.contradiction = 3.1; }},
     {reason_code::passing_contradiction, severity::doubtful, [](swoop &, run_check &c) { c.peak = 10.1; }},
+    {reason_code::impossible_jerk, severity::doubtful, [](swoop &, run_check &c) { c.jerk = 100.1; }},
     {reason_code::noise_beyond_statement, severity::note, [](swoop &, run_check &c) { c.noise.ratio = 1.6; }},
     {reason_code::noise_far_beyond_statement, severity::doubtful, [](swoop &, run_check &c) { c.noise.ratio = 3.1; }},
     {reason_code::white_noise, severity::doubtful,
