@@ -5,9 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "checker/draw_options.h"
+#include "checker/number_arguments.h"
 #include "driver/exit.h"
-#include "support/integer.h"
 #include "support/version.h"
 
 namespace tarvel {
@@ -52,44 +51,25 @@ constexpr option long_options[] = {
   exit_program(EXIT_FAILURE);
 }
 
-[[noreturn]] void refuse(const char *message, const char *argument) {
-  std::fprintf(stderr, "%s: %s%s\n", check_program, message, argument);
+[[noreturn]] void refuse(const char *message) {
+  std::fprintf(stderr, "%s: %s\n", check_program, message);
   exit_with_hint();
-}
-
-std::uint32_t parse_time_aloft(const char *argument) {
-  constexpr double longest = 3600.0;
-  double seconds = 0.0;
-  if (!is_number(argument, seconds) || !(seconds >= 0.0 && seconds <= longest)) {
-    refuse("no number of seconds: ", argument);
-  }
-  return truncate_to_uint32(seconds * 1000.0);
-}
-
-std::uint32_t parse_draws(const char *argument) {
-  std::uint32_t draws = 0;
-  if (!is_number_of_draws(argument, draws)) refuse("no number of draws from 40 to 10000: ", argument);
-  return draws;
-}
-
-std::uint64_t parse_seed(const char *argument) {
-  std::uint64_t seed = 0;
-  if (!is_number(argument, seed)) refuse("no whole number: ", argument);
-  return seed;
 }
 
 void parse_switches(int argc, char *argv[], check_options &options) {
   for (int found = 0; (found = getopt_long(argc, argv, "himt:", long_options, nullptr)) != -1;) {
+    error_slot error = nullptr;
     switch (found) {
       case 'h': std::fputs(help, stdout); exit_program(EXIT_SUCCESS);
       case 'i': options.implicit_gate = true; break;
       case 'm': options.metric = true; break;
-      case 't': options.time_aloft = parse_time_aloft(optarg); break;
-      case draws_option: options.settings.draws = parse_draws(optarg); break;
-      case seed_option: options.settings.seed = parse_seed(optarg); break;
+      case 't': parse_time_aloft(optarg, options.time_aloft, &error); break;
+      case draws_option: parse_draws(optarg, options.settings.draws, &error); break;
+      case seed_option: parse_seed(optarg, options.settings.seed, &error); break;
       case version_option: std::printf("%s %s\n", check_program, version); exit_program(EXIT_SUCCESS);
       default: exit_with_hint();
     }
+    if (error) refuse(error);
   }
 }
 
@@ -100,8 +80,8 @@ void parse_check_options(int argc, char *argv[], check_options &options) {
   // getopt has moved the words that are no options behind the others.
   options.tracks =
       std::span<char *const>(argv, static_cast<std::size_t>(argc)).subspan(static_cast<std::size_t>(optind));
-  if (options.tracks.empty()) refuse("no track", "");
-  if (options.time_aloft != 0 && options.tracks.size() > 1) refuse("-t is the time of one run", "");
+  if (options.tracks.empty()) refuse("no track");
+  if (options.time_aloft != 0 && options.tracks.size() > 1) refuse("-t is the time of one run");
 }
 
 }  // namespace tarvel

@@ -2,13 +2,11 @@
 
 #include <getopt.h>
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
-#include "checker/draw_options.h"
+#include "checker/number_arguments.h"
 #include "driver/exit.h"
-#include "support/integer.h"
 #include "support/version.h"
 
 namespace tarvel {
@@ -58,35 +56,14 @@ constexpr option long_options[] = {
   exit_program(usage_error);
 }
 
+[[noreturn]] void refuse(const char *message) {
+  std::fprintf(stderr, "tarvel-json: %s\n", message);
+  exit_with_hint();
+}
+
 [[noreturn]] void print_and_exit(const char *words) {
   std::fputs(words, stdout);
   exit_program(EXIT_SUCCESS);
-}
-
-// As tarvel reads it, but nothing else than a number.
-std::uint32_t parse_time_aloft(const char *argument) {
-  constexpr double longest = 4294967.0;  // seconds, whose milliseconds fit
-  char *end = nullptr;
-  const double seconds = std::strtod(argument, &end);
-  if (end == argument || *end != '\0' || !(seconds >= 0.0 && seconds <= longest)) {
-    std::fprintf(stderr, "tarvel-json: not a number of seconds: %s\n", argument);
-    exit_with_hint();
-  }
-  return truncate_to_uint32(seconds * 1000.0);
-}
-
-std::uint32_t parse_draws(const char *argument) {
-  std::uint32_t draws = 0;
-  if (is_number_of_draws(argument, draws)) return draws;
-  std::fprintf(stderr, "tarvel-json: not a number of draws from 40 to 10000: %s\n", argument);
-  exit_with_hint();
-}
-
-std::uint64_t parse_seed(const char *argument) {
-  std::uint64_t seed = 0;
-  if (is_number(argument, seed)) return seed;
-  std::fprintf(stderr, "tarvel-json: not a whole number: %s\n", argument);
-  exit_with_hint();
 }
 
 // What the switches say; --draws and --seed stand on their own until --check is known.
@@ -100,18 +77,20 @@ struct given_switches {
 given_switches parse_switches(int argc, char *argv[]) {
   given_switches given;
   for (int letter = 0; (letter = getopt_long(argc, argv, "himt:", long_options, nullptr)) != -1;) {
+    error_slot error = nullptr;
     given.has_settings = given.has_settings || letter == draws_option || letter == seed_option;
     switch (letter) {
       case 'h': print_and_exit(help);
       case 'i': given.options.implicit_gate = true; break;
       case 'm': given.options.metric = true; break;
-      case 't': given.options.time_aloft = parse_time_aloft(optarg); break;
+      case 't': parse_time_aloft(optarg, given.options.time_aloft, &error); break;
       case check_option: given.is_checked = true; break;
-      case draws_option: given.settings.draws = parse_draws(optarg); break;
-      case seed_option: given.settings.seed = parse_seed(optarg); break;
+      case draws_option: parse_draws(optarg, given.settings.draws, &error); break;
+      case seed_option: parse_seed(optarg, given.settings.seed, &error); break;
       case version_option: std::printf("tarvel-json %s\n", version); exit_program(EXIT_SUCCESS);
       default: exit_with_hint();
     }
+    if (error) refuse(error);
   }
   return given;
 }
@@ -120,14 +99,8 @@ given_switches parse_switches(int argc, char *argv[]) {
 
 json_options parse_json_options(int argc, char *argv[]) {
   given_switches given = parse_switches(argc, argv);
-  if (argc - optind != 1) {
-    std::fputs(argc == optind ? "tarvel-json: no track\n" : "tarvel-json: more than one track\n", stderr);
-    exit_with_hint();
-  }
-  if (given.has_settings && !given.is_checked) {
-    std::fputs("tarvel-json: --draws and --seed need --check\n", stderr);
-    exit_with_hint();
-  }
+  if (argc - optind != 1) refuse(argc == optind ? "no track" : "more than one track");
+  if (given.has_settings && !given.is_checked) refuse("--draws and --seed need --check");
   if (given.is_checked) given.options.check = given.settings;
   given.options.track = argv[optind];
   return given.options;

@@ -173,14 +173,17 @@ class CheckTest(unittest.TestCase):
 
     def test_command_lines_that_cannot_be_carried_out(self):
         hint = "Try 'tarvel-check --help'.\n"
-        for arguments, words in (([], "no track"), (["-m"], "no track"), (["-t", "two", "a"], "no number of seconds: two"),
-                                 (["-t", "-1", "a"], "no number of seconds: -1"),
+        for arguments, words in (([], "no track"), (["-m"], "no track"), (["-t", "two", "a"], "not a number of seconds: two"),
+                                 (["-t", "-1", "a"], "not a number of seconds: -1"),
+                                 (["-t", "5x", "a"], "not a number of seconds: 5x"),
+                                 (["-t", "nan", "a"], "not a number of seconds: nan"),
+                                 (["-t", "4294968", "a"], "not a number of seconds: 4294968"),
                                  (["-t", "5", "a", "b"], "-t is the time of one run"),
-                                 (["--draws", "39", "a"], "no number of draws from 40 to 10000: 39"),
-                                 (["--draws", "1e3", "a"], "no number of draws from 40 to 10000: 1e3"),
-                                 (["--draws=10001", "a"], "no number of draws from 40 to 10000: 10001"),
-                                 (["--seed", "0x1", "a"], "no whole number: 0x1"),
-                                 (["--seed", "-1", "a"], "no whole number: -1")):
+                                 (["--draws", "39", "a"], "not a number of draws from 40 to 10000: 39"),
+                                 (["--draws", "1e3", "a"], "not a number of draws from 40 to 10000: 1e3"),
+                                 (["--draws=10001", "a"], "not a number of draws from 40 to 10000: 10001"),
+                                 (["--seed", "0x1", "a"], "not a whole number: 0x1"),
+                                 (["--seed", "-1", "a"], "not a whole number: -1")):
             with self.subTest(arguments):
                 done = self.check(*arguments)
                 self.assertEqual((done.returncode, done.stdout, done.stderr), (ERROR, "", f"tarvel-check: {words}\n{hint}"))

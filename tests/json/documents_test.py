@@ -344,7 +344,8 @@ class DocumentTest(unittest.TestCase):
                           ["--draws", "100", "carve.csv"], ["--seed=2", "carve.csv"],
                           ["--check", "--draws", "39", "carve.csv"],
                           ["--check", "--draws", "10001", "carve.csv"], ["--check", "--seed", "-1", "carve.csv"],
-                          ["-t", "-1", "carve.csv"], ["-t", "nan", "carve.csv"], ["--aloft=1e99", "carve.csv"]):
+                          ["-t", "-1", "carve.csv"], ["-t", "nan", "carve.csv"], ["--aloft=1e99", "carve.csv"],
+                          ["-t", "4294968", "carve.csv"], ["-t", " 5", "carve.csv"]):
             with self.subTest(arguments=arguments):
                 done = self.call(*arguments)
                 self.assertEqual((done.returncode, done.stdout), (2, b""))

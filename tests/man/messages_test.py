@@ -105,18 +105,20 @@ class MessagesTest(unittest.TestCase):
         self.assertLessEqual(OF_FILES, set(source_messages(PROJECT / "src/driver")))
         self.check([pattern_of(message) for message in {*said, *engine, *OF_FILES}], items("tarvel-split.1"))
 
+    def check_command_line(self, options, page):
+        """Against what such a program refuses, and what it says of a number."""
+        calls = re.findall(r"refuse\((.*?)\);", (PROJECT / options).read_text())
+        messages = [message for call in calls for message in re.findall(r'"(.*?)"', call)]
+        self.assertGreater(len(messages), 1)
+        numbers = re.findall(r'format_error\("(.*?)"', (PROJECT / "src/checker/number_arguments.cpp").read_text())
+        self.assertEqual(len(numbers), 3)
+        self.check([pattern_of(message) for message in [*messages, *numbers]], items(page))
+
     def test_tarvel_check(self):
-        options = (PROJECT / "src/checker/options.cpp").read_text()
-        messages = re.findall(r'refuse\("(.*?)", (""|argument)\)', options)
-        self.assertGreater(len(messages), 4)
-        self.check([pattern_of(words + ("%s" if value == "argument" else "")) for words, value in messages],
-                   items("tarvel-check.1"))
+        self.check_command_line("src/checker/options.cpp", "tarvel-check.1")
 
     def test_tarvel_json(self):
-        messages = {message.removeprefix("tarvel-json: ") for message in source_messages(PROJECT / "src/json")
-                    if message.startswith("tarvel-json: ")} - {"%s"}
-        self.assertGreater(len(messages), 2)
-        self.check([pattern_of(message) for message in messages], items("tarvel-json.1"))
+        self.check_command_line("src/json/json_options.cpp", "tarvel-json.1")
 
     def test_tarvel_meet(self):
         patterns = python_patterns("meet/tarvel-meet")
