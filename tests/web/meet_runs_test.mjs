@@ -19,6 +19,13 @@ test("names are sorted by their numbers, and what has no value stands last eithe
   assert.deepEqual(names(sortRuns(runs, figureKey("entry_gate_speed"), true)), ["a", "b10", "b9", "c"]);
 });
 
+test("an unusable run stands behind the others where figures are sorted, and has its place by name", () => {
+  const runs = [run("b", { ...speed(50), verdict: "unusable" }), run("c", { ...speed(40), verdict: "doubtful" }), run("a", speed(30))];
+  assert.deepEqual(names(sortRuns(runs, figureKey("entry_gate_speed"), true)), ["c", "a", "b"]);
+  assert.deepEqual(names(sortRuns(runs, figureKey("entry_gate_speed"), false)), ["a", "c", "b"]);
+  assert.deepEqual(names(sortRuns(runs, sortKeys.name, false)), ["a", "b", "c"]);
+});
+
 test("verdicts are sorted from good to failed", () => {
   const runs = ["failed", "good", null, "unusable", "doubtful"].map((verdict) => run(String(verdict), { verdict }));
   assert.deepEqual(names(sortRuns(runs, sortKeys.verdict, false)), ["good", "doubtful", "unusable", "failed", "null"]);

@@ -29,8 +29,9 @@ export const sortKeys: Record<"name" | "verdict" | "clock" | "course" | "reasons
   reasons: (run) => reasonTexts(run).join(" ") || null,
 };
 
+// An unusable run stands behind the others, as in the ranking.
 export function figureKey(figure: string): SortKey {
-  return (run) => run.figures[figure]?.value ?? null;
+  return (run) => (run.verdict === "unusable" ? null : (run.figures[figure]?.value ?? null));
 }
 
 const collator = new Intl.Collator("en", { numeric: true });
