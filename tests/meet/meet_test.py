@@ -437,6 +437,32 @@ class ReportTest(MeetTest):
         self.assertIn("missed the entry gate\n\nh\n", text)
         self.assertTrue(text.endswith("FAILED\n\ni\\n\\x1b[2J: no\\nsuch\n"))
 
+    def test_an_unusable_run_has_no_rank_and_changes_none(self):
+        module = load_meet()
+        table = module.Table(False)
+        figures = {**dict.fromkeys(table.columns[:FIGURE_COLUMNS], "1"), "carve_time_s": "", "exit_gate_speed_mph": ""}
+
+        def row(name, distance, verdict=module.GOOD, low=0.0, high=0.0):
+            doubts = [] if verdict == module.GOOD else [("gap", verdict, "2.00 s without samples")]
+            return {"name": name, "status": "ok", "message": "", **figures, "touchdown_distance_ft": distance,
+                    module.VERDICT: verdict, module.REASONS: " ".join(code for code, _, _ in doubts), "doubts": doubts,
+                    "intervals": {"touchdown_distance_ft": (low, high)}}
+
+        def distances(rows):
+            text = module.summary_text(rows, table)
+            section = text[text.index("DISTANCE"):text.index("ENTRY GATE SPEED")]
+            return [re.sub(" +", " ", line) for line in section.splitlines()[3:] if line], text
+
+        sound = [row("a", "200", low=190, high=210), row("c", "300", low=290, high=310),
+                 row("d", "205", module.DOUBTFUL, 200, 210)]
+        alone, _ = distances(sound)
+        self.assertEqual(alone, [" 1 300 1 1 c", "/ 2 205 1 1 d ? doubtful: gap", "\\ 3 200 1 1 a"])
+        # Between the others, and before them.
+        unusable = [row("b", "250", module.UNUSABLE, 0, 1000), row("e", "999", module.UNUSABLE, 990, 999)]
+        lines, text = distances(sorted([*sound, *unusable], key=lambda each: each["name"]))
+        self.assertEqual(lines, [*alone, " ---- 250 1 1 b X unusable: gap", " ---- 999 1 1 e X unusable: gap"])
+        self.assertIn("\n\nUNUSABLE: not ranked, since their tracks cannot be scored\n\nb\n  gap: 2.00 s", text)
+        self.assertEqual(distances(unusable)[0], lines[3:])
 
     def test_ranks_thousands_of_runs(self):
         module = load_meet()
