@@ -7,6 +7,7 @@
 
 A run's two files are made anew only when its document has changed, or Tarvel.
 """
+import contextlib
 import hashlib
 import html
 import importlib.machinery
@@ -28,6 +29,9 @@ SHOWN_FIGURES = ("entry_gate_speed", "carve_time", "exit_gate_speed", "stop_dist
 HTML_MARK = "<!-- Made by tarvel-meet, which replaces it. -->"
 SCRIPT_MARK = "// Made by tarvel-meet, which replaces it: "
 OTHER_MARK = "/* Made by tarvel-meet, which replaces it. */"
+
+# What a file is called until it is whole. A meet has its folder to itself, so that nothing else has this name.
+NEW = ".tarvel-meet.new"
 
 # A nonce, since chromium holds no digest against a script from the disk. Nothing gets into a page that could know it.
 PAGE = """{mark}<!doctype html>
@@ -114,13 +118,18 @@ def free_name(path):
 
 
 def write_file(path, mark, text):
-    """What is there and is not ours is renamed."""
+    """The file appears whole or not at all. What is there and is not ours is renamed."""
     if os.path.lexists(path) and (os.path.islink(path) or os.path.isdir(path) or not begins_with(path, mark)):
         os.rename(path, free_name(path))
+    made = os.path.join(os.path.dirname(path), NEW)
     try:
-        tarvel_page.write_whole(path, text)
-    except tarvel_page.Failure as failure:
-        raise failure.__cause__ from failure
+        with open(made, "w", encoding="utf-8", newline="") as file:
+            file.write(text)
+        os.replace(made, path)
+    except BaseException:
+        with contextlib.suppress(FileNotFoundError):
+            os.remove(made)
+        raise
 
 
 def write_run(folder, document, data, head, state):

@@ -5,6 +5,8 @@ Exits with 77 where chromium, its driver or selenium is not installed.
 """
 import json
 import os
+import resource
+import signal
 import sys
 import tempfile
 import time
@@ -213,6 +215,22 @@ class FilesTest(unittest.TestCase):
         (meet.folder / "2/9 b/straight.page.html").unlink()
         meet.write()
         self.assertTrue((meet.folder / "2/9 b/straight.page.html").exists())
+        self.assertEqual(list(meet.folder.rglob(".tarvel*")), [])
+
+    def test_a_file_that_cannot_be_written_leaves_nothing_behind(self):
+        meet = Meet()
+        before = {path: path.read_bytes() for path in meet.folder.rglob("*") if path.is_file()}
+        (meet.folder / "10/carve.json").write_text(documents["reversed"])
+        limits = resource.getrlimit(resource.RLIMIT_FSIZE)
+        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (500, limits[1]))
+        try:
+            self.assertRaises(OSError, meet.write)
+        finally:
+            resource.setrlimit(resource.RLIMIT_FSIZE, limits)
+        after = {path: path.read_bytes() for path in meet.folder.rglob("*") if path.is_file()}
+        self.assertEqual(set(after), set(before))
+        self.assertEqual({path for path in after if after[path] != before[path]}, {meet.folder / "10/carve.json"})
 
     def test_a_file_of_the_users_is_renamed(self):
         meet = Meet()
