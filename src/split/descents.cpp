@@ -25,11 +25,12 @@ constexpr double standing_speed_mph = 2.0;    // as for the stop of a run
 constexpr double landed_height_feet = 100.0;  // largest change of the height after a landing
 constexpr std::int64_t landed_time = 15000;   // ms
 
-constexpr std::int64_t longest_pause = 60000;     // ms without a sample; after a longer pause the logger was off
-constexpr std::int64_t longest_descent = 900000;  // ms; during a longer pause in the air there was a landing
-constexpr double longest_leap = 100.0;            // m from one sample to the next,
-constexpr double fastest_on_ground = 100.0;       // and m/s over the time between them
-constexpr double fastest_climb = 15.0;            // m/s, of an aircraft with jumpers
+constexpr std::int64_t longest_pause = 60000;      // ms without a sample; after a longer pause the logger was off
+constexpr std::int64_t longest_step_back = 60000;  // ms; rows that a logger wrote in the wrong order are less apart
+constexpr std::int64_t longest_descent = 900000;   // ms; during a longer pause in the air there was a landing
+constexpr double longest_leap = 100.0;             // m from one sample to the next,
+constexpr double fastest_on_ground = 100.0;        // and m/s over the time between them
+constexpr double fastest_climb = 15.0;             // m/s, of an aircraft with jumpers
 constexpr double climb_to_next = 300.0;     // m; a greater rise during a pause means that there was a landing in it
 constexpr double near_distance = 1000.0;    // m; the position changes less when only the clock was set
 constexpr double earth_radius = 6371000.0;  // m
@@ -41,8 +42,7 @@ bool is_near_height(double height, double other) {
 }
 
 bool is_paused(const gps_point &before, const gps_point &after) {
-  const std::int64_t step = elapsed(before.time, after.time);
-  return step < 0 || step > longest_pause;
+  return is_clock_set_back(before, after) || elapsed(before.time, after.time) > longest_pause;
 }
 
 // True when the samples before and after a pause may be from the same flight.
@@ -162,8 +162,12 @@ void find_descents(std::span<const gps_point> samples, descent_list &list, error
   list = std::move(found);
 }
 
+bool is_clock_set_back(const gps_point &before, const gps_point &after) {
+  return elapsed(before.time, after.time) < -longest_step_back;
+}
+
 bool is_interrupted(const gps_point &before, const gps_point &after) {
-  const double seconds = static_cast<double>(elapsed(before.time, after.time)) / 1000.0;
+  const double seconds = std::fabs(static_cast<double>(elapsed(before.time, after.time))) / 1000.0;
   const double reach = longest_leap + fastest_on_ground * seconds;
   const double climb = raw_altitude(after) - raw_altitude(before);
   return is_paused(before, after) || plan_distance(before, after) > reach || -climb > reach ||

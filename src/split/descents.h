@@ -31,8 +31,11 @@ struct descent_list {
 // Finds the descents in their order. Fails with "realloc failed"; the list is then unchanged.
 void find_descents(std::span<const gps_point> samples, descent_list &list, error_slot *error);
 
+// True when the clock stepped back by more than a minute. Rows in the wrong order are less apart.
+[[nodiscard]] bool is_clock_set_back(const gps_point &before, const gps_point &after);
+
 // True when the logger was off or carried to another place between two consecutive samples: more than a minute passed,
-// the clock stepped back, the position moved faster than vehicles on the ground, or the height rose faster than an
+// the clock was set back, the position moved faster than vehicles on the ground, or the height rose faster than an
 // aircraft climbs.
 [[nodiscard]] bool is_interrupted(const gps_point &before, const gps_point &after);
 

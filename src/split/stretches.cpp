@@ -111,8 +111,8 @@ std::uint32_t find_end(samples_view samples, std::uint32_t stop, std::uint32_t s
 // The first sample of [first, end) at which another recording begins, or end.
 std::uint32_t find_recording(samples_view samples, std::uint32_t first, std::uint32_t end) {
   for (std::uint32_t i = first + fewest_samples; i < end; ++i) {
-    const std::int64_t pause = time_between(samples, i - 1, i);
-    if (pause < 0 || pause > longest_lost_fix) return i;
+    const bool was_off = time_between(samples, i - 1, i) > longest_lost_fix;
+    if (was_off || is_clock_set_back(samples[i - 1], samples[i])) return i;
   }
   return end;
 }

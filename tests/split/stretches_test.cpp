@@ -111,6 +111,24 @@ TEST(stretches_test, a_pause_or_a_clock_that_is_set_in_the_air_cuts_no_jump) {
   EXPECT_EQ(kinds_of(track), kinds{stretch_kind::run});
 }
 
+TEST(stretches_test, rows_in_the_wrong_order_cut_no_jump) {
+  const recording run = plain_run();
+  for (std::size_t i = 1; i < run.size(); ++i) {
+    SCOPED_TRACE(i);
+    recording track = run;
+    std::swap(track[i - 1], track[i]);
+    EXPECT_EQ(kinds_of(track), kinds{stretch_kind::run});
+  }
+}
+
+TEST(stretches_test, a_clock_that_is_set_back_on_the_ground_by_more_than_a_minute_begins_another_stretch) {
+  recording track = standing_behind(point_at(meadow), 600);
+  for (std::size_t i = 300; i < track.size(); ++i) track[i].time -= 61000;
+  EXPECT_EQ(kinds_of(track), kinds{stretch_kind::ground});
+  for (std::size_t i = 300; i < track.size(); ++i) track[i].time -= 1;
+  EXPECT_EQ(kinds_of(track), (kinds{stretch_kind::ground, stretch_kind::ground}));
+}
+
 TEST(stretches_test, wrong_heights_on_the_ground_are_no_descent) {
   recording track = standing_behind(point_at(meadow), 3600);
   for (std::size_t i = 1000; i < 1010; ++i) track[i].pos_wgs84.z += 700.0;
