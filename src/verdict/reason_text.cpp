@@ -134,12 +134,19 @@ shown_figure shown(const reason &each, const display_units &units) {
   return {each.measured, std::floor(each.measured) == each.measured ? 0 : 1, ""};
 }
 
+// A small negative value would be printed as "-0".
+double without_negative_zero(double value, int decimals) {
+  const bool is_zero = std::signbit(value) && value >= -0.5 * std::pow(10.0, -decimals);
+  return is_zero ? 0.0 : value;
+}
+
 }  // namespace
 
 void append_reason_sentence(text_buffer &text, const reason &each, const display_units &units) {
   const shown_figure figure = shown(each, units);
   const bool is_close = figure.unit[0] == ' ' || figure.unit[0] == '\0';
-  text_buffer_printf(text, "%.*f%s%s %s", figure.decimals, figure.value, is_close ? "" : " ", figure.unit,
+  const double value = without_negative_zero(figure.value, figure.decimals);
+  text_buffer_printf(text, "%.*f%s%s %s", figure.decimals, value, is_close ? "" : " ", figure.unit,
                      words_of(each.code).words);
 }
 

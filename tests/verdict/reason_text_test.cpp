@@ -35,6 +35,8 @@ const sentence_case sentence_cases[] = {
     {reason_code::wide_gate_speed, 3.0, true, "10.8 km/h from end to end"},
     {reason_code::wide_gate_speed, 3.0, false, "6.7 mph from end to end"},
     {reason_code::too_fast_for_canopy, 120.0, false, "120 mph of descent"},
+    {reason_code::exit_of_another_run, -0.4, false, "0 ft at the lowest"},
+    {reason_code::exit_of_another_run, -0.6, false, "-1 ft at the lowest"},
     {reason_code::too_fast_for_canopy, 120.0, true, "193 km/h of descent"},
 };
 
