@@ -435,7 +435,8 @@ class ReportTest(MeetTest):
         self.assertEqual(ranks["ENTRY GATE SPEED"], [("1", "c"), ("2", "f"), ("2", "g"), ("4", "a"), ("5", "d"),
                                                      ("5", "e"), ("7", "b")])
         self.assertIn("missed the entry gate\n\nh\n", text)
-        self.assertTrue(text.endswith("FAILED\n\ni\\n\\x1b[2J: no\\nsuch\n"))
+        self.assertTrue(text.endswith("FAILED: tarvel(1) and tarvel-meet(1) say what to do about each message\n\n"
+                                      "i\\n\\x1b[2J: no\\nsuch\n"))
 
     def test_an_unusable_run_has_no_rank_and_changes_none(self):
         module = load_meet()
@@ -446,6 +447,7 @@ class ReportTest(MeetTest):
             doubts = [] if verdict == module.GOOD else [("gap", verdict, "2.00 s without samples")]
             return {"name": name, "status": "ok", "message": "", **figures, "touchdown_distance_ft": distance,
                     module.VERDICT: verdict, module.REASONS: " ".join(code for code, _, _ in doubts), "doubts": doubts,
+                    "bounds": [],
                     "intervals": {"touchdown_distance_ft": (low, high)}}
 
         def distances(rows):
