@@ -1,33 +1,22 @@
 // The document of a run, whatever the track holds. The first byte holds the options: two bits of gate type, one for
 // metres, one for a time aloft, one for a course with a pond, one for a track that is not analysed, one for a name of
-// the track's own bytes, one for a check. The rest is the track. Every document is JSON, has all its members, and holds no number that
-// JSON has not.
+// the track's own bytes, one for a check. The rest is the track. Every document is JSON and has all its members.
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "document/run_analysis.h"
 #include "document/run_document.h"
-#include "fuzz_input.h"
-#include "geo/course_frame.h"
-#include "swoop/analysis.h"
+#include "fuzz_run.h"
 
 namespace {
 
 using namespace tarvel;
 
-// The course of the seeds.
-const mat4 course_frame = {{{0.756989892, -0.198146063, -0.622659170, -19949.301},
-                            {0.067911004, 0.971610626, -0.226629404, -7260.952},
-                            {0.649887990, 0.129270759, 0.748955721, -6366570.434},
-                            {0.000000000, 0.000000000, 0.000000000, 1.000}}};
-constexpr double course_theta = -0.0872;  // radians
-
 course make_course(bool has_pond) {
-  course made;
-  made.matrix = course_frame;
-  made.theta = course_theta;
+  course made = flown_course(nullptr);
   if (!has_pond) return made;
   made.pond.emplace();
   for (const vec3 &point : std::array<vec3, 3>{{{1.0, 2.0, 0.0}, {70.0, -1e300, 0.0}, {1.0, 2.0, 0.0}}}) {
@@ -72,42 +61,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   const std::uint8_t options = data[0];
   const std::string bytes(reinterpret_cast<const char *>(data + 1), size - 1);
   const std::string name = (options & 64) != 0 ? bytes : "run.csv";
-  const file_handle stream = open_fuzz_input(data + 1, size - 1);
-  error_slot error = nullptr;
-  text_buffer warnings = text_buffer_create(&error);
-  const owned_record<swoop> run = swoop_create(stream.get(), name.c_str(), warnings, &error);
-
+  const check_settings settings = {.draws = 40};
   run_facts facts;
   facts.program = "fuzzer";
   facts.version = "1";
   facts.track_name = name.c_str();
   facts.metric = (options & 4) != 0;
-  facts.warnings = warnings.data.get();
-  facts.run = run.get();
-  facts.failure.message = error;
-  if (error != nullptr || (options & 32) != 0) {
-    if (error == nullptr) facts.failure = {run_stage::course, name.c_str()};
-    require_whole(facts);
-    return 0;
-  }
+  facts.time_aloft = (options & 8) != 0 ? 5000 : 0;
+  if ((options & 128) != 0) facts.asked_check = &settings;
 
-  course flown = make_course((options & 16) != 0);
-  run->time_aloft = (options & 8) != 0 ? 5000 : 0;
-  analyze_swoop(*run, options & 3, flown.matrix, flown.theta, &error);
-  facts.failure = {run_stage::analysis, error};
-  facts.course = &flown;
-  if (error == nullptr && flown.pond) {
-    rotate_point_list(points_of(*flown.pond), correction_angle(*run));
-    facts.pond = &*flown.pond;
+  const file_handle stream = open_fuzz_input(data + 1, size - 1);
+  analysed_run work;
+  read_run(stream.get(), work, facts);
+  if (facts.failure.message == nullptr && (options & 32) != 0) facts.failure = {run_stage::course, name.c_str()};
+  if (facts.failure.message == nullptr) {
+    if ((options & 3) != gate_type_implicit) work.flown = make_course((options & 16) != 0);
+    analyse_run(work, facts);
   }
-  checked_run checked;
-  if (error == nullptr && (options & 128) != 0) {
-    check_settings settings;
-    settings.draws = 40;
-    check_run(*run, settings, checked.check, &error);
-    require(error == nullptr);
-    checked.verdict = judge_run(*run, checked.check);
-    facts.checked = &checked;
+  if (facts.failure.message == nullptr && facts.asked_check != nullptr) {
+    check_analysed_run(work, facts);
+    require(facts.failure.message == nullptr);
   }
   require_whole(facts);
   return 0;

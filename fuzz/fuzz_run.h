@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "fuzz_input.h"
 #include "loader/track_loader.h"
+#include "swoop/analysis.h"
 #include "track/course.h"
 
 namespace tarvel {
@@ -60,6 +62,29 @@ inline course flown_course(fuzz_bytes *rest) {
   const outcome result = load_swoop_stream(stream.get(), track, warnings.buffer, &error);
   require_answer(result, error);
   require(error == nullptr || track.points == nullptr);
+  return error == nullptr;
+}
+
+struct fuzz_run {
+  course flown;
+  swoop run;
+  bool metric = false;
+};
+
+// False when the bytes hold no track, or a track whose analysis fails.
+[[nodiscard]] inline bool analyse(const std::uint8_t *data, std::size_t size, fuzz_run &analysed) {
+  fuzz_bytes rest = {data, size};
+  const auto options = rest.take<std::uint8_t>();
+  analysed.flown = flown_course((options & 16) != 0 ? &rest : nullptr);
+  analysed.metric = (options & 4) != 0;
+  gps_track track;
+  if (rest.size == 0 || !load(rest, track)) return false;
+  swoop &run = analysed.run;
+  run.track = std::move(track.points);
+  run.track_len = track.count;
+  run.time_aloft = (options & 8) != 0 ? 5000 : 0;
+  error_slot error = nullptr;
+  analyze_swoop(run, options & 3, analysed.flown.matrix, analysed.flown.theta, &error);
   return error == nullptr;
 }
 

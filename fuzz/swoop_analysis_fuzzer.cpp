@@ -1,6 +1,4 @@
 // A whole run from its bytes to its report, map and charts.
-#include <utility>
-
 #include "drawing/drawing_guard.h"
 #include "drawing/pages.h"
 #include "formats/kml.h"
@@ -31,20 +29,10 @@ void require_outputs(const swoop &run, const pond_outline *pond, bool metric) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  fuzz_bytes rest = {data, size};
-  const auto options = rest.take<std::uint8_t>();
-  course flown = flown_course((options & 16) != 0 ? &rest : nullptr);
-  gps_track track;
-  if (rest.size == 0 || !load(rest, track)) return 0;
-  swoop run;
-  run.track = std::move(track.points);
-  run.track_len = track.count;
-  run.time_aloft = (options & 8) != 0 ? 5000 : 0;
-
-  error_slot error = nullptr;
-  analyze_swoop(run, options & 3, flown.matrix, flown.theta, &error);
-  if (error != nullptr) return 0;
-  if (flown.pond) rotate_point_list(points_of(*flown.pond), correction_angle(run));
-  require_outputs(run, flown.pond ? &*flown.pond : nullptr, (options & 4) != 0);
+  fuzz_run analysed;
+  if (!analyse(data, size, analysed)) return 0;
+  course &flown = analysed.flown;
+  if (flown.pond) rotate_point_list(points_of(*flown.pond), correction_angle(analysed.run));
+  require_outputs(analysed.run, flown.pond ? &*flown.pond : nullptr, analysed.metric);
   return 0;
 }
