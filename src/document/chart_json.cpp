@@ -19,7 +19,7 @@ constexpr named_chart named_charts[] = {
     {"turn_rate", build_turn_rate_chart},   {"heading", build_heading_chart},
 };
 
-// By the number of the style.
+// Indexed by series_style.
 constexpr const char *style_names[] = {"solid",       "thick_dashed",    "thin_dashed", "filled_circle",
                                        "open_circle", "solid_with_dots", "star"};
 

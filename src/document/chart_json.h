@@ -7,8 +7,8 @@
 
 namespace tarvel {
 
-// All eight by name, from the builders that the pages are drawn with, in the units of the context. Fails with "failed to
-// allocate memory for charts".
+// Appends the eight charts under their names, in the units of the context, from the builders that the PDF uses. Fails
+// with "failed to allocate memory for charts".
 void append_charts(document_text &text, const chart_context &context, error_slot *error);
 
 }  // namespace tarvel

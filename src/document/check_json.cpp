@@ -10,7 +10,7 @@ namespace tarvel {
 
 namespace {
 
-// The name that the document's figures have, in the order of the enumeration.
+// The names of the figures in the document, indexed by figure.
 constexpr std::array<const char *, figure_count> figure_names = {
     "exit_altitude",
     "turn_altitude",

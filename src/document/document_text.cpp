@@ -8,7 +8,7 @@ namespace tarvel {
 
 namespace {
 
-// Fits the document of an ordinary run. The system gives such a block its memory only where it is written to.
+// Fits the document of an ordinary run. Pages of the block that are not written to take no memory.
 constexpr std::size_t first_capacity = 262'144;
 
 constexpr std::size_t longest_integer = 20;  // a minus and 19 digits

@@ -11,7 +11,7 @@ struct coded_message {
   const char *code;
 };
 
-// The first that fits counts. tarvel-json(5) explains each code.
+// The first entry with which a message begins gives its code. tarvel-json(5) explains each code.
 constexpr coded_message coded_messages[] = {
     // Files.
     {"failed to open file: ", "cannot-open-file"},

@@ -26,7 +26,7 @@ unit_names names_of(figure_unit unit, const display_units &units) {
   return {"deg", "deg"};
 }
 
-// Figures as they are collected.
+// The figures collected so far.
 struct figure_list {
   const display_units &units;
   json list = json::object();
@@ -46,7 +46,7 @@ struct figure_list {
   }
 };
 
-// A moment of the run: a sample, or a crossing between one and the next.
+// A moment of the run: at a sample, or between two samples.
 struct moment {
   std::uint32_t index = 0;
   std::int64_t time = 0;
@@ -146,7 +146,7 @@ json figures_as_json(const swoop &run, const display_units &units) {
 json phases_as_json(const swoop &run) {
   json phases = json::object();
   const auto add = [&](const char *name, const moment &found) { phases[name] = moment_as_json(run, found); };
-  // These a run may lack. A turn, though, may have begun at sample 0.
+  // For those that a run may lack, whose index is then 0. The turn is always there, and may begin at sample 0.
   const auto add_if = [&](bool is_found, const char *name, const moment &found) {
     phases[name] = is_found ? moment_as_json(run, found) : json();
   };

@@ -1,4 +1,4 @@
-// The work that a document tells of: a track's stream is read and its run analysed.
+// Reads, analyses and checks the run of a document.
 #pragma once
 
 #include <cstdio>
@@ -13,7 +13,7 @@
 
 namespace tarvel {
 
-// What the facts of a document point to. It stays where it is as long as they do.
+// Owns what the facts of a document point to. It must not move while they are used.
 struct analysed_run {
   text_buffer warnings;
   owned_record<swoop> run;
@@ -21,16 +21,16 @@ struct analysed_run {
   std::optional<checked_run> checked;
 };
 
-// Reads the seekable stream of a track; facts.track_name is that of the run. Gives the facts warnings and run. Fails with
-// "malloc() failed" (the warnings) or a message of swoop_create, in facts.failure.
+// Reads the seekable stream of the track facts.track_name. Sets facts.warnings and facts.run. Fails with "malloc()
+// failed" (the warnings) or a message of swoop_create, in facts.failure.
 void read_run(std::FILE *track, analysed_run &work, run_facts &facts);
 
-// Analyses it over the course in the work, or without one. Gives the facts course and pond. Fails with a message of
-// analyze_swoop, in facts.failure.
+// Analyses the run over the course work.flown, or without a course. Sets facts.course and facts.pond. Fails with a
+// message of analyze_swoop, in facts.failure.
 void analyse_run(analysed_run &work, run_facts &facts);
 
-// Finds how far its figures can be trusted, as facts.asked_check says. Gives the facts checked. Fails with a message of
-// check_run, in facts.failure.
+// Finds how far the figures can be trusted, with the settings facts.asked_check. Sets facts.checked. Fails with a
+// message of check_run, in facts.failure.
 void check_analysed_run(analysed_run &work, run_facts &facts);
 
 }  // namespace tarvel

@@ -16,7 +16,7 @@ namespace tarvel {
 constexpr const char *run_format_name = "tarvel-run";
 constexpr int run_format_version = 1;
 
-// The parts of the work, at one of which a run fails.
+// The stage of the work at which a run failed.
 enum class run_stage { track, course, analysis, check, document };
 
 struct run_failure {
@@ -24,7 +24,7 @@ struct run_failure {
   error_slot message = nullptr;  // null for a run that succeeded
 };
 
-// What a document is made of. Of a failed run what there is.
+// The content of a document. What is not known of a failed run is null.
 struct run_facts {
   const char *program = nullptr;  // its name
   const char *version = nullptr;
@@ -48,9 +48,9 @@ struct run_facts {
   run_failure failure;
 };
 
-// The whole document, a line for each of its parts. Null on failure, with "failed to allocate memory for charts", "failed
-// to allocate memory for document" or a message of check_as_json. The JSON library, too, needs memory for small parts; it
-// throws std::bad_alloc, or aborts where a program is built without exceptions.
+// The whole document, with a line for each member. Null on failure, with "failed to allocate memory for charts",
+// "failed to allocate memory for document" or a message of check_as_json. When the JSON library runs out of memory, it
+// throws std::bad_alloc, or aborts in a program that is built without exceptions.
 [[nodiscard]] owned_text format_run_document(const run_facts &facts, error_slot *error);
 
 }  // namespace tarvel

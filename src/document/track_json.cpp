@@ -15,7 +15,7 @@ namespace {
 constexpr std::int64_t before_turn = 15'000;  // ms
 constexpr std::int64_t after_stop = 5'000;    // ms
 
-// On either side, whatever the clock says: 20 seconds at 100 samples a second.
+// On either side, also where the clock stands still: 20 seconds at 100 samples a second.
 constexpr std::uint32_t most_samples_around = 2000;
 
 constexpr double per_millimetre = 1000.0;
@@ -39,7 +39,7 @@ sample_range run_range(const swoop &run) {
   return range;
 }
 
-// The lowest and the highest sample of a slice, the earlier one first. One that is not a number is neither.
+// The lowest and the highest sample of a slice, the earlier one first. A height that is not a number is neither.
 std::pair<std::size_t, std::size_t> find_extremes(std::span<const gps_point> samples, std::size_t first,
                                                   std::size_t end) {
   std::size_t lowest = first;
@@ -85,7 +85,8 @@ std::vector<overview_point> overview_of(std::span<const gps_point> samples) {
   return points;
 }
 
-// The interval that half of them do not exceed: nearly always the first one, which then more than half of the samples keep.
+// The interval that half of the intervals do not exceed. In most tracks it is the first one, to which more than half
+// are equal.
 std::int64_t median_interval(std::span<const gps_point> samples) {
   const auto interval = [&](std::size_t i) { return elapsed(samples[i - 1].time, samples[i].time); };
   const std::size_t count = samples.size() - 1;

@@ -10,14 +10,14 @@
 
 namespace tarvel {
 
-// What an overview has at most, and all that it has of a longer track: the lowest and the highest sample of each of half
-// as many slices, in their order.
+// The greatest number of points in an overview. A longer track is divided into half as many slices, whose lowest and
+// highest samples are taken, in their order.
 constexpr std::uint32_t overview_points = 4000;
 
-// Time and height of the whole track.
+// Appends time and height of the whole track.
 void append_overview(document_text &text, std::span<const gps_point> samples);
 
-// The samples from 15 seconds before the turn to 5 seconds after the stop, in columns.
+// Appends the samples from 15 seconds before the turn to 5 seconds after the stop, in columns.
 void append_samples(document_text &text, const swoop &run);
 
 // Samples a second, from the interval that half of the samples do not exceed; null when that is not positive.
