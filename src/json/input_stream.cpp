@@ -20,7 +20,7 @@ void digest_bytes(input_stream &input, const void *bytes, std::size_t size) {
   input.digested += static_cast<std::int64_t>(size);
 }
 
-// Behind a jump forwards, the bytes that were passed over come first: finish_digest() reads them.
+// After a seek forwards nothing is added to the digest: finish_digest() first reads the bytes that were passed over.
 ssize_t read_file(void *cookie, char *bytes, std::size_t size) {
   input_stream &input = *static_cast<input_stream *>(cookie);
   const ssize_t got = read(input.descriptor, bytes, size);
@@ -73,7 +73,7 @@ void read_pipe(int descriptor, const char *path, input_stream &input, error_slot
     *error = format_error("failed to read file: %s", path);
     return;
   }
-  // A stream in memory cannot be empty.
+  // fmemopen() refuses an empty buffer.
   input.stream.reset(size == 0 ? std::fopen("/dev/null", "rb") : fmemopen(input.kept.get(), size, "rb"));
 }
 

@@ -66,7 +66,7 @@ constexpr option long_options[] = {
   exit_program(EXIT_SUCCESS);
 }
 
-// What the switches say; --draws and --seed stand on their own until --check is known.
+// The options as far as they are parsed. --draws and --seed count only with --check, which may come after them.
 struct given_switches {
   json_options options;
   check_settings settings;

@@ -17,7 +17,7 @@ namespace {
 
 using namespace tarvel;
 
-// A run from its file to what is known of it. The facts point into the rest.
+// A run with all that its facts point to.
 struct json_run {
   digest_text digest;
   analysed_run work;
@@ -27,7 +27,7 @@ struct json_run {
   run_facts facts;
 };
 
-// The digest of all bytes, unless they cannot be read.
+// Points text to the digest of the whole input. Fails with "failed to read file: %s", and then leaves text as it was.
 void take_digest(input_stream &input, const char *path, digest_text &digest, const char *&text, error_slot *error) {
   digest = finish_digest(input);
   if (std::ferror(input.stream.get()) == 0) {
@@ -90,7 +90,7 @@ void set_facts(json_run &run, const json_options &options) {
   if (options.check) run.facts.asked_check = &*options.check;
 }
 
-// The JSON library throws when there is no memory.
+// The JSON library throws when memory is short.
 owned_text try_document(const run_facts &facts, error_slot *error) {
   try {
     return format_run_document(facts, error);
@@ -100,14 +100,14 @@ owned_text try_document(const run_facts &facts, error_slot *error) {
   }
 }
 
-// What there is no memory for is left out of the document, which then says so.
+// Where memory is too short for the whole document, makes one of a failed run.
 owned_text make_document(json_run &run) {
   error_slot error = nullptr;
   owned_text document = try_document(run.facts, &error);
   if (document) return document;
   run.facts.failure = {run_stage::document, error};
   run.facts.run = nullptr;
-  run.work.run.reset();  // gives its memory back
+  run.work.run.reset();  // frees its memory
   return try_document(run.facts, &error);
 }
 
