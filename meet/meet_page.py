@@ -21,19 +21,19 @@ from urllib.parse import quote
 
 FOLDER = Path(__file__).resolve().parent
 
-# What the table shows of a document's figures.
+# The figures in the table.
 SHOWN_FIGURES = ("entry_gate_speed", "carve_time", "exit_gate_speed", "stop_distance", "touchdown_distance", "rotation",
                  "turn_time")
 
-# What a file of ours begins with, whatever else it holds.
+# The beginnings of the files that this module writes.
 HTML_MARK = "<!-- Made by tarvel-meet, which replaces it. -->"
 SCRIPT_MARK = "// Made by tarvel-meet, which replaces it: "
 OTHER_MARK = "/* Made by tarvel-meet, which replaces it. */"
 
-# What a file is called until it is whole. A meet has its folder to itself, so that nothing else has this name.
+# The name of a file while it is written. The folder of a meet is locked, so that no other call uses the name.
 NEW = ".tarvel-meet.new"
 
-# A nonce, since chromium holds no digest against a script from the disk. Nothing gets into a page that could know it.
+# A nonce, since chromium does not check digests of scripts from the disk. It is drawn anew for each page.
 PAGE = """{mark}<!doctype html>
 <html lang="en">
 <head>
@@ -55,7 +55,8 @@ style-src 'nonce-{nonce}'; media-src blob:; base-uri 'none'; form-action 'none'"
 
 
 def load_page_program():
-    """tarvel-page, as a module: beside the folder of the page in a build tree, under bin where it is installed."""
+    """Loads tarvel-page as a module, from beside the page's folder in a build tree or from bin where it is
+    installed."""
     places = (FOLDER.parent / "tarvel-page", FOLDER.parents[2] / "bin/tarvel-page")
     path = next((place for place in places if place.is_file()), places[-1])
     loader = importlib.machinery.SourceFileLoader("tarvel_page", str(path))
@@ -72,7 +73,7 @@ tarvel_page = load_page_program()
 
 
 def address(path):
-    """Of a file below the results folder, relative to it."""
+    """The relative address of a file in the results folder."""
     return quote(os.fsencode(path))
 
 
@@ -81,12 +82,12 @@ def shown_name(name):
 
 
 def document_head(data):
-    """What stands before the charts: each member has a line of its own."""
+    """The members before the charts: each member has a line of its own."""
     return json.loads(data[:data.index(b'\n"charts":')].rstrip(b",") + b"}")
 
 
 def shown_document(data, head):
-    """The whole document, but of its charts the one that the pages show, and no overview."""
+    """The document with the one chart that the pages show, and without the overview."""
     lines = data[data.index(b'\n"charts":') + 1:].decode().splitlines()
     charts = lines[0].removeprefix('"charts":')
     shown = f'{{"{tarvel_page.SHOWN_CHART}":'
@@ -96,7 +97,7 @@ def shown_document(data, head):
 
 
 def page_stem(document):
-    """No track that has this document has such a name, whatever its extension."""
+    """The stem of the page's files. A track of this document cannot have such a name, whatever its extension."""
     return os.path.splitext(document)[0] + ".page"
 
 
@@ -109,7 +110,7 @@ def begins_with(path, mark):
 
 
 def free_name(path):
-    """For a file of the user's that stands where one of ours goes."""
+    """The name to which a file of the user's is renamed that has the name of one that is written here."""
     made, number = path.with_name(path.name + ".orig"), 1
     while os.path.lexists(made):
         number += 1
@@ -118,7 +119,7 @@ def free_name(path):
 
 
 def write_file(path, mark, text):
-    """The file appears whole or not at all. What is there and is not ours is renamed."""
+    """Writes a file, which appears whole or not at all. A file of the user's with that name is renamed first."""
     if os.path.lexists(path) and (os.path.islink(path) or os.path.isdir(path) or not begins_with(path, mark)):
         os.rename(path, free_name(path))
     made = os.path.join(os.path.dirname(path), NEW)
@@ -133,7 +134,7 @@ def write_file(path, mark, text):
 
 
 def write_run(folder, document, data, head, state):
-    """The page of a run and its document as a script."""
+    """Writes the page of a run, and its document as a script."""
     stem = page_stem(document)
     script, page = folder / f"{stem}.js", folder / f"{stem}.html"
     first_line = f"{SCRIPT_MARK}{hashlib.sha256(state + data).hexdigest()}\n"
@@ -147,12 +148,12 @@ def write_run(folder, document, data, head, state):
         before=f'<nav class="meet-nav"><a href="{top}index.html">All runs of the meet</a></nav>\n',
         behind=f'<script src="{html.escape(name)}.js" nonce="{nonce}"></script>\n'))
     shown = tarvel_page.shown_part(shown_document(data, head))
-    # The script last: it says that both are there.
+    # The script is written last: its first line says that both files are complete.
     write_file(script, SCRIPT_MARK, f"{first_line}tarvelRun({tarvel_page.embedded(shown)});\n")
 
 
 def table_row(name, document, head, message):
-    """What the table shows of a run. Without a head, the run has no document."""
+    """The row of a run in the table. The head is None for a run without a document."""
     row = {"name": shown_name(name), "page": None, "script": None, "verdict": "failed", "message": shown_name(message),
            "reasons": [], "clock": None, "course": None, "metric": False, "figures": {}}
     if head is None:
