@@ -81,7 +81,7 @@ TEST(run_document_test, has_phases_and_leaves_out_those_that_were_not_found) {
   EXPECT_EQ(phases["turn"]["horizontal_speed"], 5.0);
   EXPECT_EQ(phases["turn"]["vertical_speed"], 12.0);
   EXPECT_EQ(phases["turn"]["total_speed"], 13.0);
-  // A quarter of the way from (-10, -2, 10) to (60, 1, 1); the gate says x, and its survey y.
+  // A quarter of the way from (-10, -2, 10) to (60, 1, 1); x is that of the gate, y that of the crossing.
   EXPECT_EQ(phases["entry_gate"]["index"], 3);
   EXPECT_EQ(phases["entry_gate"]["x"], 0.0);
   EXPECT_EQ(phases["entry_gate"]["y"], 0.0);
@@ -148,7 +148,7 @@ TEST(run_document_test, lists_the_warnings) {
   EXPECT_EQ(document_of(facts)["warnings"], json({"unknown field (a)", "unknown field (\xef\xbf\xbd)"}));
 }
 
-// Every figure as the run has it, and an interval from a tenth below it to a fifth above.
+// Every figure of the run, each with an interval from a tenth below it to a fifth above it.
 checked_run check_of_figures(const swoop &run) {
   checked_run made;
   const figure_values values = values_of(run);
@@ -193,7 +193,7 @@ TEST(run_document_test, has_intervals_and_reasons_of_a_run_that_was_checked) {
                      {"bounds", nullptr}};
   EXPECT_EQ(intervals["stop_distance"], none);
 
-  // 1 mph in all digits of the factor.
+  // 1 mph in m/s, with all digits of the factor.
   EXPECT_EQ(check["reasons"][0]["code"], "no-dive");
   EXPECT_EQ(check["reasons"][0]["severity"], "unusable");
   EXPECT_EQ(check["reasons"][0]["value"], 1.0);

@@ -19,7 +19,7 @@ json samples_of_document(const swoop &run) {
   return json::parse(std::string_view(text.data.get(), text.size));
 }
 
-// One every interval ms, at heights 0, 1, 2, ... m.
+// Samples with this interval in ms, at heights of 0, 1, 2, ... m.
 std::vector<gps_point> rising_samples(std::size_t count, std::int64_t interval) {
   std::vector<gps_point> samples(count);
   for (std::size_t i = 0; i < count; ++i) {
@@ -44,7 +44,7 @@ TEST(overview_test, has_the_extremes_of_a_long_track) {
   ASSERT_EQ(overview["time"].size(), overview_points);
   EXPECT_EQ(overview["height"][0], 0);
   EXPECT_EQ(overview["height"][1], 49'000);
-  // In their order, not the lowest first.
+  // In the order of the track, not the lowest first.
   EXPECT_EQ(overview["height"][2], 9'999'000);
   EXPECT_EQ(overview["time"][2], 6000);
   EXPECT_EQ(overview["height"][3], -7000);
@@ -114,7 +114,7 @@ TEST(samples_test, end_with_the_track) {
   EXPECT_EQ(samples["count"], 116);
 }
 
-// A clock that stands does not let in the whole track.
+// Where the clock stands still, the whole track is within the time limit.
 TEST(samples_test, are_limited_whatever_the_clock_says) {
   swoop run = run_of(rising_samples(10'000, 0));
   run.top_of_turn = 5000;

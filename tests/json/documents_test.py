@@ -29,7 +29,7 @@ HEADER_LINES = 2
 
 
 def without_room(schema):
-    """The schema, but members that it does not name are errors."""
+    """The schema, changed so that members that it does not name are errors."""
     if isinstance(schema, list):
         return [without_room(part) for part in schema]
     if not isinstance(schema, dict):
@@ -41,7 +41,7 @@ def without_room(schema):
 
 
 CLOSED = without_room(copy.deepcopy(SCHEMA))
-# A figure that has a member more.
+# The rotation is a figure with one more member.
 CLOSED["$defs"]["figure"].pop("additionalProperties", None)
 VALIDATOR = jsonschema.Draft202012Validator(CLOSED)
 
@@ -106,7 +106,7 @@ class DocumentTest(unittest.TestCase):
                 self.check_values(figures)
 
     def check_values(self, figures):
-        """A value, converted and rounded, is its text."""
+        """Each value, converted and rounded, equals its text."""
         factors = {"ft": 3.2808399, "mph": 2.23693629, "km/h": 3.6, "m": 1.0, "sec": 1.0, "deg": 1.0}
         for name, figure in figures.items():
             if figure["value"] is not None:
@@ -134,7 +134,7 @@ class DocumentTest(unittest.TestCase):
                     self.check_interval(figures[figure], interval, report)
 
     def check_interval(self, figure, interval, report):
-        """An interval contains its value, is rounded outward, and is printed."""
+        """The interval contains its value, is rounded outward, and is printed in the report."""
         self.assertIsNone(interval["bounds"])
         if interval["why"]:
             self.assertEqual((interval["low"], interval["high_text"]), (None, None))

@@ -58,7 +58,7 @@ TEST(input_stream_test, digests_a_file_without_bytes) {
   EXPECT_STREQ(finish_digest(input).text, digest_of_nothing);
 }
 
-// The kernel does not let the process read its memory at 0.
+// Reading this file at offset 0 fails, since no memory of the process is mapped there.
 TEST(input_stream_test, fails_where_nothing_can_be_opened_or_read) {
   const temp_dir folder;
   error_slot error = nullptr;

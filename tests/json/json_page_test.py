@@ -20,7 +20,7 @@ FIGURES = set(SCHEMA["properties"]["figures"]["properties"])
 WHY = set(SCHEMA["$defs"]["interval"]["properties"]["why"]["enum"]) - {None}
 CODES = SCHEMA["properties"]["failure"]["properties"]["code"]["enum"]
 
-# What a run can fail by. A survey's messages are none of them.
+# The layers whose messages a run can fail with; a survey is no run.
 LAYERS = ("support", "track", "container", "loader", "formats", "swoop", "document")
 NEVER = {"invalid gate type", "missing $ prefix"}
 
@@ -58,7 +58,7 @@ class PageTest(unittest.TestCase):
                     self.assertLessEqual(FIGURES, members)  # explained in their own section
                     members -= FIGURES
                 explained = section_items(name) if members else set()
-                # The side to which a run turned stands in a sentence.
+                # "direction" is explained in a sentence.
                 self.assertEqual(members - explained - {"direction"}, set())
                 codes = {"failure": set(CODES), "check": WHY}.get(name, set())
                 self.assertEqual(explained - members, codes)
@@ -87,7 +87,7 @@ class PageTest(unittest.TestCase):
     def test_each_message_has_a_code(self):
         beginnings = source_codes()
         messages = {message for layer in LAYERS for message in source_messages(PROJECT / "src" / layer)}
-        # Of writing, of surveys, and of the readers' warnings.
+        # Without those of writing, those of surveys, and the warnings of readers.
         messages = {message for message in messages
                     if not re.search(r"write|gate (section|header|sample)|^WARNING", message)}
         self.assertGreater(len(messages), 30)

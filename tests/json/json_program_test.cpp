@@ -23,7 +23,7 @@ std::string without_columns(const std::string &document) {
   return kept;
 }
 
-// The clock times are those in the track, whatever the zone.
+// In every time zone the clock times are those in the track.
 TEST(json_program_golden_test, writes_an_example) {
   const temp_dir folder;
   copy_example("carve.csv");

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 # Runs tarvel-meet over simulated meets: meet_test.py [CLASS[.TEST]...]
 #
-# TARVEL_PROGRAM names the built tarvel, which tarvel-json stands beside, TARVEL_SOURCE_DIR the source tree,
-# TARVEL_MEET_RUNS the size of the large meet (300, in ctest 100). Exit status 77, with the reason, where GNU parallel or rsync is missing.
+# TARVEL_PROGRAM names the built tarvel, which has tarvel-json beside it, TARVEL_SOURCE_DIR the source tree,
+# TARVEL_MEET_RUNS the size of the large meet (300, in ctest 100). Exit status 77, with the reason, where GNU parallel
+# or rsync is missing.
 import contextlib
 import csv
 import fcntl
@@ -35,10 +36,10 @@ EXAMPLE_RUNS = ("carve", "reversed", "straight", "tagged")
 FIGURE_COLUMNS = 34
 PATIENCE = 240  # seconds
 
-# What a plain shell on another machine would have, and what the sanitizers and the coverage need.
+# The variables that a shell on another machine has, and those for the sanitizers and the coverage.
 REMOTE_ENVIRONMENT = ("PATH", "LSAN_OPTIONS", "TARVEL_MEET_COVERAGE")
 
-# What stands before the program's name in a command.
+# The words before the program's name in a command.
 RUNNER = []
 if "TARVEL_MEET_COVERAGE" in os.environ:
     import measure
@@ -51,7 +52,7 @@ if "TARVEL_MEET_COVERAGE" in os.environ:
 
 
 def load_meet():
-    """The program's own functions, for the documents that no track is made for."""
+    """The program as a module, to test it with documents for which there is no track."""
     loader = importlib.machinery.SourceFileLoader("tarvel_meet", str(MEET))
     module = importlib.util.module_from_spec(importlib.util.spec_from_loader("tarvel_meet", loader))
     sys.dont_write_bytecode = True
@@ -60,13 +61,13 @@ def load_meet():
 
 
 def contents(folder):
-    """Every file below a folder with its bytes and its time."""
+    """Every file below a folder with its bytes and its modification time."""
     return {path.relative_to(folder): (path.read_bytes(), path.stat().st_mtime_ns)
             for path in pathlib.Path(folder).rglob("*") if path.is_file()}
 
 
 def text_of_cell(cell):
-    """Character by character, as the manual page says it."""
+    """The text of a cell, decoded character by character as the manual page describes it."""
     lengths = {"x": 2, "u": 4, "U": 8}
     letters = {"n": "\n", "r": "\r", "t": "\t", "\\": "\\"}
     cell = cell[1:] if cell[:1] == "'" else cell
@@ -85,7 +86,7 @@ def text_of_cell(cell):
 
 
 def edit_record(folder, **changes):
-    """Changes a run's record; None takes a field away."""
+    """Changes fields of a run's record; removes those that are None."""
     path = folder / ".tarvel-meet"
     record = {**json.loads(path.read_text()), **changes}
     path.write_text(json.dumps({key: value for key, value in record.items() if value is not None}))
@@ -126,7 +127,7 @@ class MeetTest(unittest.TestCase):
                 "TARVEL_JSON": str(TARVEL_JSON), **more}
 
     def start(self, *words, **more):
-        """In a session of its own, so that a signal reaches it and nobody else."""
+        """Starts the command in a session of its own, so that a signal reaches no other process."""
         return subprocess.Popen([*RUNNER, self.program, *words], cwd=self.folder, env=self.environment(**more), text=True,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True)
 
@@ -162,7 +163,7 @@ class MeetTest(unittest.TestCase):
         self.assertEqual(list(row.values())[4:4 + FIGURE_COLUMNS], printed_figures(report), row["name"])
 
     def assert_same_outputs(self, name, *results):
-        """All files of a run, but for the date in a PDF, the session in the record, and the nonce of a page."""
+        """Compares all files of a run, except the date in a PDF, the session in the record and the nonce of a page."""
         ours, theirs = ({path: re.sub(rb"/CreationDate \(.*?\)|(?<=nonce[-=])\"?[\w+/=-]+", b"", content)
                          for path, (content, _) in contents(self.folder / folder / name).items()
                          if path.name != ".tarvel-meet"} for folder in results)
@@ -170,7 +171,7 @@ class MeetTest(unittest.TestCase):
         self.assertEqual([path for path in ours if ours[path] != theirs[path]], [], name)
 
     def assert_rows_equal_reports(self, results):
-        """Those of the results folders, which are tarvel's own."""
+        """Compares the rows with the reports in the results folder."""
         count = 0
         for name, row in self.table(results).items():
             if row["status"] == "ok":
@@ -183,13 +184,13 @@ class MeetTest(unittest.TestCase):
 
     @contextlib.contextmanager
     def assert_within_seconds(self, seconds):
-        """Of processor time: a loaded machine takes little more of it."""
+        """Limits the processor time, which depends little on the load of the machine."""
         begin = time.process_time()
         yield
         self.assertLess(time.process_time() - begin, seconds)
 
     def assert_rows_equal_runs_beside(self, index):
-        """The table against tarvel, called for each run in a copy of the folder that has the index."""
+        """Compares the table with tarvel, called for each run in a copy of the folder with the index."""
         hand = self.folder / "hand"
         shutil.copytree(index, hand, symlinks=True)
         shutil.copy(index / "index.txt", hand / "matrix.txt")
@@ -205,7 +206,7 @@ class MeetTest(unittest.TestCase):
 
 
 class ReportTest(MeetTest):
-    """The table against what tarvel prints."""
+    """The table has what tarvel prints."""
 
     def report_by_hand(self, *words):
         folder = self.folder / "hand"
@@ -324,7 +325,7 @@ class ReportTest(MeetTest):
                     if interval["low"] is None:
                         self.assertEqual(row[column], "")
                         continue
-                    # The ends as printed lie up to one of the last digit farther out.
+                    # The printed ends are rounded outward, by up to one unit of the last digit.
                     printed = (float(interval["high_text"]) - float(interval["low_text"])) / 2
                     step = 10.0 ** -len(interval["low_text"].partition(".")[2])
                     self.assertLess(abs(float(row[column]) - printed), 1.01 * step)
@@ -388,7 +389,7 @@ class ReportTest(MeetTest):
                 ("", []), (" ", [(1, 2)]), ("  ", [(1, 2), (2.5, 4)]),
                 ("/\\", [(1, 3), (2, 4)]), ("/\\", [(1, 2), (2, 4)]),
                 ("/|\\ ", [(8, 10), (7, 9), (6, 7), (1, 2)]), ("/\\/\\", [(8, 10), (7, 9), (4, 5), (3, 4)]),
-                # Nobody knows where a run without an interval stands.
+                # A run without an interval is separated from no other.
                 ("/|\\", [(8, 10), None, (1, 2)]), ("/\\", [None, None])):
             with self.subTest(intervals=intervals):
                 self.assertEqual("".join(module.brackets(rows(*intervals), "a")), expected)
@@ -459,7 +460,7 @@ class ReportTest(MeetTest):
                  row("d", "205", module.DOUBTFUL, 200, 210)]
         alone, _ = distances(sound)
         self.assertEqual(alone, [" 1 300 1 1 c", "/ 2 205 1 1 d ? doubtful: gap", "\\ 3 200 1 1 a"])
-        # Between the others, and before them.
+        # Unusable runs that would rank between the others and before them.
         unusable = [row("b", "250", module.UNUSABLE, 0, 1000), row("e", "999", module.UNUSABLE, 990, 999)]
         lines, text = distances(sorted([*sound, *unusable], key=lambda each: each["name"]))
         self.assertEqual(lines, [*alone, " ---- 250 1 1 b X unusable: gap", " ---- 999 1 1 e X unusable: gap"])
@@ -492,7 +493,7 @@ class ResumeTest(MeetTest):
 
     def test_ends_with_the_table_of_an_uninterrupted_meet(self):
         good, broken = simulate_meet.simulate(EXAMPLES, self.tracks, RUNS)
-        # Names and order do not depend on who was first.
+        # Names and order do not depend on which run was finished first.
         listed = [str(path) for path in good + broken]
         random.Random(2).shuffle(listed)
         (self.folder / "list").write_text("\n".join(listed) + "\n")
@@ -522,7 +523,7 @@ class ResumeTest(MeetTest):
         self.assertEqual(session_members(ended.pid), [])
         self.assertFalse(table.exists())
 
-        # Its workers are in groups of their own and live on; the next command waits for them.
+        # Its workers, in process groups of their own, go on; the next command waits for them.
         killed = self.start_and_wait(*words, count=RUNS // 3)
         os.killpg(killed.pid, signal.SIGKILL)
         killed.communicate(timeout=PATIENCE)
@@ -534,7 +535,7 @@ class ResumeTest(MeetTest):
         wiped_out.communicate(timeout=PATIENCE)
         self.assertFalse(table.exists())
 
-        # What a power cut may leave: a file of no bytes, a record of no bytes, a file that is not there.
+        # What a power cut may leave: an empty file, an empty record, a missing file.
         finished = sorted(name for name in self.done() if rows[name]["status"] == "ok")
         records = {name: (self.folder / "resumed" / name / ".tarvel-meet").stat().st_mtime_ns for name in finished}
         damaged = finished[:3]
@@ -557,7 +558,7 @@ class ResumeTest(MeetTest):
 
 
 class AgainTest(MeetTest):
-    """What the same command does again."""
+    """What the same command does when it is given again."""
 
     def analysed(self, *words, status=0, **more):
         """The runs that this call has analysed."""
@@ -730,8 +731,8 @@ class AgainTest(MeetTest):
 
 
 class ReturnTest(MeetTest):
-    """What came back from another machine before the command was killed: the next one takes it, or says that it does
-    not."""
+    """Results that came back from another machine before the command was killed: the next command takes them, or says
+    that it does not."""
 
     def setUp(self):
         super().setUp()
@@ -749,7 +750,7 @@ class ReturnTest(MeetTest):
         self.module = load_meet()
 
     def take(self):
-        """What is printed, and whether the result was taken."""
+        """The printed words, and whether the result was taken."""
         results = self.module.Results(self.results)
         printed = io.StringIO()
         with contextlib.redirect_stderr(printed):
@@ -839,7 +840,7 @@ class FolderTest(MeetTest):
         (self.folder / "sub").mkdir()
         (self.folder / "sub/a.txt").write_text("course a")
         (self.folder / "b.txt").write_text("course b")
-        # Holds its folder for a while, and writes what tarvel writes.
+        # Locks its folder for a while, and writes what tarvel writes.
         watching = self.script("watching", f"""
             [[ $1 == -v ]] && exit
             mkdir busy || echo "two jobs in $PWD" >>"{self.folder}/findings"
@@ -867,7 +868,7 @@ class FolderTest(MeetTest):
         self.meet("-c", "matrix.txt", "tracks/b", "tracks/c")
         files = {name: row["file"] for name, row in self.table().items()}
         self.assertEqual(files, {"b/run": "tracks/b/run.csv", "c/run": "tracks/c/run.csv"})
-        # A run keeps its name when another comes before it.
+        # A run keeps its name when a run is added whose name sorts before it.
         (self.tracks / "run-3.csv").write_bytes((EXAMPLES / "tagged.csv").read_bytes())
         self.meet("-c", "matrix.txt", "tracks", "tracks/a/run.csv")
         rows = self.table()
@@ -916,7 +917,7 @@ class FolderTest(MeetTest):
         for place, name in (("1/101", "straight"), ("1/102", "carve"), ("2/101", "reversed"), ("3/101-2", "tagged")):
             (rounds / place).parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(EXAMPLES / f"{name}.csv", rounds / f"{place}.csv")
-        # The index looks at the file's name, whatever stands before it.
+        # An index is compared with the file's name without its folder.
         (self.folder / "course.txt").write_text((EXAMPLES / "matrix.txt").read_text())
         (self.folder / "index.txt").write_text("101 - course.txt\n102 - nogate\n1 - gone.txt\n2 - gone.txt\n")
         self.meet("-c", "index.txt", "rounds/1")
@@ -930,7 +931,7 @@ class FolderTest(MeetTest):
             ranking = (self.folder / results / "meet.txt").read_text()
             for name in expected:
                 self.assertRegex(ranking, f"(?m)^ .*  {name}$")
-        # What a scorer has put beside the runs stays, and the runs behind a link are no runs of these results.
+        # Files that a scorer has put beside the runs stay; runs below a symbolic link are no runs of these results.
         (self.folder / "other/2/notes.txt").write_text("a note")
         (self.folder / "other/3").rename(self.folder / "moved")
         (self.folder / "other/3").symlink_to("../moved")
@@ -1011,7 +1012,7 @@ class FolderTest(MeetTest):
         self.assertEqual(self.assert_rows_equal_reports(results), len(names))
         self.assertEqual({path.name for path in self.folder.iterdir()}, {"home", "tracks", "matrix.txt", results})
 
-        # No formula, no control character; and tarvel-meet reads its own table.
+        # Cells begin no formula and hold no control character, and tarvel-meet reads its own table.
         text = (self.folder / results / "meet.csv").read_bytes().decode()
         cells = [cell for row in csv.reader(text.splitlines()) for cell in row[:4]]
         self.assertEqual([cell for cell in cells if cell.startswith(tuple("=+-@\t\r"))], [])
@@ -1052,7 +1053,7 @@ class FolderTest(MeetTest):
         (self.tracks / "closed").chmod(0)
         for path in (self.folder, self.tracks):
             path.chmod(0o777)
-        # Root can read everything, and others may not reach the source tree.
+        # Root can read everything, and other users may have no access to the source tree.
         nobody = ["setpriv", "--reuid=65534", "--clear-groups"] if os.getuid() == 0 else []
         shutil.copy(MEET, self.folder)
         done = subprocess.run([*nobody, "./tarvel-meet", "tracks"], cwd=self.folder, stdout=subprocess.PIPE,
@@ -1063,7 +1064,7 @@ class FolderTest(MeetTest):
     def test_works_with_odd_names_in_an_old_locale(self):
         locale = self.folder / "locale/de_DE.ISO-8859-1"
         locale.parent.mkdir()
-        # Without the sources of locales there is no old locale here, and names are UTF-8 anyway.
+        # Where no other locale can be made, names are UTF-8.
         subprocess.run(["localedef", "-i", "de_DE", "-f", "ISO-8859-1", locale], capture_output=True)
         shutil.copy(EXAMPLES / "straight.csv", self.tracks / "Müller.csv")
         self.meet("tracks", LOCPATH=str(locale.parent), LC_ALL=locale.name)
@@ -1085,7 +1086,7 @@ class FolderTest(MeetTest):
 
 
 class FailureTest(MeetTest):
-    """What goes wrong on this machine."""
+    """Failures on this machine."""
 
     def messages(self):
         return {name: row["message"] for name, row in self.table().items()}
@@ -1261,7 +1262,7 @@ class UsageTest(MeetTest):
         self.meet("tracks")
         shutil.copy(EXAMPLES / "carve.csv", self.folder / "results/mine.csv")
         self.assertIn("lies in the results folder", self.meet("tracks", "results/mine.csv", status=2))
-        # Whatever has been put there by hand stays.
+        # Files that the user has put there stay.
         shutil.copy(EXAMPLES / "carve.csv", self.tracks / "mine.csv")
         (self.folder / "results/mine").mkdir()
         self.meet(".")
@@ -1291,7 +1292,8 @@ class UsageTest(MeetTest):
 
 @unittest.skipUnless(shutil.which("rsync"), "rsync is missing")
 class HostTest(MeetTest):
-    """Other machines, played by this one: each has a home of its own and nothing of the caller's environment."""
+    """Other machines, simulated on this one: each has a home directory of its own and none of the caller's
+    environment."""
 
     def fake_ssh(self, before=""):
         passed = " ".join(f'{name}="${name}"' for name in REMOTE_ENVIRONMENT if name in os.environ)
@@ -1335,7 +1337,7 @@ class HostTest(MeetTest):
         self.assert_table_as_at_home(status=1, PARALLEL_SSH=self.fake_ssh())
         self.assertIn("one", self.hosts_of_jobs())
         self.assertEqual(self.left_behind(), [])
-        # Nothing is left to be done, so nobody is called.
+        # No run is left, so no machine is called.
         (self.tracks / "bad.csv").unlink()
         (self.folder / "calls").unlink()
         self.meet("-c", "matrix.txt", "--hosts", "hosts", "--ssh", str(self.folder / "fake_ssh"), "tracks")

@@ -118,7 +118,7 @@ TEST(joined_tracks_test, parts_have_the_reports_of_the_runs_in_every_order) {
         SCOPED_TRACE(std::string(first.name) + ", " + second.name + ", " + how.name);
         const recording before = first.track + how.between(first.track.back());
         const recording track = before + starting_at(second.track, before.back().time + how.pause);
-        // A pilot who stands at the end of the flight has landed there.
+        // Standing samples after a flight without a landing are its landing.
         const bool lands_later = std::string(first.name) == "never_stops" && before.size() > first.track.size();
         const std::string report = lands_later ? report_of(before) : first.report;
         EXPECT_EQ(reports_of_parts(track), (std::vector<std::string>{report, second.report}));

@@ -39,14 +39,14 @@ def rows_of(name, start=None):
 
 
 def standing(row, seconds):
-    """Rows behind that one, a second apart, of a pilot who has stopped there."""
+    """Rows after the given one, a second apart, of a pilot who stands there."""
     fields = row.rstrip(b"\n").split(b",")
     fields[4:7] = [b"0.00"] * 3
     return [with_clock(b",".join(fields) + b"\n", clock(row) + timedelta(seconds=i)) for i in range(1, seconds + 1)]
 
 
 def climb(row, target, seconds):
-    """Rows a second apart from the place of the one row to that of the other, in an aircraft that climbs evenly."""
+    """Rows a second apart from the position of one row to that of the other, in an aircraft that climbs evenly."""
     start, end = ([float(field) for field in place.split(b",")[1:4]] for place in (row, target))
     steps = [(b - a) / seconds for a, b in zip(start, end)]
     fields = row.rstrip(b"\n").split(b",")
@@ -75,7 +75,7 @@ class SplitTest(unittest.TestCase):
         return subprocess.run([SPLIT, *arguments], cwd=self.place, capture_output=True, text=True, check=False, **settings)
 
     def parts_of(self, track, extension=".csv"):
-        """Every part of the track in its order."""
+        """The bytes of all parts of the track, in order."""
         (self.place / f"day{extension}").write_bytes(track)
         done = self.split("-w", f"day{extension}")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
@@ -86,7 +86,7 @@ class SplitTest(unittest.TestCase):
         return parts
 
     def reports_of(self, track, extension=".csv"):
-        """Over the examples' course, and without a course."""
+        """The reports over the examples' course, and without a course."""
         with tempfile.TemporaryDirectory() as folder:
             (Path(folder) / f"run{extension}").write_bytes(track)
             (Path(folder) / "matrix.txt").write_bytes(example("matrix.txt"))
@@ -141,7 +141,7 @@ class SplitTest(unittest.TestCase):
         self.assertIn(b"$COL,GNSS,", second)
         self.assertEqual([self.reports_of(part) for part in (first, second)],
                          [self.reports_of(track), self.reports_of(track.replace(b"2026-05-17T09", b"2026-05-17T14"))])
-        # The pilot of this run walks back to the touchdown, which the analysis sees only where the track ends there.
+        # This pilot walks back to the touchdown. The analysis finds it there only when the track ends there.
         figures = re.findall(r"distance to stop: +(\d+) ft\ntouchdown estimate: +(\d+) ft", self.reports_of(first)[0])
         self.assertNotEqual(*figures[0])
 
