@@ -4,7 +4,7 @@ add_executable(tarvel_wasm $<TARGET_OBJECTS:tarvel_module>)
 target_link_libraries(tarvel_wasm PRIVATE tarvel_module)
 set_target_properties(tarvel_wasm PROPERTIES OUTPUT_NAME tarvel SUFFIX .wasm)
 set(exported_functions
-  allocate release open free version add_course survey analyse split message warnings report document check map course log
+  allocate release open free version add_course survey analyse split track_jumps message warnings report document check map course log
   listing verdict jump_count jump jump_name)
 list(TRANSFORM exported_functions PREPEND "-Wl,--export=tarvel_")
 target_link_options(tarvel_wasm PRIVATE

@@ -1,5 +1,6 @@
 #include "module/module.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -219,6 +220,11 @@ split_source source_of(const tarvel_file &file, std::FILE *stream) {
           {split.rows.offsets.get(), split.rows.count}};
 }
 
+std::uint32_t count_jumps(const stretch_list &list) {
+  const std::span<const stretch> stretches = stretches_of(list);
+  return static_cast<std::uint32_t>(std::count_if(stretches.begin(), stretches.end(), is_descent));
+}
+
 const stretch *find_jump(const tarvel_file &file, std::uint32_t jump) {
   if (!file.split) return nullptr;
   for (const stretch &part : stretches_of(file.split->list)) {
@@ -294,6 +300,14 @@ bool tarvel_split(tarvel_file *day) {
   return read_file(*day, read);
 }
 
+std::uint32_t tarvel_track_jumps(const tarvel_file *run) {
+  if (!run->run || !run->run->work.run) return 0;
+  error_slot error = nullptr;
+  stretch_list list;
+  find_stretches(samples_of(*run->run->work.run), list, &error);
+  return count_jumps(list);
+}
+
 const char *tarvel_message(const tarvel_file *file) { return file->message; }
 
 const char *tarvel_warnings(const tarvel_file *file) {
@@ -362,11 +376,7 @@ int tarvel_verdict(const tarvel_file *run) {
   return is_checked ? static_cast<int>(run->run->facts.checked->verdict.worst) : 0;
 }
 
-std::uint32_t tarvel_jump_count(const tarvel_file *day) {
-  std::uint32_t count = 0;
-  while (find_jump(*day, count) != nullptr) ++count;
-  return count;
-}
+std::uint32_t tarvel_jump_count(const tarvel_file *day) { return day->split ? count_jumps(day->split->list) : 0; }
 
 const tarvel_bytes *tarvel_jump(tarvel_file *day, std::uint32_t jump) {
   const stretch *const part = find_jump(*day, jump);

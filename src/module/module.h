@@ -45,6 +45,10 @@ void tarvel_free(tarvel_file *file);
 // As tarvel-split.
 [[nodiscard]] bool tarvel_split(tarvel_file *day);
 
+// The jumps in the track of a run that was analysed, successfully or not, without reading it again: as many as tarvel_split
+// finds. 0 for a track that could not be read, or when memory is short.
+[[nodiscard]] std::uint32_t tarvel_track_jumps(const tarvel_file *run);
+
 // The message of what failed last with the file, without "ERROR: "; null when nothing did.
 [[nodiscard]] const char *tarvel_message(const tarvel_file *file);
 // What the readers warn of, a line each with "WARNING: "; never null.

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "support/files.h"
 
@@ -105,6 +106,32 @@ TEST(module_test, splits_a_day_at_its_jumps) {
   EXPECT_EQ(tarvel_jump(day.get(), 1), nullptr);
   EXPECT_EQ(tarvel_jump_name(day.get(), 1), nullptr);
   EXPECT_EQ(text_of(tarvel_listing(day.get(), false)).substr(0, 10), "no.  time ");
+}
+
+// The rows of a second track behind those of the first.
+std::string two_jumps() {
+  const std::string second = project_file("examples/carve.csv");
+  const std::size_t rows = second.find('\n', second.find('\n') + 1) + 1;
+  return project_file("examples/straight.csv") + second.substr(rows);
+}
+
+TEST(module_test, counts_the_jumps_in_the_track_of_a_run) {
+  const std::string two = two_jumps();
+  const opened_file day = open_file("day.csv", two);
+  EXPECT_EQ(tarvel_track_jumps(day.get()), 0U);  // not analysed
+  static_cast<void>(tarvel_analyse(day.get(), nullptr, false, 0));
+  EXPECT_EQ(tarvel_track_jumps(day.get()), 2U);
+  ASSERT_TRUE(tarvel_split(day.get()));
+  EXPECT_EQ(tarvel_jump_count(day.get()), 2U);
+
+  for (const auto &[name, jumps] : {std::pair{"straight.csv", 1U}, {"walk.csv", 0U}}) {
+    const opened_file run = open_example(name);
+    static_cast<void>(tarvel_analyse(run.get(), nullptr, false, 0));
+    EXPECT_EQ(tarvel_track_jumps(run.get()), jumps) << name;
+  }
+  const opened_file unread = open_file("none.csv", "");
+  EXPECT_FALSE(tarvel_analyse(unread.get(), nullptr, false, 0));
+  EXPECT_EQ(tarvel_track_jumps(unread.get()), 0U);
 }
 
 TEST(module_test, nothing_is_made_of_a_file_before_the_work) {

@@ -12,6 +12,7 @@ interface Functions {
   tarvel_survey(walk: number, pond: number): number;
   tarvel_analyse(run: number, courseName: number, metric: number, timeAloft: number): number;
   tarvel_split(day: number): number;
+  tarvel_track_jumps(run: number): number;
   tarvel_message(file: number): number;
   tarvel_warnings(file: number): number;
   tarvel_report(run: number): number;
@@ -139,6 +140,11 @@ export class EngineFile {
 
   split(): boolean {
     return this.functions.tarvel_split(this.address) !== 0;
+  }
+
+  // In the track of an analysed run.
+  trackJumps(): number {
+    return this.functions.tarvel_track_jumps(this.address);
   }
 
   message(): string | null {

@@ -57,17 +57,16 @@ function dayResult(file: EngineFile, metric: boolean): DayResult | null {
   return { kind: "day", listing, jumps: jumps.filter((jump): jump is NonNullable<typeof jump> => jump !== null) };
 }
 
+// Analysed first: the samples are read once then, but for those of a day or a walk.
 function resultOf(file: EngineFile, job: Job): FileResult {
-  const hasJumps = !job.isKnown && file.split();
-  const count = hasJumps ? file.jumpCount() : 0;
-  if (count > 1) {
+  const isSound = file.analyse(job.courses, job.options);
+  const count = job.isKnown ? 1 : file.trackJumps();
+  if (count > 1 && file.split()) {
     const day = dayResult(file, job.options.metric);
     if (day) return day;
   }
-  const isSound = file.analyse(job.courses, job.options);
   const run = runResult(file, job);
-  if (isSound || job.isKnown || count > 0) return run;
-  return walkResult(file) ?? run;
+  return isSound || count > 0 ? run : (walkResult(file) ?? run);
 }
 
 // Files that fit share an engine, whose memory is used again.
