@@ -60,6 +60,8 @@ export function placeLabels(marks: Named[], path: Point[], area: Box): (Box | nu
     let best: Box | null = null;
     let least = Infinity;
     for (const distance of distances) {
+      // What is farther away costs more than that.
+      if (distance >= least) break;
       for (let k = 0; k < directions; ++k) {
         const box = candidate(mark, (k * 2 * Math.PI) / directions, distance);
         const isInside =
