@@ -46,6 +46,7 @@ const leastMemory = 32 * 1024 * 1024;
 const mostMemory = 4 * 1024 * 1024 * 1024;
 // A row of 60 bytes or more becomes a sample of some 400, in an array that doubles.
 const memoryPerByte = 12;
+const pieceSize = 8 * 1024 * 1024; // of a file that is read
 
 // The C library asks its host for these. Nothing is written anywhere; the time zone is UTC without being asked for.
 const badDescriptor = 8;
@@ -75,9 +76,32 @@ export class Engine {
   }
 
   open(name: string, bytes: Uint8Array): EngineFile {
-    const block = this.functions.tarvel_allocate(bytes.length);
-    if (block !== 0) new Uint8Array(this.memory.buffer, block, bytes.length).set(bytes);
-    const file = this.withText(name, (address) => this.functions.tarvel_open(address, block, bytes.length));
+    const block = this.allocate(bytes.length);
+    this.write(block, bytes);
+    return this.openBlock(name, block, bytes.length);
+  }
+
+  // The file is read piece by piece, so that it is in memory once.
+  async openBlob(name: string, blob: Blob): Promise<EngineFile> {
+    const block = this.allocate(blob.size);
+    for (let at = 0; at < blob.size; at += pieceSize) {
+      this.write(block + at, new Uint8Array(await blob.slice(at, at + pieceSize).arrayBuffer()));
+    }
+    return this.openBlock(name, block, blob.size);
+  }
+
+  private allocate(size: number): number {
+    const block = this.functions.tarvel_allocate(size);
+    if (block === 0) throw new Error("malloc() failed");
+    return block;
+  }
+
+  private write(block: number, bytes: Uint8Array): void {
+    new Uint8Array(this.memory.buffer, block, bytes.length).set(bytes);
+  }
+
+  private openBlock(name: string, block: number, size: number): EngineFile {
+    const file = this.withText(name, (address) => this.functions.tarvel_open(address, block, size));
     if (file === 0) throw new Error("malloc() failed");
     return new EngineFile(this, this.functions, file);
   }
@@ -85,9 +109,8 @@ export class Engine {
   // Calls use with the address of the text, which is gone afterwards.
   withText<T>(text: string, use: (address: number) => T): T {
     const bytes = new TextEncoder().encode(`${text}\0`);
-    const block = this.functions.tarvel_allocate(bytes.length);
-    if (block === 0) throw new Error("malloc() failed");
-    new Uint8Array(this.memory.buffer, block, bytes.length).set(bytes);
+    const block = this.allocate(bytes.length);
+    this.write(block, bytes);
     try {
       return use(block);
     } finally {

@@ -45,9 +45,8 @@ export function settleRow(row: Row, result: Exclude<FileResult, { kind: "day" }>
   row.run = null;
   row.message = null;
   if (result.kind === "run") {
-    const document = parseDocument(result);
-    row.run = { ...document, samples: null, charts: null };
-    row.message = document.failure?.message ?? null;
+    row.run = result.head;
+    row.message = result.head.failure?.message ?? null;
   }
   row.result = result;
   kept += sizeOf(row);

@@ -1,9 +1,11 @@
 // What the worker does with one file.
+import { RunDocument } from "../src/document";
 import { Courses, Engine, EngineFile, RunOptions } from "./engine";
 
 // A run's outputs, as the programs write them.
 export interface RunResult {
   kind: "run";
+  head: RunDocument; // without charts and samples
   document: Uint8Array;
   report: Uint8Array | null; // null for a run that failed
   map: Uint8Array | null; // null for a track that was not read
@@ -36,12 +38,19 @@ export interface Job {
   isKnown: boolean;
 }
 
+// A document has a line for each of its members, and the charts begin the long ones.
+function headOf(document: Uint8Array): RunDocument {
+  const text = new TextDecoder().decode(document);
+  const head = text.slice(0, text.indexOf(',\n"charts":'));
+  return { ...JSON.parse(`${head}}`), charts: null, samples: null };
+}
+
 function runResult(file: EngineFile, job: Job): RunResult {
   const isChecked = job.check && file.check() !== null;
   const [report, map] = [file.report(), file.map()];
   const document = file.document();
   if (!document) throw new Error(file.message() ?? "no document");
-  return { kind: "run", document, report, map, metric: job.options.metric, isChecked };
+  return { kind: "run", head: headOf(document), document, report, map, metric: job.options.metric, isChecked };
 }
 
 function walkResult(file: EngineFile): WalkResult | null {
@@ -78,10 +87,9 @@ export class Workbench {
   constructor(private readonly module: WebAssembly.Module) {}
 
   async do(job: Job): Promise<FileResult> {
-    const bytes = new Uint8Array(await job.file.arrayBuffer());
-    const engine = await this.engineFor(bytes.length);
+    const engine = await this.engineFor(job.file.size);
     try {
-      const file = engine.open(job.name, bytes);
+      const file = await engine.openBlob(job.name, job.file);
       const result = resultOf(file, job);
       file.free();
       return result;
@@ -97,4 +105,10 @@ export class Workbench {
     this.shared ??= await Engine.start(this.module, sharedSize);
     return this.shared;
   }
+}
+
+// The buffers of a result, which are handed over to the page and not copied.
+export function buffersOf(result: FileResult): ArrayBuffer[] {
+  const members: unknown[] = result.kind === "day" ? result.jumps.map(({ bytes }) => bytes) : Object.values(result);
+  return members.filter((each): each is Uint8Array => each instanceof Uint8Array).map(({ buffer }) => buffer as ArrayBuffer);
 }

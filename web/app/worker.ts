@@ -1,5 +1,5 @@
 // The worker: compiles the engine that it is sent first, and then does one job after the other.
-import { Job, Workbench } from "./work";
+import { Job, Workbench, buffersOf } from "./work";
 
 // Which this compiler does not know yet.
 declare class DecompressionStream implements GenericTransformStream {
@@ -8,11 +8,13 @@ declare class DecompressionStream implements GenericTransformStream {
   readonly writable: WritableStream;
 }
 
-// The module, compressed by gzip, in base64.
-async function compile(packed: string): Promise<WebAssembly.Module> {
-  const bytes = Uint8Array.from(atob(packed), (letter) => letter.charCodeAt(0));
+// The module, compressed by gzip, in base64. It is compiled while it is unpacked.
+function compile(packed: string): Promise<WebAssembly.Module> {
+  const letters = atob(packed);
+  const bytes = new Uint8Array(letters.length);
+  for (let i = 0; i < letters.length; ++i) bytes[i] = letters.charCodeAt(i);
   const unpacked = new Blob([bytes]).stream().pipeThrough(new DecompressionStream("gzip"));
-  return WebAssembly.compile(await new Response(unpacked).arrayBuffer());
+  return WebAssembly.compileStreaming(new Response(unpacked, { headers: { "Content-Type": "application/wasm" } }));
 }
 
 let workbench: Promise<Workbench> | null = null;
@@ -20,7 +22,8 @@ let workbench: Promise<Workbench> | null = null;
 async function answer(id: number, job: Job): Promise<void> {
   try {
     if (!workbench) throw new Error("the engine has not been sent");
-    postMessage({ id, result: await (await workbench).do(job) });
+    const result = await (await workbench).do(job);
+    postMessage({ id, result }, { transfer: buffersOf(result) });
   } catch (error) {
     const isMemory = error instanceof RangeError || error instanceof WebAssembly.RuntimeError;
     postMessage({ id, error: isMemory ? "there is not enough memory for this file" : String((error as Error).message) });
