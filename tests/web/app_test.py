@@ -14,6 +14,7 @@ from pathlib import Path
 
 try:
     from selenium.webdriver.common.by import By
+    from selenium.webdriver.common.keys import Keys
 except ImportError:
     sys.exit(77)
 if not os.access("/usr/bin/chromedriver", os.X_OK):
@@ -134,6 +135,19 @@ class AppTest(unittest.TestCase):
                 with self.subTest(run=run, figure=key):
                     value = expected[key]["text"].strip().replace("-", MINUS)
                     self.assertIn(text, (value, "–") if expected[key]["value"] is None else (value, value.lstrip(MINUS)))
+
+    def test_a_judged_time_gives_the_touchdown(self):
+        self.open_run("straight.csv")
+        for seconds, options in (("5", ["-t", "5"]), ("4.35", ["-t", "4.35"]), ("", [])):
+            expected = work.document("straight.csv", *options)["figures"]["touchdown_distance"]["text"]
+            field = wait_for(lambda: driver.find_element(By.CSS_SELECTOR, ".bar input"))
+            field.clear()
+            field.send_keys(seconds + Keys.TAB)
+            wait_for(lambda: figures().get("touchdown_distance") == expected)
+            work.run([TARVEL, *options, "straight.csv"])
+            self.assertEqual(self.save("Report", "straight.txt"), (work.folder / "straight.txt").read_bytes())
+            (self.saved / "straight.txt").unlink()
+        wait_for(lambda: script("return document.querySelector('.verdict') !== null"))
 
     def test_a_dropped_file_is_analysed(self):
         contents = [[name, (work.folder / name).read_text()] for name in ("matrix.txt", "carve.csv")]

@@ -7,7 +7,7 @@ import { System, unitsOf } from "../src/units";
 import { Courses } from "./engine";
 import { Collection, TooMuch, collectChosen, collectDropped, isCourseFile } from "./files";
 import { Queue } from "./queue";
-import { Row, forgetResult, isSound, makeRow, parseDocument, settleRow } from "./rows";
+import { Row, forgetResult, isSound, makeRow, parseDocument, settleRow, verdictOf } from "./rows";
 import { pageName, pageOf, saveFile, withExtension } from "./saved";
 import { Order, fileTable } from "./table";
 import { Job, RunResult } from "./work";
@@ -20,6 +20,7 @@ interface CourseFile {
 const noCourse = "";
 const byCourse = "no course: the gate is worked out from each run";
 const largestCourse = 1e6;
+const longestAloft = 1000; // s
 
 class App {
   private readonly rows: Row[] = [];
@@ -31,6 +32,7 @@ class App {
   private words = "";
   private shown: Shown | null = null;
   private shownRow: Row | null = null; // alone in the view, and not yet touched
+  private openings = 0;
   private isDrawing = false;
   private isPressed = false;
   private drawnChoices = "";
@@ -184,7 +186,7 @@ class App {
     const start = this.course === noCourse ? null : this.course.slice(folder.length);
     const courses: Courses = { start, files };
     const name = row.path.replace(/^.*\//, "");
-    return { name, file: row.file, courses, options: { metric: this.system === "metric", timeAloft: 0 }, check, isKnown };
+    return { name, file: row.file, courses, options: { metric: this.system === "metric", timeAloft: row.timeAloft }, check, isKnown };
   }
 
   // All of them, then what depends on what was found, then the checks.
@@ -237,8 +239,8 @@ class App {
         const result = await this.queue.do(this.jobOf(row, true, true), false);
         if (course !== this.course) return;
         if (result.kind !== "day") settleRow(row, result);
-        // The verdict has come while somebody looks at the run.
-        if (this.shownRow === row) await this.open([row]);
+        // The run is on the screen without its verdict.
+        if (this.shownRow === row) await this.open([row], true);
       } catch {
         // The run stays without a verdict.
       }
@@ -249,8 +251,7 @@ class App {
   private async resultOf(row: Row): Promise<RunResult> {
     const metric = this.system === "metric";
     if (row.result?.kind === "run" && row.result.metric === metric) return row.result;
-    const isChecked = row.run !== null && "check" in row.run && (row.run as { check?: unknown }).check !== null;
-    const result = await this.queue.do(this.jobOf(row, isChecked, true), true);
+    const result = await this.queue.do(this.jobOf(row, verdictOf(row) !== null, true), true);
     if (result.kind !== "run") throw new Error("not a run");
     settleRow(row, result);
     return result;
@@ -262,19 +263,22 @@ class App {
     return documents;
   }
 
-  private async open(rows: Row[]): Promise<void> {
+  // isUpdate: they are on the screen already, and more is known of them.
+  private async open(rows: Row[], isUpdate = false): Promise<void> {
+    const opening = ++this.openings;
     const documents = await this.documentsOf(rows);
+    if (opening !== this.openings) return;
     this.shown?.close();
     this.home.hidden = true;
     this.view.hidden = this.bar.hidden = false;
-    this.addSaving(rows);
+    if (!isUpdate) this.addSaving(rows);
     this.shown = show(this.view, documents);
-    const isAgain = this.shownRow !== null && this.shownRow === rows[0];
     this.shownRow = rows.length === 1 ? rows[0] : null;
-    if (!isAgain) window.scrollTo(0, 0);
+    if (!isUpdate) window.scrollTo(0, 0);
   }
 
   private close(): void {
+    ++this.openings;
     this.shown?.close();
     this.shown = null;
     this.shownRow = null;
@@ -309,10 +313,26 @@ class App {
     ];
     this.bar.replaceChildren(
       button("← All files", { class: "tool wide back" }, () => this.close()),
+      rows.length === 1 ? this.timeAloftField(row) : "",
       element("span", { class: "note" }, "Save:"),
       ...(rows.length === 1 ? ofOne.filter((each): each is HTMLButtonElement => each !== null && (isSound(row) || each.textContent !== "Report")) : []),
       page,
     );
+  }
+
+  // Seconds between gate and touchdown, as a judge measured them: the run is analysed again with them.
+  private timeAloftField(row: Row): HTMLElement {
+    const value = row.timeAloft === 0 ? "" : String(row.timeAloft / 1000);
+    const field = element("input", { type: "number", min: 0, max: longestAloft, step: "any", value, placeholder: "not given" });
+    field.addEventListener("change", async () => {
+      if (!field.reportValidity()) return;
+      row.timeAloft = Math.trunc(Number(field.value) * 1000);
+      forgetResult(row);
+      await this.open([row]);
+      this.bar.querySelector("input")?.focus();
+      void this.check([row]);
+    });
+    return element("label", { class: "choice aloft" }, element("span", {}, "Time aloft, s"), field);
   }
 
   // Once for all that has changed lately; not between the press and the release of a button, which would be no click then.

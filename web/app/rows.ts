@@ -9,6 +9,7 @@ export interface Row {
   file: Blob;
   state: "waiting" | "done";
   isPart: boolean; // a jump that was cut out of a day
+  timeAloft: number; // ms, as a judge measured it; 0 when not given
   run: RunDocument | null; // without samples and charts
   result: RunResult | WalkResult | null; // null when it is to be made again
   walk: WalkResult | null;
@@ -22,7 +23,7 @@ export function parseDocument(result: RunResult): RunDocument {
 
 export function makeRow(number: number, path: string, file: Blob, isPart: boolean): Row {
   const state = "waiting";
-  return { number, path, file, state, isPart, run: null, result: null, walk: null, message: null, isTicked: false };
+  return { number, path, file, state, isPart, timeAloft: 0, run: null, result: null, walk: null, message: null, isTicked: false };
 }
 
 // What is kept of all runs together; what is more than that is made again when it is looked at.
