@@ -3,9 +3,11 @@
 
 Exits with 77 where chromium, its driver or selenium is not installed.
 """
+import base64
 import json
 import os
 import re
+import subprocess
 import sys
 import tempfile
 import time
@@ -71,6 +73,22 @@ def press(text):
         each.textContent === arguments[0] && each.offsetParent !== null && !each.disabled);
         found?.click();
         return found !== undefined;""", text))
+
+
+def bad_tracks():
+    """{name: content}: what the readers' tests have, cut off and changed."""
+    folders = [PROJECT / "fuzz/seeds" / name for name in (
+        "container", "document", "header_lines", "run_check", "split", "survey", "swoop_analysis", "tagged_lines", "time_field")]
+    found = [path for folder in (*folders, PROJECT / "tests/golden/driver", PROJECT / "tests/golden/gate")
+             for path in sorted(folder.iterdir()) if path.suffix not in (".txt", ".kml", ".progress")]
+    made = {f"{path.parent.name}_{path.stem}{path.suffix or '.csv'}": path.read_bytes() for path in found}
+    for name in ("small.csv", "small.tvl"):
+        whole = (PROJECT / "tests/golden/driver" / name).read_bytes()
+        for part in range(0, 100, 3):
+            made[f"cut_{part}_{name}"] = whole[:len(whole) * part // 100]
+        for at in range(0, 180, 4):
+            made[f"byte_{at}_{name}"] = whole[:at] + bytes([whole[at] ^ 0xff]) + whole[at + 1:]
+    return {**made, "empty.csv": b"", "words.csv": b"hello\nworld\n", "picture.gif": b"GIF89a\1\0\1\0"}
 
 
 def figures():
@@ -194,16 +212,56 @@ class AppTest(unittest.TestCase):
         for a, b in zip(number.findall(saved), number.findall(expected), strict=True):
             self.assertAlmostEqual(float(a), float(b), delta=1.001 * 10.0 ** -len(a.split(".")[1]))
 
+    def drop(self, contents):
+        script("""const data = new DataTransfer();
+            for (const [name, bytes] of arguments[0])
+              data.items.add(new File([Uint8Array.from(atob(bytes), letter => letter.charCodeAt(0))], name));
+            document.body.dispatchEvent(new DragEvent('drop', {dataTransfer: data, bubbles: true, cancelable: true}));""",
+               [[name, base64.b64encode(content).decode()] for name, content in contents.items()])
+
+    def printed(self, *command):
+        done = subprocess.run([TARVEL, *command], cwd=work.folder, capture_output=True, check=False)
+        return done.stdout.decode(errors="replace")
+
+    def expect_row(self, name, cells):
+        """As the program says it: what is wrong, a figure of the run, or that it is a walk."""
+        failure = re.match("(?:WARNING: .*\n)*ERROR: (.*)\n", self.printed(name))
+        if failure is None:
+            self.assertIn(work.document(name)["figures"]["entry_gate_speed"]["text"].strip(), cells)
+        elif "ERROR" not in self.printed("-p", "-g", name):
+            self.assertIn("a walked course", cells[-1])
+        else:
+            self.assertEqual(cells[-1], failure.group(1))
+
     def test_a_bad_file_has_the_programs_message_beside_its_name(self):
-        bad = {"empty.csv": b"", "words.csv": b"hello\nworld\n", "picture.gif": b"GIF89a\1\0\1\0",
-               "half.csv": (work.folder / "carve.csv").read_bytes()[:90000], "short.tvl": b"uTVL\0\0\0\1"}
+        bad = bad_tracks()
+        self.assertGreater(len(bad), 200)
         for name, content in bad.items():
             (work.folder / name).write_bytes(content)
-        self.open(*bad)
-        for name, cells in wait_for_rows(len(bad)).items():
+        course = (work.folder / "matrix.txt").read_bytes()
+        self.drop({"matrix.txt": course, **bad})
+        days = wait_for(lambda: len(rows()) >= len(bad) and status() == "" and rows(), 120)
+        found = {name: cells for name, cells in days.items() if name in bad}
+        self.assertGreater(len(found), len(bad) - 20)
+        failed = 0
+        for name, cells in found.items():
             with self.subTest(name):
-                printed = work.run([TARVEL, name], status=1).stdout
-                self.assertEqual(cells[-1], re.search("ERROR: (.*)\n", printed).group(1))
+                self.expect_row(name, cells)
+                (work.folder / "matrix.txt").write_bytes(course)  # a survey has left another
+                failed += len(cells) == 3
+        self.assertGreater(failed, 150)
+
+    def test_a_bad_course_file_has_the_programs_message_beside_the_run(self):
+        folder = PROJECT / "fuzz/seeds/course_file"
+        course = (work.folder / "matrix.txt").read_bytes()
+        self.addCleanup((work.folder / "matrix.txt").write_bytes, course)
+        broken = {f"line {number}": b"".join(course.splitlines(keepends=True)[:number]) for number in range(6)}
+        for name, content in {**{path.name: path.read_bytes() for path in folder.iterdir()}, **broken}.items():
+            with self.subTest(name):
+                driver.get(APP.as_uri())
+                (work.folder / "matrix.txt").write_bytes(content)
+                self.drop({"matrix.txt": content, "carve.csv": (work.folder / "carve.csv").read_bytes()})
+                self.expect_row("carve.csv", wait_for_rows(1)["carve.csv"])
 
     def test_two_hundred_files_sorted_and_compared(self):
         folder = work.folder / "meet"
