@@ -8,7 +8,8 @@ import { valueAt } from "../../web/src/compare.ts";
 import { Cursor } from "../../web/src/cursor.ts";
 import { placeLabels } from "../../web/src/labels.ts";
 import { Matching } from "../../web/src/matching.ts";
-import { sums, unpack } from "../../web/src/packed.ts";
+import { unpack, unpackColumn } from "../../web/src/packed.ts";
+import { packColumn } from "../../web/app/saved.ts";
 import { differencePanels, flightPanels } from "../../web/src/panels.ts";
 import { Projection, niceStep } from "../../web/src/projection.ts";
 import { labelsOf, makeRun } from "../../web/src/runs.ts";
@@ -199,8 +200,21 @@ test("the cursor stays within the run and tells of each move once", () => {
   assert.deepEqual(told, [[4, "wheel"], [0, null]]);
 });
 
-test("differences of a column add up to it, missing values stay missing", () => {
-  assert.deepEqual(sums([169700, 100, null, 100, -50]), [169700, 169800, null, 169900, 169850]);
+test("a packed column is short, and unpacked it is what it was", () => {
+  const columns = [
+    ["", [0]],
+    ["-1,1", [-1, -1]],
+    [",1-2", [0, 1, 0]],
+    ["2s,,a,_,,-a", [100, 200, 310, null, 420, 520]],
+    ["2s-2s,a,_-a", [100, 100, 110, null, 110]],
+    ["_,_,5-5,,-1", [null, null, 5, 5, 5, 4]],
+    ["3mxw-3mxw,,2s,_-46", [169700, 169700, 169700, 169800, null, 169750]],
+  ];
+  for (const [text, column] of columns) {
+    assert.deepEqual(unpackColumn(text), column, text);
+    assert.equal(packColumn(column), text);
+  }
+  for (const odd of [[], [0.5], [2 ** 51], ["1"]]) assert.equal(packColumn(odd), odd);
 });
 
 test("a packed interval has both ends, why there are none, or bounds", () => {

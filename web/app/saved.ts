@@ -1,5 +1,5 @@
 // Files that are saved, under the names that the programs give them.
-import { RunDocument } from "../src/document";
+import { Column, RunDocument } from "../src/document";
 
 export function saveFile(name: string, content: BlobPart, type: string): void {
   const address = URL.createObjectURL(new Blob([content], { type }));
@@ -27,15 +27,23 @@ const unusedColumns = new Set(["turn_angle", "fix"]);
 const unusedOfPhase = new Set(["horizontal_speed", "vertical_speed", "total_speed"]);
 const placeOfPhase = new Set(["x", "y", "z"]);
 
-// Each value less the last one before it that is not null.
-function differences(column: (number | null)[]): (number | null)[] {
+const largestPacked = 2 ** 50; // so that no difference of differences is too large for a number
+
+const isPackable = (value: number | null) => value === null || (Number.isInteger(value) && Math.abs(value) <= largestPacked);
+
+// What unpackColumn() takes.
+export function packColumn(column: Column): Column | string {
+  if (column.length === 0 || !column.every(isPackable)) return column;
   let last = 0;
-  return column.map((value) => {
-    if (value === null) return null;
-    const difference = value - last;
+  let step = 0;
+  const parts = column.map((value) => {
+    if (value === null) return "_";
+    const change = value - last - step;
+    step = value - last;
     last = value;
-    return difference;
+    return change === 0 ? "" : change.toString(36);
   });
+  return parts.join(",").replace(/(\w),-/g, "$1-");
 }
 
 function without(record: object, names: Set<string>): Record<string, unknown> {
@@ -74,7 +82,7 @@ export function shownPart(document: RunDocument): Record<string, unknown> {
   if (check) kept.check = { ...check, intervals: mapValues(check.intervals, packedInterval) };
   if (document.samples) {
     const columns = Object.entries(without(document.samples, unusedColumns));
-    kept.samples = Object.fromEntries(columns.map(([name, column]) => [name, Array.isArray(column) ? differences(column) : column]));
+    kept.samples = Object.fromEntries(columns.map(([name, column]) => [name, Array.isArray(column) ? packColumn(column) : column]));
   }
   return kept;
 }

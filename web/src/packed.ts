@@ -1,11 +1,19 @@
-// A document as tarvel-page puts it into a page: each column of the samples holds its first value, and then what each value is
-// more than the one before it, which are short numbers; an interval is a list.
+// A document as tarvel-page puts it into a page, a third shorter: an interval is a list, and a column of the samples a text.
+//
+// The text of a column holds for each value by how much its difference from the value before it is more than the difference
+// before that: a smooth curve gives short numbers. They are in base 36 and separated by commas. 0 is empty, a missing value is
+// an underscore and counts as not there, and before a minus sign that does not follow a comma there is no comma:
+// 100, 200, 310, missing, 420, 520 are "2s,,a,_,,-a", since 100 is 2s, and 10 is a.
 import { Column, RunDocument } from "./document";
 
-// A missing value is null, and the next one counts from the last that is there.
-export function sums(differences: Column): Column {
+export function unpackColumn(text: string): Column {
   let value = 0;
-  return differences.map((difference) => (difference === null ? null : (value += difference)));
+  let step = 0;
+  return text.split(/,|(?=-)/).map((part) => {
+    if (part === "_") return null;
+    step += part === "" ? 0 : parseInt(part, 36);
+    return (value += step);
+  });
 }
 
 // Both ends, and as printed; or why there is none; or both bounds, and as printed, and why there is no interval.
@@ -28,6 +36,6 @@ export function unpack(document: RunDocument): RunDocument {
   return {
     ...document,
     ...(check ? { check: { ...check, intervals: mapped(check.intervals, unpackInterval) } } : {}),
-    ...(samples ? { samples: mapped({ ...samples }, (column) => (Array.isArray(column) ? sums(column) : column)) } : {}),
+    ...(samples ? { samples: mapped({ ...samples }, (column) => (typeof column === "string" ? unpackColumn(column) : column)) } : {}),
   } as RunDocument;
 }
