@@ -1,8 +1,9 @@
 // Tarvel in a browser: files are dropped on the page, and a worker surveys, splits, analyses and checks them.
 import { RunDocument } from "../src/document";
-import { button, choose, element, segments } from "../src/dom";
+import { button, choose, element } from "../src/dom";
 import { Shown, show } from "../src/main";
-import { Theme, rememberSystem, rememberTheme, rememberedSystem, rememberedTheme } from "../src/settings";
+import { rememberedSystem, rememberedTheme } from "../src/settings";
+import { applyTheme, darkSystem, themeList, unitSwitch } from "../src/switches";
 import { System, unitsOf } from "../src/units";
 import { Courses } from "./engine";
 import { Collection, TooMuch, collectChosen, collectDropped, isCourseFile } from "./files";
@@ -57,39 +58,20 @@ class App {
     this.addDropping();
     this.home.append(this.header(), element("main", {}, this.drop, this.progress, this.status, this.choices, this.list));
     root.append(this.home, this.bar, this.view);
-    matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => this.applyTheme());
+    darkSystem.addEventListener("change", () => applyTheme(rememberedTheme()));
     for (const touch of ["pointerdown", "keydown"]) this.view.addEventListener(touch, () => (this.shownRow = null));
     addEventListener("pointerdown", () => (this.isPressed = true));
     for (const end of ["pointerup", "pointercancel"]) addEventListener(end, () => setTimeout(() => (this.isPressed = false)));
-    this.applyTheme();
+    applyTheme(rememberedTheme());
     this.draw();
   }
 
-  private applyTheme(): void {
-    const theme = rememberedTheme();
-    const isDark = theme === "dark" || (theme === "auto" && matchMedia("(prefers-color-scheme: dark)").matches);
-    document.documentElement.dataset.theme = isDark ? "dark" : "light";
-  }
-
   private header(): HTMLElement {
-    const systems: { value: System; text: string }[] = [
-      { value: "imperial", text: "ft, mph" },
-      { value: "metric", text: "m, km/h" },
-    ];
-    const themes: { value: Theme; text: string }[] = [
-      { value: "auto", text: "as the system" },
-      { value: "light", text: "light" },
-      { value: "dark", text: "dark" },
-    ];
-    const units = segments("Units", systems, this.system, (system) => {
+    const units = unitSwitch(unitsOf(this.system), ({ system }) => {
       this.system = system;
-      rememberSystem(system);
       this.draw();
     });
-    const theme = choose("Theme", themes, rememberedTheme(), (chosen) => {
-      rememberTheme(chosen);
-      this.applyTheme();
-    });
+    const theme = themeList(applyTheme);
     return element(
       "header",
       {},

@@ -23,7 +23,7 @@ export function unitSwitch(units: Units, changed: (units: Units) => void): HTMLE
 }
 
 const themes: { value: Theme; text: string }[] = [
-  { value: "auto", text: "as the system" },
+  { value: "auto", text: "system" },
   { value: "light", text: "light" },
   { value: "dark", text: "dark" },
 ];
