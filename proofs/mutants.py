@@ -45,9 +45,36 @@ NOT_COPIED = (".git", "build", "demo")
 class Test(NamedTuple):
     name: str
     folder: str
-    target: str
+    targets: tuple[str, ...]  # what it runs, by itself or through its environment
     command: tuple[str, ...]
     environment: tuple[tuple[str, str], ...]
+
+
+def targets_in(build_folder: pathlib.Path, words: Iterable[str]) -> tuple[str, ...]:
+    """The targets whose files the words name: programs lie in the build folder itself."""
+    paths = map(pathlib.Path, words)
+    return tuple(sorted({path.name for path in paths if path.parent == build_folder}))
+
+
+def find_tests(build_folder: pathlib.Path) -> list[Test]:
+    """Those that judge: of the components and of the fuzz targets. A test with a fixture builds the engine for another
+    machine in the source's own folders."""
+    # ctest itself says nothing of the command of a test that has not been built.
+    written = (build_folder / "CTestTestfile.cmake").read_text()
+    added = re.findall(r"^add_test\(\[=\[(.*?)\]=\] (.*)\)$", written, re.MULTILINE)
+    commands = {name: tuple(shlex.split(words)) for name, words in added}
+    listed = subprocess.run(["ctest", "--test-dir", build_folder, "--show-only=json-v1"],
+                            stdout=subprocess.PIPE, check=True)
+    tests = []
+    for test in json.loads(listed.stdout)["tests"]:
+        name, folder = test["name"], test["name"].split("/")[0]
+        settings = {p["name"]: p["value"] for p in test["properties"]}
+        pairs = (setting.partition("=") for setting in settings.get("ENVIRONMENT", []))
+        environment = tuple((variable, value) for variable, _, value in pairs)
+        if folder in JUDGES and not any(setting.startswith("FIXTURES_") for setting in settings):
+            targets = targets_in(build_folder, (*commands[name], *(value for _, value in environment)))
+            tests.append(Test(name, folder, targets, commands[name], environment))
+    return tests
 
 
 def copy_project(tree: pathlib.Path) -> None:
@@ -78,7 +105,7 @@ class Copy:
         copy_project(self.tree)
         self.run_or_stop(["cmake", "-S", self.tree, "-B", self.build_folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=",
                           f"-DCMAKE_CXX_FLAGS={FLAGS}", "-DBUILD_SHARED_LIBS=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"])
-        self.tests = self.find_tests()
+        self.tests = find_tests(self.build_folder)
         self.durations: dict[Test, float] = {}  # of those that have been needed so far
 
     def run_or_stop(self, command: Sequence[str | pathlib.Path]) -> None:
@@ -86,28 +113,14 @@ class Copy:
         if done.returncode != 0:
             raise RuntimeError(f"{done.stdout}\nthe original does not build")
 
-    def find_tests(self) -> list[Test]:
-        # ctest itself says nothing of the command of a test that has not been built.
-        written = (self.build_folder / "CTestTestfile.cmake").read_text()
-        added = re.findall(r"^add_test\(\[=\[(.*?)\]=\] (.*)\)$", written, re.MULTILINE)
-        commands = {name: tuple(shlex.split(words)) for name, words in added}
-        listed = subprocess.run(["ctest", "--test-dir", self.build_folder, "--show-only=json-v1"],
-                                stdout=subprocess.PIPE, check=True)
-        tests = []
-        for test in json.loads(listed.stdout)["tests"]:
-            name, folder = test["name"], test["name"].split("/")[0]
-            settings = {p["name"]: p["value"] for p in test["properties"]}
-            pairs = (setting.partition("=") for setting in settings.get("ENVIRONMENT", []))
-            environment = tuple((variable, value) for variable, _, value in pairs)
-            if folder in JUDGES:
-                tests.append(Test(name, folder, pathlib.Path(commands[name][0]).name, commands[name], environment))
-        return tests
+    def building(self, tests: Iterable[Test]) -> list[str | pathlib.Path]:
+        return ["ninja", "-j1", "-C", self.build_folder, *sorted({target for test in tests for target in test.targets})]
 
     def prepare(self, tests: Sequence[Test]) -> None:
         """Builds and times those of the tests that are needed for the first time, without any mutant."""
         new = [test for test in tests if test not in self.durations]
         if new:
-            self.run_or_stop(["ninja", "-j1", "-C", self.build_folder, "tarvel", *sorted({t.target for t in new})])
+            self.run_or_stop(self.building(new))
             self.durations |= {test: self.time(test) for test in new}
 
     def time(self, test: Test) -> float:
@@ -119,12 +132,17 @@ class Copy:
             raise RuntimeError(f"{test.name} fails without any mutant")
         return float(usage.ru_utime + usage.ru_stime)
 
+    def options(self, test: Test) -> list[str]:
+        """To end at the first failure."""
+        if pathlib.Path(test.command[0]).parent != self.build_folder:
+            return ["--failfast"]  # in Python
+        return [] if test.folder == "fuzz" else ["--gtest_fail_fast", "--gtest_brief=1"]
+
     def start(self, test: Test, patience: int) -> subprocess.Popen[bytes]:
         shutil.rmtree(self.temporary, ignore_errors=True)
         self.temporary.mkdir()
-        options = [] if test.folder == "fuzz" else ["--gtest_fail_fast", "--gtest_brief=1"]
         return subprocess.Popen(
-            [*test.command, *options], cwd=self.build_folder, start_new_session=True, stdin=subprocess.DEVNULL,
+            [*test.command, *self.options(test)], cwd=self.build_folder, start_new_session=True, stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, preexec_fn=lambda: limit_resources(patience),
             env={**os.environ, **dict(test.environment), "TMPDIR": str(self.temporary)})
 
@@ -148,8 +166,7 @@ class Copy:
                 path.write_text(text)
                 self.prepare(tests)
                 path.write_text(text[:mutant.start] + mutant.replacement + text[mutant.end:])
-                built = subprocess.run(["ninja", "-j1", "-C", self.build_folder, "tarvel", *{t.target for t in tests}],
-                                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                built = subprocess.run(self.building(tests), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
                 if built.returncode != 0:
                     return "not compiled"
                 if not all(self.passes(test) for test in self.in_order(mutant.file, tests)):

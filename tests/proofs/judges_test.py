@@ -161,6 +161,19 @@ class MutantsTest(unittest.TestCase):
             *(("is_less", f"return {line};") for line in (
                 "p.a < 0.5", "-p.a <= 0.5", "-p.a >= 0.5", "-p.a < 0.6", "-p.a < 0.4"))])
 
+    def test_the_judges_are_all_tests_of_the_components_and_can_be_built(self) -> None:
+        build_folder = PROGRAM.parent
+        tests = mutants.find_tests(build_folder)
+        known = subprocess.run(["ninja", "-C", build_folder, "-t", "targets", "all"], stdout=subprocess.PIPE, check=True,
+                               text=True)
+        names = {line.partition(":")[0] for line in known.stdout.splitlines()}
+        for test in tests:
+            self.assertTrue(test.targets, test.name)
+            self.assertEqual(set(test.targets) - names, set(), test.name)
+        self.assertLessEqual({"split/program_test", "json/documents_test", "swoop/swoop_test", "fuzz/document"},
+                             {test.name for test in tests})
+        self.assertNotIn("module/wasm_test", {test.name for test in tests})
+
     def test_an_entry_names_its_mutant_wherever_the_line_is(self) -> None:
         moved = SOURCE.replace("  if (p.a", "  // A comment.\n\n    if (p.a").replace(" && count", " &&\n        count")
         after = list(mutations.mutants_of("src/x.cpp", moved))
