@@ -262,7 +262,7 @@ def report(found: Iterable[Found]) -> Outcome:
     total: collections.Counter[str] = collections.Counter()
     statuses: collections.Counter[str] = collections.Counter()
     for one in found:
-        total.update(scenarios=1, calls=one.calls, outputs=one.outputs, allowed=one.allowed, differ=one.differs)
+        total.update(scenarios=1, calls=one.calls, outputs=one.outputs, allowed=one.allowed, differ=int(one.differs))
         statuses.update(one.statuses)
         if one.lines:
             print("\n".join(one.lines if total["differ"] <= SHOWN_IN_FULL else one.lines[:1]), flush=True)

@@ -5,6 +5,7 @@ from __future__ import annotations
 import contextlib
 import io
 import pathlib
+import re
 import tempfile
 import unittest
 import zlib
@@ -97,17 +98,20 @@ class PlantedFaultTest(unittest.TestCase):
         outcome, printed = self.prove()
         self.assertGreater(outcome.findings, 0)
         self.assertIn("FINDING in scenario ", printed)
+        numbers = re.findall(r"FINDING in scenario (\d+)", printed)
+        only, _ = self.prove("--only", numbers[0])
+        self.assertEqual(str(only.findings), "1")
         self.plant(":")
         outcome, printed = self.prove()
         self.assertEqual((outcome.findings, printed), (0, ""))
         self.assertRegex(outcome.done, r"^8 scenarios, \d+ calls .* outputs compared, 0 differences allowed$")
 
-    def prove(self) -> tuple[Outcome, str]:
+    def prove(self, *words: str) -> tuple[Outcome, str]:
         """Without making the tracks anew, which takes most of the time."""
         sources, new = self.comparison.sources, str(self.comparison.programs["new"])
         with mock.patch.object(scenarios, "Sources", lambda program: sources):
             with contextlib.redirect_stdout(io.StringIO()) as printed:
-                outcome = compare_programs.prove([str(PROGRAM), new, "--count", "8", "--jobs", "1"])
+                outcome = compare_programs.prove([str(PROGRAM), new, "--count", "8", "--jobs", "1", *words])
         return outcome, printed.getvalue()
 
 
