@@ -199,6 +199,19 @@ TEST_F(standard_output_test, standard_error_is_never_printed_into_a_file_of_the_
   }
 }
 
+// Without a survey the report may go to standard output's file, and is opened in another way.
+TEST_F(standard_output_test, standard_error_is_not_printed_into_the_report_of_a_run_alone) {
+  ASSERT_EQ(run_program({"run.csv"}).status, 0);
+  const std::string report = read_text("run.txt");
+  program_setting setting;
+  setting.prepare = [] {
+    send_standard_error_to("run.txt", O_TRUNC);
+    hide_fonts();
+  };
+  EXPECT_EQ(run_program({"run.csv"}, setting).status, 0);
+  EXPECT_EQ(read_text("run.txt"), report);
+}
+
 TEST_F(standard_output_test, a_course_that_standard_error_is_appended_to_stays_as_it_is) {
   program_setting setting;
   setting.prepare = [] {
