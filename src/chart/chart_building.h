@@ -14,8 +14,8 @@ constexpr std::uint32_t track_series_capacity = 300;  // a minute of turn and sw
 // A chart with these titles; null when memory is short, also for a title.
 [[nodiscard]] owned_record<chart> make_chart(owned_text title, owned_text x_title, owned_text y_title);
 
-// Sets the series' style, colour, name (that of the run) and label (null for none), and appends it to the chart. False
-// when memory is short.
+// Sets the series' style, colour and label (null for none), and appends it to the chart. False when there is no series,
+// since memory was short for it.
 [[nodiscard]] bool add_series(chart &target, owned_record<series> curve, series_style style, std::uint32_t colour,
                               owned_text label);
 

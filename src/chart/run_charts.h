@@ -31,7 +31,7 @@ struct chart_context {
 [[nodiscard]] owned_record<chart> build_dive_speed_chart(const chart_context &context);
 [[nodiscard]] owned_record<chart> build_heading_chart(const chart_context &context);
 [[nodiscard]] owned_record<chart> build_turn_rate_chart(const chart_context &context);
-// In plan and from the side, top of turn to stop, with the course.
+// Top of turn to stop: in plan with the course and the pond, and from the side.
 [[nodiscard]] owned_record<chart> build_overhead_chart(const chart_context &context);
 [[nodiscard]] owned_record<chart> build_side_view_chart(const chart_context &context);
 // Over the distance from the gate, to the stop, with the gates and the touchdown.

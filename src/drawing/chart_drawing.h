@@ -35,12 +35,15 @@ struct text_size {
 [[nodiscard]] double right_of(const cell_layout &layout);  // the plot's right edge
 [[nodiscard]] double bottom_of(const cell_layout &layout);
 
+// A layout in the charts' font, whose size is in device units.
 [[nodiscard]] layout_handle make_text_layout(cairo_t *cr, double font_size);
+// Sets and measures the next text.
 [[nodiscard]] text_size set_text(const drawing &d, const char *words);
 // Draws the text that was set last; the top left corner of its ink is at the point.
 void show_text(const drawing &d, const text_size &size, double x, double y);
 
-void set_colour(cairo_t *cr, std::uint32_t colour);
+void set_colour(cairo_t *cr, std::uint32_t colour);  // 0xRRGGBB
+// Widths and lengths in device units.
 void set_solid(cairo_t *cr, double width);
 void set_dashed(cairo_t *cr, double width, double dash, double gap);
 void draw_line(cairo_t *cr, double x1, double y1, double x2, double y2);

@@ -15,7 +15,7 @@ using file_handle = std::unique_ptr<std::FILE, file_closer>;
 
 // Opens a track or course file for reading and protects it as protect_input does. Null with "failed to open file: %s",
 // also for a FIFO, since several readers try a track from its start and a pipe cannot seek, and for the file that
-// standard output goes to. A directory is read as an empty file.
+// standard output goes to; or with "strdup() failed". A directory is read as an empty file.
 [[nodiscard]] file_handle open_input(const char *path, error_slot *error);
 
 // Opens a file that the program has written for reading. Null when that fails, and for a FIFO or a device, from which

@@ -1,5 +1,4 @@
 #include <cstdio>
-#include <utility>
 
 #include "driver/course_output.h"
 #include "driver/exit.h"

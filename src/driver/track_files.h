@@ -1,6 +1,6 @@
-// Reads and writes tracks, courses and runs by file name. Each function opens a file and calls the function of the same
-// name for streams; it adds inputs to the protected ones, prints the reader's warnings, and reports I/O errors with the
-// file's name. Some are only used by tests and by programs that use the library.
+// Reads and writes tracks, courses and runs by file name. Each function opens a file and calls one for streams; it adds
+// inputs to the protected ones, prints the reader's warnings, and reports I/O errors with the file's name. Some are only
+// used by tests and by programs that use the library.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@
 
 namespace tarvel {
 
-// Opens a track. Null with "failed to open file: %s".
+// Opens a track, as open_input does.
 [[nodiscard]] file_handle open_track_file(const char *path, error_slot *error);
 
 // These read, and fail with "strdup() failed" or "failed to open file: %s" (opening), "failed to read file: %s",

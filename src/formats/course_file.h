@@ -29,10 +29,10 @@ enum class course_answer { here, no_gate, elsewhere };
 // An index that leads back to itself must end somewhere.
 constexpr int max_further_course_files = 64;
 
-// Goes from the course file of that name wherever indexes lead, through at most 64 further files. read(path, link) reads one
-// as read_course does, and sets the slot when that fails. The file is then the one that had the answer, or that failed; the
-// name of the first is cut to the 99 characters that an index may name. Fails with "failed to open file: %s" where the files
-// do not end, or a message of read.
+// Goes from the course file of that name to where indexes lead, through at most 64 further files. read(path, link) reads
+// one as read_course does, and sets the slot when that fails. file is then the one that had the answer, or that failed;
+// the first one's name is cut to the 99 characters that an index may name. Fails with "failed to open file: %s" when the
+// last of these files leads to another, or with a message of read.
 template <typename reader>
 void follow_course_files(const char *path, course_link &file, reader read, error_slot *error) {
   *error = nullptr;

@@ -21,7 +21,7 @@ namespace tarvel {
 
 [[nodiscard]] inline double horizontal_mph(const gps_point &sample) { return mph_per_mps * horizontal_speed(sample); }
 
-// As the logger reported them: height above mean sea level, m; descent, m/s and mph.
+// As the logger reported them: height above mean sea level, m; descent, m/s.
 [[nodiscard]] inline double raw_altitude(const gps_point &sample) { return sample.pos_wgs84.z; }
 [[nodiscard]] inline double raw_descent(const gps_point &sample) { return sample.vel_ltp.z; }
 
