@@ -31,12 +31,15 @@ foreach(page tarvel.1 tarvel-check.1 tarvel-json.1 tarvel-meet.1 tarvel-page.1 t
   tarvel_install_compressed(${PROJECT_BINARY_DIR}/man/${page} ${page} ${CMAKE_INSTALL_MANDIR}/man${section})
 endforeach()
 
-foreach(program tarvel tarvel-check tarvel-json tarvel-meet tarvel-page tarvel-split)
-  install(FILES completions/${program}.bash RENAME ${program}
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-  install(FILES completions/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
-  install(FILES completions/${program}.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+# One file completes all programs. bash-completion looks for the one named like the command.
+install(FILES completions/tarvel.bash RENAME tarvel DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/bash-completion)
+foreach(program tarvel-check tarvel-json tarvel-meet tarvel-page tarvel-split)
+  file(CREATE_LINK tarvel ${PROJECT_BINARY_DIR}/bash-completion/${program} SYMBOLIC)
 endforeach()
+install(DIRECTORY ${PROJECT_BINARY_DIR}/bash-completion/ DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES completions/_tarvel DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+install(DIRECTORY completions/ DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d FILES_MATCHING PATTERN *.fish)
 
 # The manual's links stay within docs/; the architecture is for those who have the source.
 install(DIRECTORY docs/ TYPE DOC PATTERN man EXCLUDE PATTERN schema EXCLUDE PATTERN architecture.md EXCLUDE)

@@ -1,12 +1,10 @@
 #!/usr/bin/env python3
 """tests/man/options_test.py: the options of each program are the same in what it prints, in its man page and in its
-completions for bash, zsh and fish; and the three shells describe each option in the same words.
-
-Completions run in their own shells. Where zsh or fish is not installed, the completion's file is read instead.
+completions for bash, zsh and fish; and the three shells describe each option in the same words. Completions run in their own
+shells.
 """
 import os
 import re
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -42,27 +40,28 @@ def letters(words):
 
 # {option: description} of each shell.
 
-def bash_completion(name):
+def bash_offers(*words, setup=""):
+    """What the completion offers for the last of these words, a line each."""
     script = f"""
-        . "{COMPLETIONS}/{name}.bash"
-        complete_function=$(complete -p {name} | sed 's/.* -F \\([^ ]*\\) .*/\\1/')
-        COMP_WORDS=({name} -) COMP_CWORD=1 COMP_TYPE=63
-        $complete_function
-        printf '%s\\n' "${{COMPREPLY[@]}}"
+        {setup}
+        . "{COMPLETIONS}/tarvel.bash"
+        COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMP_LINE="$*" COMP_TYPE=63
+        COMP_POINT=${{#COMP_LINE}}
+        complete_function=$(complete -p "${{1##*/}}" | sed 's/.* -F \\([^ ]*\\) .*/\\1/')
+        $complete_function "$1" "${{*: -1}}" "${{*: -2:1}}"
+        printf '%s\n' "${{COMPREPLY[@]}}"
     """
-    lines = printed_by(["bash", "--norc", "-c", script]).splitlines()
-    return dict(re.fullmatch(r"(\S+)  \((.*)\)", line).groups() for line in lines)
+    return printed_by(["bash", "--norc", "-c", script, "bash", *words]).splitlines()
+
+
+def bash_completion(name):
+    return dict(re.fullmatch(r"(\S+)  \((.*)\)", line).groups() for line in bash_offers(name, "-"))
 
 
 def zsh_completion(name):
-    path = COMPLETIONS / f"_{name}"
-    if shutil.which("zsh"):
-        script = f'_arguments() {{ print -l -- "$@" }}; . "{path}"'
-        lines = printed_by(["zsh", "-f", "-c", script]).splitlines()
-    else:
-        lines = path.read_text().splitlines()
+    script = f'_arguments() {{ print -l -- "$@" }}; complete() {{ . "{COMPLETIONS}/_tarvel" }}; service={name}; complete'
     found = {}
-    for line in lines:
+    for line in printed_by(["zsh", "-f", "-c", script]).splitlines():
         # Without the group of options that this one excludes.
         head, bracket, tail = re.sub(r"\([^)]*\)", "", line, count=1).partition("[")
         if bracket:
@@ -71,21 +70,10 @@ def zsh_completion(name):
 
 
 def fish_completion(name):
-    path = COMPLETIONS / f"{name}.fish"
-    found = {}
-    if shutil.which("fish"):
-        script = f'source "{path}"; complete -C "{name} -"; complete -C "{name} --"'
-        with tempfile.TemporaryDirectory() as home:
-            lines = printed_by(["fish", "--no-config", "-c", script], env={**os.environ, "HOME": home}).splitlines()
-        found.update(line.split("\t") for line in lines)
-    else:
-        for line in path.read_text().replace("\\\n", " ").splitlines():
-            # Without the condition, which names other options.
-            line = re.sub(r" -n '[^']*'", "", line)
-            description = re.search(r" -d '(.*)'", line)
-            found.update({f"-{letter}": description[1] for letter in re.findall(r" -s (\w) ", line)})
-            found.update({f"--{word}": description[1] for word in re.findall(r" -l ([\w-]+) ", line)})
-    return found
+    script = f'source "{COMPLETIONS}/{name}.fish"; complete -C "{name} -"; complete -C "{name} --"'
+    with tempfile.TemporaryDirectory() as home:
+        lines = printed_by(["fish", "--no-config", "-c", script], env={**os.environ, "HOME": home}).splitlines()
+    return dict(line.split("\t") for line in lines)
 
 
 class OptionsTest(unittest.TestCase):
@@ -135,6 +123,57 @@ class OptionsTest(unittest.TestCase):
         self.assertEqual(listed_in_page("tarvel-split"), expected)
         self.check_completions("tarvel-split", expected)
         print(f"tarvel-split: {len(expected)} options")
+
+
+class BashCompletionTest(unittest.TestCase):
+    """What follows a word, with bash-completion, which lists files, and without it, where bash does."""
+    LIBRARY = ". /usr/share/bash-completion/bash_completion"
+    FILES = ("course.txt", "run.csv", "page.html", "results/")
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        for name in self.FILES:
+            path = Path(folder.name, name)
+            path.mkdir() if name.endswith("/") else path.touch()
+        self.setup = f'{self.LIBRARY}; cd "{folder.name}"'
+
+    def check(self, line, *expected):
+        offered = bash_offers(*line.split(" "), setup=self.setup)
+        self.assertEqual(sorted(offered), sorted(expected or [""]), line)
+
+    def test_files_that_an_operand_or_a_value_may_be(self):
+        tracks = ("course.txt", "results", "run.csv")
+        for line in ("tarvel ", "tarvel -d ", "tarvel -g ", "tarvel -pg ", "tarvel-check -m ", "/usr/bin/tarvel-json ",
+                     "tarvel-page run.csv ", "tarvel-split --write ", "tarvel-meet --fresh "):
+            self.check(line, *tracks)
+        self.check("tarvel-page -o ", "page.html", "results")
+        self.check("tarvel-page -mo ", "page.html", "results")
+        self.check("tarvel-meet --course ", "course.txt", "results")
+        self.check("tarvel-meet -o ", "results")
+        self.check("tarvel-meet --hosts ", "course.txt", "page.html", "results", "run.csv")
+
+    def test_any_file_where_none_fits(self):
+        self.check("tarvel-page -o ru", "run.csv")
+        self.check("tarvel pa", "page.html")
+
+    def test_nothing_where_a_value_is_free(self):
+        for line in ("tarvel -t ", "tarvel -mt ", "tarvel-check --draws ", "tarvel-json -it ", "tarvel-page --seed ",
+                     "tarvel-meet -j ", "tarvel-meet -x "):
+            self.check(line)
+
+    def test_a_letter_that_is_a_value_takes_none(self):
+        self.check("tarvel-page -ot ", "course.txt", "results", "run.csv")
+
+    def test_commands(self):
+        self.check("tarvel-meet --ssh mapfil", "mapfile")
+
+    def test_one_option_is_offered_without_its_description(self):
+        self.check("tarvel-meet --ret", "--retries")
+
+    def test_files_are_left_to_bash_without_its_library(self):
+        told = bash_offers("tarvel", "", setup='compopt() { printf "%s\\n" "$*"; }')
+        self.assertEqual(told, ["-o default", ""])
 
 
 if __name__ == "__main__":
