@@ -1,5 +1,4 @@
 tarvel_test(container/tvl_records_test USES tarvel_container)
 tarvel_test(container/tvl_file_test USES tarvel_container)
 tarvel_test(container/tvl_damage_test USES tarvel_container)
-tarvel_test(container/tvl_failing_disk_test USES tarvel_container)
-target_sources(tvl_failing_disk_test PRIVATE tests/support/failing_calls.cpp)
+tarvel_test(container/tvl_failing_disk_test USES tarvel_container tarvel_failing_calls)

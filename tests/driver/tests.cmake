@@ -1,7 +1,3 @@
-target_sources(tarvel_test_support PRIVATE
-  tests/support/program.cpp
-  tests/support/simulator.cpp)
-
 include(tests/driver/support_tests.cmake)
 tarvel_test(driver/hostile_track_test USES tarvel_driver)
 

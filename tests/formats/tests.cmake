@@ -1,5 +1,4 @@
-tarvel_test(formats/kml_test USES tarvel_formats)
-target_sources(kml_test PRIVATE tests/support/failing_calls.cpp)
+tarvel_test(formats/kml_test USES tarvel_formats tarvel_failing_calls)
 tarvel_test(formats/fixed_decimal_test USES tarvel_formats)
 tarvel_test(formats/kml_number_test USES tarvel_formats)
 tarvel_test(formats/course_file_write_test USES tarvel_formats)
