@@ -110,10 +110,5 @@ TEST(height_charts_test, starts_at_the_exit_with_automatic_height_ticks_when_ask
   }
 }
 
-TEST(height_charts_test, starts_with_room_for_300_points) {
-  const swoop run = hand_made_swoop();
-  EXPECT_EQ(build_turn_rate_chart({run, nullptr, true})->first_series->capacity, 300U);
-}
-
 }  // namespace
 }  // namespace tarvel

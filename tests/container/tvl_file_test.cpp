@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "support/allocation_limit.h"
 #include "support/container_bytes.h"
 #include "support/files.h"
 #include "support/pond_of.h"
+#include "support/refusals.h"
 
 namespace tarvel {
 namespace {
@@ -230,24 +230,20 @@ TEST(tvl_file_test, fails_wherever_memory_is_short) {
   const std::string run = swoop_bytes(std::vector<gps_point>(3));
   for (const bool is_gate : {false, true}) {
     SCOPED_TRACE(is_gate);
-    // One request is made: for the points or the samples.
-    for (const std::size_t granted : {0U, 1U}) {
-      SCOPED_TRACE(granted);
+    const auto attempt = [&](std::size_t granted) {
       gps_track track;
       course read;
-      outcome result = done;
       error_slot error = "not cleared";
-      {
-        const allocation_limit limit(granted);
-        result = is_gate ? read_gate_bytes(walk, read, &error) : read_swoop_bytes(run, track, &error);
-      }
-      EXPECT_EQ(result, granted == 0 ? no_memory : done);
-      EXPECT_STREQ(error, granted == 0 ? "malloc() failed" : nullptr);
-      EXPECT_EQ(track.count, granted == 1 && !is_gate ? 3U : 0U);
-      EXPECT_EQ(track.points != nullptr, granted == 1 && !is_gate);
-      EXPECT_EQ(read.pond.has_value(), granted == 1 && is_gate);
-      EXPECT_EQ(read.theta, granted == 1 && is_gate ? 1.0 : 0.0);
-    }
+      const allocation_limit limit(granted);
+      const outcome result = is_gate ? read_gate_bytes(walk, read, &error) : read_swoop_bytes(run, track, &error);
+      EXPECT_EQ(result, error == nullptr ? done : no_memory);
+      EXPECT_EQ(track.count, error == nullptr && !is_gate ? 3U : 0U);
+      EXPECT_EQ(track.points != nullptr, error == nullptr && !is_gate);
+      EXPECT_EQ(read.pond.has_value(), error == nullptr && is_gate);
+      EXPECT_EQ(read.theta, error == nullptr && is_gate ? 1.0 : 0.0);
+      return error;
+    };
+    EXPECT_EQ(messages_of_refusals(attempt), std::vector<std::string>{"malloc() failed"});
   }
 }
 

@@ -13,12 +13,12 @@
 
 #include "driver/protected_inputs.h"
 #include "formats/coord_dump.h"
-#include "support/allocation_limit.h"
 #include "support/container_bytes.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
 #include "support/hand_made_walk.h"
 #include "support/pond_of.h"
+#include "support/refusals.h"
 
 namespace tarvel {
 namespace {
@@ -428,38 +428,34 @@ TEST(track_files_test, makes_an_empty_run_without_a_path) {
   EXPECT_STREQ(error, "failed to allocate memory for swoop");
 }
 
-// The messages of a reading when only the first 0, 1, 2, ... requests are granted, without repetitions.
-std::vector<std::string> messages_when_memory_is_short(const reading &c, const std::string &bytes) {
+using messages = std::vector<std::string>;
+
+messages messages_when_memory_is_short(const reading &c, const std::string &bytes) {
   write_input("run.csv", bytes);
-  std::vector<std::string> messages;
   error_slot opening = nullptr;
   {
     const allocation_limit limit(0);
     c.read("run.csv", &opening);
   }
-  messages.emplace_back(opening);
+  EXPECT_STREQ(opening, "strdup() failed");
   // From then on protecting the file allocates no memory.
   protect_input("run.csv", &opening);
-  for (std::size_t granted = 0; granted < 100; ++granted) {
+  return messages_of_refusals([&](std::size_t granted) {
     error_slot error = nullptr;
     const std::string printed = printed_by([&] {
       const allocation_limit limit(granted);
       c.read("run.csv", &error);
     });
     EXPECT_EQ(printed.find("(uTVL)"), std::string::npos);  // a container is not tried as text
-    if (error == nullptr) return messages;
-    if (std::find(messages.begin(), messages.end(), error) == messages.end()) messages.emplace_back(error);
-  }
-  return messages;
+    return error;
+  });
 }
-
-using messages = std::vector<std::string>;
 
 TEST(track_files_test, reports_what_memory_was_short_for) {
   const temp_dir dir;
-  const messages text = {"strdup() failed", "malloc() failed", "failed to malloc file.block_ptr", "invalid field names",
+  const messages text = {"malloc() failed", "failed to malloc file.block_ptr", "invalid field names",
                          "failed to realloc gps_points"};
-  const messages container = {"strdup() failed", "malloc() failed"};
+  const messages container = {"malloc() failed"};
   const messages expected[] = {
       text,
       text,
@@ -468,10 +464,10 @@ TEST(track_files_test, reports_what_memory_was_short_for) {
       text,
       text,
       text,
-      {"strdup() failed", "malloc() failed", "failed to allocate memory for gate"},
-      {"strdup() failed", "malloc() failed", "failed to allocate memory for gate", "failed to malloc file.block_ptr",
+      {"malloc() failed", "failed to allocate memory for gate", "strdup() failed"},
+      {"malloc() failed", "failed to allocate memory for gate", "strdup() failed", "failed to malloc file.block_ptr",
        "invalid field names", "failed to realloc gps_points", "failed to realloc pond array"},
-      {"strdup() failed", "malloc() failed", "failed to allocate memory for swoop", "failed to malloc file.block_ptr",
+      {"malloc() failed", "failed to allocate memory for swoop", "strdup() failed", "failed to malloc file.block_ptr",
        "invalid field names", "failed to realloc gps_points"}};
   ASSERT_EQ(std::size(expected), std::size(readings));
   for (std::size_t i = 0; i < std::size(readings); ++i) {

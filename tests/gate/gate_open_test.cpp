@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "support/allocation_limit.h"
 #include "support/container_bytes.h"
 #include "support/gate_of_bytes.h"
 #include "support/hand_made_walk.h"
 #include "support/pond_of.h"
+#include "support/refusals.h"
 
 namespace tarvel {
 namespace {
@@ -209,26 +209,16 @@ TEST(gate_open_test, needs_no_one_to_take_the_log) {
 
 // Each request for memory is refused in turn: there must be a message and no course.
 std::vector<std::string> messages_when_memory_is_short(const std::string &bytes) {
-  std::vector<std::string> messages;
-  for (std::size_t granted = 0;; ++granted) {
-    SCOPED_TRACE(granted);
+  return messages_of_refusals([&](std::size_t granted) {
     owned_text log;
     error_slot error = nullptr;
-    owned_record<gate> course;
     warning_buffer warnings;
-    {
-      const file_handle stream = open_bytes(bytes);
-      const allocation_limit limit(granted);
-      course = gate_open(stream.get(), "walk.csv", warnings, &log, &error);
-    }
-    if (error == nullptr) {
-      EXPECT_NE(course, nullptr);
-      return messages;
-    }
-    EXPECT_EQ(course, nullptr);
-    if (messages.empty() || messages.back() != error) messages.push_back(error);
-    if (granted == 100) return messages;
-  }
+    const file_handle stream = open_bytes(bytes);
+    const allocation_limit limit(granted);
+    const owned_record<gate> course = gate_open(stream.get(), "walk.csv", warnings, &log, &error);
+    EXPECT_EQ(course == nullptr, error != nullptr);
+    return error;
+  });
 }
 
 TEST(gate_open_test, fails_when_memory_is_short) {

@@ -10,14 +10,17 @@
 namespace tarvel {
 namespace {
 
-TEST(text_buffer_test, begins_empty_with_1024_bytes) {
+// The bytes of a new buffer.
+constexpr std::uint32_t room = text_buffer_initial_capacity;
+
+TEST(text_buffer_test, begins_empty) {
   mallopt(M_PERTURB, 0x55);  // fresh memory is often zero, which would make the text empty by chance
   error_slot error = nullptr;
   const text_buffer buffer = text_buffer_create(&error);
   EXPECT_EQ(error, nullptr);
   EXPECT_EQ(buffer.error, &error);
   EXPECT_EQ(buffer.length, 0U);
-  EXPECT_EQ(buffer.capacity, 1024U);
+  EXPECT_EQ(buffer.capacity, room);
   EXPECT_STREQ(buffer.data.get(), "");
   mallopt(M_PERTURB, 0);
 }
@@ -38,7 +41,7 @@ TEST(text_buffer_test, begins_later_when_it_could_not_begin_at_first) {
   }();
   text_buffer_printf(buffer, "words");
   EXPECT_STREQ(buffer.data.get(), "words");
-  EXPECT_EQ(buffer.capacity, 1024U);
+  EXPECT_EQ(buffer.capacity, room);
 }
 
 TEST(text_buffer_test, appends_piece_by_piece) {
@@ -59,20 +62,20 @@ struct growth_case {
   std::uint32_t capacity;
 };
 
-// 1024 bytes hold 1023 characters and the NUL.
+// The last byte is the NUL.
 const growth_case growth_cases[] = {
-    {"one below the room", 0, 1022, 1024},
-    {"exactly the room", 0, 1023, 1024},
-    {"one more", 0, 1024, 2048},
-    {"exactly the room behind a text", 24, 999, 1024},
-    {"one more behind a text", 24, 1000, 2048},
-    {"a full buffer and nothing", 1023, 0, 1024},
-    {"a full buffer and one", 1023, 1, 2048},
-    {"exactly the doubled room", 0, 2047, 2048},
-    {"one more than the doubled room", 0, 2048, 4096},
-    {"several doublings at once", 0, 3000, 4096},
-    {"several doublings behind a text", 1000, 7191, 8192},
-    {"one more than several doublings", 1000, 7192, 16384},
+    {"one below the room", 0, room - 2, room},
+    {"exactly the room", 0, room - 1, room},
+    {"one more", 0, room, 2 * room},
+    {"exactly the room behind a text", 24, room - 25, room},
+    {"one more behind a text", 24, room - 24, 2 * room},
+    {"a full buffer and nothing", room - 1, 0, room},
+    {"a full buffer and one", room - 1, 1, 2 * room},
+    {"exactly the doubled room", 0, 2 * room - 1, 2 * room},
+    {"one more than the doubled room", 0, 2 * room, 4 * room},
+    {"several doublings at once", 0, 3 * room, 4 * room},
+    {"several doublings behind a text", 1000, 8 * room - 1001, 8 * room},
+    {"one more than several doublings", 1000, 8 * room - 1000, 16 * room},
 };
 
 TEST(text_buffer_test, doubles_only_when_the_text_does_not_fit) {
@@ -97,12 +100,12 @@ TEST(text_buffer_test, keeps_its_text_when_it_cannot_grow) {
   text_buffer_printf(buffer, "kept");
   {
     const allocation_limit limit(0);
-    text_buffer_printf(buffer, "%s", std::string(1020, 'x').c_str());
+    text_buffer_printf(buffer, "%s", std::string(room, 'x').c_str());
   }
   EXPECT_STREQ(error, "realloc failed");
   EXPECT_STREQ(buffer.data.get(), "kept");
   EXPECT_EQ(buffer.length, 4U);
-  EXPECT_EQ(buffer.capacity, 1024U);
+  EXPECT_EQ(buffer.capacity, room);
 
   text_buffer_printf(buffer, " and %s", "more");
   EXPECT_STREQ(buffer.data.get(), "kept and more");
