@@ -22,7 +22,7 @@ const clock_case clock_cases[] = {
 };
 
 TEST(clock_time_test, prints_the_clock_of_the_logger) {
-  for (const clock_case &c : clock_cases) EXPECT_STREQ(clock_time_at(c.time).text, c.text);
+  for (const clock_case &c : clock_cases) EXPECT_STREQ(clock_time_at(c.time).text, c.text) << c.time;
 }
 
 }  // namespace

@@ -39,6 +39,7 @@ const number_case thousandths_cases[] = {
 
 TEST(document_text_test, writes_thousandths) {
   for (const number_case &c : thousandths_cases) {
+    SCOPED_TRACE(c.value);
     document_text text;
     append_thousandths(text, c.value);
     EXPECT_EQ(written(text), c.expected);
@@ -62,6 +63,7 @@ const integer_case integer_cases[] = {
 
 TEST(document_text_test, writes_integers_that_every_reader_can_hold) {
   for (const integer_case &c : integer_cases) {
+    SCOPED_TRACE(c.value);
     document_text text;
     append_integer(text, c.value);
     EXPECT_EQ(written(text), c.expected);

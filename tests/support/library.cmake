@@ -19,6 +19,7 @@ add_library(tarvel_test_support STATIC
   tests/support/files.cpp
   tests/support/golden.cpp
   tests/support/hand_made_walk.cpp
+  tests/support/main.cpp
   tests/support/program.cpp
   tests/support/simulator.cpp)
 target_include_directories(tarvel_test_support PUBLIC tests)

@@ -1,3 +1,4 @@
+tarvel_test(support/golden_test USES tarvel_support)
 tarvel_test(support/error_slot_test USES tarvel_support)
 tarvel_test(support/format_text_test USES tarvel_support)
 tarvel_test(support/integer_test USES tarvel_support)
