@@ -19,12 +19,6 @@
 namespace tarvel {
 namespace {
 
-struct settings {
-  int runs = 100;
-  std::uint64_t seed = 1;
-  check_settings check;
-};
-
 // A flight as it was measured, which the damage changes.
 struct measured_run {
   const simulated_flight &flight;
@@ -191,7 +185,7 @@ std::string names_of(const run_verdict &verdict) {
 }
 
 // False when the flight leaves nothing to check.
-bool check_one(int number, random_source &source, const settings &given) {
+bool check_one(int number, random_source &source, const run_settings &given) {
   constexpr double rates[] = {5.0, 10.0, 20.0};
   const auto kind = static_cast<run_kind>(source.uniform() * 4.0);
   const simulated_flight flight = random_flight(source, kind, rates[static_cast<int>(source.uniform() * 3.0)]);
@@ -217,27 +211,13 @@ bool check_one(int number, random_source &source, const settings &given) {
   return true;
 }
 
-settings parse(int argc, char *argv[]) {
-  settings given;
-  for (int i = 1; i + 1 < argc; i += 2) {
-    const std::string option = argv[i];
-    const char *const value = argv[i + 1];
-    if (option == "--runs") given.runs = std::atoi(value);
-    if (option == "--seed") given.seed = std::strtoull(value, nullptr, 10);
-    if (option == "--draws") given.check.draws = static_cast<std::uint32_t>(std::atoi(value));
-  }
-  return given;
-}
-
 }  // namespace
 }  // namespace tarvel
 
 int main(int argc, char *argv[]) {
-  const tarvel::settings given = tarvel::parse(argc, argv);
-  for (int number = 0; number < given.runs; ++number) {
-    tarvel::random_source source(given.seed * 1000000 + static_cast<std::uint64_t>(number) * 16);
-    for (int attempt = 0; attempt < 20 && !tarvel::check_one(number, source, given); ++attempt) {
-    }
-  }
+  using namespace tarvel;
+  run_settings given;
+  for (int i = 1; i + 1 < argc; i += 2) take_setting(given, argv[i], argv[i + 1]);
+  check_runs(given, [&](int number, random_source &source) { return check_one(number, source, given); });
   return 0;
 }

@@ -18,10 +18,7 @@
 namespace tarvel {
 namespace {
 
-struct settings {
-  int runs = 100;
-  std::uint64_t seed = 1;
-  check_settings check;
+struct settings : run_settings {
   noise_kind noise;
 };
 
@@ -91,10 +88,7 @@ settings parse(int argc, char *argv[]) {
     }
     if (i + 1 == argc) std::exit(2);
     const char *const value = argv[++i];
-    if (option == "--runs") given.runs = std::atoi(value);
-    if (option == "--seed") given.seed = std::strtoull(value, nullptr, 10);
-    if (option == "--draws") given.check.draws = static_cast<std::uint32_t>(std::atoi(value));
-    if (option == "--noise") given.noise = noise_of(value);
+    if (!take_setting(given, option, value) && option == "--noise") given.noise = noise_of(value);
   }
   return given;
 }
@@ -103,11 +97,8 @@ settings parse(int argc, char *argv[]) {
 }  // namespace tarvel
 
 int main(int argc, char *argv[]) {
-  const tarvel::settings given = tarvel::parse(argc, argv);
-  for (int number = 0; number < given.runs; ++number) {
-    tarvel::random_source source(given.seed * 1000000 + static_cast<std::uint64_t>(number) * 16);
-    for (int attempt = 0; attempt < 20 && !tarvel::check_one(number, source, given); ++attempt) {
-    }
-  }
+  using namespace tarvel;
+  const settings given = parse(argc, argv);
+  check_runs(given, [&](int number, random_source &source) { return check_one(number, source, given); });
   return 0;
 }

@@ -240,4 +240,17 @@ bool find_truth(const simulated_flight &flight, swoop &truth) {
   return flight.kind != run_kind::carve || is_in_exit_gate(truth);
 }
 
+bool take_setting(run_settings &given, const std::string &option, const char *value) {
+  if (option == "--runs") {
+    given.runs = std::atoi(value);
+  } else if (option == "--seed") {
+    given.seed = std::strtoull(value, nullptr, 10);
+  } else if (option == "--draws") {
+    given.check.draws = static_cast<std::uint32_t>(std::atoi(value));
+  } else {
+    return false;
+  }
+  return true;
+}
+
 }  // namespace tarvel

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "check/random_draws.h"
+#include "check/run_check.h"
 #include "support/simulator.h"
 #include "swoop/swoop.h"
 #include "track/course.h"
@@ -47,5 +49,26 @@ struct simulated_flight {
 
 // The run without noise. False when it leaves nothing to check: the analysis fails, or a carve does not end in its gate.
 [[nodiscard]] bool find_truth(const simulated_flight &flight, swoop &truth);
+
+// What both programs of simulated runs are told.
+struct run_settings {
+  int runs = 100;
+  std::uint64_t seed = 1;
+  check_settings check;
+};
+
+// Takes --runs, --seed or --draws and its value; false for any other option.
+bool take_setting(run_settings &given, const std::string &option, const char *value);
+
+// Calls check_one(number, source) for each run, each with random numbers of its own. False means that a flight left
+// nothing to check: another one is tried, up to 20 times.
+template <typename action>
+void check_runs(const run_settings &given, action check_one) {
+  for (int number = 0; number < given.runs; ++number) {
+    random_source source(given.seed * 1000000 + static_cast<std::uint64_t>(number) * 16);
+    for (int attempt = 0; attempt < 20 && !check_one(number, source); ++attempt) {
+    }
+  }
+}
 
 }  // namespace tarvel

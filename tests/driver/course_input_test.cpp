@@ -9,6 +9,7 @@
 
 #include "driver/file_handle.h"
 #include "geo/angle.h"
+#include "support/course_texts.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
 #include "support/refusals.h"
@@ -16,12 +17,6 @@
 namespace tarvel {
 
 namespace {
-
-const std::string rows =
-    "[1, 0, 0, 0]\n"
-    "[0, 1, 0, 0]\n"
-    "[0, 0, 1, 0]\n"
-    "[0, 0, 0, 1]\n";
 
 // The course file of a name: each has its own theta.
 struct found_course {
@@ -55,7 +50,7 @@ struct chain_case {
 };
 
 const chain_case chain_cases[] = {
-    {"a course", rows + "theta = 9\n", "run.csv", 9.0},
+    {"a course", unit_rows + "theta = 9\n", "run.csv", 9.0},
     {"no course", "", "run.csv", 0.0, "failed to parse index.txt"},
     {"words", "words\n", "run.csv", 0.0, "invalid line in index.txt"},
     {"a prefix of the name", "12-30 - one.txt\n", "12-30-05.csv", 1.0},
@@ -69,8 +64,8 @@ const chain_case chain_cases[] = {
     {"a file that is not there", "* - gone.txt\n", "run.csv", 0.0, "failed to open file: gone.txt"},
     {"a file of no course", "* - empty.txt\n", "run.csv", 0.0, "failed to parse empty.txt"},
     {"a file of words", "* - words.txt\n", "run.csv", 0.0, "invalid line in words.txt"},
-    {"no match and rows of its own", "5 - one.txt\n" + rows + "theta = 9\n", "run.csv", 9.0},
-    {"a match behind rows and a pond of its own", rows + "theta = 9\n(1, 2),\n* - one.txt\n", "run.csv", 1.0},
+    {"no match and rows of its own", "5 - one.txt\n" + unit_rows + "theta = 9\n", "run.csv", 9.0},
+    {"a match behind rows and a pond of its own", unit_rows + "theta = 9\n(1, 2),\n* - one.txt\n", "run.csv", 1.0},
     {"nothing behind a match is read", "* - one.txt\nwords\n", "run.csv", 1.0},
     {"an index behind the index", "* - folder/index.txt\n", "12-30-05.csv", 2.0},
     {"an index behind the index, for another run", "* - folder/index.txt\n", "13.csv", 0.0,
@@ -79,14 +74,14 @@ const chain_case chain_cases[] = {
 
 // one.txt, two.txt and so on have theta 1, 2 and so on, and no pond.
 void write_courses() {
-  write_text("one.txt", rows + "theta = 1\n");
-  write_text("two.txt", rows + "theta = 2\n");
-  write_text("three and more.txt", rows + "theta = 3\n");
+  write_text("one.txt", unit_rows + "theta = 1\n");
+  write_text("two.txt", unit_rows + "theta = 2\n");
+  write_text("three and more.txt", unit_rows + "theta = 3\n");
   write_text("empty.txt", "");
   write_text("words.txt", "words\n");
   std::filesystem::create_directory("folder");
   write_text("folder/index.txt", "12 - two.txt\n");  // opened from the working folder, not from this one
-  write_text("folder/two.txt", rows + "theta = 22\n");
+  write_text("folder/two.txt", unit_rows + "theta = 22\n");
 }
 
 TEST(course_input_test, finds_the_course_where_the_names_lead) {
@@ -105,14 +100,14 @@ TEST(course_input_test, finds_the_course_where_the_names_lead) {
 
 const chain_case no_gate_cases[] = {
     {"nogate", "* - nogate\n", "run.csv", 0.0},
-    {"nogate behind rows, pond and theta", rows + "(1, 2),\ntheta = 5\n* - nogate\n", "run.csv", 0.0},
+    {"nogate behind rows, pond and theta", unit_rows + "(1, 2),\ntheta = 5\n* - nogate\n", "run.csv", 0.0},
     {"nogate behind another index", "* - no.txt\n", "run.csv", 0.0},
 };
 
 TEST(course_input_test, finds_none_for_a_run_without_a_gate) {
   const temp_dir folder;
   write_courses();
-  write_text("no.txt", rows + "* - nogate\n");
+  write_text("no.txt", unit_rows + "* - nogate\n");
   for (const chain_case &c : no_gate_cases) {
     SCOPED_TRACE(c.name);
     write_text("index.txt", c.text);
@@ -130,7 +125,7 @@ void write_chain(int further) {
     write_text(path, "* - " + next + "\n");
     path = next;
   }
-  write_text(path, rows + "theta = 8\n(1, 2),\n");
+  write_text(path, unit_rows + "theta = 8\n(1, 2),\n");
 }
 
 TEST(course_input_test, leads_through_64_further_files) {
@@ -190,7 +185,7 @@ TEST(course_input_test, opens_the_longest_name_that_a_line_holds) {
   const temp_dir folder;
   // "* - " and 95 characters fill a line of 99; the rest is a line of its own.
   const std::string name(95, 'n');
-  write_text(name, rows + "theta = 4\n");
+  write_text(name, unit_rows + "theta = 4\n");
   write_text("index.txt", "* - " + name + "mmm\n");
   EXPECT_EQ(read("index.txt", "run.csv").theta, radians_from_degrees(4.0));
 }
@@ -200,7 +195,7 @@ TEST(course_input_test, names_the_file_that_cannot_be_opened) {
   EXPECT_EQ(read("matrix.txt", "run.csv").message, "failed to open file: matrix.txt");
   EXPECT_EQ(read("missing/gate.txt", "run.csv").message, "failed to open file: missing/gate.txt");
   EXPECT_EQ(read(".", "run.csv").message, "failed to parse .");  // opens, but has no lines
-  write_text("gate.txt", rows);
+  write_text("gate.txt", unit_rows);
   {
     const failing_call disk(c_call::fstat, 0, EIO);
     EXPECT_EQ(read("gate.txt", "run.csv").message, "failed to open file: gate.txt");
@@ -211,7 +206,7 @@ TEST(course_input_test, names_the_file_that_cannot_be_opened) {
 
 TEST(course_input_test, protects_a_course_that_cannot_be_opened) {
   const temp_dir folder;
-  write_text("run.kml", rows);
+  write_text("run.kml", unit_rows);
   write_text("matrix.txt", "* - run.kml\n");
   {
     const failing_call disk(c_call::fdopen, 1, EMFILE);
@@ -220,7 +215,7 @@ TEST(course_input_test, protects_a_course_that_cannot_be_opened) {
   error_slot error = nullptr;
   EXPECT_NE(open_output("run.kml", &error), nullptr);
   EXPECT_STREQ(error, nullptr);
-  EXPECT_EQ(read_text("run.kml.orig"), rows);
+  EXPECT_EQ(read_text("run.kml.orig"), unit_rows);
 }
 
 struct file_case {
@@ -240,10 +235,10 @@ const file_case file_cases[] = {
 
 TEST(course_input_test, tells_the_file_that_the_course_is_in) {
   const temp_dir folder;
-  write_text("matrix.txt", "11 - south.txt\n12 - \"second.txt\"\n14 - nogate\n15 - east.txt\n" + rows);
+  write_text("matrix.txt", "11 - south.txt\n12 - \"second.txt\"\n14 - nogate\n15 - east.txt\n" + unit_rows);
   write_text("second.txt", "* - rows.txt\n");
-  write_text("south.txt", rows);
-  write_text("rows.txt", rows);
+  write_text("south.txt", unit_rows);
+  write_text("rows.txt", unit_rows);
   for (const file_case &c : file_cases) {
     SCOPED_TRACE(c.name);
     std::optional<course> found;
@@ -285,7 +280,7 @@ TEST(course_input_test, every_refused_request_leaves_no_course) {
   write_text("matrix.txt", "* - gate.txt\n");
   std::string pond;
   for (int i = 1; i <= 600; ++i) pond += "(" + std::to_string(i) + ", 1.0),\n";
-  write_text("gate.txt", pond + rows);
+  write_text("gate.txt", pond + unit_rows);
   const auto attempt = [](std::size_t granted) {
     std::optional<course> result(std::in_place);
     error_slot error = nullptr;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "driver/file_handle.h"
+#include "support/course_texts.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
 #include "support/pond_of.h"
@@ -21,27 +22,10 @@ namespace tarvel {
 
 namespace {
 
-const mat4 matrix = {{{0.7569898924, -0.1981460626, -0.6226591704, -19949.3014},
-                      {0.0679110045, 0.9716106257, -0.2266294036, -7260.9513},
-                      {0.64988799, 0.129270759, 0.748955721, -6366570.4342},
-                      {0.0, 0.0, 0.0, 1.0}}};
-
-// Width 12 with nine decimals, three in the last column: "0.756989892" is 11 characters long.
-const std::string matrix_text =
-    "// This transformation matrix converts from ECEF coordinates to local\n"
-    "// coordinates.  The local reference frame places the origin at the center\n"
-    "// of the entry gate with the z-axis pointing up and the x-axis pointing\n"
-    "// along the swoop course.\n"
-    "\n"
-    "[ 0.756989892, -0.198146063, -0.622659170,   -19949.301]\n"
-    "[ 0.067911004,  0.971610626, -0.226629404,    -7260.951]\n"
-    "[ 0.649887990,  0.129270759,  0.748955721, -6366570.434]\n"
-    "[ 0.000000000,  0.000000000,  0.000000000,        1.000]\n";
-
 // With a pond unless it has no points.
 course course_of(std::size_t points) {
   course surveyed;
-  surveyed.matrix = matrix;
+  surveyed.matrix = surveyed_matrix;
   std::vector<vec3> pond;
   for (std::size_t i = 0; i < points; ++i) pond.push_back({-1234.5, 1234.5 + static_cast<double>(i), 0.0});
   if (points != 0) surveyed.pond = pond_of(pond);
@@ -53,8 +37,8 @@ TEST(course_output_test, writes_the_course_and_its_copy) {
   error_slot error = "left over";
   write_course_file("gate.txt", course_of(0), &error);
   EXPECT_STREQ(error, nullptr);
-  EXPECT_EQ(read_text("gate.txt"), matrix_text);
-  EXPECT_EQ(read_text("matrix.txt"), matrix_text);
+  EXPECT_EQ(read_text("gate.txt"), surveyed_matrix_text);
+  EXPECT_EQ(read_text("matrix.txt"), surveyed_matrix_text);
 }
 
 TEST(course_output_test, a_gate_track_named_matrix_keeps_its_course) {
@@ -64,7 +48,7 @@ TEST(course_output_test, a_gate_track_named_matrix_keeps_its_course) {
     SCOPED_TRACE(path);
     write_course_file(path, course_of(0), &error);
     EXPECT_STREQ(error, nullptr);
-    EXPECT_EQ(read_text("matrix.txt"), matrix_text);
+    EXPECT_EQ(read_text("matrix.txt"), surveyed_matrix_text);
   }
 }
 
@@ -80,8 +64,8 @@ TEST(course_output_test, linked_names_of_one_file_keep_the_course) {
     error_slot error = nullptr;
     write_course_file("gate.txt", course_of(0), &error);
     EXPECT_STREQ(error, nullptr);
-    EXPECT_EQ(read_text("gate.txt"), matrix_text);
-    EXPECT_EQ(read_text("matrix.txt"), matrix_text);
+    EXPECT_EQ(read_text("gate.txt"), surveyed_matrix_text);
+    EXPECT_EQ(read_text("matrix.txt"), surveyed_matrix_text);
   }
 }
 
@@ -93,7 +77,7 @@ TEST(course_output_test, a_course_that_was_read_is_set_aside_before_a_new_one_is
   write_course_file("gate.txt", course_of(0), &error);
   EXPECT_STREQ(error, nullptr);
   EXPECT_EQ(read_text("matrix.txt.orig"), "an index");
-  EXPECT_EQ(read_text("matrix.txt"), matrix_text);
+  EXPECT_EQ(read_text("matrix.txt"), surveyed_matrix_text);
 }
 
 TEST(course_output_test, copies_nothing_when_the_course_file_cannot_be_opened) {
@@ -120,7 +104,7 @@ TEST(course_output_test, reports_a_failed_copy) {
   error_slot error = nullptr;
   write_course_file("gate.txt", course_of(0), &error);
   EXPECT_STREQ(error, "could not open matrix.txt for writing");
-  EXPECT_EQ(read_text("gate.txt"), matrix_text);
+  EXPECT_EQ(read_text("gate.txt"), surveyed_matrix_text);
   std::filesystem::remove("matrix.txt");
   std::filesystem::create_symlink("/dev/full", "matrix.txt");
   write_course_file("gate.txt", course_of(0), &error);

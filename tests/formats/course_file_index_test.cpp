@@ -4,17 +4,12 @@
 
 #include "formats/course_file.h"
 #include "geo/angle.h"
+#include "support/course_texts.h"
 #include "support/files.h"
 
 namespace tarvel {
 
 namespace {
-
-const std::string rows =
-    "[1, 0, 0, 0]\n"
-    "[0, 1, 0, 0]\n"
-    "[0, 0, 1, 0]\n"
-    "[0, 0, 0, 1]\n";
 
 constexpr double theta_of_before = 77.0;
 
@@ -74,13 +69,13 @@ const index_case index_cases[] = {
     {"no dash", "* one.txt\n", "run.csv", nullptr, "failed to parse index.txt"},
     {"a dash at the name", "*- one.txt\n", "run.csv", nullptr, "failed to parse index.txt"},
     {"no target", "* - \n", "run.csv", nullptr, "failed to parse index.txt"},
-    {"no target for another run", "5 - \n" + rows, "run.csv", nullptr, "failed to parse index.txt"},
+    {"no target for another run", "5 - \n" + unit_rows, "run.csv", nullptr, "failed to parse index.txt"},
     {"a star alone", "*\n", "run.csv", nullptr, "failed to parse index.txt"},
     {"a file that is not there", "* - gone.txt\n", "run.csv", "gone.txt"},
-    {"a match behind rows of its own", rows + "theta = 9\n(1, 2),\n* - one.txt\n", "run.csv", "one.txt"},
+    {"a match behind rows of its own", unit_rows + "theta = 9\n(1, 2),\n* - one.txt\n", "run.csv", "one.txt"},
     {"nothing behind a match is read", "* - one.txt\nwords\n", "run.csv", "one.txt"},
     {"a fault before a match", "words\n* - one.txt\n", "run.csv", nullptr, "invalid line in index.txt"},
-    {"a fifth row before a match", rows + "[1, 2, 3, 4]\n* - one.txt\n", "run.csv", nullptr,
+    {"a fifth row before a match", unit_rows + "[1, 2, 3, 4]\n* - one.txt\n", "run.csv", nullptr,
      "failed to parse index.txt"},
 };
 
@@ -100,7 +95,7 @@ TEST(course_file_index_test, leads_to_the_file_of_the_first_matching_entry) {
 }
 
 TEST(course_file_index_test, is_a_course_itself_for_a_run_that_no_entry_matches) {
-  const index_answer found = read("5 - one.txt\n" + rows + "theta = 9\n", "run.csv");
+  const index_answer found = read("5 - one.txt\n" + unit_rows + "theta = 9\n", "run.csv");
   EXPECT_EQ(found.message, "");
   EXPECT_EQ(found.answer, course_answer::here);
   EXPECT_EQ(found.theta, radians_from_degrees(9.0));
@@ -109,7 +104,7 @@ TEST(course_file_index_test, is_a_course_itself_for_a_run_that_no_entry_matches)
 const index_case no_gate_cases[] = {
     {"nogate", "* - nogate\n", "run.csv", nullptr},
     {"nogate with a carriage return", "* - nogate\r\n", "run.csv", nullptr},
-    {"nogate behind rows, pond and theta", rows + "(1, 2),\ntheta = 5\n* - nogate\n", "run.csv", nullptr},
+    {"nogate behind rows, pond and theta", unit_rows + "(1, 2),\ntheta = 5\n* - nogate\n", "run.csv", nullptr},
     {"nogate for this run alone", "12 - nogate\n* - one.txt\n", "12-30.csv", nullptr},
 };
 

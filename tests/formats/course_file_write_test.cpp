@@ -8,6 +8,7 @@
 
 #include "formats/course_file.h"
 #include "geo/angle.h"
+#include "support/course_texts.h"
 #include "support/files.h"
 #include "support/pond_of.h"
 
@@ -16,23 +17,6 @@ namespace tarvel {
 namespace {
 
 constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
-
-const mat4 matrix = {{{0.7569898924, -0.1981460626, -0.6226591704, -19949.3014},
-                      {0.0679110045, 0.9716106257, -0.2266294036, -7260.9513},
-                      {0.64988799, 0.129270759, 0.748955721, -6366570.4342},
-                      {0.0, 0.0, 0.0, 1.0}}};
-
-// Width 12 with nine decimals, three in the last column: "0.756989892" is 11 characters long.
-const std::string matrix_text =
-    "// This transformation matrix converts from ECEF coordinates to local\n"
-    "// coordinates.  The local reference frame places the origin at the center\n"
-    "// of the entry gate with the z-axis pointing up and the x-axis pointing\n"
-    "// along the swoop course.\n"
-    "\n"
-    "[ 0.756989892, -0.198146063, -0.622659170,   -19949.301]\n"
-    "[ 0.067911004,  0.971610626, -0.226629404,    -7260.951]\n"
-    "[ 0.649887990,  0.129270759,  0.748955721, -6366570.434]\n"
-    "[ 0.000000000,  0.000000000,  0.000000000,        1.000]\n";
 
 const std::string theta_comment =
     "\n"
@@ -49,13 +33,13 @@ const std::string pond_comment =
 // Without a pond where the points are null.
 std::string written(double theta_degrees, const std::vector<vec3> *points) {
   course surveyed;
-  surveyed.matrix = matrix;
+  surveyed.matrix = surveyed_matrix;
   surveyed.theta = radians_from_degrees(theta_degrees);
   if (points != nullptr) surveyed.pond = pond_of(*points);
   return bytes_written_by([&](std::FILE *stream) { write_course(stream, surveyed); });
 }
 
-TEST(course_file_write_test, writes_the_matrix_alone) { EXPECT_EQ(written(0.0, nullptr), matrix_text); }
+TEST(course_file_write_test, writes_the_matrix_alone) { EXPECT_EQ(written(0.0, nullptr), surveyed_matrix_text); }
 
 struct theta_case {
   const char *name;
@@ -75,7 +59,8 @@ const theta_case theta_cases[] = {
 TEST(course_file_write_test, writes_theta_unless_it_is_zero) {
   for (const theta_case &c : theta_cases) {
     SCOPED_TRACE(c.name);
-    EXPECT_EQ(written(c.theta, nullptr), c.line == nullptr ? matrix_text : matrix_text + theta_comment + c.line);
+    EXPECT_EQ(written(c.theta, nullptr),
+              c.line == nullptr ? surveyed_matrix_text : surveyed_matrix_text + theta_comment + c.line);
   }
 }
 
@@ -106,7 +91,7 @@ const pond_case pond_cases[] = {
 TEST(course_file_write_test, writes_four_pond_points_a_line) {
   for (const pond_case &c : pond_cases) {
     SCOPED_TRACE(c.name);
-    EXPECT_EQ(written(0.0, &c.points), matrix_text + pond_comment + c.lines);
+    EXPECT_EQ(written(0.0, &c.points), surveyed_matrix_text + pond_comment + c.lines);
   }
 }
 
@@ -116,29 +101,29 @@ TEST(course_file_write_test, ends_the_pond_before_a_point_of_zeros) {
     std::vector<vec3> pond = c.points;
     pond.push_back({-0.0, 0.0, -0.0});
     pond.push_back({99.0, 99.0, 99.0});
-    EXPECT_EQ(written(0.0, &pond), matrix_text + pond_comment + c.lines);
+    EXPECT_EQ(written(0.0, &pond), surveyed_matrix_text + pond_comment + c.lines);
   }
 }
 
 TEST(course_file_write_test, an_empty_pond_has_its_heading_and_an_absent_one_has_not) {
   const std::vector<vec3> none;
-  EXPECT_EQ(written(0.0, &none), matrix_text + pond_comment);
-  EXPECT_EQ(written(0.0, nullptr), matrix_text);
+  EXPECT_EQ(written(0.0, &none), surveyed_matrix_text + pond_comment);
+  EXPECT_EQ(written(0.0, nullptr), surveyed_matrix_text);
 }
 
 TEST(course_file_write_test, writes_theta_before_the_pond) {
   const std::vector<vec3> pond = {{1.0, 2.0, 3.0}};
   EXPECT_EQ(written(90.0, &pond),
-            matrix_text + theta_comment + "theta =  90.00000000\n" + pond_comment + "(   1.0,    2.0),\n");
+            surveyed_matrix_text + theta_comment + "theta =  90.00000000\n" + pond_comment + "(   1.0,    2.0),\n");
 }
 
 // In the record it is in radians.
 TEST(course_file_write_test, writes_theta_in_degrees) {
   course surveyed;
-  surveyed.matrix = matrix;
+  surveyed.matrix = surveyed_matrix;
   surveyed.theta = -0.0872;  // -4.99619197354...: 30 digits, mpmath
   EXPECT_EQ(bytes_written_by([&](std::FILE *stream) { write_course(stream, surveyed); }),
-            matrix_text + theta_comment + "theta =  -4.99619197\n");
+            surveyed_matrix_text + theta_comment + "theta =  -4.99619197\n");
 }
 
 }  // namespace

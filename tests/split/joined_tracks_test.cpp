@@ -8,40 +8,17 @@
 #include "geo/mat4.h"
 #include "split/recordings.h"
 #include "split/stretches.h"
+#include "support/hand_made_run.h"
+#include "support/named_runs.h"
 #include "swoop/analysis.h"
 #include "swoop/report.h"
 
 namespace tarvel {
 namespace {
 
-struct named_run {
-  const char *name;
-  void (*change)(simulated_run &run);
-};
-
-const named_run runs[] = {
-    {"plain", [](simulated_run &) {}},
-    {"small", [](simulated_run &r) { r = small_run(); }},
-    {"carve", [](simulated_run &r) { r.carve_rate = 1.0714; }},
-    {"reversed", [](simulated_run &r) { r.reversed = true; }},
-    {"left_turn", [](simulated_run &r) { r.turn_degrees = -630.0; }},
-    {"without_exit", [](simulated_run &r) { r.plane_seconds = r.freefall_seconds = 0.0; }},
-    {"long_freefall", [](simulated_run &r) { r.exit_height = 4000.0, r.freefall_seconds = 40.0; }},
-    {"noisy", [](simulated_run &r) { r.speed_noise = 3.0; }},
-    {"slow_logger", [](simulated_run &r) { r.rate = 1.0; }},
-    {"fast_logger", [](simulated_run &r) { r.rate = 25.0; }},
-    {"southern", [](simulated_run &r) { r.gate_latitude = -33.9, r.gate_longitude = -179.9999; }},
-    {"equator", [](simulated_run &r) { r.gate_latitude = r.gate_longitude = 0.0; }},
-    {"polar", [](simulated_run &r) { r.gate_latitude = 89.99, r.course_bearing = 0.0; }},
-    {"never_stops", [](simulated_run &r) { r.standing_seconds = 0.0, r.swoop_seconds = 5.0; }},
-};
-
 // The report of an analysis without a course, or the message.
 std::string report_of(std::span<const gps_point> samples) {
-  swoop run;
-  if (!try_resize(run.track, samples.size())) throw std::runtime_error("no memory for a run");
-  std::copy(samples.begin(), samples.end(), run.track.get());
-  run.track_len = static_cast<std::uint32_t>(samples.size());
+  swoop run = run_of({samples.begin(), samples.end()});
   error_slot error = nullptr;
   analyze_swoop(run, gate_type_implicit, mat4(), 0.0, &error);
   if (error != nullptr) return error;
@@ -88,12 +65,16 @@ struct simulated_recording {
   std::string report;
 };
 
+// Without a course such a run is the mirror image of another, the same, or the same with fewer samples.
+bool is_like_another(std::string_view name) {
+  return name == "carve_right" || name == "beside_the_gate" || name == "tagged";
+}
+
 std::vector<simulated_recording> simulated_recordings() {
   std::vector<simulated_recording> all;
-  for (const named_run &given : runs) {
-    simulated_run run;
-    given.change(run);
-    recording track = recording_of(run);
+  for (const named_run &given : named_runs) {
+    if (is_like_another(given.name)) continue;
+    recording track = recording_of(run_named(given));
     const std::string report = report_of(track);
     all.push_back({given.name, std::move(track), report});
   }
