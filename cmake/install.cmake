@@ -42,7 +42,8 @@ install(FILES completions/_tarvel DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendo
 install(DIRECTORY completions/ DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d FILES_MATCHING PATTERN *.fish)
 
 # The manual's links stay within docs/; the architecture is for those who have the source.
-install(DIRECTORY docs/ TYPE DOC PATTERN man EXCLUDE PATTERN schema EXCLUDE PATTERN architecture.md EXCLUDE)
+install(DIRECTORY docs/ TYPE DOC PATTERN man EXCLUDE PATTERN schema EXCLUDE PATTERN architecture.md EXCLUDE
+  PATTERN layers.svg EXCLUDE)
 # For programs, which find it where they find data.
 install(DIRECTORY docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel)
 install(DIRECTORY examples TYPE DOC)
