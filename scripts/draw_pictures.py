@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """scripts/draw_pictures.py PROGRAM OUT: draws OUT/course.svg and OUT/run-phases.svg, pictures of the manual.
 
-They show what the program (a built tarvel) says of two of the examples, the walk and the carve.
+They show the output of PROGRAM, a built tarvel, for two of the examples, the walk and the carve.
 """
 import math
 import re
@@ -26,10 +26,10 @@ BLUE = "#1f5fa8"
 ORANGE = "#b45309"
 
 
-# ---------------------------------------------------------------------------------------------------- what was written
+# ------------------------------------------------------------------------------------------------- the program's output
 
 def run_program(program, folder):
-    """Leaves in the folder: the course file walk.txt; the coordinates walk.coord and carve.coord; carve.report."""
+    """Writes to the folder: the course file walk.txt, the coordinates walk.coord and carve.coord, and carve.report."""
     for name in ("walk.csv", "carve.csv"):
         (folder / name).write_bytes((EXAMPLES / name).read_bytes())
 
@@ -37,7 +37,7 @@ def run_program(program, folder):
         return subprocess.run([program, *arguments], cwd=folder, stdout=subprocess.PIPE, text=True, check=False).stdout
 
     tarvel("-p", "-g", "walk.csv")
-    # The walk taken for a run: its coordinates are written before it is found to be no descent.
+    # The walk is analysed as a run. That fails, since it has no descent, but only after the coordinates are written.
     tarvel("-d", "walk.csv")
     (folder / "coord.txt").rename(folder / "walk.coord")
     (folder / "carve.report").write_text(tarvel("-d", "carve.csv"))
@@ -77,7 +77,7 @@ def first_accurate_row(path):
 
 
 def find_standstills(samples):
-    """The mean x, y (m) and the last index of each stretch of more than eight seconds of hardly any motion."""
+    """The mean x, y (m) and the last index of each stretch of more than 8 s that is slower than 1.2 mph."""
     stretches = [[]]
     for i, sample in enumerate(samples):
         if sample.level_speed() < 1.2:

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""scripts/page_pictures.py FOLDER OUT [TARVEL_HTML]: pictures of the pages carve.html and compared.html of a folder, as
-OUT/page.png and OUT/page-compared.png, and of tarvel.html with the folder's tracks, as OUT/browser.png. Needs Debian's chromium and python3-selenium."""
+"""scripts/page_pictures.py FOLDER OUT [TARVEL_HTML]: takes a picture of FOLDER/carve.html, OUT/page.png; one of
+FOLDER/compared.html, OUT/page-compared.png; and one of tarvel.html with the tracks of FOLDER, OUT/browser.png. Needs
+Debian's chromium and python3-selenium."""
 import base64
 import sys
 from pathlib import Path
@@ -13,7 +14,7 @@ WIDTH = 1280
 
 def draw(driver, page, out):
     driver.get(page.as_uri())
-    driver.execute_async_script("const done = arguments[0]; setTimeout(done, 1000)")  # till all is drawn
+    driver.execute_async_script("const done = arguments[0]; setTimeout(done, 1000)")  # until the page is drawn
     height = driver.execute_script("return document.querySelector('details.more').getBoundingClientRect().top + scrollY")
     picture = driver.execute_cdp_cmd("Page.captureScreenshot", {
         "captureBeyondViewport": True, "clip": {"x": 0, "y": 0, "width": WIDTH, "height": height, "scale": 1}})
