@@ -1,4 +1,4 @@
-# 64-bit ARM by Debian's cross compiler, linked statically, so that qemu runs it without a system of that kind.
+# 64-bit ARM with Debian's cross compiler. Linked statically, so that qemu-user needs no libraries of that machine.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)

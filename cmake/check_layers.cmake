@@ -1,5 +1,8 @@
-# cmake -D LAYERS="tarvel_FOLDER:tarvel_FOLDER|...,..." -D SOURCE=src -P check_layers.cmake: a folder is a layer is a target.
-# Fails when a file of one includes what lies neither in its own folder nor in one that its target uses, at any remove.
+# cmake -D LAYERS="tarvel_FOLDER:tarvel_FOLDER|...,..." -D SOURCE=src -P check_layers.cmake
+#
+# LAYERS has the link line of each target, which is also a layer and a folder of src/. Fails when a file includes a
+# header that is neither in its own folder nor in the folder of a target that its target links, directly or through
+# others.
 cmake_policy(VERSION 3.25)
 string(REPLACE "tarvel_" "" LAYERS "${LAYERS}")
 string(REPLACE "," ";" LAYERS "${LAYERS}")
@@ -7,7 +10,7 @@ foreach(layer ${LAYERS})
   string(REGEX MATCH "^([a-z]+):(.*)$" matched ${layer})
   set(folder ${CMAKE_MATCH_1})
   string(REPLACE "|" ";" used "${CMAKE_MATCH_2}")
-  # Each target is declared behind those that it uses, which therefore know theirs.
+  # A target is declared after those that it uses: their lists are complete.
   set(below_${folder} ${folder})
   foreach(other ${used})
     list(APPEND below_${folder} ${below_${other}})

@@ -1,17 +1,17 @@
-# One target per component and per test, so that the link lines show who may use whom.
+# One target per component and per test: the link lines say which component may use which.
 
-# Flags that every target of the project is built with.
+# The flags of every target of the project.
 add_library(tarvel_build_options INTERFACE)
 target_include_directories(tarvel_build_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_features(tarvel_build_options INTERFACE cxx_std_20)
 target_compile_options(tarvel_build_options INTERFACE
-  # A fused multiply-add rounds once instead of twice: the digits of a report would depend on the machine.
+  # A fused multiply-add rounds once instead of twice: a report would have other digits on machines that have one.
   -ffp-contract=off
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wdouble-promotion
   $<$<BOOL:${TARVEL_WARNINGS_ARE_ERRORS}>:-Werror>)
 
-# tarvel_component(tarvel_FOLDER SOURCES file... [USES target...]): a static library unless BUILD_SHARED_LIBS says
-# otherwise. Its layer, the folder and those below it, is kept for check_layers.cmake.
+# tarvel_component(tarvel_FOLDER SOURCES file... [USES target...]): a static library, or a shared one with
+# BUILD_SHARED_LIBS. Its link line is recorded for check_layers.cmake.
 function(tarvel_component name)
   cmake_parse_arguments(PARSE_ARGV 1 component "" "" "SOURCES;USES")
   add_library(${name} ${component_SOURCES})
@@ -25,9 +25,9 @@ function(tarvel_component name)
   set_property(GLOBAL APPEND_STRING PROPERTY TARVEL_LAYERS "${name}:${layer},")
 endfunction()
 
-# tarvel_program(NAME SOURCE USES target...): SOURCE holds main. The flags are for all programs: link-time optimisation on as
-# many cores as there are, since g++ warns when nobody has said how many; and no library loaded that the program does not
-# call, so that one that draws nothing starts without the drawing libraries.
+# tarvel_program(NAME SOURCE USES target...): SOURCE has main. Link-time optimisation uses all cores; without a number
+# g++ warns. --as-needed leaves out libraries that the program does not call: one that draws nothing does not load the
+# drawing libraries.
 function(tarvel_program name source)
   cmake_parse_arguments(PARSE_ARGV 2 program "" "" "USES")
   add_executable(${name} ${source})
@@ -37,20 +37,20 @@ function(tarvel_program name source)
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_INTERPROCEDURAL_OPTIMIZATION}>>:-flto=auto>)
 endfunction()
 
-# What libraries keep until the process ends is no leak of the project's. A request for more memory than there is fails
-# under the sanitizer as it does without.
+# Memory that third-party libraries keep until the process ends is not reported as a leak. With the sanitizer, too, an
+# allocation that is too large returns null.
 set(tarvel_sanitizer_options
   "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/known_leaks.txt:print_suppressions=0"
   "ASAN_OPTIONS=allocator_may_return_null=1")
 
-# tarvel_is_test_code(TARGET): a test spends its time in what it tests. Its own code is compiled far more often than it is
-# worth optimising. One precompiled header serves all only if all have -pthread, which pango asks of some.
+# tarvel_is_test_code(TARGET): without optimisation, since test code is compiled often and takes little of a test's
+# time. With -pthread, which pango requires for some tests: the tests share one precompiled header and need equal flags.
 function(tarvel_is_test_code target)
   target_compile_options(${target} PRIVATE -O0 -pthread)
 endfunction()
 
-# tarvel_test(FOLDER/NAME USES target...): builds tests/FOLDER/NAME.cpp and registers it. A test links its component
-# alone, so that a call that points the wrong way fails to link.
+# tarvel_test(FOLDER/NAME USES target...): builds tests/FOLDER/NAME.cpp and registers it. A test links only the
+# component that it tests: when that calls a component above it, the test does not link.
 function(tarvel_test path)
   cmake_parse_arguments(PARSE_ARGV 1 test "" "" "USES")
   get_filename_component(name ${path} NAME)

@@ -1,5 +1,5 @@
-# What `cmake --install` and the packages put where. Debian's habits: compressed pages, completions where the shells look
-# for them, the manual and the examples under the documentation.
+# What `cmake --install` and the packages install, and where, as Debian does: man pages are compressed, completions are
+# in the folders that the shells read, the manual and the examples are in the folder for documentation.
 include(GNUInstallDirs)
 
 install(TARGETS tarvel tarvel-check tarvel-json tarvel-split RUNTIME)
@@ -10,10 +10,10 @@ if(TARGET tarvel_browser)
   install(FILES ${tarvel_browser_page} DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel)
 endif()
 
-# gzip without a name and a time in it, so that a package made twice is the same.
+# gzip -n stores neither name nor time: a package that is made twice has the same bytes.
 find_program(TARVEL_GZIP gzip REQUIRED)
 
-# tarvel_install_compressed(FILE NAME DESTINATION): as NAME.gz.
+# tarvel_install_compressed(FILE NAME DESTINATION): installs FILE as NAME.gz.
 function(tarvel_install_compressed file name destination)
   set(compressed ${PROJECT_BINARY_DIR}/compressed/${name}.gz)
   add_custom_command(OUTPUT ${compressed}
@@ -41,10 +41,10 @@ install(DIRECTORY ${PROJECT_BINARY_DIR}/bash-completion/ DESTINATION ${CMAKE_INS
 install(FILES completions/_tarvel DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
 install(DIRECTORY completions/ DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d FILES_MATCHING PATTERN *.fish)
 
-# The manual's links stay within docs/; the architecture is for those who have the source.
+# The manual links to nothing outside docs/. The architecture is of use with the source only.
 install(DIRECTORY docs/ TYPE DOC PATTERN man EXCLUDE PATTERN schema EXCLUDE PATTERN architecture.md EXCLUDE
   PATTERN layers.svg EXCLUDE)
-# For programs, which find it where they find data.
+# For programs that validate documents.
 install(DIRECTORY docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel)
 install(DIRECTORY examples TYPE DOC)
 install(FILES packaging/copyright TYPE DOC)
@@ -63,7 +63,8 @@ tarvel-check says how far each figure of a run can be trusted.
 tarvel-json writes what was found in a run as JSON, for other programs.
 tarvel-page shows runs in one HTML file. share/tarvel/tarvel.html is all of
 Tarvel in a browser, on any system and without a network.
-tarvel-split cuts the track of a day into its jumps.")
+tarvel-split lists the jumps in the track of a day and writes each as a
+track of its own.")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -73,14 +74,14 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The charts ask for "arial", for which these have the widths.
+# The charts ask for "arial"; these fonts have the same widths.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-liberation")
-# tarvel-page and tarvel-meet are Python programs. The latter has parallel share out the work, and rsync carry it to other
-# machines.
+# tarvel-page and tarvel-meet are Python programs. tarvel-meet runs tarvel through GNU parallel, on other machines with
+# rsync as well.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "parallel, python3")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "rsync")
 
-# Debian asks for a changelog of the package, with a date as in a letter.
+# Debian requires a changelog of the package, with its date in the format of RFC 5322.
 set(TARVEL_DEBIAN_REVISION ${CPACK_DEBIAN_PACKAGE_RELEASE})
 execute_process(COMMAND env LC_ALL=C date --utc --rfc-email --date=${TARVEL_DATE}
   OUTPUT_VARIABLE TARVEL_DEBIAN_DATE OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)

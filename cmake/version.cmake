@@ -1,4 +1,4 @@
-# The version and its date are kept in src/support/version.h alone.
+# Reads the version and its date from src/support/version.h, the only place that has them.
 set(version_header ${CMAKE_CURRENT_SOURCE_DIR}/src/support/version.h)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${version_header})
 file(STRINGS ${version_header} version_line REGEX "version = ")

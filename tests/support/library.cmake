@@ -2,14 +2,14 @@
 find_package(GTest REQUIRED)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
-# Stands between what is linked with it and the allocator, so that tests can refuse memory.
+# Wraps the allocator for everything that is linked with it, so that tests can make allocations fail.
 add_library(tarvel_allocation_limit tests/support/allocation_limit.cpp)
 target_include_directories(tarvel_allocation_limit PUBLIC tests)
 target_link_libraries(tarvel_allocation_limit PRIVATE tarvel_build_options)
 target_link_options(tarvel_allocation_limit PUBLIC
   -Wl,--wrap=malloc,--wrap=realloc,--wrap=calloc,--wrap=mmap,--undefined=__wrap_realloc)
 if(BUILD_SHARED_LIBS)
-  # A shared library takes its own calls of the allocator with it.
+  # --wrap works within one shared library: each that allocates must be linked with the wrapper.
   target_link_libraries(tarvel_support PRIVATE tarvel_allocation_limit)
   target_link_libraries(tarvel_drawing PRIVATE tarvel_allocation_limit)
 endif()
@@ -28,13 +28,13 @@ target_link_libraries(tarvel_test_support
 tarvel_is_test_code(tarvel_test_support)
 target_precompile_headers(tarvel_test_support PRIVATE <gtest/gtest.h>)
 
-# Stands before functions of the C library, in the tests that USE it.
+# Wraps functions of the C library in the tests that USE it, so that tests can make their calls fail.
 add_library(tarvel_failing_calls OBJECT tests/support/failing_calls.cpp)
 target_include_directories(tarvel_failing_calls PRIVATE tests)
 target_link_libraries(tarvel_failing_calls PRIVATE tarvel_build_options)
 tarvel_is_test_code(tarvel_failing_calls)
 
-# A geodesy library of its own standing, to compare with.
+# An independent geodesy library, to compare with.
 find_path(TARVEL_GEOGRAPHICLIB_FOLDER GeographicLib/Geocentric.hpp REQUIRED)
 find_library(TARVEL_GEOGRAPHICLIB NAMES GeographicLib Geographic REQUIRED)
 add_library(tarvel_geographiclib INTERFACE)
