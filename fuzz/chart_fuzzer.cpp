@@ -1,7 +1,7 @@
-// A chart of arbitrary numbers. The first byte holds the hints: reversed axes, equal scale, the legend's corner, fixed
-// steps, markers with a radius of their own; then come points of 17 bytes, the first of which starts a new series of a
-// style or goes on with the last. With that radius the numbers behind the first byte of a series are the radius and
-// nothing instead of a point. Every chart is drawn, in bounded time and with a bounded number of texts.
+// A chart of arbitrary numbers. The first byte has the options: reversed axes, equal scale, the legend's corner, fixed
+// steps, markers with a radius. Then come points of 17 bytes: one byte that starts a new series of some style or
+// continues the last one, then x and y. When markers have a radius, the first x of each series is that radius, and the
+// y is not used. Every chart must be drawn in bounded time and with a bounded number of axis labels.
 #include <cairo-pdf.h>
 
 #include <cmath>

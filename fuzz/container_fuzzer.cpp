@@ -1,4 +1,4 @@
-// The .tvl reader, for a swoop and for a gate: memory never exceeds what the bytes can hold.
+// The .tvl reader, for a run and for a course. It never stores more samples or points than the input has bytes for.
 #include "container/tvl_file.h"
 #include "fuzz_input.h"
 
@@ -12,7 +12,7 @@ void read_as_swoop(const std::uint8_t *data, std::size_t size) {
   error_slot error = nullptr;
   const outcome result = read_swoop_stream(stream.get(), track, &error);
   require_answer(result, error);
-  // A container may hold no samples; its sections may overlap, but not its samples one another.
+  // A container may have no samples. Its sections may overlap, its samples may not.
   require(error == nullptr || (track.points == nullptr && track.count == 0));
   require(track.count <= size / 70);
 }

@@ -1,4 +1,4 @@
-// The course file and its indices. The input is two such files, the second behind a line of four equals signs.
+// The course file and the index. The input is one file, or two that are separated by a line of four equals signs.
 #include <algorithm>
 #include <cstring>
 #include <string_view>
@@ -24,7 +24,7 @@ void read(const std::uint8_t *data, std::size_t size) {
     require(result.theta == 77.0 && !result.pond && result.matrix == mat4());
     return;
   }
-  // No point takes fewer than four bytes.
+  // A point has at least four characters.
   require(!result.pond || result.pond->count <= size / 4);
   const file_handle nowhere(std::fopen("/dev/null", "wb"));
   write_course(nowhere.get(), result);

@@ -1,6 +1,7 @@
-// The document of a run, whatever the track holds. The first byte holds the options: two bits of gate type, one for
-// metres, one for a time aloft, one for a course with a pond, one for a track that is not analysed, one for a name of
-// the track's own bytes, one for a check. The rest is the track. Every document is JSON and has all its members.
+// The document of a run over any track. The first byte has the options: two bits of gate type, one for metric units,
+// one for a time aloft, one for a course with a pond, one for a track that is not analysed, one that takes the bytes of
+// the track as its name, one for a check. The rest is the track. Every document is valid JSON with all members; a
+// number that JSON cannot express (NaN, infinity) would make it invalid.
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -28,7 +29,7 @@ course make_course(bool has_pond) {
 constexpr const char *members[] = {"format",  "program", "track",  "course", "warnings", "failure",
                                    "figures", "check",   "phases", "charts", "samples",  "overview"};
 
-// Into the folder of that name, so that a test can hold all documents against the schema.
+// Writes the document to the folder $TARVEL_DOCUMENTS, so that a test can validate all of them by the schema.
 void keep_document(const char *text) {
   const char *const folder = std::getenv("TARVEL_DOCUMENTS");
   if (folder == nullptr) return;

@@ -1,10 +1,9 @@
-# Fuzz targets, one file each. With TARVEL_FUZZERS each becomes a libFuzzer program:
+# Fuzz targets, one file each. With TARVEL_FUZZERS each is built as a libFuzzer program:
 #
 #   scripts/fuzz 60 container
 #
-# With the tests each is also linked with a main that replays its seeds and its corpus, under whatever the tests are
-# built with. A finding, made small, becomes a seed. The corpus is what scripts/fuzz kept of its last long run; building
-# the replay unpacks it.
+# With the tests each is also linked with a main that calls it with its seeds and its corpus. An input that made a
+# target fail is reduced and becomes a seed. `scripts/fuzz --keep` writes the corpus; building the replay unpacks it.
 
 if(TARVEL_FUZZERS)
   add_library(tarvel_reused_memory OBJECT fuzz/reused_memory.cpp)

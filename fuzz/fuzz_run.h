@@ -1,6 +1,6 @@
-// The runs of the fuzz targets, from their bytes. The first byte holds the options: two bits of gate type, one for metres,
-// one for a time aloft, one for a course of its own. Such a course comes before the track: theta in radians, the twelve
-// numbers of its frame, the number of its pond's points in a byte, and their x and y.
+// Makes a run from the bytes of a fuzz target. The first byte has the options: two bits of gate type, one for metric
+// units, one for a time aloft, one for a course in the input. Such a course precedes the track: theta in radians, the
+// twelve numbers of its frame, a byte with the number of its pond's points, and their x and y.
 #pragma once
 
 #include <algorithm>
@@ -14,14 +14,14 @@
 
 namespace tarvel {
 
-// The course of the seeds.
+// The course over which the runs of the seeds were flown.
 inline const mat4 course_frame = {{{0.756989892, -0.198146063, -0.622659170, -19949.301},
                                    {0.067911004, 0.971610626, -0.226629404, -7260.952},
                                    {0.649887990, 0.129270759, 0.748955721, -6366570.434},
                                    {0.000000000, 0.000000000, 0.000000000, 1.000}}};
 constexpr double course_theta = -0.0872;  // radians
 
-// What is left to read; zeros behind its end.
+// The bytes that have not been read yet. Reading past the end gives zeros.
 struct fuzz_bytes {
   const std::uint8_t *data = nullptr;
   std::size_t size = 0;

@@ -1,4 +1,4 @@
-// Runs a fuzz target over every file of the folders on the command line, so that what a fuzzer once found stays fixed.
+// Calls a fuzz target with every file of the folders on the command line, among them all inputs that once made it fail.
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>

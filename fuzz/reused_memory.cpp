@@ -1,8 +1,8 @@
-// Memory for the libFuzzer programs, which are linked with --wrap=realloc,--wrap=free. AddressSanitizer maps each block
-// of more than 128 kB anew and unmaps it when it is freed. A track begins with room for 4096 samples, 900 kB, so that
-// took nine tenths of the time of a small input. Here the large block that was freed last is kept, poisoned, and serves
-// the next request for as many bytes. Reads and writes behind its end or after its release, a second release and leaks
-// are reported as before.
+// Memory for the libFuzzer programs, which are linked with --wrap=realloc,--wrap=free. AddressSanitizer maps a new
+// block for each allocation of more than 128 kB and unmaps it when it is freed. Every track starts with an array of 900
+// kB (4096 samples), and mapping it took nine tenths of the time of a small input. Here the large block that was freed
+// last is poisoned and kept, and the next allocation of the same size reuses it. Accesses beyond its end, uses after it
+// was freed, double frees and leaks are reported as before.
 #include <malloc.h>
 #include <sanitizer/asan_interface.h>
 
@@ -49,7 +49,7 @@ void __wrap_free(void *block) {
   __asan_poison_memory_region(block, size);
 }
 
-// Freed blocks wait in a quarantine of 1 MB, not 256 MB: more than one small input frees, and it fits in the caches.
+// A quarantine of 1 MB for freed blocks instead of 256 MB: more than a small input frees, and it fits in the caches.
 const char *__asan_default_options() { return "quarantine_size_mb=1"; }
 
 }  // extern "C"

@@ -1,4 +1,4 @@
-// A run from its bytes to the text of its check.
+// A run and its check, from the bytes to the text.
 #include "check/reasons.h"
 #include "check/run_check.h"
 #include "fuzz_run.h"
@@ -8,7 +8,7 @@ namespace {
 
 using namespace tarvel;
 
-// What is promised of each figure whatever the track holds.
+// The conditions that hold for each figure of any track.
 void require_sound(const run_check &check) {
   for (const figure_check &each : check.figures) {
     require(each.missing >= 0.0 && each.missing <= 1.0);

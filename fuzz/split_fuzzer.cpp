@@ -1,6 +1,6 @@
-// The jumps in a track. The first byte says whether the rest is a file or steps of eight bytes each, which hold far more
-// samples: milliseconds / 100, decimetres up, half m/s down, m/s to the north and to the east, metres to the north; one in 256
-// steps is no number.
+// The jumps in a track. With an even first byte the rest is a file. With an odd one it is steps of eight bytes from one
+// sample to the next, which give far more samples in as many bytes: time in 0.1 s and height in 0.1 m (two bytes each),
+// speed down in 0.5 m/s, north and east in m/s, and position north in m. About one step in 256 makes a NaN.
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -38,7 +38,7 @@ outcome load(const std::string &text, gps_track &track, row_offsets &rows) {
   return load_swoop_rows(stream.get(), track, rows, warnings.buffer, &error);
 }
 
-// The rows of a stretch are read as its samples.
+// A track of the first lines and the rows of one stretch has the samples of that stretch.
 void require_rows(const std::string &text, const gps_track &track, const row_offsets &rows, sample_range range) {
   const std::uint64_t end = range.end < rows.count ? rows.offsets[range.end] : text.size();
   const std::uint64_t first = rows.offsets[range.first];

@@ -1,4 +1,4 @@
-// A whole survey from the bytes of a walk to the course, its pond, its map, its course file and its container.
+// A whole survey, from the bytes of a walk to the course with its pond, the map, the course file and the container.
 #include <utility>
 
 #include "container/tvl_file.h"
@@ -14,7 +14,7 @@ namespace {
 
 using namespace tarvel;
 
-// A finished course has no walk.
+// False for input that is no track, and for a surveyed course, which has no walk.
 bool load_walk(const std::uint8_t *data, std::size_t size, gps_track &track) {
   const file_handle stream = open_fuzz_input(data, size);
   gate_file_data loaded;
@@ -28,7 +28,7 @@ bool load_walk(const std::uint8_t *data, std::size_t size, gps_track &track) {
 }
 
 void require_outputs(gate &walked) {
-  // Four legs may each go over the same samples.
+  // A sample may be a point of each of the four legs.
   require(!walked.course.pond || walked.course.pond->count <= 4 * std::size_t{walked.track_len} + 1);
   const gate_ends ends = entry_gate_ends(walked.course.matrix);
   const file_handle nowhere(std::fopen("/dev/null", "wb"));

@@ -1,4 +1,4 @@
-// A whole run from its bytes to its report, map and charts.
+// A whole run, from its bytes to its report, map and charts.
 #include "drawing/drawing_guard.h"
 #include "drawing/pages.h"
 #include "formats/kml.h"

@@ -1,4 +1,4 @@
-// The tagged-line reader: any bytes give samples or a message.
+// The tagged-line reader: any input gives samples or a message.
 #include "fuzz_input.h"
 #include "track/delimited_reader.h"
 

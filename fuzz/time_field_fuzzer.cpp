@@ -1,5 +1,5 @@
-// The clock times of a track, one in each line of the input, in a zone that is hard for the calendar. The minute that the
-// reader remembers must not change any time: forgetting it before each line gives the same times.
+// Clock times, one in each line of the input, in a time zone with unusual rules. parse_time_field caches the last
+// minute that it has converted; clearing the cache before each line must give the same times.
 #include <cstring>
 #include <string>
 #include <vector>
@@ -11,7 +11,7 @@ namespace {
 
 using namespace tarvel;
 
-// 19 minutes and 32 seconds ahead; changes to summer time and back in the middle of a minute, every year.
+// 19 minutes and 32 seconds ahead of UTC, with summer time that begins and ends in the middle of a minute.
 constexpr char zone[] = "LMT-0:19:32LST,M3.5.0/2:00:30,M10.5.0/3:00:30";
 
 struct answer {
@@ -28,7 +28,7 @@ answer parse(const std::string &text) {
   return error == nullptr ? answer{sample.time, true} : answer{};
 }
 
-// Each line in a block of its own, so that a read behind its NUL is noticed. A field ends at its first NUL.
+// Each line in a separate allocation, so that the sanitizer reports a read past its NUL. A field ends at its first NUL.
 std::vector<std::string> split_lines(const char *text, std::size_t size) {
   std::vector<std::string> lines;
   lines.reserve(16);
@@ -45,7 +45,7 @@ std::vector<std::string> split_lines(const char *text, std::size_t size) {
 
 std::vector<answer> parse_all(const std::vector<std::string> &lines, bool forgets) {
   static const std::string summer = "2024-06-01T12:00:00Z";
-  // In the hour that comes twice the calendar's answer depends on the one before.
+  // mktime's answer for the hour that occurs twice depends on the call before: both rounds start from the same call.
   forget_calendar_minute();
   static_cast<void>(parse(summer));
   forget_calendar_minute();
