@@ -2,7 +2,7 @@
 #
 #   cmake --preset bench && cmake --build --preset bench && build/bench/stages_bench
 #
-# Times are CPU times of one core; whole_run_bench times the program itself, process and all, and tells its peak memory.
+# Times are processor times of one core. whole_run_bench measures a process of tarvel, with its peak memory.
 if(TARVEL_BENCHMARKS)
   find_package(benchmark REQUIRED)
   add_library(tarvel_bench_support STATIC bench/simulated_files.cpp tests/support/simulator.cpp

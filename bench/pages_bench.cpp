@@ -1,5 +1,5 @@
-// Time of the charts' stages over 20,000 samples, and of whole documents. Every sample is drawn, as in no real run: a
-// turn and swoop of a minute have 300.
+// Time of building and of drawing a chart of 20,000 samples, and of whole PDF documents. All samples are drawn; in a
+// real run they are some hundreds, those of turn and swoop.
 #include <benchmark/benchmark.h>
 #include <cairo-pdf.h>
 
@@ -16,7 +16,7 @@
 namespace tarvel {
 namespace {
 
-// A turn of 450 degrees and a swoop, drawn whole.
+// A turn of 450 degrees and a swoop, without samples before or after.
 swoop make_run(std::uint32_t samples) {
   swoop run;
   if (!try_resize(run.track, samples)) std::abort();
@@ -67,7 +67,7 @@ void build(benchmark::State &state, chart_builder builder) {
 
 cairo_status_t forget(void *, const unsigned char *, unsigned int) { return CAIRO_STATUS_SUCCESS; }
 
-// On paper that forgets what is written on it.
+// On a PDF surface whose output is discarded.
 void draw(benchmark::State &state, chart_builder builder) {
   const swoop run = make_run(sample_count);
   const owned_record<chart> built = builder({run, nullptr, false, false});

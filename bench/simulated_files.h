@@ -1,4 +1,4 @@
-// Simulated tracks for the benchmarks, each made once.
+// Simulated tracks for the benchmarks. Each is made once.
 #pragma once
 
 #include <cstddef>
@@ -8,11 +8,11 @@
 
 namespace tarvel {
 
-// The track's text, of so many samples.
+// The text of a track of that many samples.
 [[nodiscard]] const std::string &track_text(track_form form, std::size_t samples);
 
-// Makes a new folder with track.csv of so many samples and its matrix.txt the working directory, until the end of the
-// scope.
+// Makes a temporary directory with track.csv of that many samples and its matrix.txt, and makes it the working
+// directory until the end of the scope.
 class track_folder {
  public:
   explicit track_folder(std::size_t samples);

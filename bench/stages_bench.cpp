@@ -28,7 +28,7 @@ namespace {
 
 constexpr std::size_t sample_count = 20'000;
 
-// Analysed once, so that every stage finds what it needs.
+// Analysed once: the results of all stages are in the record, and each stage can be measured alone.
 swoop &analysed_run() {
   static const owned_record<swoop> run = [] {
     const track_folder folder(sample_count);

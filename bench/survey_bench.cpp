@@ -18,7 +18,7 @@ hand_made_walk quick_logger() {
   return walk;
 }
 
-// Ten minutes at each of five marks, and the way between them.
+// A walk of an hour over five marks, with eleven minutes at each.
 gate standing_walk() {
   hand_made_walk walk = quick_logger();
   walk_course(walk, walk_marks(), hour / 5.0 - 35.0);
@@ -31,7 +31,7 @@ gate walk_without_standstill() {
   return gate_of(walk.samples);
 }
 
-// Never 8 s on one spot, never far from it: every sample drags the anchor.
+// Alternates between two spots 2 m apart: each sample moves the anchor of the search for a standstill.
 gate restless_walk() {
   hand_made_walk walk = quick_logger();
   while (walk.time < static_cast<std::int64_t>(1000.0 * hour)) {

@@ -1,4 +1,4 @@
-// A whole run of the program, from starting the process to its end: report and map of a track in a file.
+// One call of the program, from the start of the process to its end: report, map and charts of a track in a file.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -16,7 +16,7 @@ double seconds_of(const timeval &time) {
   return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
 }
 
-// CPU seconds of user and system; peak memory in bytes. False when the program failed.
+// Fills processor time (s) and peak memory (bytes). False when the program failed.
 bool run_once(double &seconds, double &peak) {
   const pid_t child = fork();
   if (child == 0) {

@@ -1,9 +1,9 @@
-// Writes a simulated run of so many samples, track.csv and matrix.txt, into the working directory.
+// Writes a simulated run of SAMPLES samples, RATE a second, to track.csv and matrix.txt in the working directory.
 //
 //   write_run SAMPLES RATE
 //
-// At 10 samples a second nearly all of them are the canopy ride before the turn, which is not drawn; at 1,000 a second
-// and 20,000 samples the charts draw three quarters of them.
+// With 1,000,000 samples at 10 a second nearly all are before the turn and are not drawn; with 20,000 at 1,000 a second
+// the charts draw three quarters of them.
 #include <cstdio>
 #include <cstdlib>
 #include <string>
