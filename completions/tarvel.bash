@@ -1,4 +1,4 @@
-# Completion of tarvel and the programs beside it for bash, with bash-completion's file names where it is loaded.
+# Completion of tarvel and the programs beside it for bash. File names are completed by bash-completion when it is loaded.
 
 # A line an option: its names, what follows it, what it does.
 declare -gA _tarvel_options=(
@@ -62,7 +62,7 @@ declare -gA _tarvel_options=(
     -V,--version  nothing  print the version'
 )
 
-# Files with these extensions, or any where there are none.
+# Files with these extensions; when there are none, all files.
 _tarvel_files() {
   if declare -F _filedir >/dev/null; then
     _filedir "$@"
