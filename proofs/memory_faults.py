@@ -61,7 +61,7 @@ SANITIZER_LINES = (
 class Fault(NamedTuple):
     kind: str  # whose requests, or what is limited
     number: int
-    how: str  # "once", "ever", "limit"
+    how: str  # "once", "onward", "limit"
 
 
 class Counted(NamedTuple):
@@ -192,13 +192,13 @@ Plans = Callable[[Counted], list[Fault]]
 
 
 def own_plans(sound: Counted) -> list[Fault]:
-    return [Fault("own", n, how) for how in ("once", "ever") for n in range(1, sound.own + 1)]
+    return [Fault("own", n, how) for how in ("once", "onward") for n in range(1, sound.own + 1)]
 
 
 def drawing_plans(sound: Counted, at_start: int) -> list[Fault]:
     """What the libraries ask for when they are loaded comes before any output."""
     step = max(1, (sound.drawing - at_start) // DRAWING_CALLS)
-    return [Fault("drawing", n, how) for how in ("once", "ever") for n in range(at_start + 1, sound.drawing + 1, step)]
+    return [Fault("drawing", n, how) for how in ("once", "onward") for n in range(at_start + 1, sound.drawing + 1, step)]
 
 
 def limit_plans(_: Counted) -> list[Fault]:

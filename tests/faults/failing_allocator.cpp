@@ -1,13 +1,13 @@
-// Stands before the C library's allocator (LD_PRELOAD) and refuses requests that it is told to refuse.
+// A library for LD_PRELOAD that replaces malloc and its relatives and makes chosen allocations fail.
 //
-//     FAIL_ALLOCATION=KIND,COUNT,HOW   KIND own or drawing; the COUNT-th of that kind, from 1, is refused; HOW once, or
-//                                      ever: all that follow, too
-//     ALLOCATION_REPORT=FILE           gets an allocation_report
+//     FAIL_ALLOCATION=KIND,NUMBER,HOW   KIND is own or drawing; the allocation of this kind with this number (the first
+//                                       is 1) fails; HOW is once, or onward: all later ones fail, too
+//     ALLOCATION_REPORT=FILE            writes an allocation_report to this file
 //
-// A request is the program's own when the program makes it, or when the C or C++ library makes it and the innermost
-// frame outside of them is the program's: fopen in the program counts, the fopen of a drawing library is that
-// library's. So is all that happens in a thread, since the program starts none. What the dynamic loader asks for is
-// nobody's.
+// An allocation is the program's own when the program calls the allocator, or when the C or C++ library calls it and
+// the innermost stack frame outside these libraries is in the program: fopen called by the program is the program's,
+// fopen called by a drawing library is drawing. All allocations in other threads are drawing, since the program starts
+// no threads. Allocations of the dynamic loader are not counted and do not fail.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <link.h>
@@ -40,22 +40,22 @@ struct address_range {
   [[nodiscard]] bool contains(std::uintptr_t address) const { return address >= first && address < last; }
 };
 
-// Drawing libraries are all that is not listed here, also what is loaded later.
+// Every library that is not here, even one that is loaded later, counts as a drawing library.
 struct known_modules {
   address_range program;
   address_range loader;
-  std::array<address_range, 16> go_betweens;
-  std::size_t go_between_count = 0;
+  std::array<address_range, 16> runtimes;  // the C and C++ libraries, the sanitizers, and this library
+  std::size_t runtime_count = 0;
 };
 
 struct fault_plan {
   origin kind = origin::own;
   std::uint64_t number = 0;  // 0 for none
-  bool for_ever = false;
+  bool is_onward = false;
 };
 
-constexpr std::array<std::string_view, 8> go_between_names = {"libc.so",  "libm.so",    "libstdc++.so", "libgcc_s.so",
-                                                              "ld-linux", "libasan.so", "libubsan.so",  "liblsan.so"};
+constexpr std::array<std::string_view, 8> runtime_names = {"libc.so",  "libm.so",    "libstdc++.so", "libgcc_s.so",
+                                                           "ld-linux", "libasan.so", "libubsan.so",  "liblsan.so"};
 
 known_modules modules;
 fault_plan plan;
@@ -64,7 +64,7 @@ allocation_report *report = &unmapped_report;
 std::atomic<bool> is_configured = false;
 pthread_t main_thread;
 
-// Of this library's own code as well as of the unwinder, should that ask for memory.
+// True while this library decides: allocations of the unwinder that it calls do not fail.
 [[gnu::tls_model("initial-exec")]] thread_local bool is_busy = false;
 
 address_range range_of(const dl_phdr_info &info) {
@@ -91,18 +91,18 @@ int note_module(dl_phdr_info *info, std::size_t, void *) {
     return 0;
   }
   if (begins_with(name, "ld-linux")) modules.loader = range;
-  const bool is_go_between = range.contains(reinterpret_cast<std::uintptr_t>(&note_module)) ||
-                             std::any_of(go_between_names.begin(), go_between_names.end(),
-                                         [&](std::string_view prefix) { return begins_with(name, prefix); });
-  if (is_go_between && modules.go_between_count < modules.go_betweens.size()) {
-    modules.go_betweens[modules.go_between_count++] = range;
+  const bool is_runtime = range.contains(reinterpret_cast<std::uintptr_t>(&note_module)) ||
+                          std::any_of(runtime_names.begin(), runtime_names.end(),
+                                      [&](std::string_view prefix) { return begins_with(name, prefix); });
+  if (is_runtime && modules.runtime_count < modules.runtimes.size()) {
+    modules.runtimes[modules.runtime_count++] = range;
   }
   return 0;
 }
 
-bool is_go_between(std::uintptr_t address) {
-  const address_range *const begin = modules.go_betweens.data();
-  return std::any_of(begin, begin + modules.go_between_count,
+bool is_in_runtime(std::uintptr_t address) {
+  const address_range *const begin = modules.runtimes.data();
+  return std::any_of(begin, begin + modules.runtime_count,
                      [=](const address_range &range) { return range.contains(address); });
 }
 
@@ -114,7 +114,7 @@ void read_plan() {
   if (*text == '\0') return;
   char *end = nullptr;
   plan.number = std::strtoull(text + 1, &end, 10);
-  plan.for_ever = begins_with(end, ",ever");
+  plan.is_onward = begins_with(end, ",onward");
 }
 
 void map_report() {
@@ -127,7 +127,7 @@ void map_report() {
   if (mapped != MAP_FAILED) report = static_cast<allocation_report *>(mapped);
 }
 
-// At the first request that comes when there is an environment; before, only the loader asks for memory.
+// Reads the settings at the first allocation after the environment is set up; earlier ones are the loader's.
 bool configure() {
   if (is_configured) return true;
   if (environ == nullptr) return false;
@@ -139,7 +139,8 @@ bool configure() {
   return true;
 }
 
-// A place in the program, or 0 for the first frame that is neither the program's nor a go-between's.
+// The result of a walk up the stack, which ends at the first frame outside the runtime libraries. The place is its
+// address when it is in the program, otherwise 0.
 struct stack_walk {
   std::uintptr_t place = 0;
   bool is_drawing = false;
@@ -149,7 +150,7 @@ _Unwind_Reason_Code visit_frame(_Unwind_Context *context, void *walk_pointer) {
   auto &walk = *static_cast<stack_walk *>(walk_pointer);
   const std::uintptr_t address = _Unwind_GetIP(context);
   if (address == 0) return _URC_END_OF_STACK;
-  if (is_go_between(address)) return _URC_NO_REASON;
+  if (is_in_runtime(address)) return _URC_NO_REASON;
   if (modules.program.contains(address)) {
     walk.place = address;
   } else {
@@ -162,7 +163,7 @@ origin find_origin(std::uintptr_t caller, std::uintptr_t &place) {
   place = caller;
   if (modules.program.contains(caller)) return origin::own;
   if (modules.loader.contains(caller)) return origin::loader;
-  if (!is_go_between(caller) || pthread_self() != main_thread) return origin::drawing;
+  if (!is_in_runtime(caller) || pthread_self() != main_thread) return origin::drawing;
   stack_walk walk;
   _Unwind_Backtrace(visit_frame, &walk);
   place = walk.place;
@@ -171,9 +172,9 @@ origin find_origin(std::uintptr_t caller, std::uintptr_t &place) {
 
 bool is_planned(origin kind, std::uint64_t number) {
   if (plan.number == 0) return false;
-  // Once memory is short for the drawing libraries, it is for everybody.
-  if (plan.for_ever && plan.kind == origin::drawing && report->refused != 0) return true;
-  return kind == plan.kind && (plan.for_ever ? number >= plan.number : number == plan.number);
+  // After the first failure in a drawing library all allocations fail, also the program's own.
+  if (plan.is_onward && plan.kind == origin::drawing && report->refused != 0) return true;
+  return kind == plan.kind && (plan.is_onward ? number >= plan.number : number == plan.number);
 }
 
 bool refuses_now(std::uintptr_t caller) {
@@ -196,7 +197,7 @@ bool refuses(void *caller) {
   return is_refused;
 }
 
-// The next library's function of that name: the C library's, or a sanitizer's.
+// The function that this library replaces: that of the C library, or of a sanitizer.
 template <typename function>
 function next(const char *name) {
   return reinterpret_cast<function>(dlsym(RTLD_NEXT, name));
@@ -204,7 +205,7 @@ function next(const char *name) {
 
 }  // namespace
 
-// Every way to memory is a function of its own: the caller's address is known only in the one that was called.
+// Each of these calls refuses() itself: only in the function that was called is the return address the caller's.
 extern "C" {
 
 void *malloc(std::size_t size) noexcept {

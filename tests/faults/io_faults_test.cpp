@@ -1,4 +1,5 @@
-// The program on systems that are full, closed, slow or broken: every byte is right, or it says what is wrong.
+// The program with full disks, closed streams, short transfers and read errors: either every byte of its outputs is
+// right, or it fails with the message for the fault.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -27,7 +28,7 @@ using file_set = std::map<std::string, std::string>;
 
 constexpr const char *stdout_message = "ERROR: failed to write file: standard output\n";
 
-// Charts say when they were drawn.
+// A PDF contains the time of its creation.
 std::string without_date(std::string content) {
   const std::size_t begin = content.find("/CreationDate (D:");
   if (begin != std::string::npos) content.erase(begin, content.find(')', begin) - begin);
@@ -92,15 +93,15 @@ class io_faults_test : public testing::Test {
 
 std::string trace_name(const command_line &command) { return testing::PrintToString(command.arguments); }
 
-// A sanitizer must not add what the program itself does not print, nor look for leaks where it may not.
-void silence_leak_checker() { setenv("ASAN_OPTIONS", "detect_leaks=0", 1); }
+// The leak checker cannot work in a traced process, and would print an error.
+void disable_leak_checker() { setenv("ASAN_OPTIONS", "detect_leaks=0", 1); }
 
-TEST_F(io_faults_test, takes_what_comes_a_few_bytes_at_a_time) {
+TEST_F(io_faults_test, reads_and_writes_a_few_bytes_at_a_time) {
   const char *const shim = std::getenv("TARVEL_SHORT_TRANSFERS");
   if (shim == nullptr) GTEST_SKIP() << "short transfers are not made on this processor";
   program_setting setting;
   setting.launcher = {shim, folder_.path()};
-  setting.prepare = silence_leak_checker;
+  setting.prepare = disable_leak_checker;
   if (run_program({"-v"}, setting).status == 125) GTEST_SKIP() << "programs may not be traced here";
   for (const command_line &command : commands()) {
     SCOPED_TRACE(trace_name(command));
@@ -112,7 +113,7 @@ TEST_F(io_faults_test, takes_what_comes_a_few_bytes_at_a_time) {
   }
 }
 
-TEST_F(io_faults_test, says_which_file_may_not_grow_any_further) {
+TEST_F(io_faults_test, reports_the_file_that_reaches_the_size_limit) {
   for (const command_line &command : commands()) {
     SCOPED_TRACE(trace_name(command));
     const outcome expected = run_from(command);
@@ -134,7 +135,7 @@ TEST_F(io_faults_test, says_which_file_may_not_grow_any_further) {
   }
 }
 
-TEST_F(io_faults_test, does_all_of_its_work_before_it_complains_of_standard_output) {
+TEST_F(io_faults_test, writes_all_files_before_it_fails_for_standard_output) {
   const std::vector<std::vector<int>> closed_sets = {{STDOUT_FILENO}, {STDIN_FILENO, STDOUT_FILENO}};
   for (const command_line &command : {swoop_, survey_, in_the_way_}) {
     SCOPED_TRACE(trace_name(command));
@@ -152,8 +153,9 @@ TEST_F(io_faults_test, does_all_of_its_work_before_it_complains_of_standard_outp
   }
 }
 
-// The font library says on standard error that its configuration is missing; the charts must not get that number.
-TEST_F(io_faults_test, keeps_what_others_say_out_of_its_files) {
+// The font library prints to standard error that its configuration is missing. When that is closed, no file of the
+// program may get file descriptor 2.
+TEST_F(io_faults_test, keeps_messages_of_libraries_out_of_its_files) {
   program_setting setting;
   setting.prepare = [] { setenv("FONTCONFIG_FILE", "/nonexistent", 1); };
   const outcome expected = run_from(swoop_, setting);
@@ -168,7 +170,7 @@ TEST_F(io_faults_test, keeps_what_others_say_out_of_its_files) {
   EXPECT_EQ(deaf.after, expected.after);
 }
 
-TEST_F(io_faults_test, fails_when_nobody_reads_its_standard_output) {
+TEST_F(io_faults_test, fails_when_standard_output_is_a_pipe_without_a_reader) {
   const outcome expected = run_from(survey_);
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
@@ -203,12 +205,12 @@ struct obstacle {
 
 const obstacle obstacles[] = {
     {"a folder", make_folder, "ERROR: failed to open file: "},
-    {"a pipe that nobody reads", make_pipe, "ERROR: failed to open file: "},
+    {"a pipe without a reader", make_pipe, "ERROR: failed to open file: "},
     {"a socket", make_socket, "ERROR: failed to open file: "},
     {"a full disk", make_full_device, "ERROR: failed to write file: "},
 };
 
-TEST_F(io_faults_test, names_the_output_that_something_else_stands_for) {
+TEST_F(io_faults_test, names_the_output_whose_name_is_taken) {
   for (const obstacle &c : obstacles) {
     for (const std::string name : {"run.kml", "coord.txt", "run.tvl", "run.txt", "run.pdf"}) {
       SCOPED_TRACE(std::string(c.name) + " for " + name);
@@ -223,8 +225,8 @@ TEST_F(io_faults_test, names_the_output_that_something_else_stands_for) {
   }
 }
 
-// What is written to a device does not come back, and /dev/zero would never end.
-TEST_F(io_faults_test, copies_no_course_from_a_device_or_pipe) {
+// The course is copied from walk.txt. A device does not return what was written to it, and /dev/zero has no end.
+TEST_F(io_faults_test, copies_no_course_from_a_device) {
   for (const char *device : {"/dev/null", "/dev/zero"}) {
     SCOPED_TRACE(device);
     clear_folder();
@@ -246,8 +248,8 @@ fs::path any_font() {
   return {};
 }
 
-// The font library remembers what fonts there are, so that it looks into the file only to draw its letters.
-TEST_F(io_faults_test, says_that_the_letters_of_the_charts_are_missing) {
+// The font library caches the list of fonts and opens the font file only when it draws a text.
+TEST_F(io_faults_test, reports_that_the_font_of_the_charts_cannot_be_read) {
   const fs::path font = any_font();
   if (font.empty()) GTEST_SKIP() << "there are no fonts here";
   const temp_dir fonts;
@@ -266,10 +268,10 @@ TEST_F(io_faults_test, says_that_the_letters_of_the_charts_are_missing) {
   EXPECT_EQ(last_line(failed.result.out), "ERROR: failed to read font for charts");
 }
 
-// This file can be opened, and every read of it fails as on a broken disk.
+// This file can be opened; every read of it fails, as on a damaged disk.
 constexpr const char *broken_file = "/proc/self/mem";
 
-TEST_F(io_faults_test, says_that_a_disk_has_failed_whatever_the_readers_make_of_it) {
+TEST_F(io_faults_test, reports_a_read_error_instead_of_a_wrong_format) {
   if (!fs::exists(broken_file)) GTEST_SKIP() << "no file here fails";
   const struct {
     const command_line &command;
@@ -287,7 +289,7 @@ TEST_F(io_faults_test, says_that_a_disk_has_failed_whatever_the_readers_make_of_
   }
 }
 
-TEST_F(io_faults_test, takes_no_other_time_zone_for_one_that_cannot_be_read) {
+TEST_F(io_faults_test, fails_when_the_time_zone_cannot_be_read) {
   if (!fs::exists(broken_file)) GTEST_SKIP() << "no file here fails";
   program_setting setting;
   setting.time_zone = broken_file;
@@ -297,7 +299,7 @@ TEST_F(io_faults_test, takes_no_other_time_zone_for_one_that_cannot_be_read) {
   EXPECT_EQ(failed.after, swoop_.before);
 }
 
-TEST_F(io_faults_test, takes_universal_time_for_a_zone_that_is_not_there) {
+TEST_F(io_faults_test, uses_universal_time_for_a_zone_that_does_not_exist) {
   program_setting universal;
   const outcome expected = run_from(swoop_, universal);
   for (const char *zone : {"", "No/Such/Zone", "/nonexistent", "/", "?"}) {
@@ -310,7 +312,7 @@ TEST_F(io_faults_test, takes_universal_time_for_a_zone_that_is_not_there) {
   }
 }
 
-TEST_F(io_faults_test, takes_the_clock_of_the_system_when_no_zone_is_named) {
+TEST_F(io_faults_test, uses_the_time_zone_of_the_system_when_none_is_set) {
   program_setting unnamed;
   unnamed.prepare = [] { unsetenv("TZ"); };
   program_setting named;
@@ -318,7 +320,7 @@ TEST_F(io_faults_test, takes_the_clock_of_the_system_when_no_zone_is_named) {
   EXPECT_EQ(run_from(swoop_, unnamed).after, run_from(swoop_, named).after);
 }
 
-TEST_F(io_faults_test, answers_where_it_may_not_read_or_write) {
+TEST_F(io_faults_test, reports_what_it_has_no_permission_for) {
   clear_folder();
   write_files(swoop_.before);
   fs::permissions("run.csv", fs::perms::none);

@@ -1,4 +1,4 @@
-// The program itself with every request for memory refused in turn. scripts/proofs memory_faults does the same over many more
+// The program with each of its allocations failing in turn. scripts/proofs memory_faults does the same for many more
 // command lines.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -27,16 +27,15 @@ namespace fs = std::filesystem;
 
 using file_map = std::map<std::string, std::string>;  // name and bytes
 
-struct way_to_fail {
+struct failure_mode {
   const char *name;
-  std::uint64_t stride;  // every so many requests
+  std::uint64_t stride;  // tests one allocation in this number
 };
 
-// Most requests are those of the charts, which all end alike.
 #ifdef __SANITIZE_ADDRESS__
-constexpr way_to_fail ways_to_fail[] = {{"once", 7}, {"ever", 11}};  // a run takes that much longer
+constexpr failure_mode failure_modes[] = {{"once", 7}, {"onward", 11}};  // calls are much slower
 #else
-constexpr way_to_fail ways_to_fail[] = {{"once", 1}, {"ever", 5}};
+constexpr failure_mode failure_modes[] = {{"once", 1}, {"onward", 5}};
 #endif
 
 struct command_line_case {
@@ -46,15 +45,15 @@ struct command_line_case {
   std::string time_zone = "UTC";
 };
 
-struct run_outcome {
+struct call_outcome {
   program_result result;
   file_map files;
-  std::uint64_t requests = 0;
-  std::uint64_t drawing_requests = 0;
+  std::uint64_t allocations = 0;
+  std::uint64_t drawing_allocations = 0;
   std::uint64_t refused = 0;
 };
 
-// Variables of the environment that the program inherits, until the end of the scope.
+// Sets environment variables, which the program inherits, until the end of the scope.
 class environment_guard {
  public:
   explicit environment_guard(const std::map<std::string, std::string> &variables) : variables_(variables) {
@@ -70,7 +69,7 @@ class environment_guard {
   std::map<std::string, std::string> variables_;
 };
 
-// Documents tell when they were made.
+// A PDF contains the time of its creation.
 std::string without_date(std::string bytes) {
   constexpr std::string_view mark = "/CreationDate (D:";
   const std::size_t begin = bytes.find(mark);
@@ -87,19 +86,19 @@ file_map files_here() {
   return files;
 }
 
-// The failing allocator hands requests on to the sanitizer's allocator, and is therefore loaded before it. A thread of the
-// drawing libraries may crash when memory is refused to it. While the program exits, the report of that crash and the search
-// for leaks wait for each other.
+// The failing allocator calls the sanitizer's allocator, and is therefore loaded before it. When an allocation fails in a
+// thread of the drawing libraries, that thread may crash; the report of the crash and the search for leaks then wait for
+// each other.
 std::string sanitizer_options(const std::string &fault) {
   const bool is_in_drawing = fault.starts_with("drawing");
   return std::string("verify_asan_link_order=0:detect_leaks=") + (is_in_drawing ? "0" : "1");
 }
 
-// An empty fault for an undisturbed run.
-run_outcome run_case(const command_line_case &c, const std::string &fault) {
+// Calls the program with this value of FAIL_ALLOCATION; when it is empty, nothing fails.
+call_outcome run_case(const command_line_case &c, const std::string &fault) {
   const temp_dir outside;
   const std::string report_path = outside.path() + "/report";
-  run_outcome outcome;
+  call_outcome outcome;
   {
     const temp_dir folder;
     for (const auto &[name, bytes] : c.files) write_text(name, bytes);
@@ -117,18 +116,18 @@ run_outcome run_case(const command_line_case &c, const std::string &fault) {
   EXPECT_EQ(bytes.size(), sizeof(allocation_report));
   bytes.resize(sizeof(allocation_report));
   const auto *const report = reinterpret_cast<const allocation_report *>(bytes.data());
-  outcome.requests = report->own;
-  outcome.drawing_requests = report->drawing;
+  outcome.allocations = report->own;
+  outcome.drawing_allocations = report->drawing;
   outcome.refused = report->refused;
   return outcome;
 }
 
-bool is_undisturbed(const run_outcome &outcome, const run_outcome &sound) {
+bool is_undisturbed(const call_outcome &outcome, const call_outcome &sound) {
   return outcome.result.status == sound.result.status && outcome.result.out == sound.result.out &&
          outcome.result.err == sound.result.err && outcome.files == sound.files;
 }
 
-// With where it happened between the two, if anything.
+// A message with a file name, or the like, between its two parts.
 struct message_form {
   std::string_view begin;
   std::string_view end = "";
@@ -159,7 +158,7 @@ bool has_bytes(const file_map &files, const std::string &bytes) {
   return std::any_of(files.begin(), files.end(), [&](const auto &file) { return file.second == bytes; });
 }
 
-void expect_fault_is_told(const command_line_case &c, const run_outcome &outcome, const run_outcome &sound) {
+void expect_message_or_no_effect(const command_line_case &c, const call_outcome &outcome, const call_outcome &sound) {
   EXPECT_GT(outcome.refused, 0U);
   for (const auto &[name, bytes] : c.files) {
     EXPECT_TRUE(has_bytes(outcome.files, bytes) || !has_bytes(sound.files, bytes)) << name << " is lost";
@@ -170,7 +169,7 @@ void expect_fault_is_told(const command_line_case &c, const run_outcome &outcome
   const std::string &out = outcome.result.out;
   const std::string message = last_line(out);
   EXPECT_TRUE(is_memory_message(message)) << out;
-  // What was printed before it is right as far as it goes.
+  // What was printed before the message is a beginning of the full output.
   const std::size_t printed = out.size() < message.size() + 1 ? 0 : out.size() - message.size() - 1;
   EXPECT_EQ(sound.result.out.compare(0, printed, out, 0, printed), 0) << out;
 }
@@ -208,29 +207,29 @@ std::vector<command_line_case> command_line_cases() {
   };
 }
 
-TEST(memory_faults_test, every_refused_request_is_told_or_does_not_matter) {
+TEST(memory_faults_test, every_failed_allocation_is_reported_or_has_no_effect) {
   for (const command_line_case &c : command_line_cases()) {
-    const run_outcome sound = run_case(c, "");
-    ASSERT_GT(sound.requests, 0U) << c.name;
-    for (const way_to_fail &way : ways_to_fail) {
-      for (std::uint64_t number = 1; number <= sound.requests; number += way.stride) {
-        const std::string fault = "own," + std::to_string(number) + "," + way.name;
+    const call_outcome sound = run_case(c, "");
+    ASSERT_GT(sound.allocations, 0U) << c.name;
+    for (const failure_mode &mode : failure_modes) {
+      for (std::uint64_t number = 1; number <= sound.allocations; number += mode.stride) {
+        const std::string fault = "own," + std::to_string(number) + "," + mode.name;
         SCOPED_TRACE(std::string(c.name) + " with " + fault);
-        expect_fault_is_told(c, run_case(c, fault), sound);
+        expect_message_or_no_effect(c, run_case(c, fault), sound);
       }
     }
   }
 }
 
-TEST(memory_faults_test, report_and_map_outlive_a_drawing_that_has_no_memory) {
+TEST(memory_faults_test, report_and_map_are_complete_when_drawing_runs_out_of_memory) {
   const command_line_case c = {
       "run", {"run.csv"}, {{"run.csv", simulated_track(small_run())}, {"matrix.txt", simulated_course(small_run())}}};
-  const run_outcome sound = run_case(c, "");
-  // From the fonts' configuration on: what the libraries ask for when they are loaded comes before the report.
+  const call_outcome sound = run_case(c, "");
+  // The first twentieth is left out: the libraries allocate when they are loaded, before the report is written.
   for (std::uint64_t twentieths = 1; twentieths < 20; ++twentieths) {
-    const std::string fault = "drawing," + std::to_string(sound.drawing_requests * twentieths / 20) + ",ever";
+    const std::string fault = "drawing," + std::to_string(sound.drawing_allocations * twentieths / 20) + ",onward";
     SCOPED_TRACE(fault);
-    const run_outcome outcome = run_case(c, fault);
+    const call_outcome outcome = run_case(c, fault);
     EXPECT_GT(outcome.refused, 0U);
     EXPECT_NE(outcome.result.status, 0);
     EXPECT_NE(outcome.result.status, 128 + SIGALRM);
@@ -241,7 +240,7 @@ TEST(memory_faults_test, report_and_map_outlive_a_drawing_that_has_no_memory) {
   }
 }
 
-// A sanitizer needs far more itself.
+// A sanitizer needs more than these limits.
 #ifndef __SANITIZE_ADDRESS__
 TEST(memory_faults_test, never_runs_out_of_memory_in_the_drawing_libraries) {
   const temp_dir folder;

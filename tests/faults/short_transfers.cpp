@@ -1,9 +1,9 @@
-// short_transfers FOLDER COMMAND [ARGUMENT...]: runs the command on a system that reads and writes little at a time.
-// Each read and write of a file in the folder, or of standard output, transfers 1 to 7 bytes, in turn, at most.
+// short_transfers FOLDER COMMAND [ARGUMENT...]: runs the command with short reads and writes. Each read and write of a
+// file in the folder, or of standard output, transfers at most 1, 2, ... 7 bytes, in turn.
 //
-// The program is traced and the length is lowered when it enters the system call, so that the C library's own buffers
-// meet the short transfer as they would that of a slow device. Not shortened: transfers by other calls (readv, mmap and
-// the like), of which the program's own code makes none. Ends like the command; with 125 when it may not trace.
+// The command is traced by ptrace, and the length is reduced when it enters the system call: the C library sees a short
+// transfer as from a slow device. Other calls (readv, mmap and the like) are not changed; the program's own code does
+// not use them. The exit status is that of the command, or 125 when tracing is not permitted.
 #include <elf.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
@@ -32,7 +32,7 @@ auto &length_of(user_regs_struct &registers) {
 #elif defined(__aarch64__)
   return registers.regs[2];
 #else
-#error "where does this processor keep the third argument?"
+#error "the register of the third argument is not known for this processor"
 #endif
 }
 
@@ -71,10 +71,10 @@ void shorten_transfer(pid_t thread, const std::string &folder) {
   std::exit(WEXITSTATUS(status));
 }
 
-// A stop that is no system call is a signal on its way, or news of the program or of a thread, which carries none.
+// The signal to pass on after a stop: 0 unless the stop is the delivery of a signal (not a system call or an event).
 int signal_of(int status) {
-  const bool is_news = status >> 16 != 0;
-  return is_news || WSTOPSIG(status) == system_call_stop || WSTOPSIG(status) == SIGSTOP ? 0 : WSTOPSIG(status);
+  const bool is_event = status >> 16 != 0;
+  return is_event || WSTOPSIG(status) == system_call_stop || WSTOPSIG(status) == SIGSTOP ? 0 : WSTOPSIG(status);
 }
 
 [[noreturn]] void trace_to_the_end(pid_t child, const std::string &folder) {
