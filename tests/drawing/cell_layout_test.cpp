@@ -8,7 +8,7 @@
 namespace tarvel {
 namespace {
 
-// A page without an output.
+// A surface whose output is discarded.
 struct page {
   explicit page(bool is_vector, double width = 900.0, double height = 600.0)
       : surface(is_vector ? cairo_pdf_surface_create_for_stream(nullptr, nullptr, width, height)
@@ -94,7 +94,7 @@ const snap_case snap_cases[] = {
     {-1.5, -1.5, -1.0, -2.0}, {-0.5, -0.5, 0.0, -1.0},
 };
 
-TEST(cell_layout_test, snaps_to_pixels_on_pictures_and_not_at_all_on_paper) {
+TEST(cell_layout_test, snaps_to_pixels_on_images_and_not_in_pdfs) {
   const page paper(true);
   const page picture(false);
   const cell_layout on_paper = lay_out_cell(paper.context.get(), 0);

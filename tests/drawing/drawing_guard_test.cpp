@@ -16,12 +16,12 @@
 
 namespace {
 
-// The behaviour of the functions below, which replace those of the font library.
+// The behaviour of the functions below, which replace those of the font library and pthread_create.
 bool loads_configuration = true;
 bool takes_configuration = true;
 int times_loaded = 0;
 FcConfig *last_taken = nullptr;
-// The number of threads that may be started, and of those that have been.
+// The number of threads that can be started, and of those that have been started.
 int granted_threads = 1000;
 int started_threads = 0;
 
@@ -73,7 +73,7 @@ TEST(drawing_guard_test, loads_the_fonts_or_fails) {
   ASSERT_NE(last_taken, nullptr);
   EXPECT_EQ(FcConfigGetCurrent(), last_taken);
   EXPECT_NE(FcConfigGetFonts(last_taken, FcSetSystem), nullptr);
-  // Once for all documents.
+  // They are not loaded again.
   ASSERT_EQ(guard(), "");
   EXPECT_EQ(times_loaded, 1);
 }
@@ -85,7 +85,7 @@ TEST(drawing_guard_test, fails_when_memory_is_short) {
   EXPECT_EQ(guard(), no_memory);
 }
 
-// Two threads that read fonts, and two that have ended and may still count against a limit.
+// Two threads that read fonts, and two that are ending and may still count towards a limit.
 TEST(drawing_guard_test, fails_without_four_threads) {
   ASSERT_EQ(guard(), "");
   for (const int granted : {0, 1, 3, 4}) {
@@ -97,14 +97,14 @@ TEST(drawing_guard_test, fails_without_four_threads) {
   granted_threads = 1000;
 }
 
-TEST(drawing_guard_test, finds_what_is_missing_in_a_document) {
+TEST(drawing_guard_test, has_a_message_for_an_incomplete_document) {
   EXPECT_EQ(drawing_error(CAIRO_STATUS_SUCCESS), nullptr);
   EXPECT_EQ(drawing_error(CAIRO_STATUS_WRITE_ERROR), nullptr);
   EXPECT_STREQ(drawing_error(CAIRO_STATUS_NO_MEMORY), no_memory);
   EXPECT_STREQ(drawing_error(CAIRO_STATUS_DEVICE_ERROR), no_memory);
 }
 
-TEST(drawing_guard_test, keeps_the_libraries_from_talking_of_themselves) {
+TEST(drawing_guard_test, unsets_the_debug_variables_of_the_libraries) {
   setenv("FC_DEBUG", "1024", 1);
   setenv("PANGOCAIRO_BACKEND", "none", 1);
   ASSERT_EQ(guard(), "");
@@ -112,9 +112,9 @@ TEST(drawing_guard_test, keeps_the_libraries_from_talking_of_themselves) {
   EXPECT_EQ(std::getenv("PANGOCAIRO_BACKEND"), nullptr);
 }
 
-// A sanitizer has an allocator of its own.
+// A sanitizer replaces the allocator.
 #ifndef __SANITIZE_ADDRESS__
-TEST(drawing_guard_test, lets_threads_share_the_memory_of_the_program) {
+TEST(drawing_guard_test, makes_threads_allocate_from_the_main_arena) {
   ASSERT_EQ(guard(), "");
   std::uintptr_t block = 0;
   std::thread([&] {
@@ -122,7 +122,7 @@ TEST(drawing_guard_test, lets_threads_share_the_memory_of_the_program) {
     block = reinterpret_cast<std::uintptr_t>(taken);
     std::free(taken);
   }).join();
-  // Memory of other allocations is mapped above the program break.
+  // The main arena lies below the program break, other arenas are mapped above it.
   EXPECT_LT(block, reinterpret_cast<std::uintptr_t>(sbrk(0)));
 }
 #endif

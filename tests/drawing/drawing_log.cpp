@@ -17,7 +17,7 @@ std::vector<drawn_item> *current_log = nullptr;
 
 std::string number(double value) {
   char words[40];
-  // Half a 1/256: as exact as paths are kept.
+  // Half of 1/256, the resolution of cairo's paths.
   std::snprintf(words, sizeof words, "%.2f", value == 0.0 ? 0.0 : value);
   return std::string(words) == "-0.00" ? "0.00" : words;
 }

@@ -1,5 +1,5 @@
 // Records what a chart draws. drawing_log.cpp replaces cairo_stroke, cairo_fill and pango_cairo_show_layout by
-// functions that record their calls: exactly, for any surface and any fonts.
+// functions that record their calls. The record is exact and does not depend on the surface or on fonts.
 #pragma once
 
 #include <cairo.h>

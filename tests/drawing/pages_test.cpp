@@ -1,4 +1,4 @@
-// The PDF and PNG documents, read by other programs.
+// The PDF and PNG documents, which the tests read by other programs.
 #include "drawing/pages.h"
 
 #include <cairo.h>
@@ -27,7 +27,7 @@
 
 namespace {
 
-// The behaviour of the functions below, which replace those of cairo, for one call.
+// Which function of cairo fails at its next call; the functions below replace them.
 bool fails_context = false;
 bool fails_surface = false;
 
@@ -60,7 +60,7 @@ struct document {
   std::vector<page_word> words;
 };
 
-// Reads a PDF with the tool that prints every word with its box.
+// Reads a PDF by pdftotext -bbox, which prints each word with its bounding box.
 document read_pdf(const char *path) {
   document read;
   const std::string command = std::string("pdftotext -bbox ") + path + " -";
@@ -90,7 +90,7 @@ std::string write_pdf(const char *path, const swoop &run, bool metric = false) {
 
 struct title_case {
   std::size_t page;
-  const char *word;  // of one title alone
+  const char *word;  // occurs in one title only
   double x, y;       // the title's middle line: 3 % below the top of a cell of 396 by 306
 };
 
@@ -151,7 +151,7 @@ TEST(pages_test, leaves_cells_empty_when_memory_is_short) {
   const temp_dir dir;
   const swoop run = hand_made_swoop();
   {
-    // The first request is for the room that the drawing libraries need.
+    // The first allocation tests whether the drawing libraries have enough memory.
     const allocation_limit one(1);
     EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
   }
@@ -159,7 +159,7 @@ TEST(pages_test, leaves_cells_empty_when_memory_is_short) {
   EXPECT_EQ(empty.pages.size(), 2U);
   EXPECT_TRUE(empty.words.empty());
   {
-    // Overhead and side view take 15 and 7 requests; all later ones are refused.
+    // Overhead view and side view take 15 and 7 allocations; all later ones fail.
     const allocation_limit two_charts(1 + 15 + 7);
     EXPECT_EQ(write_pdf("run.pdf", run), "failed to allocate memory for charts");
   }
@@ -169,7 +169,7 @@ TEST(pages_test, leaves_cells_empty_when_memory_is_short) {
   for (const page_word &word : partial.words) EXPECT_LT(word.x, 396.0) << word.text;
 }
 
-TEST(pages_test, keeps_an_earlier_document_when_there_is_no_room_to_draw) {
+TEST(pages_test, keeps_an_earlier_document_when_there_is_no_memory_to_draw) {
   const temp_dir dir;
   write_text("run.pdf", "earlier");
   write_text("out.png", "earlier");
@@ -183,24 +183,24 @@ TEST(pages_test, keeps_an_earlier_document_when_there_is_no_room_to_draw) {
   EXPECT_EQ(read_text("out.png"), "earlier");
 }
 
-TEST(pages_test, reckons_64_megabytes_and_512_bytes_a_sample_and_chart) {
+TEST(pages_test, needs_64_megabytes_and_512_bytes_a_sample_and_chart) {
   swoop run = hand_made_swoop();
-  const auto room_to = [&](std::uint32_t stop, bool from_exit) {
+  const auto memory_to = [&](std::uint32_t stop, bool from_exit) {
     run.stop = stop;
     return drawing_memory({run, nullptr, false, from_exit});
   };
-  EXPECT_EQ(room_to(run.top_of_turn, false), 67108864U);
-  EXPECT_EQ(room_to(run.top_of_turn - 1, false), 67108864U);
-  EXPECT_EQ(room_to(run.top_of_turn + 1, false), 67112960U);
-  EXPECT_EQ(room_to(run.top_of_turn + 1000, false), 71204864U);
-  EXPECT_EQ(room_to(run.plane_exit + 1000, true), 71204864U);
+  EXPECT_EQ(memory_to(run.top_of_turn, false), 67108864U);
+  EXPECT_EQ(memory_to(run.top_of_turn - 1, false), 67108864U);
+  EXPECT_EQ(memory_to(run.top_of_turn + 1, false), 67112960U);
+  EXPECT_EQ(memory_to(run.top_of_turn + 1000, false), 71204864U);
+  EXPECT_EQ(memory_to(run.plane_exit + 1000, true), 71204864U);
   run.top_of_turn = 0;
-  EXPECT_EQ(room_to(UINT32_MAX, false), 17592253149184U);  // (2^32 - 1) * 2^12 + 2^26
+  EXPECT_EQ(memory_to(UINT32_MAX, false), 17592253149184U);  // (2^32 - 1) * 2^12 + 2^26
 }
 
-// A sanitizer has more addresses than that already.
+// A sanitizer reserves more addresses than this limit.
 #ifndef __SANITIZE_ADDRESS__
-// Limits the address space, also on a system that grants more memory than it has.
+// Limits the address space, so that a large mapping fails even on a system that overcommits memory.
 class address_limit {
  public:
   explicit address_limit(rlim_t bytes) {
@@ -216,8 +216,7 @@ class address_limit {
   rlimit before_ = {};
 };
 
-// From the top of the turn or the exit to the stop.
-TEST(pages_test, needs_memory_for_the_samples_that_it_draws) {
+TEST(pages_test, fails_without_memory_for_the_samples_that_it_draws) {
   const temp_dir dir;
   swoop run = hand_made_swoop();
   run.stop = UINT32_MAX;
@@ -236,7 +235,7 @@ TEST(pages_test, fails_when_cairo_has_no_memory_for_a_page_or_for_the_document) 
   EXPECT_EQ(write_pdf("run.pdf", run), "");
 }
 
-// Some allocators set errno and then succeed in another way.
+// An allocator may set errno although it succeeds.
 TEST(pages_test, ignores_errno) {
   const temp_dir dir;
   errno = ENOMEM;
@@ -296,7 +295,7 @@ TEST(pages_test, keeps_a_track_that_has_the_name_of_the_document) {
   EXPECT_EQ(read_pdf("run.pdf").pages.size(), 2U);
 }
 
-// A picture in floating point, each channel 0..255.
+// An image in floating point, each channel 0..255.
 struct picture {
   int width = 0;
   int height = 0;
@@ -355,12 +354,12 @@ picture shrink(picture source, int factor) {
 
 constexpr int shrinkage = 4;
 
-// In the shrunken picture of 300 by 232, cells of 150 by 116: true where letters may be: outside of the plot and in the
-// legend's corner.
+// For the image reduced to 300 by 232, with cells of 150 by 116. True where letters may be: outside the plot and in the
+// corner of the legend.
 bool may_hold_letters(int x, int y) {
   const int cell_x = x % 150;
   const int cell_y = y % 116;
-  // Plots go from a tenth, 15, to 141, and from 8 %, 9.3, to 106.7; the frame itself is no letter.
+  // A plot extends from 15 (10 %) to 141 across and from 9.3 (8 %) to 106.7 down. Its frame is not a letter.
   const bool is_in_plot = cell_x >= 14 && cell_x <= 142 && cell_y >= 9 && cell_y <= 107;
   if (!is_in_plot) return true;
   const bool is_left_legend = x >= 150 && y < 116 && cell_x < 75 && cell_y < 30;
@@ -376,8 +375,8 @@ double darkness(picture &source, int left, int top, int right, int bottom) {
   return sum;
 }
 
-// Plots must be equal except for small differences of anti-aliasing. Letters may be of another font, but as dark; a few
-// letters away from them, white must be white.
+// Plots must be equal except for small differences of anti-aliasing. Letters may be of another font of similar
+// darkness; where no letter is within a few letters' width, white must be white.
 void expect_same_picture(picture &drawn, picture &golden) {
   ASSERT_EQ(drawn.width, golden.width);
   ASSERT_EQ(drawn.height, golden.height);
@@ -406,7 +405,7 @@ struct picture_case {
 const picture_case picture_cases[] = {{"first_page_feet.png", false, false},
                                       {"first_page_metric_carve.png", true, true}};
 
-TEST(pages_golden_test, paints_the_first_page_as_it_always_was) {
+TEST(pages_golden_test, draws_the_first_page) {
   const temp_dir dir;
   for (const picture_case &c : picture_cases) {
     SCOPED_TRACE(c.golden);

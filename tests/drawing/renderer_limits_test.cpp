@@ -1,4 +1,4 @@
-// Charts of numbers that no run has: each must be drawn in a short time and with few words.
+// Charts of extreme numbers: each must be drawn in a short time and with few words.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -83,9 +83,9 @@ owned_record<series> poles_of(const std::vector<vec2> &points, double radius) {
 
 bool is_on_page(vec2 corner) { return corner.x >= 0.0 && corner.x <= 396.0 && corner.y >= 0.0 && corner.y <= 306.0; }
 
-// The drawing library never finishes a circle of an infinite radius, and draws a coordinate that is too large at a
-// wrong place.
-TEST(renderer_limits_test, draws_all_there_is_on_the_page_however_far_a_point_lies) {
+// The drawing library does not finish a circle of infinite radius, and draws a coordinate that is too large at a wrong
+// position.
+TEST(renderer_limits_test, draws_the_other_points_however_far_one_lies) {
   const double greatest = std::numeric_limits<double>::max();
   for (const double far : {1e290, 1e300, 5e304, 5.01e304, 7e305, 1e306, 2e307, greatest}) {
     for (const vec2 point : {vec2{3e7, far}, vec2{far, 3e7}, vec2{-far, far}, vec2{3e7, -far}, vec2{-far, 0.0}}) {
@@ -102,7 +102,7 @@ TEST(renderer_limits_test, draws_all_there_is_on_the_page_however_far_a_point_li
   }
 }
 
-TEST(renderer_limits_test, draws_points_closer_together_than_numbers_can_be_scaled) {
+TEST(renderer_limits_test, draws_points_too_close_together_to_be_scaled) {
   for (const double span : {5e-324, 1e-310, 1e-307, 1e-304, 1e-303, 1e-299}) {
     const owned_record<chart> source = chart_of({{0.0, 0.0}, {span, span}});
     chart_add_series(*source, poles_of({{0.0, 0.0}}, span / 10.0));
@@ -138,7 +138,7 @@ TEST(renderer_limits_test, draws_one_scale_for_a_line_a_hundred_times_as_long_as
     const owned_record<chart> source = chart_of({{0.0, 0.0}, is_high ? vec2{3.0, 300.0} : vec2{300.0, 3.0}});
     source->equal_scale = true;
     const std::vector<drawn_shape> shapes = shapes_of(draw_logged(*source, page_kind::vector, 1000.0, 1000.0));
-    // The line's two dots are as far apart as the scale says, both ways.
+    // The distance of the line's two dots is that of the scale, across and up.
     const drawn_shape &last = shapes[shapes.size() - 1];
     const drawn_shape &before = shapes[shapes.size() - 2];
     const double across = last.low.x - before.low.x;
@@ -147,7 +147,7 @@ TEST(renderer_limits_test, draws_one_scale_for_a_line_a_hundred_times_as_long_as
   }
 }
 
-TEST(renderer_limits_test, draws_every_point_of_a_long_track_soon) {
+TEST(renderer_limits_test, draws_every_point_of_a_long_track_quickly) {
   const owned_record<chart> source = chart_of({});
   for (int i = 0; i < 20'000; ++i) {
     ASSERT_TRUE(series_add_point(*source->first_series, {i * 1.0, std::sin(i * 0.001)}));

@@ -1,4 +1,4 @@
-// The shapes of charts, exactly.
+// The exact lines and shapes of charts.
 #include "drawing/renderer.h"
 
 #include <gtest/gtest.h>
@@ -155,7 +155,7 @@ TEST(renderer_test, draws_smaller_marks_in_a_small_cell) {
             "fill 123456: star 234.00,225.00 r 5.40\n");
 }
 
-TEST(renderer_test, turns_axes_around) {
+TEST(renderer_test, reverses_axes) {
   const owned_record<chart> source = square_chart();
   chart_add_series(*source, curve_of(series_style::solid, blue, {{1, -9}, {10, 0}, {10, 8}}));
   source->reverse_x = true;
@@ -170,7 +170,7 @@ TEST(renderer_test, turns_axes_around) {
   EXPECT_NEAR(shapes[first_y_line].points[0].y, 164.0, 0.005);
 }
 
-TEST(renderer_test, goes_on_with_the_next_point_where_one_is_not_finite) {
+TEST(renderer_test, skips_points_that_are_not_finite) {
   const double none = std::numeric_limits<double>::quiet_NaN();
   const double endless = std::numeric_limits<double>::infinity();
   for (const series_style style : {series_style::solid_with_dots, series_style::open_circle, series_style::star,

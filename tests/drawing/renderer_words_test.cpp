@@ -10,7 +10,7 @@
 namespace tarvel {
 namespace {
 
-// Paths and points are kept in 1/256.
+// Paths and points have a resolution of 1/256.
 constexpr double exact = 0.005;
 
 // Plot from 100 to 940 and from 80 to 920 on a page of 1000 by 1000; x from 0 to 20, y from -10 to 10.
