@@ -1,10 +1,11 @@
-// The engine as a program of its own: tarvel without its guards and without its pages. Built for other machines, it must
-// print and write what tarvel does on this one. Files are opened by the C library alone, and what is refused there for
-// the user's sake (an output that would replace an input, for one) is not refused here. With -k it is tarvel-check.
+// A program over the engine that does what tarvel does except the drawing of charts. Built for other machines, it must
+// print and write what tarvel prints and writes on this one. It lacks the driver's checks, such as that no output
+// replaces an input. With -k it does what tarvel-check does.
 //
 //   engine_program [-dikmp] [-t time] [-g gate] [swoop]
 //
-// With the digests of the track and of its course file it writes what tarvel-json prints to document.json instead:
+// With -s it writes to document.json what tarvel-json prints. -s and -c are the digests of the track and of the course
+// file:
 //
 //   engine_program -s digest [-c digest] [-im] [-t time] swoop
 #include <getopt.h>
@@ -93,7 +94,7 @@ void write_file(const std::string &path, writer write) {
   write(file.get());
 }
 
-// Reads a track in the words of tarvel: the warnings first.
+// Reads a track and prints the warnings, then the error, as tarvel does.
 template <typename reader>
 auto read_file(const char *path, reader read) {
   const file_handle file = open_file(path, "rb");
@@ -130,7 +131,7 @@ void survey(const settings &given) {
              [&](std::FILE *file) { write_kml(file, surveyed->track[0].time, samples_of(*surveyed), &ends); });
 }
 
-// The path becomes that of the file in which it was found.
+// Fills the path with that of the file in which the course was found.
 std::optional<course> find_course(const char *swoop_file, std::string &path) {
   course found;
   course_link link;
@@ -146,7 +147,7 @@ std::optional<course> find_course(const char *swoop_file, std::string &path) {
   }
 }
 
-// One line for each curve, so that the charts are built on that machine, too.
+// Prints one line for each curve: the charts are built, although not drawn.
 void print_charts(std::FILE *file, const swoop &run, const std::optional<course> &flown, bool metric) {
   const chart_context context = {run, flown && flown->pond ? &*flown->pond : nullptr, metric, false};
   for (const auto build :
@@ -225,7 +226,7 @@ void analyse(const settings &given) {
   write_file("charts.txt", [&](std::FILE *file) { print_charts(file, *run, flown, given.metric); });
 }
 
-// The name and the version are those of tarvel-json, so that nothing else should differ.
+// With the name and the version of tarvel-json: the documents should be equal.
 void write_document(const settings &given) {
   const std::string version_number = std::string(version).substr(8, std::string(version).find(' ', 8) - 8);
   run_facts facts;

@@ -1,4 +1,4 @@
-"""engine_test.py RUNNER... PROGRAM: the engine built for another machine prints and writes what tarvel does on this one."""
+"""engine_test.py RUNNER... PROGRAM: the engine built for another machine has the same outputs as tarvel on this one."""
 
 import hashlib
 import os
@@ -23,7 +23,7 @@ options = ((), ("-m",), ("-d",), ("-i",), ("-i", "-m", "-d"), ("-t", "5"))
 
 
 def outcome(command, folder):
-    """Exit status and output of a call in the folder, and the files that it leaves there but for the pages."""
+    """Exit status and output of a call in the folder, and the files that it leaves there, except charts."""
     done = subprocess.run(command, cwd=folder, stdout=subprocess.PIPE, stdin=subprocess.DEVNULL, timeout=240)
     files = {file.name: file.read_bytes() for file in folder.iterdir() if file.suffix != ".pdf"}
     files.pop("charts.txt", None)
@@ -35,7 +35,7 @@ class EngineTest(SameOutputs, unittest.TestCase):
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def compare(self, arguments, files):
-        """Gives both programs the same files (name: bytes) and expects the same of both. Returns the engine's files."""
+        """Calls both programs over the same files (name: bytes) and compares the results. Returns the engine's files."""
         outcomes = []
         for name, command in (("tarvel", [tarvel]), ("engine", engine)):
             folder = self.folder / name
@@ -63,7 +63,7 @@ class EngineTest(SameOutputs, unittest.TestCase):
                     self.compare([*given, f"{run}.csv"], self.example(f"{run}.csv", "matrix.txt"))
 
     def test_checks(self):
-        """The same draws, although machines differ in the last bits of their logarithms."""
+        """The draws are equal although the logarithms of the two C libraries differ in their last bits."""
         for run in runs:
             for given in ((), ("-m",), ("-i",)):
                 with self.subTest(run=run, options=given):
@@ -129,7 +129,7 @@ class EngineTest(SameOutputs, unittest.TestCase):
                 self.compare(["run.csv"], {"run.csv": course["carve.csv"], "matrix.txt": text})
 
     def test_a_million_rows(self):
-        """A phone's browser would stop at a track of that size if memory were wasted on the way there."""
+        """Within the memory of WebAssembly."""
         content = self.example("straight.csv")["straight.csv"]
         head, units, *rows = content.splitlines(keepends=True)
         ground = rows[0]

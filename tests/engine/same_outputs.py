@@ -1,12 +1,10 @@
-"""What the engine on another machine may print otherwise than on this one.
+"""Compares outputs of the engine on two machines, whose C libraries have sines that differ in their last bits.
 
-Whatever a pilot reads of a run must be the same byte for byte. Only the frame that a survey finds may differ: it is
-computed with sines and cosines, whose last bits every C library rounds in its own way, and has the earth's radius as
-its lever: less than a millimetre, which may turn the last digit in a course file.
-
-For the same reason the numbers that a document has at full precision may differ in their last digits, as every position
-in a run's frame comes from such a sine. The texts and the lists of integers beside them are the same. A point of a chart
-that lies halfway between two thousandths may be rounded to either: such points are listed, and must be few.
+The report, the map and all messages must be equal byte for byte. Two things may differ. The frame that a survey finds:
+a last bit of a sine times the earth's radius is less than a millimetre, which may change the last digit in a course
+file. And the numbers that a document has at full precision, in their last digits, since the positions in a run's frame
+are computed with such sines. The texts and integers in a document must be equal. A point of a chart that lies halfway
+between two thousandths may be rounded to either: such points are listed, and there must be few.
 """
 
 import itertools
@@ -22,7 +20,7 @@ points_for_one_turned = 100_000
 
 
 class SameOutputs:
-    """For test cases."""
+    """A base class of test cases."""
 
     point_count = 0
     turned_points = ()
@@ -41,7 +39,7 @@ class SameOutputs:
             self.assertAlmostEqual(float(a), float(b), delta=1.001 * 10.0 ** -len(a.split(b".")[1]))
 
     def full_precision(self, document):
-        """Takes the numbers of full precision out of a document and returns them by name."""
+        """Removes the numbers of full precision from a document and returns them by name."""
         numbers = {}
         for name, figure in (document["figures"] or {}).items():
             numbers[name] = figure.pop("value")
@@ -69,8 +67,8 @@ class SameOutputs:
         self.assertEqual(*documents)
         self.assertEqual(list(numbers), list(other_numbers))
         for name, value in numbers.items():
-            # An interval comes from hundreds of analyses, each of which adds its own last digits; the origin of a frame has
-            # the earth's radius as its lever.
+            # The differences of hundreds of analyses add up in an interval; those in the origin of a frame are
+            # multiplied by the earth's radius.
             is_coarse = name[0] in ("interval", "reason") or (isinstance(name[0], int) and name[1] == 3)
             delta = 1e-3 if is_coarse else 1e-6
             self.assertAlmostEqual(value, other_numbers[name], delta=delta, msg=name)

@@ -1,4 +1,4 @@
-# The engine on other machines. The sanitizers and the counts of lines belong to this one.
+# The engine on other machines. Its builds do not depend on this build's sanitizers or coverage counts.
 if(CMAKE_CXX_FLAGS MATCHES "sanitize|coverage" OR CMAKE_CXX_COMPILER_ID MATCHES Clang)
   return()
 endif()
@@ -12,7 +12,7 @@ set(tarvel_run_aarch64 ${TARVEL_QEMU})
 # tarvel.html needs most of the engine for WebAssembly, so the test builds its program in the same tree.
 set(tarvel_wasm_tree ${PROJECT_BINARY_DIR}/wasm)
 set(tarvel_build_wasm ${CMAKE_COMMAND} --build ${tarvel_wasm_tree} --target engine_program)
-# char has no sign on ARM, so that the preset unsigned-char would show nothing more here.
+# On ARM char is unsigned, so the preset unsigned-char is not tested here.
 set(tarvel_aarch64_tree ${PROJECT_SOURCE_DIR}/build/aarch64)
 set(tarvel_build_aarch64 sh -c "${CMAKE_COMMAND} --preset aarch64 && ${CMAKE_COMMAND} --build --preset aarch64")
 foreach(machine wasm aarch64)
