@@ -1,5 +1,5 @@
-// Draws the first page of a run's charts into out.png in the working directory, for the documentation. The course comes
-// from matrix.txt there.
+// Draws the first page of a run's charts to out.png, for the documentation. Reads the course from matrix.txt. Both
+// files are in the working directory.
 //
 //   first_page_picture TRACK
 #include <cstdio>

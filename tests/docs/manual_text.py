@@ -1,16 +1,16 @@
-"""Reads the manual: its tables, its code and its links."""
+"""Parses Markdown: tables, code, headings and links."""
 import re
 
 
 def without_code(text):
-    """The text with its code blocks and code spans emptied."""
+    """The text without its code blocks and code spans."""
     text = re.sub(r"^(```|~~~).*?^\1", "", text, flags=re.MULTILINE | re.DOTALL)
     text = re.sub(r"^(?: {4}|\t).*$", "", text, flags=re.MULTILINE)
     return re.sub(r"(`+)(?!`).*?(?<!`)\1(?!`)", "", text, flags=re.DOTALL)
 
 
 def code_lines(text):
-    """The lines of its code blocks, indented or fenced."""
+    """The lines of the code blocks, indented or fenced."""
     lines = []
     is_fenced = False
     for line in text.splitlines():
@@ -24,7 +24,7 @@ def code_lines(text):
 
 
 def first_cells(text):
-    """The first cell of each row of its tables, heads and rulers left out."""
+    """The first cell of each row of the tables, without their headers."""
     cells = []
     for line in text.splitlines():
         is_ruler = re.fullmatch(r"\|[-| :]+\|", line) is not None
@@ -45,7 +45,7 @@ def headings(text):
 
 
 def anchors(text):
-    """The names under which its headings can be linked to."""
+    """The names by which links refer to the headings."""
     names = set()
     for heading in headings(text):
         words = re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", heading)
@@ -60,7 +60,7 @@ def anchors(text):
 
 
 def links(text):
-    """The targets of its links and pictures."""
+    """The targets of the links and pictures."""
     text = without_code(text)
     inline = re.findall(r"\]\(\s*<?([^)\s>]*)>?[^)]*\)", text)
     defined = re.findall(r"^ {0,3}\[[^\]]+\]:\s*(\S+)", text, re.MULTILINE)

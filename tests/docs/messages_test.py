@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tests/docs/messages_test.py: the manual's chapter on messages has each message of src/, and none that src/ lacks."""
+"""tests/docs/messages_test.py: the manual's chapter on messages has every message of src/ and no other."""
 import os
 import re
 import shutil
@@ -14,7 +14,7 @@ PROJECT = Path(os.environ.get("TARVEL_SOURCE_DIR", Path(__file__).parents[2]))
 SOURCES = PROJECT / "src"
 CHAPTER = PROJECT / "docs/manual/messages.md"
 
-# Each says something new on a way of its own.
+# Source lines with a message that the manual does not have, each written in another way.
 NEW_MESSAGES = {
     'void f(error_slot *error) { *error = "pilot landed in a tree"; }': "pilot landed in a tree",
     'void f(error_slot *error) { if (*error) *error = "treeless"; }': "treeless",
@@ -33,7 +33,7 @@ NEW_MESSAGES = {
     'const char *f(bool b) { return b ? "in a tree" : nullptr; }': "in a tree",
 }
 
-# None of these is a message.
+# Source lines without a message.
 NO_MESSAGES = (
     '// "a tree in a comment"\n'
     '#include "tree or not"\n'
@@ -44,7 +44,7 @@ NO_MESSAGES = (
 
 
 def quoted_messages(chapter):
-    """The messages that the items of its lists explain: "- `one`, `another`:" and the words about them."""
+    """The messages that the chapter explains. An item of its lists begins "- `one`, `another`:"."""
     heads = re.findall(r"^- (`[^`]+`(?:,\s+`[^`]+`)*):$", chapter, re.MULTILINE)
     return [span for head in heads for span in code_spans(head)]
 
@@ -65,7 +65,7 @@ class MessagesTest(unittest.TestCase):
         self.chapter = CHAPTER.read_text()
 
     def missing_of(self, text):
-        """What the chapter misses of a source file with this text."""
+        """The messages of a source file with this text that the chapter does not have."""
         with tempfile.TemporaryDirectory() as folder:
             Path(folder, "tree.cpp").write_text(text)
             return set(missing_messages(Path(folder), self.chapter))

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tests/docs/one_jump_test.py: what the manual says of a track with two jumps is so, and its commands cut one."""
+"""tests/docs/one_jump_test.py: the manual's statements on a track with two jumps are true, and its commands split one."""
 import os
 import re
 import subprocess
@@ -22,7 +22,7 @@ def example(name):
 
 
 def joined(first, second):
-    """Both tracks as one, with the header of the first."""
+    """The rows of both tracks after the header of the first."""
     return first + "".join(second.splitlines(keepends=True)[HEADER_LINES:])
 
 
@@ -31,7 +31,7 @@ class OneJumpTest(unittest.TestCase):
         self.folder = tempfile.TemporaryDirectory()
         self.addCleanup(self.folder.cleanup)
         self.place = Path(self.folder.name)
-        # The dive of the carve is the faster one, 84.4 against 80.9 mph.
+        # The carve has the faster dive: 84.4 mph, the straight run 80.9 mph.
         self.straight, self.carve, self.tagged = example("straight.csv"), example("carve.csv"), example("tagged.csv")
         (self.place / "matrix.txt").write_text(example("matrix.txt"))
 
@@ -41,7 +41,7 @@ class OneJumpTest(unittest.TestCase):
                               check=False).stdout
 
     def report_of(self, track, *options):
-        """{label: the rest of its line}"""
+        """The lines of the report: {label: the rest of the line}."""
         lines = self.printed_of(track, *options).splitlines()
         return {label: figures for label, colon, figures in (line.partition(":") for line in lines) if colon}
 
@@ -63,7 +63,7 @@ class OneJumpTest(unittest.TestCase):
             if written:
                 parts.append((self.place / written[1]).read_text())
         self.assertEqual(printed, quoted)
-        # Lines with other tags stay in both parts, so only the reports of tagged tracks are compared.
+        # Both parts of a tagged track have the lines with other tags, so reports are compared instead of files.
         parts, tagged_parts = parts[:4], parts[4:]
         self.assertTrue(parts == 2 * [self.straight, self.carve])
         expected = [self.report_of(track) for track in (self.tagged, tagged_later)]
@@ -77,10 +77,10 @@ class OneJumpTest(unittest.TestCase):
             self.assertEqual(self.report_of(track), {**carve, "exited airplane": first["exited airplane"]})
 
     def test_the_touchdown_of_a_jump_that_is_not_the_last_is_its_stop(self):
-        # The pilot of the tagged run, whose dive is the faster one, walks back to the touchdown.
+        # The pilot of the tagged run walks back after the stop; its dive is faster than that of the straight run.
         alone = self.report_of(self.tagged)
         self.assertNotEqual(alone["touchdown estimate"].split()[0], alone["distance to stop"].split()[0])
-        # Behind it the straight run's samples, as tagged lines with the columns that these have.
+        # The straight run follows as tagged lines, with the columns of the tagged track.
         names = "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc".split(",")
         rows = [line.split(",") for line in self.straight.splitlines()[HEADER_LINES:]]
         later = "".join(f"$GNSS,{','.join(row[:len(names)])},{row[-1]}\n" for row in rows)

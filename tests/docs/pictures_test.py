@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/docs/pictures_test.py: the drawn pictures show what the program says of the examples today, and those of the
-pages of charts are of one size."""
+"""tests/docs/pictures_test.py: the drawn pictures agree with the program's output for the examples, and the pictures of
+the charts have the size that the program draws."""
 import os
 import shutil
 import struct

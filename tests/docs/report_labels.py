@@ -1,11 +1,11 @@
-"""Finds the lines that a report may have: the words before their colons."""
+"""Finds the labels of the report's lines: the words before the colon."""
 import re
 
 from source_messages import tokens_of
 
 
 def report_labels(project):
-    """From the source, also what is printed only now and then; and from a report that has every figure."""
+    """From the source, which has labels that not every report has, and from a report with every figure."""
     source = (project / "src/swoop/report.cpp").read_text()
     literals = [words for kind, words in tokens_of(source) if kind == "literal"]
     printed = (project / "tests/golden/driver/carve.txt").read_text().splitlines()

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tests/docs/report_lines_test.py: what the manual and the README quote of reports and surveys has been printed."""
+"""tests/docs/report_lines_test.py: lines of reports and surveys that the manual and the README quote are in golden files."""
 import os
 import re
 import unittest
@@ -13,22 +13,22 @@ GOLDEN = PROJECT / "tests/golden"
 
 
 def printed_lines():
-    """Each line of each report and of each survey that the tests hold the program to."""
+    """All lines of the golden reports and surveys, with which tests compare the program's output."""
     files = [*(GOLDEN / "driver").glob("*.txt"), *(GOLDEN / "gate").glob("*.progress")]
     return {line for path in files for line in path.read_text().splitlines()}
 
 
 def quotes(text):
-    """The lines of its code that look like a report's or a survey's."""
+    """The lines of the code blocks that look like a line of a report or of a survey."""
     beginnings = (*(label + ":" for label in report_labels(PROJECT)), "waypoint detected:", "average height:",
                   "exit gate location", "theta = ")
-    # The course file has a line of theta as well.
+    # Not the line of theta in a course file.
     return [line for line in code_lines(text) if line.startswith(beginnings) and not re.match(r"theta = +-?[\d.]+$", line)]
 
 
 class ReportLinesTest(unittest.TestCase):
     def test_quoted_lines_have_been_printed(self):
-        # The chapter on tarvel-check has a test of its own.
+        # trust_a_figure_test.py tests the chapter on tarvel-check.
         chapters = set((PROJECT / "docs/manual").glob("*.md")) - {PROJECT / "docs/manual/trust-a-figure.md"}
         pages = [PROJECT / "README.md", *sorted(chapters)]
         quoted = [(page.name, line) for page in pages for line in quotes(page.read_text())]

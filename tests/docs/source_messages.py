@@ -1,21 +1,21 @@
-"""Finds the words that the program can say to its user, in the C++ sources.
+"""Finds the messages of the program in the C++ sources.
 
-Every string literal is taken for a message unless it is known to be something else: what a file or chart is made of, or
-a lone word. So a message that reaches the user on a way that nobody thought of here is found, too.
+Every string literal counts as a message unless it is known to be something else: part of a file or a chart, or a single
+word. A message that is printed in a new way is therefore found, too.
 """
 import re
 
-# Calls whose literals become part of a report, a chart or a comparison.
+# Calls whose literals are part of a report, a chart or a comparison.
 NOT_SAID = {"format_text", "make_height_chart", "add_annotation", "print_point", "print_point_with_speed",
             "value_or_hyphens", "std::sscanf", "std::strftime", "static_assert"}
-# Calls whose literals go to a stream, which may be the user's screen.
+# Calls that write to a stream; their literals are messages when it is standard output or standard error.
 TO_A_STREAM = {"std::fprintf", "std::fputs", "fprintf", "fputs"}
-# Calls whose literals are always said, lone words as well.
+# Calls whose literals are always messages, even single words.
 ALWAYS_SAID = {"format_error", "fatal_error", "exit_with_message", "std::puts", "std::printf", "puts", "printf"}
-# Tables and constants whose literals are not said; the program's version is no message.
+# Tables and constants whose literals are not messages.
 NOT_SAID_TABLES = re.compile(r"\b(annotation \w+|version) =$")
 
-# What tarvel has no part of.
+# Folders of which tarvel has no code.
 OTHER_PROGRAMS = {"checker", "document", "json", "verdict"}
 
 TOKEN = re.compile(r'''
@@ -33,7 +33,7 @@ CONVERSION = re.compile(r"%[-+ #0]*\d*(?:\.\d+)?(?:hh|h|ll|l|z)?[a-zA-Z]")
 
 
 def tokens_of(text):
-    """(kind, text) of each token; comments and directives left out, adjacent literals joined."""
+    """(kind, text) of each token, without comments and directives. Adjacent literals are joined."""
     found = []
     for match in TOKEN.finditer(text):
         kind = match.lastgroup
@@ -49,11 +49,11 @@ def tokens_of(text):
 
 
 class Place:
-    """Where a literal stands: the call around it with its arguments, or the statement before it."""
+    """The context of a literal: the call around it with its arguments, and the start of its statement."""
 
     def __init__(self, tokens, index):
         opening = enclosing(tokens, index)
-        # A braced list hands its literals to the call that it is an argument of.
+        # A literal in a braced list belongs to the call of which the list is an argument.
         while opening is not None and tokens[opening][1] == "{" and is_list(tokens, opening):
             outer = enclosing(tokens, opening)
             if outer is None or tokens[outer][1] != "(":
@@ -69,7 +69,7 @@ class Place:
 
 
 def enclosing(tokens, index):
-    """The nearest bracket that is open at the token, or None."""
+    """The innermost bracket that is open at the token, or None."""
     depth = 0
     for i in range(index - 1, -1, -1):
         kind, words = tokens[i]
@@ -85,7 +85,7 @@ def enclosing(tokens, index):
 
 
 def is_list(tokens, opening):
-    """True for a brace that opens a list of values, false for one that opens a block or for a parenthesis."""
+    """True for a brace that opens a list of values; false for a parenthesis and for a brace that opens a block."""
     if tokens[opening][1] != "{" or opening == 0:
         return False
     return tokens[opening - 1][1] in ("=", ",", "(", "{", "return")
@@ -122,7 +122,7 @@ def is_said(words, place):
         return False
     if place.call in TO_A_STREAM and not {"stdout", "stderr"} & set(place.arguments):
         return False
-    # What the survey tells is printed from log, what the readers tell from warnings; the other buffers hold files.
+    # The program prints the buffers log (of the survey) and warnings (of the readers); other buffers become files.
     if place.call == "text_buffer_printf" and place.arguments[0] not in ("log", "warnings"):
         return False
     fixed = re.findall(r"[A-Za-z]{2,}", CONVERSION.sub(" ", words))
@@ -132,14 +132,13 @@ def is_said(words, place):
 
 
 def plain(words):
-    """What the manual quotes of a literal: its first line that is not empty, without the word that opens every error."""
+    """The part of a literal that the manual quotes: its first non-empty line, without "ERROR: "."""
     line = next((line for line in words.split("\n") if line.strip()), "")
     return line.removeprefix("ERROR: ")
 
 
 def source_messages(folder):
-    """{message: {files}} of all sources below a folder; a message is a printf format, cut where a value follows. Of all
-    of src/ those that tarvel can say."""
+    """{message: {files}} of tarvel's sources below a folder. A message is a printf format or the beginning of one."""
     messages = {}
     for path in sorted(folder.rglob("*")):
         if path.relative_to(folder).parts[0] in OTHER_PROGRAMS:
@@ -156,7 +155,7 @@ def source_messages(folder):
 
 
 def pattern_of(message):
-    """Matches the message with any words in place of its conversions; a message that ends in a space goes on."""
+    """Matches the message with any text in place of its conversions, and after a message that ends in a space."""
     pieces = [" +".join(re.escape(word) for word in piece.split(" ")) for piece in CONVERSION.split(message.rstrip())]
     ending = ".+" if message.endswith(" ") else ""
     return re.compile(".+".join(pieces) + ending)

@@ -1,4 +1,4 @@
-# What the documentation says, held against the sources and the program.
+# Compares the documentation with the sources and with the output of the programs.
 foreach(name messages_test links_test layers_test one_jump_test report_lines_test pictures_test trust_a_figure_test
     architecture_test)
   tarvel_script_test(docs/${name} "TARVEL_FIRST_PAGE_PICTURE=$<TARGET_FILE:first_page_picture>")

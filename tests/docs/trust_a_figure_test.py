@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """tests/docs/trust_a_figure_test.py: the manual's chapter on tarvel-check has each reason with its weight and limit, and
-quotes what the program prints."""
+its example is the program's output."""
 import os
 import re
 import subprocess
@@ -34,7 +34,7 @@ class TrustAFigureTest(unittest.TestCase):
             printed = subprocess.run([CHECK, "carve.csv"], cwd=folder, capture_output=True, text=True,
                                      check=True).stdout.splitlines()
         dots = quoted.index("...")
-        # The manual's code blocks lose their empty lines.
+        # code_lines() leaves out empty lines.
         printed = [line for line in printed if line]
         quoted = [line for line in quoted[:dots] if line]
         self.assertEqual(printed[:len(quoted)], quoted)
