@@ -14,7 +14,7 @@ namespace {
 
 std::string display(const std::string &mark) { return display_after(page_source("tarvel-course.5"), mark); }
 
-// The course that a run of this name gets; theta tells which file it came from, and 0 that it has none.
+// Theta of the course that a run of this name has: it identifies the file. 0 for a run without a course.
 double theta_for(const char *run) {
   std::optional<course> found;
   error_slot error = nullptr;
@@ -55,7 +55,7 @@ TEST(course_page_test, the_course_is_that_of_the_examples_with_fewer_points) {
   EXPECT_EQ(pond.front().y, pond.back().y);
 }
 
-TEST(course_page_test, the_index_leads_where_the_page_says) {
+TEST(course_page_test, the_index_selects_the_courses_that_the_page_states) {
   const temp_dir folder;
   write_text("matrix.txt", display("index"));
   write_text("south.txt", course_with_theta("1"));
@@ -64,7 +64,7 @@ TEST(course_page_test, the_index_leads_where_the_page_says) {
   EXPECT_DOUBLE_EQ(theta_for("11-05.csv"), 2.0);
   EXPECT_DOUBLE_EQ(theta_for("09-30.csv"), 1.0);
   EXPECT_DOUBLE_EQ(theta_for("anna.csv"), 1.0);
-  // Its folder hides a run from all but the star.
+  // With a folder before its name the run matches only the star.
   EXPECT_DOUBLE_EQ(theta_for("saturday/11-05.csv"), 1.0);
 
   std::optional<course> none;

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/man/figures_test.py: the lines of the report and the columns of meet.csv are explained in the man pages and in the
-manual, all of them and no others.
+"""tests/man/figures_test.py: the man pages and the manual explain exactly the lines of the report and the columns of
+meet.csv.
 """
 import importlib.machinery
 import importlib.util
@@ -39,7 +39,7 @@ def columns(metric):
 
 
 def explained_items(page, heading):
-    """The list of a subsection of a man page; an item without an explanation is left out."""
+    """The items in the list of a subsection of a man page that have an explanation."""
     section = re.search(rf"^\.Ss {heading}\n(.*?)^\.S[sh] ", page, re.MULTILINE | re.DOTALL)[1]
     return re.findall(r"^\.It (.*)\n(?!\.It|\.El)", section, re.MULTILINE)
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/man/messages_test.py: the messages of tarvel, tarvel-meet and tarvel-split are the items under DIAGNOSTICS of their
-man pages, all of them and no others. Items hold example values where messages hold names and figures.
+"""tests/man/messages_test.py: the items under DIAGNOSTICS in the man pages of tarvel, tarvel-meet and tarvel-split are
+exactly the messages of these programs. Items have example values in place of names and numbers.
 """
 import ast
 import os
@@ -17,7 +17,7 @@ from source_messages import pattern_of, source_messages  # noqa: E402
 NO_DIAGNOSTICS = {"COMMAND LINE USAGE:", "Tarvel %s", "Usage: tarvel-split [-mw] track"}
 # The words of the list that tarvel-split prints.
 NO_MESSAGES = {"descent without a dive"}
-# What tarvel-split says of files, and what the driver says for it alone.
+# Messages of the driver on files that tarvel-split can print, and the one that tarvel cannot.
 OF_FILES = {"failed to open file: %s", "file exists: %s", "failed to write file: %s", "failed to write file: standard output"}
 NOT_OF_TARVEL = {"file exists: %s"}
 
@@ -33,7 +33,7 @@ def is_word(node, *names):
 
 
 class PythonMessages(ast.NodeVisitor):
-    """The patterns of what a Python program says of a command or of a run."""
+    """Patterns of the messages in a Python program."""
 
     def __init__(self):
         self.patterns = []

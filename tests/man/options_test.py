@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""tests/man/options_test.py: the options of each program are the same in what it prints, in its man page and in its
-completions for bash, zsh and fish; and the three shells describe each option in the same words. Completions run in their own
-shells.
+"""tests/man/options_test.py: each program has the same options in its usage text, in its man page and in its completions
+for bash, zsh and fish; and the three completions describe each option in the same words.
+
+Each completion is run in its shell. When zsh or fish is not installed, its completion file is parsed instead.
 """
 import os
 import re

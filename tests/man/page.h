@@ -1,4 +1,4 @@
-// The sources of the man pages, as tests read them.
+// Reads the sources of the man pages.
 #pragma once
 
 #include <string>
@@ -19,7 +19,7 @@ inline void replace_all(std::string &text, std::string_view from, std::string_vi
   }
 }
 
-// The lines of the display that follows the comment MARK, as a reader sees them; empty when there is none.
+// The lines of the display that follows the comment MARK, as they are rendered; empty when there is none.
 inline std::string display_after(const std::string &page, const std::string &mark) {
   const std::size_t comment = page.find("\n.\\\" " + mark + "\n.Bd ");
   if (comment == std::string::npos) return {};

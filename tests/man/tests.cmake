@@ -1,4 +1,4 @@
-# The worked examples of the pages, read by the program's own readers.
+# The program's readers read the worked examples of the pages.
 tarvel_test(man/tvl_page_test USES tarvel_gate)
 tarvel_test(man/course_page_test USES tarvel_driver)
 

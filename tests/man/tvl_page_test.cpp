@@ -14,7 +14,7 @@
 namespace tarvel {
 namespace {
 
-// One line of a listing: where a field lies, its type, its bytes and what the page says they are.
+// One line of a listing: the offset of a field, its type, its bytes and the value that the page states.
 struct listed_field {
   std::size_t offset = 0;
   std::string type;
@@ -69,7 +69,7 @@ listed_field read_listed_field(const std::string &line) {
   words >> field.offset >> field.type;
   std::string word;
   while (words >> word && is_byte(word) && (width_of(field.type) == 0 || field.bytes.size() < width_of(field.type))) {
-    // A small value of one byte looks like a byte itself.
+    // A value of one byte may have two digits, like the bytes before it.
     if (width_of(field.type) == 0 && !field.bytes.empty() && field.offset != 0) break;
     field.bytes += byte_of(word);
   }
@@ -108,7 +108,7 @@ void expect_value(const listed_field &field) {
   }
 }
 
-// Every byte of the dump is listed once, and is what the listing says.
+// Every byte of the dump is listed once, with its value.
 void expect_listed(const worked_example &example) {
   std::string listed;
   for (const listed_field &field : example.fields) {
