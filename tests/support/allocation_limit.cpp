@@ -28,7 +28,7 @@ allocation_limit::~allocation_limit() { requests_left = SIZE_MAX; }
 
 }  // namespace tarvel
 
-// With -Wl,--wrap=realloc the linker takes __wrap_realloc wherever realloc is called, and realloc for __real_realloc.
+// With -Wl,--wrap=realloc the linker resolves realloc to __wrap_realloc, and __real_realloc to realloc.
 extern "C" {
 
 void *__real_malloc(std::size_t bytes);

@@ -1,4 +1,4 @@
-// Refuses memory from the n-th request on: requests of src/support/memory.cpp to realloc and calloc, and the mapping
+// Makes allocations fail from the n-th on: calls of realloc and calloc by src/support/memory.cpp, and the call of mmap
 // before drawing. The linker replaces these functions by those of allocation_limit.cpp.
 #pragma once
 

@@ -1,4 +1,4 @@
-// Containers in memory.
+// Makes .tvl containers in memory.
 #pragma once
 
 #include <gtest/gtest.h>

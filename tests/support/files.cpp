@@ -45,7 +45,7 @@ void write_text(const std::string &path, std::string_view text) {
 bool file_exists(const std::string &path) { return fs::exists(fs::symlink_status(path)); }
 
 file_handle open_bytes(std::string_view bytes) {
-  // A stream in memory cannot be empty; a temporary file can.
+  // fmemopen refuses an empty buffer; a temporary file may be empty.
   if (bytes.empty()) return file_handle(std::tmpfile());
   return file_handle(fmemopen(const_cast<char *>(bytes.data()), bytes.size(), "rb"));
 }

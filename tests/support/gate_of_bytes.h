@@ -9,7 +9,7 @@
 
 namespace tarvel {
 
-// Its name is walk.csv. The log and the warnings are left out where they are null.
+// The name of the file is walk.csv. The log and the warnings are not filled when their pointers are null.
 [[nodiscard]] inline owned_record<gate> gate_of_bytes(std::string_view bytes, owned_text *log, error_slot *error,
                                                       text_buffer *warnings = nullptr) {
   warning_buffer unread;

@@ -50,7 +50,7 @@ TEST(memory_test, refuses_more_bytes_than_there_are_addresses) {
   owned_array<std::uint64_t> array;
   ASSERT_TRUE(try_resize(array, 1));
   array[0] = 42;
-  // 8 (2^61 + 1) is 8 in 64 bits: a product that wraps would be granted.
+  // 8 (2^61 + 1) is 8 modulo 2^64: an allocation of a product that wraps would succeed.
   EXPECT_FALSE(try_resize(array, (std::size_t{1} << 61) + 1));
   EXPECT_EQ(array[0], 42U);
 }
@@ -86,7 +86,7 @@ const reserve_case reserve_cases[] = {
     {"more than 64 bits can double", 1, UINT64_MAX, 9, -1},
 };
 
-TEST(memory_test, doubles_the_room_as_often_as_it_takes) {
+TEST(memory_test, doubles_the_capacity_until_the_elements_fit) {
   for (const reserve_case &c : reserve_cases) {
     SCOPED_TRACE(c.name);
     owned_array<int> array;
@@ -134,7 +134,7 @@ TEST(memory_test, appends_nothing_when_memory_is_short) {
 }
 
 // 2^32 elements do not fit the count: the allocator is not called, and nothing is written.
-TEST(memory_test, appends_nothing_that_a_count_of_32_bits_cannot_count) {
+TEST(memory_test, appends_nothing_when_the_count_of_32_bits_would_overflow) {
   for (const std::uint32_t full : {std::uint32_t{1} << 31, UINT32_MAX}) {
     owned_array<char> array;
     std::uint32_t count = full;
@@ -170,8 +170,8 @@ TEST(memory_test, copies_a_text_with_its_end) {
   EXPECT_EQ(try_duplicate("text"), nullptr);
 }
 
-// Each of the three kinds of request counts as one; all requests after the last granted one are refused.
-TEST(memory_test, grants_as_many_requests_as_the_limit_says) {
+// Each call of try_resize, try_zeroed or try_make is one allocation; all after the limit fail.
+TEST(memory_test, grants_as_many_allocations_as_the_limit_says) {
   owned_text text;
   for (std::size_t granted = 0; granted < 5; ++granted) {
     SCOPED_TRACE(granted);
@@ -194,7 +194,7 @@ TEST(memory_test, grants_as_many_requests_as_the_limit_says) {
   EXPECT_NE(try_make<record>(), nullptr);
 }
 
-TEST(memory_test, is_refused_more_than_the_machine_has) {
+TEST(memory_test, fails_for_more_bytes_than_the_machine_has) {
   owned_text text;
   EXPECT_FALSE(try_resize(text, SIZE_MAX / 2));
   EXPECT_FALSE(try_zeroed(text, SIZE_MAX / 2));

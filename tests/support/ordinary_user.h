@@ -1,4 +1,4 @@
-// Tests of permissions, which do not bind root.
+// For tests of file permissions, which do not apply to root.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 
 namespace tarvel {
 
-// An ordinary user for the time of the test, as nothing is unwritable to root.
+// Changes the effective user from root to an ordinary user for the duration of the test.
 class ordinary_user {
  public:
   ordinary_user() : is_root_(geteuid() == 0) {

@@ -39,8 +39,8 @@ struct simulated_flight {
   std::vector<vec3> velocities;  // in the frame
 };
 
-// Flown in steps of 1 ms, of which five a second are kept. The flight ends with the heading 0, and is moved so that the
-// legs from gate_leg on begin 1.5 m above the origin.
+// Integrates the legs in steps of 1 ms and keeps five samples a second. The flight ends with heading 0; it is shifted
+// so that the leg gate_leg begins 1.5 m above the origin.
 [[nodiscard]] inline simulated_flight fly(const std::vector<flight_leg> &legs, std::size_t gate_leg) {
   double turn_before_gate = 0.0;
   for (std::size_t i = 0; i < gate_leg; ++i) turn_before_gate += legs[i].seconds * legs[i].turn_rate;

@@ -23,7 +23,7 @@ constexpr double substeps = 8.0;  // of the integration, per sample
 
 double radians(double degrees) { return pi * degrees / 180.0; }
 
-// From 0 at 0 to 1 at 1, level at both ends.
+// Rises from 0 at 0 to 1 at 1, with slope 0 at both ends.
 double eased(double part) {
   if (part <= 0.0) return 0.0;
   if (part >= 1.0) return 1.0;
@@ -91,7 +91,7 @@ flight_state state_at(const simulated_run &run, const timetable &plan, double t)
   if (t < plan.exit) return {0.0, plane_speed, run.turn_degrees};
   if (t < plan.opening) {
     const double part = (t - plan.exit) / run.freefall_seconds;
-    // Even acceleration: what an exit looks like until the canopy opens.
+    // Constant acceleration until the canopy opens.
     return {fastest * part, between(plane_speed, canopy_speed, part), run.turn_degrees};
   }
   if (t < plan.canopy) {
@@ -188,7 +188,7 @@ placement placement_of(const simulated_run &run) {
 class error_source {
  public:
   double next() {
-    // Knuth's multiplier for 64 bits; the upper half is the better one.
+    // Knuth's multiplier for 64 bits. The upper half of the bits is used, which is more random.
     state_ = state_ * 6364136223846793005U + 1442695040888963407U;
     return static_cast<double>(state_ >> 32U) / 2147483648.0 - 1.0;
   }

@@ -17,7 +17,7 @@ struct simulated_run {
   double rate = 10.0;       // samples per second
   bool all_columns = true;  // also those that Tarvel ignores or does not need
 
-  // The course: where its entry gate stands and which way it leads, clockwise from north.
+  // The course: the position of its entry gate, and its direction clockwise from north.
   double gate_latitude = 48.5;
   double gate_longitude = 11.25;
   double gate_height = 420.0;

@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint32_t room = text_buffer_initial_capacity;
 
 TEST(text_buffer_test, begins_empty) {
-  mallopt(M_PERTURB, 0x55);  // fresh memory is often zero, which would make the text empty by chance
+  mallopt(M_PERTURB, 0x55);  // new memory is often zero, and the text would then be empty by chance
   error_slot error = nullptr;
   const text_buffer buffer = text_buffer_create(&error);
   EXPECT_EQ(error, nullptr);
@@ -33,7 +33,7 @@ TEST(text_buffer_test, fails_when_the_first_allocation_fails) {
   EXPECT_EQ(buffer.data, nullptr);
 }
 
-TEST(text_buffer_test, begins_later_when_it_could_not_begin_at_first) {
+TEST(text_buffer_test, allocates_later_when_the_first_allocation_failed) {
   error_slot error = nullptr;
   text_buffer buffer = [&] {
     const allocation_limit limit(0);
@@ -125,12 +125,12 @@ TEST(text_buffer_test, keeps_its_text_when_printf_fails) {
   EXPECT_STREQ(buffer.data.get(), "kept!");
 }
 
-// A capacity of 2^32 does not fit its field; if it wrapped to 0, it would be doubled for ever.
+// A capacity of 2^32 does not fit its field; if it wrapped to 0, the loop that doubles it would not end.
 TEST(text_buffer_test, refuses_to_grow_to_4_gibibytes) {
   error_slot error = nullptr;
   text_buffer buffer;
   buffer.error = &error;
-  // Only the last page is touched.
+  // The test writes to the last page only.
   if (!try_resize(buffer.data, std::size_t{1} << 31)) GTEST_SKIP() << "no 2 GiB of addresses";
   buffer.capacity = std::uint32_t{1} << 31;
   buffer.length = buffer.capacity - 3;

@@ -1,5 +1,4 @@
-// Writes simulated runs, each with its course, and simulated walks into the working directory: for scripts that give the
-// program whole files.
+// Writes simulated runs, each with its course, and simulated walks to the working directory, for scripts.
 #include <cstdio>
 #include <cstdlib>
 #include <string>
