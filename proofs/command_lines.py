@@ -11,7 +11,7 @@ from collections.abc import Iterator, Mapping, Sequence
 from typing import NamedTuple
 
 from proofs import tvl
-from proofs.harness import ROOT, Content, Folder, Link, Pipe, Twin, Workplace
+from proofs.harness import ROOT, Content, Folder, HardLink, Link, Pipe, Workplace
 
 # With {} for the name of a track. A course, as far as one is needed, is beside it.
 TRACK_OPTIONS = ("{}", "-m {}", "-d {}", "-d -m -t 4.5 {}", "-i {}", "-i -d -m {}", "-i -t 1e9 {}", "-g {}",
@@ -121,7 +121,7 @@ def full_lines(place: Workplace) -> list[CommandLine]:
         line("track named as the dump", "-d coord.txt", track(straight, "coord.txt")),
         line("course named as the report", "matrix.csv", track(straight, "matrix.csv")),
         line("report is a link to the track", "run.csv", {**run, "run.txt": Link("run.csv")}),
-        line("report is the track's second name", "run.csv", {**run, "run.txt": Twin("run.csv")}),
+        line("report is the track's second name", "run.csv", {**run, "run.txt": HardLink("run.csv")}),
         line("track is a link", "here.csv", {**run, "here.csv": Link("run.csv")}),
         line("long track", "run.csv", track(with_long_start(straight))),
         line("many columns", "run.csv", track(with_columns(straight, 40))),
@@ -218,7 +218,7 @@ def small_lines(place: Workplace) -> list[CommandLine]:
         line("-g walk.csv walk.txt", {"walk.csv": walk, "walk.txt": straight, "matrix.txt": old}, "walk.csv walk.txt"),
         line("-p -g matrix.txt", {"matrix.txt": walk}, "matrix.txt"),
         line("-p -g matrix.csv", {"matrix.csv": walk, "matrix.txt": old}, "matrix.csv"),
-        line("-i run.csv", {"run.csv": implicit, "run.txt": Twin("run.csv")}, "run.csv run.txt"),
+        line("-i run.csv", {"run.csv": implicit, "run.txt": HardLink("run.csv")}, "run.csv run.txt"),
         line("-i run.csv", {"run.txt": implicit, "run.csv": Link("run.txt")}, "run.txt"),
         line("run.csv", {"run.csv": straight, "matrix.txt": b"* - run.txt\n", "run.txt": example("matrix.txt")},
              "run.csv run.txt", course),

@@ -31,12 +31,12 @@ from collections.abc import Callable, Collection, Iterable, Iterator
 from typing import NamedTuple
 
 from proofs import scenarios
-from proofs.harness import (CORES, NOBODY, Conditions, Outcome, environment_in, execute, fill, listing, masked, remove,
-                            snapshot)
+from proofs.harness import (CORES, ORDINARY_USER, Conditions, Outcome, environment_in, execute, fill, listing, masked,
+                            remove, snapshot)
 from proofs.scenarios import Call, Scenario
 
-PATIENCE = 30  # s; the longest call takes some tenths of one
-HANGS = f"none, after {PATIENCE} s"
+TIMEOUT = 30  # s; the longest call takes some tenths of one
+HANGS = f"none, after {TIMEOUT} s"
 SHOWN_IN_FULL = 20
 LISTING = "names, modes and links"
 
@@ -114,7 +114,7 @@ def call_in(folder: pathlib.Path, home: pathlib.Path, program: pathlib.Path, cal
     # Not through a shell unless need be: it takes as long as a short call.
     words = ["sh", "-c", f'exec tarvel "$@" {call.streams}', "sh", *words] if call.streams else ["tarvel", *words]
     environment = {**environment_in(home, call.time_zone), "PATH": f"{program.parent}:/usr/bin:/bin"}
-    done = execute(words, folder, Conditions(environment, patience=PATIENCE), "/bin/sh" if call.streams else program)
+    done = execute(words, folder, Conditions(environment, timeout=TIMEOUT), "/bin/sh" if call.streams else program)
     status = HANGS if done.status is None else str(done.status)
     return {"exit status": status.encode(), "standard output": done.out, "standard error": done.err}
 
@@ -241,8 +241,8 @@ class Worker:
         os.umask(0o022)
         if os.geteuid() == 0:
             os.setgroups([])
-            os.setgid(NOBODY)
-            os.setuid(NOBODY)
+            os.setgid(ORDINARY_USER)
+            os.setuid(ORDINARY_USER)
         tempfile.tempdir = tempfile.mkdtemp(dir=comparison.path)
         cls.comparison, cls.keep, cls.home = comparison, keep, pathlib.Path(tempfile.tempdir)
 

@@ -12,7 +12,7 @@ from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
 from typing import NamedTuple
 
 from proofs import tvl
-from proofs.harness import Content, Twin
+from proofs.harness import Content, HardLink
 
 TINY = 400  # rows; what a call over so few takes is the fixed cost
 
@@ -21,7 +21,7 @@ class Hole(int):
     """So many NULs that take no room on the disk."""
 
 
-Parts = Iterable[bytes] | Hole | Twin
+Parts = Iterable[bytes] | Hole | HardLink
 
 
 class Made(NamedTuple):
@@ -33,13 +33,13 @@ Family = Callable[[int], Made]
 
 
 def content_of(parts: Parts) -> Content:
-    return parts if isinstance(parts, Twin) else bytes(parts) if isinstance(parts, Hole) else b"".join(parts)
+    return parts if isinstance(parts, HardLink) else bytes(parts) if isinstance(parts, Hole) else b"".join(parts)
 
 
 def write(folder: pathlib.Path, made: Made) -> None:
     """Part by part: some families hold more than the memory does."""
     for name, parts in made.files.items():
-        if isinstance(parts, Twin):
+        if isinstance(parts, HardLink):
             (folder / name).hardlink_to(folder / parts)
             continue
         with open(folder / name, "wb") as file:
@@ -258,7 +258,7 @@ def marked_walk(rows: int, per_metre: float) -> Iterator[bytes]:
 def taken_names(rows: int) -> Made:
     """The run has the report's name, and so many names for what is set aside are taken: a hundredth of the rows."""
     made = short_run()
-    taken = {f"run.txt.orig.{k}": Twin("run.txt.orig") for k in range(2, rows // 100)}
+    taken = {f"run.txt.orig.{k}": HardLink("run.txt.orig") for k in range(2, rows // 100)}
     return Made({"run.txt.orig": [], **taken, "matrix.txt": made.files["matrix.txt"], "run.txt": made.files["run.tvl"]},
                 ["run.txt"])
 

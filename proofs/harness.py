@@ -18,8 +18,8 @@ from typing import IO, NamedTuple
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "proofs"
-PATIENCE = 60.0  # seconds; an undisturbed call takes a twentieth of one
-NOBODY = 65534
+TIMEOUT = 60.0  # seconds; an undisturbed call takes a twentieth of one
+ORDINARY_USER = 65534
 CORES = len(os.sched_getaffinity(0))
 
 
@@ -36,7 +36,7 @@ class Link(str):
     """A symbolic link to that target."""
 
 
-class Twin(str):
+class HardLink(str):
     """A second name of that file."""
 
 
@@ -48,7 +48,7 @@ class Pipe(str):
     """A named pipe without a reader or a writer; the text is not used."""
 
 
-Content = bytes | Link | Twin | Folder | Pipe
+Content = bytes | Link | HardLink | Folder | Pipe
 
 
 def put(folder: pathlib.Path, name: str, content: Content) -> None:
@@ -58,7 +58,7 @@ def put(folder: pathlib.Path, name: str, content: Content) -> None:
         path.write_bytes(content)
     elif isinstance(content, Link):
         path.symlink_to(content)
-    elif isinstance(content, Twin):
+    elif isinstance(content, HardLink):
         path.hardlink_to(folder / content)
     elif isinstance(content, Pipe):
         os.mkfifo(path)
@@ -68,7 +68,7 @@ def put(folder: pathlib.Path, name: str, content: Content) -> None:
 
 def fill(folder: pathlib.Path, files: Mapping[str, Content]) -> None:
     """Second names come last: their files must be there."""
-    for name, content in sorted(files.items(), key=lambda item: isinstance(item[1], Twin)):
+    for name, content in sorted(files.items(), key=lambda item: isinstance(item[1], HardLink)):
         put(folder, name, content)
 
 
@@ -79,7 +79,7 @@ class Entry:
     content: bytes | None = None  # of a regular file, or of the one beside it that a link leads to
     target: str = ""
     mode: str = dataclasses.field(default="", compare=False)
-    twin: str = dataclasses.field(default="", compare=False)  # an earlier name of the same file
+    hard_link: str = dataclasses.field(default="", compare=False)  # an earlier name of the same file
 
 
 Snapshot = dict[str, Entry]
@@ -103,7 +103,7 @@ def entry_of(path: pathlib.Path, names: dict[int, str], name: str) -> Entry:
     first = names.setdefault(status.st_ino, name)
     if not status.st_mode & stat.S_IRUSR:
         path.chmod(0o600)
-    return Entry("-", masked(path.read_bytes()), mode=mode, twin="" if first == name else first)
+    return Entry("-", masked(path.read_bytes()), mode=mode, hard_link="" if first == name else first)
 
 
 def snapshot(folder: pathlib.Path) -> Snapshot:
@@ -124,7 +124,7 @@ def snapshot(folder: pathlib.Path) -> Snapshot:
 def listing(files: Snapshot) -> str:
     """Names, modes and links, a line for each entry."""
     return "\n".join(f"{entry.mode} {name}" + (f" -> {entry.target}" if entry.kind == "l" else "")
-                     + (f" = {entry.twin}" if entry.twin else "") for name, entry in files.items())
+                     + (f" = {entry.hard_link}" if entry.hard_link else "") for name, entry in files.items())
 
 
 def remove(folder: pathlib.Path) -> None:
@@ -164,7 +164,7 @@ class Conditions:
     limits: Mapping[int, int] = dataclasses.field(default_factory=dict)  # those of resource.setrlimit
     closed: Iterable[int] = ()  # standard streams
     user: int | None = None
-    patience: float = PATIENCE
+    timeout: float = TIMEOUT
 
 
 UNDISTURBED = Conditions()
@@ -184,7 +184,7 @@ def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Co
                                stdin=subprocess.DEVNULL, stdout=under.out, stderr=subprocess.PIPE, preexec_fn=prepare,
                                start_new_session=True, user=user, group=user, extra_groups=None if user is None else [])
     try:
-        printed, err = process.communicate(timeout=under.patience)
+        printed, err = process.communicate(timeout=under.timeout)
         return Result(process.returncode, printed or b"", err)
     except subprocess.TimeoutExpired:
         os.killpg(process.pid, signal.SIGKILL)

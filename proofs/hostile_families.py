@@ -48,7 +48,7 @@ STEEPEST = 1.1
 LEAST_TIME = 0.03  # s above the fixed cost from which on a slope means something
 SMALL_FILE, SMALL_FILE_TIME = 65_536, 0.5
 MOST_TRIES = 4
-PATIENCE = 4  # times the limit; then the child is ended by a signal
+TIMEOUT_FACTOR = 4  # times the limit; then the child is ended by a signal
 
 
 class Cost(NamedTuple):
@@ -93,7 +93,7 @@ def measure(program: pathlib.Path, name: str, rows: int) -> tuple[Cost, list[str
             is_small = sum(file.stat().st_size for file in folder.iterdir()) <= SMALL_FILE
             limit = FIXED_TIME + limits_of(name).seconds_per_row * rows
             limit = min(limit, SMALL_FILE_TIME) if is_small else limit
-            cost = measure_once(program, folder, made.arguments, math.ceil(PATIENCE * limit))
+            cost = measure_once(program, folder, made.arguments, math.ceil(TIMEOUT_FACTOR * limit))
         best = cost if best is None or cost.seconds < best.seconds else best
         if best.status not in (0, 1) or best.seconds <= limit:
             break

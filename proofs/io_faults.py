@@ -55,7 +55,7 @@ ERRORS = {
     "fcntl": ("EINTR", "ENOMEM"),
 }
 TRACED = ("--seccomp-bpf", "-y", "-e", "trace=" + ",".join("?" + call for call in ERRORS))
-FOR_EVER = {"openat": "EMFILE", "read": "EIO", "write": "ENOSPC"}
+ALL_LATER = {"openat": "EMFILE", "read": "EIO", "write": "ENOSPC"}
 
 def is_own(name: str, case: Case) -> bool:
     return name.removesuffix(".new") in case.names
@@ -109,12 +109,12 @@ def failing(call: str, error: str, when: str) -> list[str]:
 
 
 def fail_one(tally: Tally, heading: str, case: Case, call: str, when: str, error: str, name: str) -> None:
-    is_for_ever = when.endswith("+")
+    fails_on = when.endswith("+")
     # The message must get out where every write fails.
-    result, calls = traced(case, [*failing(call, error, when), *own_paths(case, () if is_for_ever else ("@OUT@",))])
+    result, calls = traced(case, [*failing(call, error, when), *own_paths(case, () if fails_on else ("@OUT@",))])
     expected = messages_for(call, name, case)
     # What is wrong with a course is said once the map is there, for which every call fails, too.
-    if name in (*case.line.inputs, *case.line.courses, "matrix.txt") and is_for_ever:
+    if name in (*case.line.inputs, *case.line.courses, "matrix.txt") and fails_on:
         expected = expected.union(*(messages_for(call, other, case) for other in case.maps))
     finding = judge(case, result, expected)
     if not any("(INJECTED)" in arguments for _, arguments in calls):
@@ -130,8 +130,8 @@ def fail_own_calls(cases: list[Case], tally: Tally) -> Jobs:
                 yield functools.partial(fail_one, tally, "one call fails", case, call, str(n), error, name)
         on_files = [(call, arguments) for call, arguments in calls if is_own(path_of(arguments), case)]
         for call, n, name, is_end in points_of(on_files):
-            if call in FOR_EVER and is_end:
-                yield functools.partial(fail_one, tally, "it and all after it", case, call, f"{n}+", FOR_EVER[call],
+            if call in ALL_LATER and is_end:
+                yield functools.partial(fail_one, tally, "it and all after it", case, call, f"{n}+", ALL_LATER[call],
                                         name)
 
 

@@ -12,7 +12,7 @@ from typing import IO
 
 from proofs.command_lines import INDEX_TO_THE_MAP
 from proofs.disturbed import Case, judge
-from proofs.harness import NOBODY, Conditions, Result, Tally, Twin, ending_of, fill
+from proofs.harness import ORDINARY_USER, Conditions, HardLink, Result, Tally, ending_of, fill
 
 Jobs = Iterator[Callable[[], None]]
 
@@ -177,9 +177,9 @@ def put_odd_things(cases: list[Case], tally: Tally) -> Jobs:
         note(tally, "odd things as outputs", case, f"{name} is {kind}", result, finding)
 
     for case in cases:
-        has_twins = any(isinstance(content, Twin) for content in case.line.files.values())
+        has_hard_links = any(isinstance(content, HardLink) for content in case.line.files.values())
         for kind in ODD_THINGS:
-            for name in case.line.files if not has_twins else ():
+            for name in case.line.files if not has_hard_links else ():
                 yield functools.partial(as_input, case, name, kind)
             for name in case.reference.files:
                 if name not in case.line.files and ".orig" not in name:
@@ -189,7 +189,7 @@ def put_odd_things(cases: list[Case], tally: Tally) -> Jobs:
 def forbid(cases: list[Case], tally: Tally) -> Jobs:
     """An ordinary user may not read, write or create."""
     def one(case: Case, what: str, change: Callable[[pathlib.Path], None]) -> None:
-        under = Conditions(case.conditions().environment, user=NOBODY if os.geteuid() == 0 else None)
+        under = Conditions(case.conditions().environment, user=ORDINARY_USER if os.geteuid() == 0 else None)
         result = case.place.call(case.line.files, case.arguments, under=under, prepare=change)
         expected = write_failures(case) | {f"could not open {name} for reading" for name in case.names}
         note(tally, "forbidden places", case, what, result, judge(case, result, expected))

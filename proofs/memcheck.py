@@ -47,7 +47,7 @@ def valgrind(check: Check) -> str | None:
     with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as name:
         fill(pathlib.Path(name), check.files)
         environment = dict(os.environ, TZ="UTC", LC_ALL="C")
-        done = execute([*CHECKS, *check.words], pathlib.Path(name), Conditions(environment, patience=1800))
+        done = execute([*CHECKS, *check.words], pathlib.Path(name), Conditions(environment, timeout=1800))
     is_sound = done.status is not None and 0 <= done.status < FINDING
     return None if is_sound else f"exit status {done.status}\n{done.err.decode(errors='replace')[-20000:]}"
 

@@ -37,7 +37,7 @@ from proofs.command_lines import CommandLine, full_lines
 from proofs.harness import CORES, ROOT, Conditions, Outcome, Result, Tally, Workplace, build, masked
 
 PROCESSOR_TIME = 5  # seconds; a call takes a hundredth of that, under a sanitizer a fifth
-PATIENCE = 300.0  # seconds, on a machine that has much else to do
+TIMEOUT = 300.0  # seconds, on a machine that has much else to do
 DRAWING_CALLS = 150  # for each command line and way to fail
 LIMIT_STEP = 1 << 16  # bytes
 # Up to which size; from a megabyte, below which the system loads no program.
@@ -96,7 +96,7 @@ class Build:
             if fault and fault.how != "limit":
                 environment["FAIL_ALLOCATION"] = ",".join(map(str, fault))
             result = self.place.call(line.files, line.arguments,
-                                     under=Conditions(environment, limits=limits, patience=PATIENCE))
+                                     under=Conditions(environment, limits=limits, timeout=TIMEOUT))
             counts = pathlib.Path(report.name).read_bytes()
         if result.status == -signal.SIGXCPU:
             result.status = None
@@ -198,7 +198,8 @@ def own_plans(sound: Counted) -> list[Fault]:
 def drawing_plans(sound: Counted, at_start: int) -> list[Fault]:
     """What the libraries ask for when they are loaded comes before any output."""
     step = max(1, (sound.drawing - at_start) // DRAWING_CALLS)
-    return [Fault("drawing", n, how) for how in ("once", "onward") for n in range(at_start + 1, sound.drawing + 1, step)]
+    numbers = range(at_start + 1, sound.drawing + 1, step)
+    return [Fault("drawing", n, how) for how in ("once", "onward") for n in numbers]
 
 
 def limit_plans(_: Counted) -> list[Fault]:

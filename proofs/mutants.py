@@ -33,7 +33,7 @@ from proofs.mutations import COMPONENTS, Entry, Mutant, all_mutants, choose, ent
 
 # Not faults: its allocator tells the program's requests from the libraries' by the program's own addresses.
 JUDGES = (*COMPONENTS, "fuzz")
-LEAST_PATIENCE = 20  # processor seconds for one test program
+LEAST_TIMEOUT = 20  # processor seconds for one test program
 LONGEST_WAIT = 600  # seconds, for one that sleeps
 # An index out of bounds stops the program, as it would under the sanitizers.
 FLAGS = "-O0 -w -D_GLIBCXX_ASSERTIONS -fsanitize=bounds -fsanitize-undefined-trap-on-error"
@@ -138,17 +138,17 @@ class Copy:
             return ["--failfast"]  # in Python
         return [] if test.folder == "fuzz" else ["--gtest_fail_fast", "--gtest_brief=1"]
 
-    def start(self, test: Test, patience: int) -> subprocess.Popen[bytes]:
+    def start(self, test: Test, timeout: int) -> subprocess.Popen[bytes]:
         shutil.rmtree(self.temporary, ignore_errors=True)
         self.temporary.mkdir()
         return subprocess.Popen(
             [*test.command, *self.options(test)], cwd=self.build_folder, start_new_session=True, stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, preexec_fn=lambda: limit_resources(patience),
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, preexec_fn=lambda: limit_resources(timeout),
             env={**os.environ, **dict(test.environment), "TMPDIR": str(self.temporary)})
 
     def passes(self, test: Test) -> bool:
         """A test that takes too long has failed, and so has whatever it has started."""
-        running = self.start(test, round(max(LEAST_PATIENCE, 10 * self.durations[test])))
+        running = self.start(test, round(max(LEAST_TIMEOUT, 10 * self.durations[test])))
         try:
             return running.wait(LONGEST_WAIT) == 0
         except subprocess.TimeoutExpired:

@@ -107,7 +107,7 @@ def call(program: pathlib.Path, given: Input, command_line: str) -> Result:
     with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as name:
         folder = pathlib.Path(name)
         fill(folder, given.files)
-        under = Conditions(environment_in(folder, "Europe/Vienna"), patience=120)
+        under = Conditions(environment_in(folder, "Europe/Vienna"), timeout=120)
         result = execute(["tarvel", *command_line.split()], folder, under, program)
         result.files = snapshot(folder)
         return result

@@ -16,7 +16,7 @@ from typing import NamedTuple
 
 from proofs.command_lines import example, fuzz_inputs, simulated_tracks
 from proofs.families import FAMILIES, content_of
-from proofs.harness import ROOT, Content, Folder, Link, Pipe, Twin, Workplace
+from proofs.harness import ROOT, Content, Folder, HardLink, Link, Pipe, Workplace
 from proofs.tracks import (FAULTS, Course, Rng, Track, damaged, damaged_container, move, read_course, read_track,
                            text_of, text_of_course, thin)
 
@@ -160,7 +160,7 @@ def add_course(rng: Rng, files: Files, run_name: str, course: Course) -> None:
         files["matrix.txt"] = odd_course(rng, some_course(rng, course))
     elif kind < 0.95:
         files["sound.txt"] = some_course(rng, course)
-        contents: Sequence[Content] = (Link("sound.txt"), Twin("sound.txt"), Link("none.txt"), Link("matrix.txt"),
+        contents: Sequence[Content] = (Link("sound.txt"), HardLink("sound.txt"), Link("none.txt"), Link("matrix.txt"),
                                        Link(run_name), Folder(), Pipe())
         files["matrix.txt"] = rng.choice(contents)
 
@@ -193,12 +193,13 @@ def block_outputs(rng: Rng, files: Files, modes: dict[str, int], names: list[str
             continue
         given = rng.choice(inputs)
         contents: Sequence[Content] = (
-            *(b"an earlier output\n", b"", Folder(), Pipe(), Twin(given), Twin(given), Link(given), Link(given)),
+            *(b"an earlier output\n", b"", Folder(), Pipe()),
+            *(HardLink(given), HardLink(given), Link(given), Link(given)),
             *map(Link, (os.path.basename(name), "none.txt", "no/where.txt", "/dev/full", "/dev/null")))
         content = rng.choice(contents)
         if isinstance(content, Link) and not content.startswith("/") and "/" in name:
             content = Link("../" + content)
-        if isinstance(content, Twin) and not isinstance(files.get(content), bytes):
+        if isinstance(content, HardLink) and not isinstance(files.get(content), bytes):
             content = b"an earlier output\n"
         files[name] = content
         if isinstance(content, bytes) and rng.random() < 0.5:
@@ -344,7 +345,7 @@ def family_scenario(rng: Rng, sources: Sources) -> Scenario:
     name = rng.choice(sorted(FAMILIES))
     made = FAMILIES[name](rng.choice((20, 60, 150, 400)))
     contents = {file: content_of(parts) for file, parts in sorted(made.files.items())}
-    files: Files = {file: b"" if isinstance(content, Twin) else content for file, content in contents.items()}
+    files: Files = {file: b"" if isinstance(content, HardLink) else content for file, content in contents.items()}
     names, inputs = outputs_of(made.arguments[-1], False), [made.arguments[-1]]
     return finish(rng, f"family {name}", files, [*some_options(rng, False), *made.arguments], names, inputs)
 

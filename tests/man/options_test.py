@@ -2,7 +2,7 @@
 """tests/man/options_test.py: each program has the same options in its usage text, in its man page and in its completions
 for bash, zsh and fish; and the three completions describe each option in the same words.
 
-Each completion is run in its shell. When zsh or fish is not installed, its completion file is parsed instead.
+Each completion is run in its shell.
 """
 import os
 import re

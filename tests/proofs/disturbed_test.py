@@ -51,7 +51,7 @@ class DisturbedTest(unittest.TestCase):
         plant(self.place.program, fault)
 
     def test_each_planted_fault_is_found(self) -> None:
-        under = dataclasses.replace(self.case.conditions(), patience=5)
+        under = dataclasses.replace(self.case.conditions(), timeout=5)
         for fault, words in FAULTS:
             with self.subTest(fault):
                 self.plant(fault)

@@ -13,15 +13,15 @@ from planted import PROGRAM, PROJECT
 from proofs import __main__ as entry
 from proofs import tvl
 from proofs.command_lines import containers, example
-from proofs.harness import Folder, Link, Outcome, Pipe, Result, Twin, Workplace, fill, listing, masked, snapshot
+from proofs.harness import Folder, HardLink, Link, Outcome, Pipe, Result, Workplace, fill, listing, masked, snapshot
 
 
 class SnapshotTest(unittest.TestCase):
     def test_sees_kinds_contents_links_and_second_names(self) -> None:
         with tempfile.TemporaryDirectory() as path:
             folder = pathlib.Path(path)
-            fill(folder, {"a": b"1", "b": Twin("a"), "c": Link("a"), "d": Link("no/where"), "e": Folder(), "f": Pipe(),
-                          "g/h": b"2", "i": Link("i")})
+            fill(folder, {"a": b"1", "b": HardLink("a"), "c": Link("a"), "d": Link("no/where"), "e": Folder(),
+                          "f": Pipe(), "g/h": b"2", "i": Link("i")})
             (folder / "a").chmod(0o000)
             files = snapshot(folder)
         self.assertEqual({name: (one.kind, one.content) for name, one in files.items()}, {
