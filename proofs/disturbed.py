@@ -14,7 +14,7 @@ import tempfile
 from collections.abc import Collection, Sequence
 
 from proofs.command_lines import INDEX_TO_THE_MAP, CommandLine, small_lines
-from proofs.harness import Conditions, Entry, Result, Snapshot, Workplace, fill, remove, snapshot
+from proofs.harness import Conditions, Entry, Result, Snapshot, Workplace, changed_names, fill, remove, snapshot
 
 # What a survey writes beside it, under the name with ".new" behind it, and then renames.
 COURSES = ("matrix.txt", "walk.txt")
@@ -140,8 +140,7 @@ def judge(case: Case, result: Result, expected: Collection[str] | None = None,
         return f"ended by signal {-result.status}"
     reference = case.reference
     if (result.status, result.out) == (reference.status, reference.out):
-        changed = [name for name in sorted(set(reference.files) | set(result.files))
-                   if name not in spared and reference.files.get(name) != result.files.get(name)]
+        changed = [name for name in changed_names(reference.files, result.files) if name not in spared]
         if not changed:
             return None
         if result.status == 0:

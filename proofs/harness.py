@@ -14,13 +14,15 @@ import stat
 import subprocess
 import tempfile
 from collections.abc import Callable, Iterable, Mapping, Sequence
-from typing import IO, NamedTuple
+from typing import IO, NamedTuple, TypeVar
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "proofs"
 TIMEOUT = 60.0  # seconds; an undisturbed call takes a twentieth of one
 ORDINARY_USER = 65534
 CORES = len(os.sched_getaffinity(0))
+Item = TypeVar("Item")
+Made = TypeVar("Made")
 
 
 class Outcome(NamedTuple):
@@ -119,6 +121,10 @@ def snapshot(folder: pathlib.Path) -> Snapshot:
             if found[prefix + name].kind == "d":
                 folders.append(f"{prefix}{name}/")
     return found
+
+
+def changed_names(one: Snapshot, other: Snapshot) -> list[str]:
+    return sorted(name for name in {*one, *other} if one.get(name) != other.get(name))
 
 
 def listing(files: Snapshot) -> str:
@@ -303,8 +309,11 @@ def ending_of(result: Result) -> str:
     return {0: "succeeded", 1: "failed with a message"}.get(result.status, f"ended with {result.status}")
 
 
-def in_parallel(jobs: Iterable[Callable[[], None]]) -> None:
-    """As many at a time as there are processors."""
+def in_parallel(function: Callable[[Item], Made], items: Iterable[Item]) -> list[Made]:
+    """The function's results in the order of the items, computed by one thread per processor."""
     with concurrent.futures.ThreadPoolExecutor(CORES) as pool:
-        for done in concurrent.futures.as_completed([pool.submit(job) for job in jobs]):
-            done.result()
+        return list(pool.map(function, items))
+
+
+def call_all(jobs: Iterable[Callable[[], None]]) -> None:
+    in_parallel(lambda job: job(), jobs)

@@ -25,7 +25,7 @@ import tempfile
 from collections.abc import Iterable, Iterator
 
 from proofs.disturbed import Case, judge, make_cases, need_strace, own_paths, traced
-from proofs.harness import ROOT, Outcome, Tally, Workplace, ending_of, in_parallel, remove
+from proofs.harness import ROOT, Outcome, Tally, Workplace, call_all, ending_of, remove
 from proofs.io_places import (CONTAINER_WRITES, STANDARD_OUTPUT, Jobs, close_streams, fill_disks, forbid, limit_sizes,
                               note, put_odd_things)
 
@@ -193,6 +193,6 @@ def prove(words: list[str]) -> Outcome:
         cases = make_cases(place)
         for step in PASSES:
             if not words or step.__name__ in words:
-                in_parallel(step(cases, tally))
+                call_all(step(cases, tally))
     tally.show()
     return Outcome(f"{len(cases)} command lines, {tally.total():,} calls: {tally.by_heading()}", len(tally.findings))

@@ -20,7 +20,7 @@ import re
 from collections.abc import Callable, Iterable, Iterator, Sequence
 
 from proofs.disturbed import Case, content_of, cut_courses, lost_inputs, make_cases, need_strace, own_paths, traced
-from proofs.harness import Outcome, Result, Snapshot, Tally, Workplace, fill, in_parallel, remove
+from proofs.harness import Outcome, Result, Snapshot, Tally, Workplace, call_all, changed_names, fill, remove
 
 # Not with --seccomp-bpf, under which strace 6.1 sends no signals.
 CALLS = ("?open,?openat,read,write,close,lseek,?stat,?fstat,?lstat,?newfstatat,?statx,?readlink,?rename,?renameat,"
@@ -70,8 +70,8 @@ def differences(case: Case, result: Result) -> list[str]:
     """What tells a call over the remains from an undisturbed one. An input with two names may have lost one of them,
     and a course that was being written may lie beside its place."""
     reference = case.reference
-    found = [name for name in {*reference.files, *result.files} if reference.files.get(name) != result.files.get(name)
-             and not name.removesuffix(".2").endswith(".new")
+    found = [name for name in changed_names(reference.files, result.files)
+             if not name.removesuffix(".2").endswith(".new")
              and not (".orig" in name and result.files.get(name) in (None, *case.before.values()))]
     if (result.status, result.out) != (reference.status, reference.out):
         found.append(f"exit status {result.status}: {result.message()}")
@@ -129,10 +129,10 @@ def prove(_: list[str]) -> Outcome:
     with Workplace() as place:
         cases = make_cases(place)
         for case in cases:
-            in_parallel(killer.jobs(own, case, ["-e", "trace=" + CALLS], own_paths(case)))
+            call_all(killer.jobs(own, case, ["-e", "trace=" + CALLS], own_paths(case)))
         for case in cases:
             if case.arguments in WHOLE:
-                in_parallel(killer.jobs(any_call, case, [], []))
+                call_all(killer.jobs(any_call, case, [], []))
     tally.show()
     return Outcome(f"{len(cases)} command lines, {tally.total(own, any_call):,} kills; {tally.total('next calls'):,} "
                    "next calls over what they left", len(tally.findings))

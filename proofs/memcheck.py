@@ -11,7 +11,6 @@ With a PATTERN only calls whose name matches this regular expression are made.
 """
 from __future__ import annotations
 
-import concurrent.futures
 import os
 import pathlib
 import re
@@ -21,7 +20,7 @@ from collections.abc import Iterator, Mapping, Sequence
 from typing import NamedTuple
 
 from proofs.command_lines import containers, example, fuzz_inputs
-from proofs.harness import CORES, ROOT, WORK, Conditions, Content, Outcome, Workplace, execute, fill
+from proofs.harness import ROOT, WORK, Conditions, Content, Outcome, Workplace, execute, fill, in_parallel
 
 FINDING = 99  # an exit status that no program here has
 CHECKS = ("valgrind", "--leak-check=full", "--num-callers=40", "--track-fds=no", f"--error-exitcode={FINDING}",
@@ -43,7 +42,7 @@ class Check(NamedTuple):
 
 
 def valgrind(check: Check) -> str | None:
-    """None, or what memcheck has reported."""
+    """The report of memcheck, or None."""
     with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as name:
         fill(pathlib.Path(name), check.files)
         environment = dict(os.environ, TZ="UTC", LC_ALL="C")
@@ -72,12 +71,9 @@ def all_checks() -> Iterator[Check]:
 
 def prove(words: list[str]) -> Outcome:
     checks = [check for check in all_checks() if re.search(words[0] if words else "", check.name)]
-    findings = 0
-    with concurrent.futures.ThreadPoolExecutor(CORES) as pool:
-        for check, report in zip(checks, pool.map(valgrind, checks)):
-            if report is not None:
-                findings += 1
-                print(f"FINDING {check.name}: {report}", flush=True)
+    reports = {check.name: report for check, report in zip(checks, in_parallel(valgrind, checks)) if report is not None}
+    for name, report in reports.items():
+        print(f"FINDING {name}: {report}", flush=True)
     fuzzed = [check for check in checks if check.name.startswith("fuzz target")]
     inputs = sum(len(check.files) for check in fuzzed)
-    return Outcome(f"{len(checks)} calls, {len(fuzzed)} of them fuzz targets with {inputs:,} inputs", findings)
+    return Outcome(f"{len(checks)} calls, {len(fuzzed)} of them fuzz targets with {inputs:,} inputs", len(reports))

@@ -21,7 +21,6 @@ Builds the program and tests/faults/failing_allocator.cpp in build/dev and build
 from __future__ import annotations
 
 import collections
-import concurrent.futures
 import pathlib
 import re
 import resource
@@ -34,7 +33,8 @@ from collections.abc import Callable
 from typing import NamedTuple
 
 from proofs.command_lines import CommandLine, full_lines
-from proofs.harness import CORES, ROOT, Conditions, Outcome, Result, Tally, Workplace, build, masked
+from proofs.harness import (ROOT, Conditions, Outcome, Result, Tally, Workplace, build, changed_names, in_parallel,
+                            masked)
 
 PROCESSOR_TIME = 5  # seconds; a call takes a hundredth of that, under a sanitizer a fifth
 TIMEOUT = 300.0  # seconds, on a machine that has much else to do
@@ -122,10 +122,9 @@ def lost_inputs(line: CommandLine, result: Result, sound: Result) -> list[str]:
 
 
 def differences(result: Result, sound: Result) -> str:
-    names = sorted(n for n in {*sound.files, *result.files} if sound.files.get(n) != result.files.get(n))
     printed = [f"{name}: {a[-200:]!r}" for name, a, b in (("standard output", result.out, sound.out),
                                                            ("standard error", result.err, sound.err)) if a != b]
-    return f"WRONG SUCCESS: {names + printed}"
+    return f"WRONG SUCCESS: {changed_names(sound.files, result.files) + printed}"
 
 
 def check_message(result: Result, sound: Result) -> Judged:
@@ -215,13 +214,12 @@ def run_pass(name: str, at: Build, lines: list[CommandLine], plans: Plans, judge
         where = f" [{at.source_line(counted.place)}]" if counted.place and finding else ""
         tally.add(name, f"{line.name}: {','.join(map(str, fault))}{where}", finding, word)
 
-    with concurrent.futures.ThreadPoolExecutor(CORES) as pool:
-        sounds = list(pool.map(at.call, lines))
-        for line, sound in zip(lines, sounds):
-            if sound.result.status not in (0, 1):
-                sys.exit(f"memory_faults: {line.name} does not run: {sound.result}")
-        jobs = [(line, sound, fault) for line, sound in zip(lines, sounds) for fault in plans(sound)]
-        list(pool.map(attempt, jobs))
+    sounds = in_parallel(at.call, lines)
+    for line, sound in zip(lines, sounds):
+        if sound.result.status not in (0, 1):
+            sys.exit(f"memory_faults: {line.name} does not run: {sound.result}")
+    jobs = [(line, sound, fault) for line, sound in zip(lines, sounds) for fault in plans(sound)]
+    in_parallel(attempt, jobs)
     faults = len({(line.name, fault.kind, fault.number) for line, _, fault in jobs})
     return f"{name}: {len(lines)} command lines, {faults:,} requests or limits, {len(jobs):,} calls"
 

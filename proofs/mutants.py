@@ -15,7 +15,6 @@ none. Prints the survivors.
 from __future__ import annotations
 
 import collections
-import concurrent.futures
 import json
 import os
 import pathlib
@@ -28,7 +27,7 @@ import subprocess
 from collections.abc import Iterable, Mapping, Sequence
 from typing import NamedTuple
 
-from proofs.harness import CORES, ROOT, WORK, Outcome
+from proofs.harness import CORES, ROOT, WORK, Outcome, in_parallel
 from proofs.mutations import COMPONENTS, Entry, Mutant, all_mutants, choose, entry_of, read_entries
 
 # Not faults: its allocator tells the program's requests from the libraries' by the program's own addresses.
@@ -196,9 +195,7 @@ def judge_all(groups: Iterable[list[Mutant]]) -> Verdicts:
                 verdicts[mutant] = copy.judge(mutant)
                 print(f"{verdicts[mutant]}\t{mutant.file}:{mutant.line}\t{mutant.mutated}", flush=True)
 
-    with concurrent.futures.ThreadPoolExecutor(CORES) as pool:
-        for worker in [pool.submit(work_through, number) for number in range(CORES)]:
-            worker.result()
+    in_parallel(work_through, range(CORES))
     return verdicts
 
 

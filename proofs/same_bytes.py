@@ -11,7 +11,7 @@ With a PATTERN only inputs whose name matches this regular expression are tried.
 """
 from __future__ import annotations
 
-import concurrent.futures
+import functools
 import pathlib
 import re
 import subprocess
@@ -22,8 +22,8 @@ from typing import NamedTuple
 
 from proofs.command_lines import REFUSED, TRACK_OPTIONS, example, fuzz_inputs, simulated_tracks
 from proofs.families import FAMILIES, TINY, content_of
-from proofs.harness import (CORES, ROOT, WORK, Conditions, Content, Outcome, Result, environment_in, execute, fill,
-                            snapshot)
+from proofs.harness import (ROOT, WORK, Conditions, Content, Outcome, Result, changed_names, environment_in, execute,
+                            fill, in_parallel, snapshot)
 
 BUILDS = {f"{compiler}{flags}{'-lto' if lto else ''}": (compiler, flags, lto) for compiler in ("g++", "clang++")
           for flags, lto in (("-O0", "OFF"), ("-O2", "OFF"), ("-O3", "OFF"), ("-O2", "ON"))}
@@ -116,12 +116,11 @@ def call(program: pathlib.Path, given: Input, command_line: str) -> Result:
 def differences(one: Result, other: Result) -> list[str]:
     texts = (("exit status", one.status, other.status), ("standard output", one.out, other.out),
              ("standard error", one.err, other.err))
-    return [what for what, a, b in texts if a != b] + [
-        name for name in sorted({*one.files, *other.files}) if one.files.get(name) != other.files.get(name)]
+    return [what for what, a, b in texts if a != b] + changed_names(one.files, other.files)
 
 
 def compare(programs: Mapping[str, pathlib.Path], given: Input) -> tuple[int, int, list[str]]:
-    """How many calls and outputs there were, and how the builds differ from the first."""
+    """The numbers of calls and of outputs, and the differences from the first build, which are also printed."""
     found, outputs = [], 0
     for command_line in given.command_lines:
         results = {name: call(program, given, command_line) for name, program in programs.items()}
@@ -130,17 +129,13 @@ def compare(programs: Mapping[str, pathlib.Path], given: Input) -> tuple[int, in
         for name, result in results.items():
             if what := differences(results[first], result):
                 found.append(f"{given.name}: tarvel {command_line}: {name} differs from {first} in {', '.join(what)}")
+                print("FINDING", found[-1], flush=True)
     return len(given.command_lines) * len(programs), outputs, found
 
 
 def prove(words: list[str]) -> Outcome:
     programs = {name: build(name) for name in BUILDS}
     inputs = [given for given in all_inputs() if re.search(words[0] if words else "", given.name)]
-    calls = outputs = findings = 0
-    with concurrent.futures.ThreadPoolExecutor(CORES) as pool:
-        for call_count, output_count, found in pool.map(lambda given: compare(programs, given), inputs):
-            calls, outputs, findings = calls + call_count, outputs + output_count, findings + len(found)
-            for line in found:
-                print("FINDING", line, flush=True)
-    return Outcome(f"{len(programs)} builds, {len(inputs):,} inputs, {calls:,} calls, {outputs:,} outputs compared",
-                   findings)
+    calls, outputs, found = zip(*in_parallel(functools.partial(compare, programs), inputs))
+    return Outcome(f"{len(programs)} builds, {len(inputs):,} inputs, {sum(calls):,} calls, {sum(outputs):,} outputs "
+                   "compared", sum(map(len, found)))

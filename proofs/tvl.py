@@ -1,4 +1,4 @@
-"""Reads and writes `.tvl` containers: a header, a table of one section, and the section's own header and records."""
+"""Writes `.tvl` containers: a header, a table with one section, and the section's header and records."""
 from __future__ import annotations
 
 import itertools
@@ -40,15 +40,3 @@ def course(matrix: Sequence[float], theta: float, count: int, points: Iterable[t
     yield COURSE.pack(COURSE.size, *matrix, theta, POINT.size, count)
     for point in points:
         yield POINT.pack(*point)
-
-
-def samples_in(content: bytes) -> list[tuple[float, ...]]:
-    """All fields of each sample of a run; an error for anything else."""
-    magic, size, table_at, entry_size, sections, _ = HEADER.unpack_from(content)
-    kind, at, length = ENTRY.unpack_from(content, table_at)
-    header_size, sample_size, count = RUN.unpack_from(content, at)
-    if (magic, size, entry_size, sections, kind) != (b"uTVL", HEADER.size, ENTRY.size, 1, 1):
-        raise ValueError("no container of a run")
-    if (header_size, sample_size) != (RUN.size, SAMPLE.size) or at + length != len(content):
-        raise ValueError("sizes that disagree")
-    return [SAMPLE.unpack_from(content, at + RUN.size + i * SAMPLE.size) for i in range(count)]
