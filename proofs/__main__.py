@@ -1,7 +1,7 @@
-"""scripts/proofs [--write] NAME [...]: repeats a proof of docs/trust.md and prints its result in a line.
+"""scripts/proofs [--write] NAME [...]: repeats a proof of docs/trust.md and prints its result in one line.
 
---list names all of them; NAME --help says what one proves and what it takes. --write puts the line into
-docs/releases/next.md, where the counts of the coming release stand. Exit status 1 when there is a finding.
+--list prints the names of all proofs, and NAME --help the arguments of one. --write writes the result to
+docs/releases/next.md, the notes of the next release. Exit status 1 when there is a finding.
 """
 from __future__ import annotations
 
@@ -21,7 +21,7 @@ def line_of(name: str, outcome: Outcome) -> str:
 
 
 def write(name: str, outcome: Outcome, date: datetime.date) -> None:
-    """Puts the proof's row in the place of its earlier one, or behind the others."""
+    """Replaces the proof's row in the notes, or adds one after the last."""
     row = f"| `{name}` | {outcome.done} | {outcome.findings or 'none'} | {date} |"
     lines = NOTES.read_text().splitlines()
     end = next(i for i, line in enumerate(lines) if not line and i > 0 and lines[i - 1].startswith("|"))

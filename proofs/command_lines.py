@@ -13,7 +13,7 @@ from typing import NamedTuple
 from proofs import tvl
 from proofs.harness import ROOT, Content, Folder, HardLink, Link, Pipe, Workplace
 
-# With {} for the name of a track. A course, as far as one is needed, is beside it.
+# {} is replaced by the name of a track. The course is in the same folder.
 TRACK_OPTIONS = ("{}", "-m {}", "-d {}", "-d -m -t 4.5 {}", "-i {}", "-i -d -m {}", "-i -t 1e9 {}", "-g {}",
                  "-p -d -g {}", "-p -g {} {}")
 REFUSED = ("", "-v", "-x", "-t", "-i -g a.csv", "a b", "a.csv", "-m -i nothing", "-g .csv", "-t nan -i a.csv")
@@ -23,8 +23,8 @@ class CommandLine(NamedTuple):
     name: str
     arguments: list[str]
     files: Mapping[str, Content]
-    inputs: Sequence[str] = ()  # that must survive whatever happens
-    courses: Sequence[str] = ()  # read, not written, by this command line
+    inputs: Sequence[str] = ()  # must not be lost
+    courses: Sequence[str] = ()  # are only read by this command line
     zone: str = "UTC"
 
 
@@ -34,7 +34,7 @@ def example(name: str) -> bytes:
 
 
 def every(step: int, track: bytes, heads: int) -> bytes:
-    """Every step-th row behind the head lines: small files have few system calls."""
+    """The head lines and every step-th row after them: calls over small files make few system calls."""
     lines = track.splitlines(keepends=True)
     return b"".join(lines[:heads] + lines[heads::step])
 
@@ -45,14 +45,14 @@ def every_tagged(step: int, track: bytes) -> bytes:
 
 
 def with_columns(track: bytes, count: int) -> bytes:
-    """The track with so many unknown columns more."""
+    """The track with this number of unknown columns added."""
     lines = track.splitlines()
     extra = [b"," + b",".join(b"extra%d" % i for i in range(count)), b"," * count]
     return b"\n".join(line + extra[min(i, 1)] for i, line in enumerate(lines)) + b"\n"
 
 
 def with_long_start(track: bytes) -> bytes:
-    """Ten minutes in the aircraft before the first sample, which makes the array of samples grow."""
+    """Adds ten minutes in the aircraft before the first sample: the array of samples must grow."""
     lines = track.splitlines(keepends=True)
     row, day = lines[2].split(b",", 1)[1], lines[2][:11]
     early = [b"%s%02d:%02d:%02d.%dZ,%s" % (day, 4, i // 600, i // 10 % 60, i % 10, row) for i in range(6000)]
@@ -60,12 +60,12 @@ def with_long_start(track: bytes) -> bytes:
 
 
 def with_wide_pond(course: bytes) -> bytes:
-    """As many marks of the pond's edge as make their array grow."""
+    """Adds 600 points of the pond: their array must grow."""
     return course + b"".join(b"(%d.5, %d.5)\n" % (i % 100, i // 100 + 1) for i in range(600))
 
 
 def containers(place: Workplace, walk: bytes, run: bytes) -> tuple[bytes, bytes]:
-    """What -d writes for a walk and for a run over its course."""
+    """The containers that -d writes for a walk and for a run over its course."""
     files = place.call({"walk.csv": walk, "run.csv": run}, "-p -d -g walk.csv run.csv".split()).files
     walked, flown = files["walk.tvl"].content, files["run.tvl"].content
     assert walked and flown
@@ -73,7 +73,7 @@ def containers(place: Workplace, walk: bytes, run: bytes) -> tuple[bytes, bytes]
 
 
 def full_lines(place: Workplace) -> list[CommandLine]:
-    """Of every kind, over the examples."""
+    """Command lines of every kind over the examples."""
     walk_container, run_container = containers(place, example("walk.csv"), example("straight.csv"))
     course: dict[str, Content] = {"matrix.txt": example("matrix.txt")}
     straight = example("straight.csv")
@@ -182,13 +182,14 @@ INDEX_TO_THE_MAP = b"* - run.kml\n"
 
 
 def wide_course() -> bytes:
-    """A finished course whose pond takes the course file beyond what the C library writes at once."""
+    """A surveyed course with so many points that the C library writes the course file in more than one system call."""
     return b"".join(tvl.course([0, 0, 1, 0, 0, -1, 0, 0, 1, 0, 0, -6378137, 0, 0, 0, 1], 0.1, 1000,
                                ((1.0 + i, 2.0) for i in range(1000))))
 
 
 def small_lines(place: Workplace) -> list[CommandLine]:
-    """Of both modes, over earlier outputs and with inputs in an output's way: few rows, for few system calls."""
+    """Command lines of both modes, with earlier outputs and with inputs that have the name of an output. Their tracks
+    have few rows, for few system calls."""
     walk, straight, carve, reverse, implicit = (
         every(4, example(name + ".csv"), 2) for name in ("walk", "straight", "carve", "reversed", "implicit"))
     walk_container, run_container = containers(place, walk, straight)
@@ -211,7 +212,7 @@ def small_lines(place: Workplace) -> list[CommandLine]:
              {"walk.csv": walk, "run.csv": reverse, "matrix.txt": old, "run.pdf": old_report}, "walk.csv run.csv"),
         line("-p -d -g walk.tvl", {"walk.tvl": walk_container, "matrix.txt": old}, "walk.tvl"),
         line("-p -g walk.tvl", {"walk.tvl": wide_course(), "matrix.txt": old}, "walk.tvl"),
-        # Inputs that are in an output's way.
+        # Inputs with the name of an output.
         line("run.txt", {"run.txt": straight, **over, "run.txt.orig": old_report}, "run.txt", course),
         line("-i run.kml", {"run.kml": implicit}, "run.kml"),
         line("-i run.pdf", {"run.pdf": implicit}, "run.pdf"),
@@ -234,7 +235,7 @@ def small_lines(place: Workplace) -> list[CommandLine]:
 
 
 def simulated_tracks() -> dict[str, bytes]:
-    """NAME.csv and, for runs, their courses NAME.txt, as the tests use them."""
+    """The simulated tracks of the tests: NAME.csv and, for a run, its course NAME.txt."""
     with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as path:
         folder = pathlib.Path(path)
         helpers = [next((ROOT / "src").rglob(name)) for name in ("memory.cpp", "wgs84.cpp", "vec3.cpp")]
@@ -247,7 +248,7 @@ def simulated_tracks() -> dict[str, bytes]:
 
 
 def fuzz_inputs() -> Iterator[tuple[str, str, bytes]]:
-    """Target, name and content of each seed and of each input in a corpus, whether file or archive."""
+    """Target, name and content of each seed and of each input of a corpus."""
     for path in sorted(file for kind in ("seeds", "corpus") for file in (ROOT / "fuzz" / kind).rglob("*")):
         if path.suffixes[:1] == [".tar"]:
             target = path.name.partition(".")[0]

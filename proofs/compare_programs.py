@@ -1,16 +1,15 @@
-"""Two builds of tarvel do the same, but for what a change alters on purpose.
+"""Two builds of tarvel have the same outputs, except for intended differences.
 
-Each of N scenarios (10,000 unless said otherwise), made from the seed, is given to both in equal copies of a folder.
-Exit status, standard output, standard error and every file left behind must be the same byte for byte, with its name,
-mode and links. PDFs are compared without their creation dates, and where the bytes still differ, by their drawing
-operators and character maps.
+Calls both in each of N scenarios (10,000 by default), which are made from the seed, in equal copies of a folder. Exit
+status, standard output, standard error, and all files with their names, modes and links must be the same byte for byte.
+PDFs are compared without their creation dates, and if they still differ, by their drawing operators and character maps.
 
     scripts/proofs compare_programs OLD NEW [--seed S] [--count N] [--only K] [--jobs N] [--allow NAME]...
                                     [--keep FOLDER]
 
-Prints each difference with the number of its scenario. --only K tries that one again; --keep FOLDER then leaves its
-folder as given and as each program left it. --allow NAME accepts the differences that a rule in the table below
-describes. When root starts it, the programs run as the user nobody, whom read-only files and folders stop.
+Prints each difference with the number of its scenario. --only K tries this scenario only; --keep FOLDER then copies the
+files before the call and after it to FOLDER. --allow NAME accepts the differences of a rule in RULES below. When it is
+started by root, the programs run as an ordinary user, for whom the modes of files and folders matter.
 """
 from __future__ import annotations
 
@@ -35,17 +34,17 @@ from proofs.harness import (CORES, ORDINARY_USER, Conditions, Outcome, environme
                             remove, snapshot)
 from proofs.scenarios import Call, Scenario
 
-TIMEOUT = 30  # s; the longest call takes some tenths of one
+TIMEOUT = 30  # s; the longest call takes less than one
 HANGS = f"none, after {TIMEOUT} s"
 SHOWN_IN_FULL = 20
 LISTING = "names, modes and links"
 
-# What a call leaves: "exit status", "standard output", "standard error", the listing and the contents by name.
+# The outputs of a call: "exit status", "standard output", "standard error", LISTING, and the content of each file.
 Left = dict[str, bytes]
 
 
 class Difference(NamedTuple):
-    """`what` is a key of both calls' outcomes, `old` and `new` are its bytes, None where it is missing."""
+    """`what` is a key of Left; `old` and `new` are its bytes, None where it is missing."""
     call: Call
     what: str
     old: bytes | None
@@ -55,9 +54,9 @@ class Difference(NamedTuple):
 
 
 def is_map_written_once(difference: Difference) -> bool:
-    """The map is written once, at the end, where it was written before the analysis and again after it: a disk that
-    fails the map fails it later and behind other outputs. A run without a course that can be read has a map, which may
-    itself fail, or set an input aside."""
+    """The map is written once, after the report; it was written before the analysis and again after it. A write error
+    in the map is therefore reported later. A run whose course cannot be read now has a map, which may fail or set an
+    input aside."""
     said = difference.old_left["standard output"].rstrip(b"\n").rpartition(b"\n")[2].decode(errors="replace")
     if re.fullmatch(r"ERROR: failed to write file: .*\.kml", said):
         return True
@@ -70,14 +69,14 @@ def is_map_written_once(difference: Difference) -> bool:
 
 
 def is_drawn_far_out(difference: Difference) -> bool:
-    """Charts of samples so far out or so fast that no page can show them; drawing some of them did not end."""
+    """Charts with samples so far out or so fast that no page can show them. The old program did not end for some."""
     if difference.old_left["exit status"] == HANGS.encode():
         return True
     texts = [content for what, content in difference.new_left.items() if not what.endswith((".pdf", ".tvl"))]
     return difference.what.endswith(".pdf") and any(re.search(rb"[0-9]{300}|\binf\b", text) for text in texts)
 
 
-# Each says of a difference whether it is the intended one. Example:
+# Whether a difference is intended. Example:
 #   "version": lambda d: "-v" in d.call.arguments and d.what == "standard output"
 RULES: dict[str, Callable[[Difference], bool]] = {"map_once": is_map_written_once, "far_out": is_drawn_far_out}
 
@@ -89,7 +88,7 @@ NO_DRAWING = re.compile(rb"/Length[123]\b|/FontFile|/Type /(?:XRef|ObjStm)|/Subt
 
 
 def drawing_of(pdf: bytes) -> bytes:
-    """The decompressed streams of pages, forms and character maps; empty for what is no whole PDF."""
+    """The decompressed streams of pages, forms and character maps; empty for anything but a complete PDF."""
     parts = []
     for header, body in STREAM.findall(pdf) if pdf.startswith(b"%PDF") and pdf.rstrip().endswith(b"%%EOF") else ():
         if NO_DRAWING.search(header):
@@ -111,7 +110,7 @@ def is_same(old: bytes | None, new: bytes | None) -> bool:
 
 def call_in(folder: pathlib.Path, home: pathlib.Path, program: pathlib.Path, call: Call) -> Left:
     words = [word.replace("HERE", str(folder)) for word in call.arguments]
-    # Not through a shell unless need be: it takes as long as a short call.
+    # A shell is started only for redirections, since it takes as long as a short call.
     words = ["sh", "-c", f'exec tarvel "$@" {call.streams}', "sh", *words] if call.streams else ["tarvel", *words]
     environment = {**environment_in(home, call.time_zone), "PATH": f"{program.parent}:/usr/bin:/bin"}
     done = execute(words, folder, Conditions(environment, timeout=TIMEOUT), "/bin/sh" if call.streams else program)
@@ -127,7 +126,7 @@ def place(folder: pathlib.Path, scenario: Scenario) -> None:
 
 def outcomes_of(program: pathlib.Path, home: pathlib.Path, scenario: Scenario,
                 keep_as: pathlib.Path | None) -> list[Left]:
-    """One for each call. Both programs work in a folder of the same name, since messages may contain it."""
+    """The outputs of each call. Both programs work in a folder of the same name, since messages may contain it."""
     folder = home / "here"
     remove(folder)
     folder.mkdir()
@@ -157,7 +156,7 @@ def printable(line: bytes | None, at: int) -> str:
 
 
 def show(difference: Difference) -> list[str]:
-    """The first lines that differ; for PDFs those of the drawing."""
+    """The first line that differs, old and new; of a PDF, the first drawing operator."""
     old, new = difference.old, difference.new
     if old is None or new is None:
         return [f"    {difference.what}: only the {'new' if old is None else 'old'} program leaves it"]
@@ -188,8 +187,8 @@ class Found(NamedTuple):
 
 
 class Comparison:
-    """Copies of two programs, and a temporary folder in which anybody may work: in memory where there is room, since
-    most of the time would go into making and removing files."""
+    """Copies of two programs, and a temporary folder that is writable for all users. It is in /dev/shm if possible,
+    since creating and removing files takes most of the time."""
 
     def __init__(self, old: pathlib.Path, new: pathlib.Path, seed: str, allowed: Iterable[str] = ()) -> None:
         in_memory = "TMPDIR" not in os.environ and os.access("/dev/shm", os.W_OK)
@@ -212,7 +211,7 @@ class Comparison:
         remove(self.program_folder)
 
     def find(self, number: int, home: pathlib.Path, keep: pathlib.Path | None = None) -> Found:
-        """Gives a scenario to both programs."""
+        """Calls both programs in a scenario."""
         scenario = scenarios.scenario(self.sources, self.seed, number)
         if keep:
             (keep / "given").mkdir(parents=True)
@@ -231,7 +230,7 @@ class Comparison:
 
 
 class Worker:
-    """A process that tries scenarios, in a home of its own, as a user whom read-only files stop."""
+    """A process that tries scenarios as an ordinary user, with a home directory."""
     comparison: Comparison
     keep: pathlib.Path | None
     home: pathlib.Path
@@ -253,7 +252,7 @@ class Worker:
 
 def find_all(comparison: Comparison, numbers: Collection[int], jobs: int,
              keep: pathlib.Path | None = None) -> Iterator[Found]:
-    """What each scenario shows, in the order of the numbers."""
+    """The result of each scenario, in the order of the numbers."""
     with multiprocessing.get_context("fork").Pool(jobs, Worker.begin, (comparison, keep)) as pool:
         yield from pool.imap(Worker.find, numbers, chunksize=8)
 

@@ -1,7 +1,7 @@
-"""What io_faults and kill_anywhere share: a command line's undisturbed call, and what a disturbed one may leave.
+"""Code that io_faults and kill_anywhere share: calls of a command line without and with faults, and their judgement.
 
-A call may succeed, and then every byte must be the undisturbed call's, or end with exit status 1 and a message, and
-then no input may be lost and no output may look finished that is not.
+A call with a fault may succeed if every byte of its outputs equals that of the call without faults. Otherwise it must
+end with exit status 1 and a message, with all inputs kept, and without an incomplete output that looks complete.
 """
 from __future__ import annotations
 
@@ -16,12 +16,12 @@ from collections.abc import Collection, Sequence
 from proofs.command_lines import INDEX_TO_THE_MAP, CommandLine, small_lines
 from proofs.harness import Conditions, Entry, Result, Snapshot, Workplace, changed_names, fill, remove, snapshot
 
-# What a survey writes beside it, under the name with ".new" behind it, and then renames.
+# The files that a survey first writes as NAME.new and then renames.
 COURSES = ("matrix.txt", "walk.txt")
 
 
 class Case:
-    """A command line with what it starts from, what it leaves undisturbed, and all names of both."""
+    """A command line with its files before and after a call without faults, and the names of both."""
 
     def __init__(self, place: Workplace, line: CommandLine) -> None:
         self.place, self.line, self.name, self.arguments = place, line, line.name, line.arguments
@@ -40,7 +40,7 @@ class Case:
         return self.place.call(self.line.files, self.arguments, launcher, under or self.conditions())
 
     def map_of_track(self) -> dict[str, bytes]:
-        """The map that a call leaves which fails behind the reading of its track: here for want of a course."""
+        """The map of the whole track, which a call writes that fails after reading it: here without a course."""
         if not self.arguments or "-g" in self.arguments[-2:] or not os.path.splitext(self.arguments[-1])[1]:
             return {}
         track = self.arguments[-1]
@@ -50,7 +50,7 @@ class Case:
         return {name: content} if content is not None and content.endswith(b"</kml>\n") else {}
 
     def names_of(self, name: str) -> set[str]:
-        """The names that lead to the same file."""
+        """All names of the same file."""
         if name not in self.before:
             return {name}
         return {other for other in self.before if content_of(self.before[other]) == content_of(self.before[name])}
@@ -60,20 +60,20 @@ def make_cases(place: Workplace) -> list[Case]:
     cases = [Case(place, line) for line in small_lines(place)]
     for case in cases:
         if case.reference.status not in (0, 1):
-            sys.exit(f"{case.name}: undisturbed, it ends with {case.reference.status}")
+            sys.exit(f"{case.name}: exit status {case.reference.status} without a fault")
     return cases
 
 
 def content_of(entry: Entry | None) -> bytes | None:
-    """A link counts as the file behind it."""
+    """A symbolic link has the content of its target."""
     return entry.content if entry else None
 
 
-# What a disturbed call leaves
+# The files after a call with a fault
 
 
 def cut_courses(case: Case, files: Snapshot) -> list[str]:
-    """Course files that hold only a part of what they should, or nothing."""
+    """Course files that are incomplete or empty."""
     def is_cut(name: str) -> bool:
         whole, part = case.reference.files.get(name), files.get(name)
         return (whole is not None and part is not None and whole.kind == part.kind == "-" and part != whole
@@ -83,14 +83,14 @@ def cut_courses(case: Case, files: Snapshot) -> list[str]:
 
 
 def is_kept(name: str, content: bytes | None, files: Snapshot) -> bool:
-    """True when the content is there under its name or one to which a call may have renamed it."""
+    """True when the content exists under this name or under one to which a call may have renamed it."""
     return any(content_of(files[other]) == content for other in files
                if other == name or other.startswith(name + ".orig"))
 
 
 def lost_inputs(case: Case, files: Snapshot, message: str = "") -> list[str]:
     wanted = {name: case.before[name] for name in (*case.line.inputs, *case.line.courses)}
-    # An index that could not be read leads nowhere: a course that has the map's name is then no input of the call.
+    # A call that could not read the index does not know the course, which here has the name of the map.
     if case.line.files.get("matrix.txt") == INDEX_TO_THE_MAP and re.fullmatch("failed to (open|read) file: matrix.txt",
                                                                              message):
         del wanted["run.kml"]
@@ -98,7 +98,7 @@ def lost_inputs(case: Case, files: Snapshot, message: str = "") -> list[str]:
 
 
 def is_map_of_track(case: Case, name: str, content: bytes | None, message: str) -> bool:
-    """True for the whole track's map; where another output could not be written, the map may be cut short as well."""
+    """True for the map of the whole track, or for a beginning of it when another output could not be written."""
     whole = case.maps.get(name)
     if whole is None or content is None:
         return False
@@ -107,9 +107,9 @@ def is_map_of_track(case: Case, name: str, content: bytes | None, message: str) 
 
 
 def is_excused(case: Case, name: str, entry: Entry, message: str) -> bool:
-    """True for an output that the message names, or that it implies to be unfinished."""
+    """True for an incomplete output when the message names it or implies that it is incomplete."""
     written = entry.target or name
-    # Reading the survey's course file fails while its copy is being written.
+    # The survey copies its course file to matrix.txt; reading it may fail.
     is_copied = name == "matrix.txt" and "-g" in case.arguments and message.startswith("failed to read file: ")
     return (written in message.split() or is_copied
             or (entry.kind == "-" and is_map_of_track(case, name, entry.content, message))
@@ -118,7 +118,7 @@ def is_excused(case: Case, name: str, entry: Entry, message: str) -> bool:
 
 
 def false_outputs(case: Case, result: Result, spared: Collection[str]) -> list[str]:
-    """Files that a failed call has left neither as they were nor as they should become."""
+    """Files after a failed call that are neither as before it nor as after a call without faults."""
     found = []
     for name, entry in result.files.items():
         is_known = name in case.names or re.sub(r"\.orig(\.\d+)?$", "", name) in case.names
@@ -132,8 +132,8 @@ def false_outputs(case: Case, result: Result, spared: Collection[str]) -> list[s
 
 def judge(case: Case, result: Result, expected: Collection[str] | None = None,
           spared: Collection[str] = ()) -> str | None:
-    """What is wrong with a disturbed call, in words, or nothing. `expected` are the messages that belong to the fault;
-    without it any message of the program will do. `spared` are names that the test itself has changed."""
+    """What is wrong with a call with a fault, or None. `expected` are the messages for the fault, None for any message.
+    `spared` are the names of files that the test has changed itself."""
     if result.status is None:
         return "hang"
     if result.status < 0:
@@ -169,25 +169,25 @@ CALL = re.compile(r"^(?:\d+ +)?(\w+)\((.*)$")
 
 def need_strace() -> None:
     if shutil.which("strace") is None:
-        sys.exit("proofs: there is no strace here (scripts/setup proofs)")
+        sys.exit("proofs: strace is missing (scripts/setup proofs)")
 
 
 def own_paths(case: Case, streams: Sequence[str] = ("@OUT@",)) -> list[str]:
-    """strace options that confine it to the command line's own files and standard output."""
+    """strace options that restrict it to the command line's own files and standard output."""
     beside = (course + ".new" for course in COURSES if course in case.names)
     paths = [path for name in (*case.names, *beside) for path in (name, "@FOLDER@/" + name)]
     return [word for path in (*paths, *streams) for word in ("-P", path)]
 
 
 def calls_in(log: str) -> list[tuple[str, str]]:
-    """The system calls of a log of strace, each with its arguments."""
+    """The system calls in a log of strace, each with its arguments."""
     with open(log, errors="replace") as file:
         return [(match[1], match[2]) for match in map(CALL.match, file) if match]
 
 
 def traced(case: Case, options: Sequence[str], folder: pathlib.Path | None = None,
            under: Conditions | None = None) -> tuple[Result, list[tuple[str, str]]]:
-    """A call under strace, in that folder or one of its own, and the system calls that it logged."""
+    """A call under strace, in this folder or a new one, and the logged system calls."""
     with tempfile.NamedTemporaryFile(dir=case.place.path) as log:
         words = [*STRACE, "-o", log.name, *options]
         if folder:

@@ -1,5 +1,5 @@
-"""Files that aim at endless or quadratic behaviour: for each family a function from a number of rows to the files and
-the arguments of a call. hostile_families measures them; same_bytes and compare_programs use them small."""
+"""Inputs that are made to cause endless or quadratic work. Each family is a function from a number of rows to the files
+and arguments of a call. hostile_families measures them; same_bytes and compare_programs use small ones."""
 from __future__ import annotations
 
 import functools
@@ -14,11 +14,11 @@ from typing import NamedTuple
 from proofs import tvl
 from proofs.harness import Content, HardLink
 
-TINY = 400  # rows; what a call over so few takes is the fixed cost
+TINY = 400  # rows; the time of a call over these is the fixed cost
 
 
 class Hole(int):
-    """So many NULs that take no room on the disk."""
+    """This number of NULs, as a sparse file."""
 
 
 Parts = Iterable[bytes] | Hole | HardLink
@@ -37,7 +37,7 @@ def content_of(parts: Parts) -> Content:
 
 
 def write(folder: pathlib.Path, made: Made) -> None:
-    """Part by part: some families hold more than the memory does."""
+    """Writes part by part, since some inputs are larger than the memory."""
     for name, parts in made.files.items():
         if isinstance(parts, HardLink):
             (folder / name).hardlink_to(folder / parts)
@@ -51,7 +51,7 @@ def write(folder: pathlib.Path, made: Made) -> None:
 
 # A course at latitude 0, longitude 0 whose frame is exact: x is north, z the height above sea level.
 COURSE = b"[0, 0, 1, 0]\n[0, -1, 0, 0]\n[1, 0, 0, -6378137]\n[0, 0, 0, 1]\n"
-# As before, but leaning to one side: heights lead sideways, too.
+# The same frame, tilted: height also changes the position across the course.
 LEANING_COURSE = b"[0, 0, 1, 0]\n[0.1, -0.995, 0, -637813.7]\n[0.995, 0.1, 0, -6346246.3]\n[0, 0, 0, 1]\n"
 COLUMNS = b"time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV"
 HEAD = COLUMNS + b"\n,,,,,,,,,,\n"
@@ -103,7 +103,7 @@ def far_times(rows: int) -> Made:
 
 
 def ponds(rows: int) -> Made:
-    """A finished course with so many perimeter points, which all go into the course file."""
+    """A surveyed course with this number of points of its pond, which are all written to the course file."""
     matrix = [0, 0, 1, 0, 0, -1, 0, 0, 1, 0, 0, -6378137, 0, 0, 0, 1]
     points = ((1.0 + i % 100, 2.0) for i in range(rows))
     return Made({"gate.tvl": tvl.course(matrix, 0.1, rows, points)}, ["-p", "-g", "gate.tvl"])
@@ -124,13 +124,13 @@ def rising(rows: int) -> Iterator[float]:
 
 
 def falls(rows: int, *steps: float, times: Iterable[int] | None = None) -> Made:
-    """At one height, with speeds that grow by each of the steps in turn."""
+    """At constant height, with speeds that increase by each of the steps in turn."""
     return exits(rows, FLAT, itertools.accumulate(itertools.cycle(steps)), times)
 
 
 def falls_of_the_least_mean_over_all_rows(rows: int) -> Made:
-    """A clock that goes 0, 1, 0, 1 ms. Each mean ends with the last row and is less than a fall's, by hardly more than
-    rounding."""
+    """The times are 0, 1, 0, 1 ms and so on. Each mean is over all rows up to the last and is below the threshold of a
+    fall by little more than a rounding error."""
     last = rows - 2 + rows % 2
     times = (NOON + (i % 2 if i < last else 10**6) for i in range(rows))
     least = (1 - 1e-11) / (2.23693629 * MPH)
@@ -138,12 +138,12 @@ def falls_of_the_least_mean_over_all_rows(rows: int) -> Made:
 
 
 def bouncing(rows: int, last_step: int) -> Iterator[int]:
-    """A clock that goes forward by 1 ms and back by 2, and at last far ahead."""
+    """Times with steps of 1 ms forward and 2 ms back, and a last step far forward."""
     return (NOON + (i % 2) - i // 2 + (last_step if i == rows - 1 else 0) for i in range(rows))
 
 
 def landings(rows: int, heights: Iterable[float], times: Iterable[int] | None = None) -> Made:
-    """A descent of 2,000 ft, then heights in feet at walking pace, then away."""
+    """A descent of 2,000 ft, then these heights in feet at 1 m/s, then a fast sample."""
     clock_times = itertools.repeat(NOON) if times is None else times
     start = ((NOON, 0.0, 900.0, 30.0, 9.0), (NOON, 0.0, 200.0, 30.0, 9.0))
     slow = ((t, 0.0, h * FEET, 1.0, 0.0) for t, h in zip(clock_times, itertools.islice(heights, rows - 3)))
@@ -152,20 +152,20 @@ def landings(rows: int, heights: Iterable[float], times: Iterable[int] | None = 
 
 
 def two_levels(rows: int) -> Iterator[float]:
-    """Each of two heights is refused by another sample at the end."""
+    """Two heights in turn; for each, another sample near the end prevents a landing."""
     last = {rows - 5: 201.0, rows - 4: 401.0}
     return (last.get(i, 300.0 + 50 * (i % 2)) for i in itertools.count())
 
 
 def spiral(rows: int) -> Iterator[float]:
-    """Heights close in on their middle, so that every candidate is refused by another sample of the second half."""
+    """Heights that approach their mean: for every candidate, another sample of the second half prevents a landing."""
     half = rows // 2
     for i in itertools.count():
         side = 1 if i % 2 else -1
         yield 400 + side * (90 - 80 * i / half) if i < half else 400 + side * (105 - 90 * (rows - i) / half)
 
 
-# Runs of which the whole track is turn, rollout or swoop: all of it is drawn.
+# Runs whose whole track is turn, rollout or swoop, so that every sample is drawn.
 
 Turn = Callable[[int], tuple[float, float, float, float]]
 
@@ -189,13 +189,13 @@ def drawn(rows: int, turn: Turn, latitude: Callable[[int], float] = lambda i: -0
 
 
 def split_headings(rows: int) -> Turn:
-    """In a steep dive two left turns follow each right turn: every third heading is one that was evened out."""
+    """A steep dive in which two left turns follow each right turn: every third turn angle is evened out."""
     headings = [(math.cos(math.radians(a)), math.sin(math.radians(a))) for a in (0, 120, 20)]
     return lambda i: (900 - 700 * i / rows, 10 * headings[i % 3][0], 70.0, 10 * headings[i % 3][1])
 
 
 def one_sample_far_out(rows: int) -> Made:
-    """Far along all three axes, so that one scale for two of them has to bear the span of either."""
+    """One sample far out on all three axes: a chart with one scale for two axes has a huge span on both."""
     return drawn(rows, lambda i: (5e307 if i == 200 else 900 - 700 * i / rows, 30.0, 40.0, 0.0),
                  lambda i: 5.0 if i == 200 else -0.003, LEANING_COURSE)
 
@@ -209,7 +209,7 @@ def short_run() -> Made:
 
 
 def drawn_pond(rows: int) -> Made:
-    """A run of a few samples over a pond of so many points."""
+    """A run of 100 samples over a pond with this number of points."""
     made = short_run()
     points = (b"(%d, %d)\n" % (1 + i * 7919 % 100, i * 104_729 % 100) for i in range(rows))
     return Made({**made.files, "matrix.txt": itertools.chain([COURSE], points)}, made.arguments)
@@ -228,7 +228,7 @@ def course(*lines: bytes, **files: Sequence[bytes]) -> Made:
 
 
 def long_chain(rows: int) -> Made:
-    """64 files lead to one another; the last is missing."""
+    """Each of 64 indices names the next; the file that the last one names does not exist."""
     return course(b"* - 0.txt\n", **{f"_{k}": [b"// nothing\n" * (rows // 64), b"* - %d.txt\n" % (k + 1)]
                                      for k in range(64)})
 
@@ -242,7 +242,7 @@ def walked(rows: int, time: Callable[[int], int], metres: Callable[[int], float]
 
 
 def marked_walk(rows: int, per_metre: float) -> Iterator[bytes]:
-    """The marks of a course with so many rows between and at them; distances in m north and east."""
+    """A walk over the marks of a course (m north and east); half of the rows are at the marks, half between them."""
     marks = ((70, 12), (0, 5), (-20, 0), (0, -5), (70, 0), (90, 25))
     per_leg = rows // (len(marks) * 2)
     time = NOON
@@ -256,7 +256,7 @@ def marked_walk(rows: int, per_metre: float) -> Iterator[bytes]:
 
 
 def taken_names(rows: int) -> Made:
-    """The run has the report's name, and so many names for what is set aside are taken: a hundredth of the rows."""
+    """The run has the name of the report, and a hundredth of this number of names to set it aside already exist."""
     made = short_run()
     taken = {f"run.txt.orig.{k}": HardLink("run.txt.orig") for k in range(2, rows // 100)}
     return Made({"run.txt.orig": [], **taken, "matrix.txt": made.files["matrix.txt"], "run.txt": made.files["run.tvl"]},
@@ -269,7 +269,7 @@ VALUES = {
     "of_16_digits": b"1.234567890123456", "of_a_thousandth": b"1e-3", "large": b"1e15", "hexadecimal": b"0x1.8p3",
     "blank": b"      ",
 }
-# A tie between two doubles that only the last digit breaks.
+# The middle between two doubles, except for the last digit.
 TIE = b"1.00000000000000011102230246251565404236316680908203125" + b"0" * 750 + b"1"
 
 FAMILIES: dict[str, Family] = {
@@ -321,8 +321,9 @@ FAMILIES: dict[str, Family] = {
     "container_of_subnormal_steps": lambda n: container(n, ((i, *[i * 1e-310] * 4) for i in range(n))),
     "container_of_far_times": far_times,
     "container_of_ponds": ponds,
-    # Detectors of a run. Every sample falls, by its speeds, and not by its heights, which at last have climbed by more
-    # than 75 ft; or every second sample may be an exit, and the mean over its 1,500 samples is just too small.
+    # Detectors of a run. By its speeds every sample is a fall, but by the end the heights have risen by more than 75
+    # ft; or every second sample may be an exit, and the mean over the following 1,500 samples is just below the
+    # threshold.
     "exits_in_a_slow_climb": lambda n: exits(
         n, (3000 + 70 * i / n + (100 if i == n - 1 else 0) for i in range(n)), rising(n)),
     "exits_in_a_steady_climb": lambda n: exits(n, (3000 + 200 * i / n for i in range(n)), rising(n)),
@@ -332,7 +333,7 @@ FAMILIES: dict[str, Family] = {
     "falls_of_the_least_mean_at_250_hz": lambda n: falls(n, 0.096, 0.0, times=itertools.count(NOON, 4)),
     "falls_of_the_least_mean_over_all_rows": falls_of_the_least_mean_over_all_rows,
     "falls_that_never_last": lambda n: exits(n, FLAT, rising(n), itertools.repeat(NOON)),
-    # Steps back in time count as 2^32 ms: only enormous speeds make them a fall.
+    # A step back in time counts as almost 2^32 ms: it is a fall only with enormous speeds.
     "falls_while_the_clock_goes_back": lambda n: exits(n, FLAT, (7e7 * i for i in range(n)), range(NOON, NOON - n, -1)),
     "falls_on_a_bouncing_clock": lambda n: falls(n, 0.0, 0.013, times=bouncing(n, 0)),
     "falls_of_a_low_mean_on_a_bouncing_clock": lambda n: falls(n, 0.0, 0.013, times=bouncing(n, 10**9)),
@@ -340,12 +341,12 @@ FAMILIES: dict[str, Family] = {
     "landings_that_drift": lambda n: landings(n, (300 + 300 * i / n for i in itertools.count())),
     "landings_on_two_levels": lambda n: landings(n, two_levels(n)),
     "landings_in_a_spiral": lambda n: landings(n, spiral(n)),
-    # 15 s hold 15,000 samples, and each candidate is refused just before.
+    # 15 s have 15,000 samples; each candidate fails shortly before their end.
     "landings_at_1000_hz": lambda n: landings(
         n, (300 if i % 14_000 < 13_990 else 401 for i in itertools.count()), itertools.count(NOON)),
     "landings_while_the_clock_goes_back": lambda n: landings(n, two_levels(n), itertools.count(NOON, -1)),
     "endless_standstill": lambda n: over_course((standing(NOON + 5 * i) for i in range(n)), "-i"),
-    # Drawn from end to end.
+    # Every sample is drawn.
     "drawn_from_end_to_end": lambda n: drawn(n, lambda i: (900 - 700 * i / n, 30.0, 40.0, 0.0)),
     "drawn_and_restless": lambda n: drawn(
         n, lambda i: (300 + i * 7919 % 600, i * 104_729 % 60 - 30.0, 30.0 + i * 31 % 50, 10.0)),
@@ -354,7 +355,7 @@ FAMILIES: dict[str, Family] = {
         n, lambda i: (900 - 700 * i / n, 10.0, 70.0, 25.0 * (-1) ** i)),
     "drawn_with_steps_back_in_time": lambda n: with_options(
         drawn(n, lambda i: (900.0 - (i % 3) * 1e-300, 30.0 * (-1) ** i, 40.0, 0.0)), "-m"),
-    # Beside them the course is 1e-298 wide: charts of one scale for both axes have to bear it.
+    # Relative to these heights the course is 1e-298 wide, in charts with one scale for both axes.
     "drawn_over_heights_of_1e300": lambda n: drawn(n, lambda i: (1e300 * (1 + i % 7), 30.0, 40.0, 0.0)),
     "drawn_over_one_sample_far_out": one_sample_far_out,
     "drawn_over_places_up_to_the_largest_number": lambda n: drawn(
@@ -380,7 +381,7 @@ FAMILIES: dict[str, Family] = {
     "index_of_two_that_name_each_other": lambda n: course(
         b"// nothing\n" * (n // 2), b"* - other.txt\n", other=[b"// nothing\n" * (n // 2), b"* - matrix.txt\n"]),
     "index_of_a_long_chain": long_chain,
-    # Walks of a course. The crawl is almost 8 s within 2 m, again and again.
+    # Walks of a course. In the crawl, 2 m take almost 8 s again and again.
     "walk_that_stands_for_ever": lambda n: walked(n, lambda i: NOON + 5 * i, lambda i: 0),
     "walk_that_never_stands": lambda n: walked(n, lambda i: NOON + 200 * i, lambda i: 1.5 * i),
     "walk_in_a_crawl": lambda n: walked(n, lambda i: NOON + 5 * i, lambda i: 0.00127 * i),
@@ -389,7 +390,7 @@ FAMILIES: dict[str, Family] = {
     "walk_on_a_clock_that_goes_back": lambda n: walked(n, lambda i: NOON + 2_000_000 - i, lambda i: i % 3),
     "walk_without_accuracy": lambda n: walk([STANDING.replace(b",1,1,1,", b",9,9,9,") * n]),
     "walk_with_a_pond": lambda n: walk(marked_walk(n, 1), "-p"),
-    # Each leg is walked a thousand times, so that almost every row is a perimeter point.
+    # Each leg is walked a thousand times: almost every row becomes a point of the pond.
     "walk_with_a_restless_pond": lambda n: walk(marked_walk(n, 0.999 * n / 100), "-p", "-d"),
     "names_that_are_taken": taken_names,
 }

@@ -1,4 +1,4 @@
-"""What the proofs share: files in folders, calls of the program in them, what a call leaves, and the counting."""
+"""Code that the proofs share: folders with input files, calls of the program in them, their outputs, and the counts."""
 from __future__ import annotations
 
 import collections
@@ -18,7 +18,7 @@ from typing import IO, NamedTuple, TypeVar
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "proofs"
-TIMEOUT = 60.0  # seconds; an undisturbed call takes a twentieth of one
+TIMEOUT = 60.0  # seconds; a call without faults takes 0.05
 ORDINARY_USER = 65534
 CORES = len(os.sched_getaffinity(0))
 Item = TypeVar("Item")
@@ -26,7 +26,7 @@ Made = TypeVar("Made")
 
 
 class Outcome(NamedTuple):
-    """What a proof reports: what was done, with its counts, and how many findings there were."""
+    """The result of a proof: what was done, with its counts, and the number of findings."""
     done: str
     findings: int
 
@@ -35,11 +35,11 @@ class Outcome(NamedTuple):
 
 
 class Link(str):
-    """A symbolic link to that target."""
+    """A symbolic link; the text is its target."""
 
 
 class HardLink(str):
-    """A second name of that file."""
+    """A hard link; the text is another name of the file."""
 
 
 class Folder(str):
@@ -69,16 +69,16 @@ def put(folder: pathlib.Path, name: str, content: Content) -> None:
 
 
 def fill(folder: pathlib.Path, files: Mapping[str, Content]) -> None:
-    """Second names come last: their files must be there."""
+    """Hard links come last, since their files must exist."""
     for name, content in sorted(files.items(), key=lambda item: isinstance(item[1], HardLink)):
         put(folder, name, content)
 
 
 @dataclasses.dataclass(frozen=True)
 class Entry:
-    """What a name stands for. Two entries are equal when their kind, content and target are."""
+    """What a directory contains under a name. Two entries are equal when their kind, content and target are."""
     kind: str  # the first letter of `ls -l`
-    content: bytes | None = None  # of a regular file, or of the one beside it that a link leads to
+    content: bytes | None = None  # of a regular file; of a symbolic link to a file in the same directory, that file's
     target: str = ""
     mode: str = dataclasses.field(default="", compare=False)
     hard_link: str = dataclasses.field(default="", compare=False)  # an earlier name of the same file
@@ -89,7 +89,7 @@ DRAWN_AT = re.compile(rb"/CreationDate \(D:[^)]*\)")
 
 
 def masked(content: bytes) -> bytes:
-    """Two calls may differ in the date in a document and in nothing else."""
+    """Without the creation date of a PDF, the only part of the outputs in which two calls may differ."""
     return DRAWN_AT.sub(b"/CreationDate (D:)", content) if content.startswith(b"%PDF") else content
 
 
@@ -97,7 +97,7 @@ def entry_of(path: pathlib.Path, names: dict[int, str], name: str) -> Entry:
     status = path.lstat()
     mode = stat.filemode(status.st_mode)
     if stat.S_ISLNK(status.st_mode):
-        end = pathlib.Path(os.path.realpath(path))  # unlike resolve(), whatever leads to itself
+        end = pathlib.Path(os.path.realpath(path))  # resolve() fails for a link to itself
         is_beside = str(end.parent) == os.path.realpath(path.parent) and end.is_file()
         return Entry("l", entry_of(end, {}, "").content if is_beside else None, os.readlink(path), mode)
     if not stat.S_ISREG(status.st_mode):
@@ -109,7 +109,7 @@ def entry_of(path: pathlib.Path, names: dict[int, str], name: str) -> Entry:
 
 
 def snapshot(folder: pathlib.Path) -> Snapshot:
-    """All that is below the folder, what a call may not read included."""
+    """Everything below the folder. Makes unreadable files and folders readable."""
     found: Snapshot = {}
     names: dict[int, str] = {}
     folders = [""]
@@ -128,7 +128,7 @@ def changed_names(one: Snapshot, other: Snapshot) -> list[str]:
 
 
 def listing(files: Snapshot) -> str:
-    """Names, modes and links, a line for each entry."""
+    """Mode, name and links of each entry, one in each line."""
     return "\n".join(f"{entry.mode} {name}" + (f" -> {entry.target}" if entry.kind == "l" else "")
                      + (f" = {entry.hard_link}" if entry.hard_link else "") for name, entry in files.items())
 
@@ -154,7 +154,7 @@ class Result:
     files: Snapshot = dataclasses.field(default_factory=dict)
 
     def message(self) -> str:
-        """What the program says for a failure, without "ERROR: "; empty when it says nothing."""
+        """The message of a failed call without "ERROR: "; empty when there is none."""
         for text in (self.err, self.out):
             last = text.rstrip(b"\n").rpartition(b"\n")[2].decode(errors="replace")
             if last.startswith("ERROR: "):
@@ -164,7 +164,7 @@ class Result:
 
 @dataclasses.dataclass(frozen=True)
 class Conditions:
-    """Under which a call is made."""
+    """The environment, streams, limits and user of a call."""
     environment: Mapping[str, str] = dataclasses.field(default_factory=dict)
     out: int | IO[bytes] = subprocess.PIPE
     limits: Mapping[int, int] = dataclasses.field(default_factory=dict)  # those of resource.setrlimit
@@ -178,7 +178,7 @@ UNDISTURBED = Conditions()
 
 def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Conditions,
             executable: str | pathlib.Path | None = None) -> Result:
-    """One process in a session of its own, which ends with it; what it leaves is not looked at."""
+    """Starts a process in a new session and waits for it. Does not read the files that it leaves."""
     def prepare() -> None:
         for kind, most in under.limits.items():
             resource.setrlimit(kind, (most, most + (kind == resource.RLIMIT_CPU)))
@@ -199,13 +199,13 @@ def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Co
 
 
 def environment_in(home: pathlib.Path, zone: str = "UTC") -> dict[str, str]:
-    """With the sanitizers' options, for programs that are built with them."""
+    """Environment variables for a call. The sanitizers' options are inherited."""
     options = {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
     return {**options, "PATH": os.environ["PATH"], "HOME": str(home), "LC_ALL": "C", "TZ": zone}
 
 
 class Workplace:
-    """A temporary folder with a copy of the program, its environment with fonts of its own, and a folder a call."""
+    """A temporary folder with a copy of the program, a font configuration, and a new folder for each call."""
 
     def __init__(self, program: pathlib.Path | None = None, options: Mapping[str, str] | None = None) -> None:
         self.path = pathlib.Path(tempfile.mkdtemp(prefix="tarvel_proofs_"))
@@ -234,7 +234,7 @@ class Workplace:
 
     def call_in(self, folder: pathlib.Path, arguments: Sequence[str], launcher: Sequence[str] = (),
                 under: Conditions = UNDISTURBED) -> Result:
-        """@FOLDER@ in a launcher stands for the folder; one that says @OUT@ gets standard output in such a file."""
+        """In the launcher @FOLDER@ is replaced by the folder, and @OUT@ by a file that receives standard output."""
         under = dataclasses.replace(under, environment={**self.environment, **under.environment})
         with tempfile.NamedTemporaryFile(dir=self.path) as own_out:
             if "@OUT@" in launcher:
@@ -249,7 +249,7 @@ class Workplace:
 
     def call(self, files: Mapping[str, Content], arguments: Sequence[str], launcher: Sequence[str] = (),
              under: Conditions = UNDISTURBED, prepare: Callable[[pathlib.Path], None] = lambda folder: None) -> Result:
-        """A call in a folder of those files, which is gone afterwards."""
+        """A call in a temporary folder with these files."""
         folder = self.new_folder()
         try:
             fill(folder, files)
@@ -260,7 +260,7 @@ class Workplace:
 
 
 def build(preset: str, *targets: str) -> pathlib.Path:
-    """The folder in which the targets are up to date."""
+    """Builds the targets of a preset. Returns the build folder."""
     folder = ROOT / "build" / preset
     if not (folder / "CMakeCache.txt").exists():
         subprocess.run(["cmake", "--preset", preset], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
@@ -269,7 +269,7 @@ def build(preset: str, *targets: str) -> pathlib.Path:
 
 
 def release_program() -> pathlib.Path:
-    """The program as it is used, or the one that TARVEL names."""
+    """The program $TARVEL, by default that of the release build."""
     if "TARVEL" in os.environ:
         return pathlib.Path(os.environ["TARVEL"]).resolve()
     return build("release", "tarvel") / "tarvel"
@@ -279,7 +279,7 @@ def release_program() -> pathlib.Path:
 
 
 class Tally:
-    """How many calls ended how, by heading, and the findings."""
+    """Counts the calls by heading and by how they ended, and collects the findings."""
 
     def __init__(self) -> None:
         self.counts: dict[str, collections.Counter[str]] = {}

@@ -1,20 +1,20 @@
-"""Files that aim at endless or quadratic behaviour cost no more than their rows.
+"""Time and memory grow linearly with the input, even for inputs that are made to cause endless or quadratic work.
 
-Each of the families is made in five sizes, up to a million rows. Every call must end by itself with exit status 0 or 1
-and stay within
+Makes each family of inputs in up to five sizes, up to a million rows. Every call must end with exit status 0 or 1
+within
 
-    time    2 us a row + 0.3 s of processor time, and in proportion: slope below 1.1 on logarithmic scales
+    time    0.3 s + 2 us a row of processor time, and a slope below 1.1 on logarithmic scales
     memory  40 MB + 232 bytes a row
-    64 KB   0.5 s for a file of at most that size
+    64 KB   0.5 s for files of at most this size together
 
-Lines much longer than 100 bytes count as several rows. A family that is drawn from end to end has limits of its own,
-since every drawn sample is two dots and a corner in fourteen curves to the drawing library, which keeps them until the
-page is complete: 20 us and 3,000 bytes a row, and no steeper. What is beyond a limit is repeated, up to four times, and
-the best time counts, since machines have other work.
+Lines much longer than 100 bytes count as several rows. Families in which every sample is drawn may take 20 us and 3,000
+bytes a row, with the same slope: the drawing library stores each sample as two dots and a corner in fourteen curves
+until the page is complete. A call that exceeds a limit is repeated up to four times, and its shortest time counts,
+since the machine may do other work.
 
     scripts/proofs hostile_families [PATTERN]
 
-With a PATTERN only families whose name matches this regular expression are tried. Prints a table.
+PATTERN is a regular expression for the names of the families to try. Prints a table.
 """
 from __future__ import annotations
 
@@ -45,10 +45,10 @@ DRAWN_LIMITS = Limits((TINY, 15_625, 62_500, 250_000), 20e-6, 3000)
 FIXED_TIME = 0.3
 FIXED_MEMORY = 40e6
 STEEPEST = 1.1
-LEAST_TIME = 0.03  # s above the fixed cost from which on a slope means something
+LEAST_TIME = 0.03  # s above the fixed cost; shorter times are too inexact for a slope
 SMALL_FILE, SMALL_FILE_TIME = 65_536, 0.5
 MOST_TRIES = 4
-TIMEOUT_FACTOR = 4  # times the limit; then the child is ended by a signal
+TIMEOUT_FACTOR = 4  # times the limit; then a signal ends the child
 
 
 class Cost(NamedTuple):
@@ -83,7 +83,7 @@ def violations(name: str, rows: int, cost: Cost, time_limit: float) -> list[str]
 
 
 def measure(program: pathlib.Path, name: str, rows: int) -> tuple[Cost, list[str]]:
-    """The best of up to MOST_TRIES calls, each over files made anew, and what is wrong with it."""
+    """The shortest of up to MOST_TRIES calls, each over new files, and what is wrong with it."""
     best = None
     for _ in range(MOST_TRIES):
         with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as path:
@@ -102,7 +102,7 @@ def measure(program: pathlib.Path, name: str, rows: int) -> tuple[Cost, list[str
 
 
 def slope(costs: Mapping[int, Cost]) -> float | None:
-    """Of the time above the fixed cost, by least squares; None without two sizes in which it means something."""
+    """The slope of the time above the fixed cost, by least squares; None with fewer than two usable sizes."""
     above = ((rows, cost.seconds - costs[TINY].seconds) for rows, cost in costs.items())
     points = [(math.log(rows), math.log(seconds)) for rows, seconds in above if seconds >= LEAST_TIME]
     if len(points) < 2:
@@ -123,7 +123,7 @@ class Tried(NamedTuple):
 
 
 def try_family(program: pathlib.Path, name: str) -> Tried:
-    """A family that has failed is not tried in larger sizes."""
+    """Measures a family size by size, and stops after the first failure."""
     costs: dict[int, Cost] = {}
     wrong: list[str] = []
     for rows in limits_of(name).sizes:
@@ -153,7 +153,7 @@ def prove(words: list[str]) -> Outcome:
           f" {'B/row':>7}", flush=True)
     findings = 0
     most = {limits: (0.0, 0.0) for limits in (LIMITS, DRAWN_LIMITS)}
-    # A process for each family: what one has used up to then counts as its children's memory.
+    # A process for each family: the peak memory of a child includes that of its parent when it was forked.
     with multiprocessing.get_context("fork").Pool(CORES, maxtasksperchild=1) as pool:
         for name, tried in zip(names, pool.imap(functools.partial(try_family, program), names)):
             print(tried.line, flush=True)

@@ -1,16 +1,16 @@
-"""Whatever fails to open, read or write, the program says so or has done all of its work.
+"""When a file cannot be opened, read or written, the program reports it or has complete outputs.
 
-Every system call on the program's own files fails in turn, once and for ever after; files come and go a few bytes at a
-time; the disk is full, files are too large, streams are closed; places are forbidden, and odd things stand where files
-should be. Each call ends within a minute, without a signal, either with exit status 0 and every byte of the undisturbed
-call, or with exit status 1 and the message that belongs to the fault; no input is lost. Then every system call of one
-whole call fails, those of the dynamic loader and of the font libraries included: what they do to the charts is listed
-apart.
+Makes every system call on the program's own files fail in turn, once, and together with all later ones of its kind;
+transfers a few bytes at a time; fills disks, limits file sizes, closes streams; removes permissions, and puts a folder,
+a pipe, a device and the like in the place of a file. Each call must end within a minute without a signal: with exit
+status 0 and every byte as without the fault, or with exit status 1 and the message for the fault, with all inputs kept.
+Then makes every system call of one command line fail, including those of the dynamic loader and the font libraries;
+charts that differ after these are counted separately.
 
     scripts/proofs io_faults [PASS...]
 
-Needs strace, g++ and tzdata. As root it also fills a small disk. About four minutes on two cores. With names of the
-passes at the end of the file it makes those alone.
+Needs strace, g++ and tzdata; full disks need root. About four minutes on two cores. PASS is the name of a function in
+PASSES below; by default all are called.
 """
 from __future__ import annotations
 
@@ -29,7 +29,8 @@ from proofs.harness import ROOT, Outcome, Tally, Workplace, call_all, ending_of,
 from proofs.io_places import (CONTAINER_WRITES, STANDARD_OUTPUT, Jobs, close_streams, fill_disks, forbid, limit_sizes,
                               note, put_odd_things)
 
-# Which errors a call may meet. The first is injected everywhere, the others where a file's calls begin and end.
+# The errors with which a system call fails. The first is injected into every call, the others into the first and the
+# last of a series of equal calls on a file.
 ERRORS = {
     "open": ("EACCES", "EMFILE", "ENOMEM", "EINTR", "EIO"),
     "openat": ("EACCES", "EMFILE", "ENOMEM", "EINTR", "EIO"),
@@ -62,19 +63,19 @@ def is_own(name: str, case: Case) -> bool:
 
 
 def path_of(arguments: str) -> str:
-    """The base name of what a logged call is about, as strace -y writes it; of a rename the old name."""
+    """The base name of the file of a logged call, as strace -y prints it; of a rename the old name."""
     match = re.match(r'\d+<([^>]*)>', arguments) or re.search(r'"([^"]*)"', arguments)
     return os.path.basename(match[1]) if match else ""
 
 
 def messages_for(call: str, name: str, case: Case) -> set[str]:
-    """What the program may say when this call on this file fails."""
+    """The messages with which the program may report that this call on this file fails."""
     if not is_own(name, case):
         return STANDARD_OUTPUT
     is_beside = name.endswith(".new")
     name = name.removesuffix(".new")
     names = {*case.names_of(name), re.sub(r"\.orig(\.\d+)?$", "", name)}
-    if call == "lseek":  # a failed seek is a short read, after which the other readers try
+    if call == "lseek":  # a failed seek looks like a short read, and the other readers are tried
         return {"invalid field names", "missing field names"}
     if call == "read":
         return {f"failed to read file: {n}" for n in names}
@@ -82,7 +83,7 @@ def messages_for(call: str, name: str, case: Case) -> set[str]:
         words = {f"failed to write file: {n}" for n in names} | {f"failure during write to {n}" for n in names}
         return words | CONTAINER_WRITES if name.endswith(".tvl") else words
     forms = ["failed to open file: %s", "could not open %s for reading", "could not open %s for writing"]
-    if call in ("newfstatat", "ftruncate") and name in case.maps:  # emptied again before it is written
+    if call in ("newfstatat", "ftruncate") and name in case.maps:  # the map is truncated before it is written
         forms.append("failed to write file: %s")
     return {form % n for n in names for form in forms}
 
@@ -91,8 +92,8 @@ def messages_for(call: str, name: str, case: Case) -> set[str]:
 
 
 def points_of(calls: Iterable[tuple[str, str]]) -> Iterator[tuple[str, int, str, bool]]:
-    """(call, n, name, is at an end): the n-th call of its kind, and whether its file's calls of one kind begin or end
-    there."""
+    """(call, n, name, is at an end): the n-th call of its kind, and whether it is the first or the last of a series of
+    equal calls on the file."""
     seen: collections.Counter[str] = collections.Counter()
     points = []
     for call, arguments in calls:
@@ -110,10 +111,10 @@ def failing(call: str, error: str, when: str) -> list[str]:
 
 def fail_one(tally: Tally, heading: str, case: Case, call: str, when: str, error: str, name: str) -> None:
     fails_on = when.endswith("+")
-    # The message must get out where every write fails.
+    # Writes to standard output do not fail when all later writes do, so that the message can be compared.
     result, calls = traced(case, [*failing(call, error, when), *own_paths(case, () if fails_on else ("@OUT@",))])
     expected = messages_for(call, name, case)
-    # What is wrong with a course is said once the map is there, for which every call fails, too.
+    # The program opens the map before it reports an error in the course; that call fails, too.
     if name in (*case.line.inputs, *case.line.courses, "matrix.txt") and fails_on:
         expected = expected.union(*(messages_for(call, other, case) for other in case.maps))
     finding = judge(case, result, expected)
@@ -136,7 +137,7 @@ def fail_own_calls(cases: list[Case], tally: Tally) -> Jobs:
 
 
 def transfer_little(cases: list[Case], tally: Tally) -> Jobs:
-    """One to seven bytes at a time: for own files, and once for libraries and fonts as well."""
+    """One to seven bytes at a time: for all command lines the program's own files, for one of them all files."""
     shim = str(cases[0].place.path / "short_transfers")
     source = ROOT / "tests" / "faults" / "short_transfers.cpp"
     subprocess.run(["c++", "-std=c++20", "-O2", "-o", shim, source], check=True)
@@ -157,8 +158,8 @@ def transfer_little(cases: list[Case], tally: Tally) -> Jobs:
 
 
 def fail_every_call(cases: list[Case], tally: Tally) -> Jobs:
-    """The loader's, the time zone's and the fonts' own calls as well. Where such a call alone changes the charts or
-    ends the program by a signal, that is counted apart, and everything else must be right."""
+    """Including the calls of the loader, for the time zone and for fonts. When one of these changes only the charts, or
+    ends the program by a signal, it is counted separately; everything else must be right."""
     def one(case: Case, call: str, n: int, error: str) -> None:
         folder = pathlib.Path(tempfile.mkdtemp(dir=case.place.path))
         cache = pathlib.Path(shutil.copytree(case.place.path / "cache", folder / "cache"))
@@ -175,7 +176,7 @@ def fail_every_call(cases: list[Case], tally: Tally) -> Jobs:
             finding, ending = None, "charts changed or not drawn"
         tally.add("every call", f"{case.name}: {call} {n}: {error} {hit[:1]}", finding, ending)
 
-    # The one that reads and writes files of every kind.
+    # This command line reads and writes files of every kind.
     for case in [case for case in cases if case.name == "tarvel -p -d -g walk.csv run.csv"]:
         for call, count in collections.Counter(call for call, _ in traced(case, TRACED)[1]).items():
             for n in range(1, count + 1):

@@ -1,5 +1,5 @@
-"""The passes of io_faults in which no call is made to fail: where there is no room, where streams are closed, and where
-places are forbidden or taken by something else."""
+"""The passes of io_faults that do not make system calls fail: full disks and size limits, closed streams, missing
+permissions, and other things in the place of a file."""
 from __future__ import annotations
 
 import functools
@@ -32,7 +32,7 @@ def note(tally: Tally, heading: str, case: Case, what: str, result: Result, find
     tally.add(heading, f"{case.name}: {what}", finding, ending_of(result))
 
 
-# No room
+# Full disks and size limits
 
 
 def sizes_of_outputs(case: Case) -> list[int]:
@@ -41,7 +41,7 @@ def sizes_of_outputs(case: Case) -> list[int]:
 
 
 def limit_sizes(cases: list[Case], tally: Tally) -> Jobs:
-    """No file may be larger than so many bytes."""
+    """Limits the size of files."""
     def one(case: Case, limit: int) -> None:
         result = case.call(under=Conditions(case.conditions().environment, limits={resource.RLIMIT_FSIZE: limit}))
         note(tally, "file size limits", case, f"{limit} bytes", result, judge(case, result, write_failures(case)))
@@ -53,7 +53,7 @@ def limit_sizes(cases: list[Case], tally: Tally) -> Jobs:
 
 
 def fill_disks(cases: list[Case], tally: Tally) -> Jobs:
-    """A disk with so many free pages, and one with so many free entries."""
+    """Calls on a disk with few free pages, and on one with few free inodes."""
     def one(case: Case, options: str) -> None:
         folder = case.place.new_folder()
         mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", options, "tarvel_proofs", folder],
@@ -78,11 +78,12 @@ def fill_disks(cases: list[Case], tally: Tally) -> Jobs:
             yield functools.partial(one, case, f"nr_inodes={1 + len(case.before) + free}")
 
 
-# Streams and places
+# Streams, and what a name stands for
 
 
 def close_streams(cases: list[Case], tally: Tally) -> Jobs:
-    """Standard streams that are closed, full, or pipes without a reader; with fonts that have something to say."""
+    """Standard streams that are closed, full, or pipes without a reader, also while the font library prints
+    messages."""
     def one(case: Case, what: str, expected: Collection[str] | None, closed: Iterable[int] = (),
             out: int | IO[bytes] = subprocess.PIPE, **environment: str) -> None:
         result = case.call(under=Conditions(case.conditions(**environment).environment, out=out, closed=closed))
@@ -92,7 +93,7 @@ def close_streams(cases: list[Case], tally: Tally) -> Jobs:
         note(tally, "standard streams", case, what, result, finding)
 
     def without_any(case: Case, **environment: str) -> None:
-        """With standard error closed, too, the exit status alone tells whether there was something to print."""
+        """All streams closed: the exit status is 1 if there was anything to print."""
         result = case.call(under=Conditions(case.conditions(**environment).environment, closed=[0, 1, 2]))
         is_right = result.status == (1 if case.reference.out else 0) and result.files == case.reference.files
         note(tally, "standard streams", case, "<&- >&- 2>&-", result, None if is_right else f"status {result.status}")
@@ -125,7 +126,7 @@ def make_socket(path: pathlib.Path) -> None:
     os.mknod(path, 0o140644)
 
 
-# What may stand where a file should be. Each makes it at that path.
+# What is put in the place of a file, with a function that makes it at a path.
 ODD_THINGS: dict[str, Callable[[pathlib.Path], None]] = {
     "a folder": lambda path: path.mkdir(),
     "a pipe": lambda path: os.mkfifo(path),
@@ -139,7 +140,7 @@ ODD_THINGS: dict[str, Callable[[pathlib.Path], None]] = {
     "a link to nowhere": lambda path: path.symlink_to("no/where"),
 }
 
-# A folder, an empty file and a device have no field names; only a disk that fails cannot be read.
+# A folder, an empty file and a device have no field names; a read error occurs only for "a disk that fails".
 NO_FIELDS = ("missing field names", "failed to parse %s")
 ZEROS = (*NO_FIELDS, "invalid field names", "line length exceeded size of buffer", "invalid line in %s")
 READ_WORDS = {"a folder": NO_FIELDS, "an empty file": NO_FIELDS, "/dev/null": NO_FIELDS, "/dev/zero": ZEROS,
@@ -156,14 +157,14 @@ def with_odd_thing(case: Case, name: str, kind: str) -> Result:
 
 def put_odd_things(cases: list[Case], tally: Tally) -> Jobs:
     def as_input(case: Case, name: str, kind: str) -> None:
-        # What is in an output's way as well may fail as either.
+        # An input with the name of an output may also fail as that output.
         result = with_odd_thing(case, name, kind)
         names = case.names_of(name)
         forms = READ_WORDS.get(kind, ("failed to open file: %s",))
         expected = {form.replace("%s", n) for n in names for form in forms}
         is_output = case.reference.files.get(name) != case.before[name]
         spared = {form % n for n in names for form in ("%s", "%s.orig")}
-        # Where an index was, nothing leads to its courses any more.
+        # Without the index the call does not know the course in run.kml.
         if case.line.files[name] == INDEX_TO_THE_MAP:
             spared.add("run.kml")
         finding = judge(case, result, None if is_output else expected, spared)
@@ -171,7 +172,7 @@ def put_odd_things(cases: list[Case], tally: Tally) -> Jobs:
 
     def as_output(case: Case, name: str, kind: str) -> None:
         result = with_odd_thing(case, name, kind)
-        # The survey's course file is copied, too.
+        # The survey reads its course file to copy it.
         expected = write_failures(case) | {f"could not open {name} for reading"}
         finding = judge(case, result, expected, case.names_of(name))
         note(tally, "odd things as outputs", case, f"{name} is {kind}", result, finding)
@@ -187,7 +188,7 @@ def put_odd_things(cases: list[Case], tally: Tally) -> Jobs:
 
 
 def forbid(cases: list[Case], tally: Tally) -> Jobs:
-    """An ordinary user may not read, write or create."""
+    """Calls as an ordinary user, without permission to read, write or create a file."""
     def one(case: Case, what: str, change: Callable[[pathlib.Path], None]) -> None:
         under = Conditions(case.conditions().environment, user=ORDINARY_USER if os.geteuid() == 0 else None)
         result = case.place.call(case.line.files, case.arguments, under=under, prepare=change)

@@ -1,10 +1,10 @@
-"""However suddenly a call ends, the inputs are there, and the next call is right.
+"""When the program is killed, no input is lost, and the next call has the right outputs.
 
-The program is killed with SIGKILL on every system call on its own files in turn, for command lines of both modes, over
-earlier outputs and with inputs in the way of outputs; and on every system call of any kind for two of them. Then each
-input is whole, under its name or as NAME.orig; so is each earlier file and each output, unless that very file was being
-written, and a course file even then; and an undisturbed call, after a set-aside input has its name back, gives the
-bytes of one that was never disturbed.
+Sends SIGKILL at every system call on the program's own files in turn, for command lines of both modes, with earlier
+outputs and with inputs that have the name of an output; for two command lines at every system call of any kind. After
+it each input must be complete, as NAME or as NAME.orig. Every other file must be as before the call or as after a
+complete one, except a file that was being written; a course file has no such exception. Then the inputs get their names
+back, and a second call must have the outputs of a call that was not killed.
 
     scripts/proofs kill_anywhere
 
@@ -25,11 +25,12 @@ from proofs.harness import Outcome, Result, Snapshot, Tally, Workplace, call_all
 # Not with --seccomp-bpf, under which strace 6.1 sends no signals.
 CALLS = ("?open,?openat,read,write,close,lseek,?stat,?fstat,?lstat,?newfstatat,?statx,?readlink,?rename,?renameat,"
          "?renameat2,fcntl,fsync,fchown,fchmod,?faccessat2")
+AFTER_A_KILL = "calls after a kill"
 WHOLE = (["-p", "-d", "-g", "walk.csv", "run.csv"], ["run.txt"])
 
 
 def being_written(calls: Iterable[tuple[str, str]], folder: pathlib.Path) -> set[str]:
-    """The files that the log leaves open for writing. A call that was cut off may have been carried out."""
+    """The files that are open for writing at the end of the log. The last call in the log may have had its effect."""
     writing: set[str] = set()
     for call, arguments in calls:
         opened = re.search(r'"([^"]+)", O_WRONLY', arguments) if call in ("open", "openat") else None
@@ -42,8 +43,8 @@ def being_written(calls: Iterable[tuple[str, str]], folder: pathlib.Path) -> set
 
 
 def broken_files(case: Case, files: Snapshot, writing: set[str]) -> list[str]:
-    """Files that are neither as they were nor as they should become, though they were not being written. The map of a
-    run is open all the time, and is what it should become as far as it goes."""
+    """Files that are neither as before nor as after a complete call, and were not being written. The map of a run is
+    open during the whole call, and must be a beginning of the complete one."""
     right = [*case.before.values(), *case.reference.files.values()]
 
     def is_sound(name: str) -> bool:
@@ -57,7 +58,7 @@ def broken_files(case: Case, files: Snapshot, writing: set[str]) -> list[str]:
 
 
 def give_names_back(case: Case, folder: pathlib.Path, files: Snapshot) -> None:
-    """What the user does with an input that was set aside."""
+    """Renames inputs that were set aside, as the user would."""
     for name in case.line.inputs:
         wanted = content_of(case.before[name])
         if content_of(files.get(name)) != wanted:
@@ -67,8 +68,8 @@ def give_names_back(case: Case, folder: pathlib.Path, files: Snapshot) -> None:
 
 
 def differences(case: Case, result: Result) -> list[str]:
-    """What tells a call over the remains from an undisturbed one. An input with two names may have lost one of them,
-    and a course that was being written may lie beside its place."""
+    """The differences between a call after a kill and one without. An input with two names may have lost one of them,
+    and an unfinished NAME.new of a course may remain."""
     reference = case.reference
     found = [name for name in changed_names(reference.files, result.files)
              if not name.removesuffix(".2").endswith(".new")
@@ -81,7 +82,7 @@ def differences(case: Case, result: Result) -> list[str]:
 class Killer:
     def __init__(self, tally: Tally) -> None:
         self.tally = tally
-        self.judged: dict[tuple[int, int], str | None] = {}  # by command line and remains: most calls change no file
+        self.judged: dict[tuple[int, int], str | None] = {}  # by command line and files, which are often the same
 
     def kill(self, heading: str, case: Case, call: str, n: int, paths: Sequence[str]) -> None:
         folder = case.place.new_folder()
@@ -110,7 +111,7 @@ class Killer:
         give_names_back(case, folder, files)
         again = case.place.call_in(folder, case.arguments, under=case.conditions())
         found = differences(case, again) + ["lost " + name for name in lost_inputs(case, again.files)]
-        self.tally.add("next calls", case.name, None, "done")
+        self.tally.add(AFTER_A_KILL, case.name, None, "done")
         return "the next call differs: " + " ".join(found) if found else None
 
     def jobs(self, heading: str, case: Case, options: Sequence[str],
@@ -134,5 +135,5 @@ def prove(_: list[str]) -> Outcome:
             if case.arguments in WHOLE:
                 call_all(killer.jobs(any_call, case, [], []))
     tally.show()
-    return Outcome(f"{len(cases)} command lines, {tally.total(own, any_call):,} kills; {tally.total('next calls'):,} "
-                   "next calls over what they left", len(tally.findings))
+    return Outcome(f"{len(cases)} command lines, {tally.total(own, any_call):,} kills; {tally.total(AFTER_A_KILL):,} "
+                   "calls after a kill", len(tally.findings))

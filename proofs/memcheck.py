@@ -1,13 +1,12 @@
-"""Valgrind's memcheck finds no misuse of memory and no leak.
+"""Valgrind's memcheck reports no misuse of memory and no leak.
 
 Builds the program and the replays of the fuzz targets without sanitizers in build/proofs and runs them under memcheck:
-the program over all examples in both modes with every option, and over what it must refuse; each fuzz target over its
-seeds and its corpus. Reports of third-party libraries alone are suppressed, each with its reason, in
-tests/support/valgrind.supp.
+the program over all examples in both modes with every option, and with wrong command lines; each fuzz target over its
+seeds and its corpus. tests/support/valgrind.supp suppresses reports from third-party libraries, each with its reason.
 
     scripts/proofs memcheck [PATTERN]
 
-With a PATTERN only calls whose name matches this regular expression are made.
+PATTERN is a regular expression for the names of the calls to make.
 """
 from __future__ import annotations
 
@@ -22,7 +21,7 @@ from typing import NamedTuple
 from proofs.command_lines import containers, example, fuzz_inputs
 from proofs.harness import ROOT, WORK, Conditions, Content, Outcome, Workplace, execute, fill, in_parallel
 
-FINDING = 99  # an exit status that no program here has
+FINDING = 99  # an exit status that none of the programs uses
 CHECKS = ("valgrind", "--leak-check=full", "--num-callers=40", "--track-fds=no", f"--error-exitcode={FINDING}",
           "--quiet", "--gen-suppressions=all", f"--suppressions={ROOT}/tests/support/valgrind.supp")
 RUNS = ("straight.csv", "carve.csv", "reversed.csv", "tagged.csv", "implicit.csv")

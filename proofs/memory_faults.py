@@ -1,20 +1,18 @@
-"""Wherever memory is refused, the program says so or does all of its work, and loses no input.
+"""When an allocation fails, the program reports it or has complete outputs, and no input is lost.
 
-Builds the program and tests/faults/failing_allocator.cpp in build/dev and build/asan, then calls the program
+Builds the program and tests/faults/failing_allocator.cpp in build/dev and build/asan. The passes are
 
-  own        with each request of its own, or of the C library on its behalf, refused, for all command lines: that
-             one, then that one and all after it. The call must end as if nothing had been (every byte of every output
-             equal), or with status 1 and a message that says what there was no memory for. Inputs stay whole.
-  drawing    with requests of the drawing libraries refused, a sample of them for three of the command lines. These
-             end the process by their own design: the report and the map, written before, must be whole, and the status
-             0 only if all outputs are right. Two things they do in silence are counted by themselves: with other
-             letters, when the machine's font settings cannot be read; and without some letters, when a single request
-             is refused and those after it are granted, as under no limit.
-  limit      with limits on addresses and on data (RLIMIT_AS, RLIMIT_DATA) of every size, as memory runs out in earnest,
-             for the same three. No library may ever come to it: once the program has begun, it ends with right outputs
-             or with its own message.
-  sanitizer  as the first, under the address and undefined sanitizers, for eleven of the command lines: no leak, no
-             report.
+  own        For all command lines each allocation of the program's own, or of the C library on its behalf, fails: only
+             this one, then this one and all later ones. The call must have the same outputs as without the fault, or
+             end with status 1 and a message that says what there was no memory for. No input may be lost.
+  drawing    For three command lines a sample of the allocations of the drawing libraries fails. These libraries then
+             end the process: the report and the map, which are written before, must be complete, and the exit status
+             may be 0 only if all outputs are right. Two silent effects are counted separately: other letters, when the
+             font settings cannot be read; and missing letters, when one allocation fails and later ones succeed, which
+             does not happen under a limit.
+  limit      For the same three command lines memory is limited (RLIMIT_AS, RLIMIT_DATA) to every size. The drawing
+             libraries must never run out of memory: the call has right outputs, or ends with the program's message.
+  sanitizer  As "own", for eleven command lines under the address and undefined sanitizers, without a report or leak.
 
     scripts/proofs memory_faults [PASS...]
 """
@@ -36,16 +34,16 @@ from proofs.command_lines import CommandLine, full_lines
 from proofs.harness import (ROOT, Conditions, Outcome, Result, Tally, Workplace, build, changed_names, in_parallel,
                             masked)
 
-PROCESSOR_TIME = 5  # seconds; a call takes a hundredth of that, under a sanitizer a fifth
-TIMEOUT = 300.0  # seconds, on a machine that has much else to do
+PROCESSOR_TIME = 5  # seconds; a call takes 0.05, with sanitizers 1
+TIMEOUT = 300.0  # seconds, for a machine under heavy load
 DRAWING_CALLS = 150  # for each command line and way to fail
 LIMIT_STEP = 1 << 16  # bytes
-# Up to which size; from a megabyte, below which the system loads no program.
+# The largest size; the smallest is a megabyte, below which no program can be loaded.
 LIMITS = {"addresses": (resource.RLIMIT_AS, 112 << 20), "data": (resource.RLIMIT_DATA, 96 << 20)}
 SANITIZER_REPORT = 97  # an exit status
 
-# What the program says when memory is short. A file cannot be opened without memory for its stream, and a list of
-# columns is given up with the words for a list that cannot be used.
+# The messages of the program when an allocation fails. Opening a file needs memory for its stream, hence those for
+# files; "invalid field names" is also the message for a list of columns that could not be allocated.
 MESSAGES = re.compile(
     r"strdup\(\) failed|malloc\(\) failed|realloc failed|failed to allocate memory for (swoop|gate|charts)|"
     r"failed to realloc (gps_points|pond array)|failed to malloc file\.block_ptr|invalid field names|"
@@ -59,13 +57,13 @@ SANITIZER_LINES = (
 
 
 class Fault(NamedTuple):
-    kind: str  # whose requests, or what is limited
+    kind: str  # whose allocations, or what is limited
     number: int
     how: str  # "once", "onward", "limit"
 
 
 class Counted(NamedTuple):
-    """A call, its requests, and where one was refused."""
+    """A call with the numbers of its allocations, and the program's address at the first that failed."""
     result: Result
     own: int = 0
     drawing: int = 0
@@ -74,7 +72,7 @@ class Counted(NamedTuple):
 
 
 class Build:
-    """A program and the allocator that is preloaded into it; it stands before the sanitizer's."""
+    """A program and the allocator that is preloaded into it, before that of a sanitizer."""
 
     def __init__(self, preset: str) -> None:
         self.folder = build(preset, "tarvel", "failing_allocator")
@@ -108,14 +106,14 @@ class Build:
         return found.stdout.strip().replace(str(ROOT) + "/", "")
 
 
-# What came of a fault, in a word, and the finding if it is one.
+# The effect of a fault in a word, and the finding if it is one.
 
 Judged = tuple[str, str | None]
 Judge = Callable[[CommandLine, Counted, Result], Judged]
 
 
 def lost_inputs(line: CommandLine, result: Result, sound: Result) -> list[str]:
-    """Inputs that an undisturbed call keeps, under any name, and that are now under none."""
+    """Inputs that no longer exist under any name, although a call without the fault keeps them."""
     kept, wanted = ([entry.content for entry in files.values()] for files in (result.files, sound.files))
     return [name for name, content in line.files.items()
             if isinstance(content, bytes) and masked(content) in wanted and masked(content) not in kept]
@@ -128,7 +126,7 @@ def differences(result: Result, sound: Result) -> str:
 
 
 def check_message(result: Result, sound: Result) -> Judged:
-    """Status 1: what was printed is what would have been printed, up to the message."""
+    """For status 1: the text before the message must be a beginning of what is printed without the fault."""
     printed, _, last = result.out.rstrip(b"\n").rpartition(b"\n")
     message = last.decode(errors="replace").removeprefix("ERROR: ")
     if not last.startswith(b"ERROR: ") or not MESSAGES.fullmatch(message):

@@ -1,16 +1,16 @@
-"""One token of the program is changed at a time, and a test fails.
+"""When one token of the program is changed, a test fails.
 
-Mutants are made of every folder of src/. Of each source file at most 24 are tried, of each header at most 8. Each is
-written into a copy of the project below build/proofs, one copy a core, built there with shared libraries and judged by
-the tests: first those that are named after its file, then the others of its folder, then those of all other folders and
-the seeds of the fuzz targets. A test that hangs has caught the mutant, too; one that does not compile is no mutant.
-Survivors that nothing can tell from the original are listed with their reasons in proofs/equivalent_mutants.txt. Those
-are tried as well: an entry that a test catches, or that names no mutant, is wrong.
+Tries at most 24 mutants (changed copies) of each source file in src/ and at most 8 of each header. Each is written to a
+copy of the project in build/proofs, one copy per core, built with shared libraries, and tested: first by the tests that
+are named after its file, then by the others of its folder, then by those of all other folders and the seeds of the fuzz
+targets. A mutant that makes a test hang is caught, too. proofs/equivalent_mutants.txt lists mutants that behave like
+the original, with the reasons. These are also tried: it is a finding if one is caught, or if an entry matches no
+mutant.
 
     scripts/proofs mutants [PATTERN] [--list]
 
-With a PATTERN only the files whose path matches this regular expression are tried; --list shows the mutants and tries
-none. Prints the survivors.
+PATTERN is a regular expression for the paths of the files to try. --list prints the mutants and tries none. Prints the
+mutants that no test catches.
 """
 from __future__ import annotations
 
@@ -30,13 +30,14 @@ from typing import NamedTuple
 from proofs.harness import CORES, ROOT, WORK, Outcome, in_parallel
 from proofs.mutations import COMPONENTS, Entry, Mutant, all_mutants, choose, entry_of, read_entries
 
-# Not faults: its allocator tells the program's requests from the libraries' by the program's own addresses.
+# Without tests/faults, whose allocator identifies the program by its addresses: here the program is in shared
+# libraries.
 JUDGES = (*COMPONENTS, "fuzz")
 LEAST_TIMEOUT = 20  # processor seconds for one test program
-LONGEST_WAIT = 600  # seconds, for one that sleeps
-# An index out of bounds stops the program, as it would under the sanitizers.
+LONGEST_WAIT = 600  # seconds, for a test program that sleeps
+# An index out of bounds ends the program, as with the sanitizers.
 FLAGS = "-O0 -w -D_GLIBCXX_ASSERTIONS -fsanitize=bounds -fsanitize-undefined-trap-on-error"
-# A mutant may append or write for ever.
+# A mutant may allocate or write without end.
 LIMITS = {resource.RLIMIT_AS: 4 << 30, resource.RLIMIT_FSIZE: 1 << 28, resource.RLIMIT_CORE: 0}
 NOT_COPIED = (".git", "build", "demo")
 
@@ -56,9 +57,9 @@ def targets_in(build_folder: pathlib.Path, words: Iterable[str]) -> tuple[str, .
 
 
 def find_tests(build_folder: pathlib.Path) -> list[Test]:
-    """Those that judge: of the components and of the fuzz targets. A test with a fixture builds the engine for another
+    """The tests that judge mutants: of the components and of the fuzz targets. A test with a fixture builds the engine for another
     machine in the source's own folders."""
-    # ctest itself says nothing of the command of a test that has not been built.
+    # ctest does not print the command of a test that has not been built.
     written = (build_folder / "CTestTestfile.cmake").read_text()
     added = re.findall(r"^add_test\(\[=\[(.*?)\]=\] (.*)\)$", written, re.MULTILINE)
     commands = {name: tuple(shlex.split(words)) for name, words in added}
@@ -77,7 +78,7 @@ def find_tests(build_folder: pathlib.Path) -> list[Test]:
 
 
 def copy_project(tree: pathlib.Path) -> None:
-    """Over an older copy, leaving what has not changed as it is: the build below stays good."""
+    """Updates an older copy; files that have not changed are left alone, and are not compiled again."""
     wanted = {path.relative_to(ROOT) for top in ROOT.iterdir() if top.name not in NOT_COPIED
               for path in (top, *top.rglob("*")) if path.is_file()}
     for old in [path for path in tree.rglob("*") if path.is_file()]:
@@ -96,7 +97,7 @@ def limit_resources(seconds: int) -> None:
 
 
 class Copy:
-    """A private copy of the project, with shared libraries, so that a mutant relinks one library and no test."""
+    """A copy of the project, built with shared libraries: a mutant relinks one library and no test."""
 
     def __init__(self, number: int) -> None:
         self.tree, self.build_folder, self.temporary = (
@@ -105,7 +106,7 @@ class Copy:
         self.run_or_stop(["cmake", "-S", self.tree, "-B", self.build_folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=",
                           f"-DCMAKE_CXX_FLAGS={FLAGS}", "-DBUILD_SHARED_LIBS=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"])
         self.tests = find_tests(self.build_folder)
-        self.durations: dict[Test, float] = {}  # of those that have been needed so far
+        self.durations: dict[Test, float] = {}  # of the tests that have been built
 
     def run_or_stop(self, command: Sequence[str | pathlib.Path]) -> None:
         done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
@@ -116,15 +117,15 @@ class Copy:
         return ["ninja", "-j1", "-C", self.build_folder, *sorted({target for test in tests for target in test.targets})]
 
     def prepare(self, tests: Sequence[Test]) -> None:
-        """Builds and times those of the tests that are needed for the first time, without any mutant."""
+        """Builds the tests that have not been built, and measures their time without a mutant."""
         new = [test for test in tests if test not in self.durations]
         if new:
             self.run_or_stop(self.building(new))
             self.durations |= {test: self.time(test) for test in new}
 
     def time(self, test: Test) -> float:
-        """Processor seconds, since other work on the machine must not look like a mutant that hangs."""
-        running = self.start(test, LONGEST_WAIT)  # the object must live: it would wait for its process when it goes
+        """Processor seconds, which do not depend on other load: a slow test must not look like one that hangs."""
+        running = self.start(test, LONGEST_WAIT)  # kept, since its destructor would wait for the process
         _, status, usage = os.wait4(running.pid, 0)
         running.returncode = os.waitstatus_to_exitcode(status)
         if running.returncode != 0:
@@ -146,7 +147,7 @@ class Copy:
             env={**os.environ, **dict(test.environment), "TMPDIR": str(self.temporary)})
 
     def passes(self, test: Test) -> bool:
-        """A test that takes too long has failed, and so has whatever it has started."""
+        """False also when the test takes too long. Its child processes are then killed, too."""
         running = self.start(test, round(max(LEAST_TIMEOUT, 10 * self.durations[test])))
         try:
             return running.wait(LONGEST_WAIT) == 0
@@ -156,7 +157,7 @@ class Copy:
             return False
 
     def judge(self, mutant: Mutant) -> str:
-        """caught, survived or not compiled."""
+        """Returns "caught", "survived" or "not compiled"."""
         path, text = self.tree / mutant.file, (ROOT / mutant.file).read_text()
         folder = pathlib.Path(mutant.file).parent.name
         try:
@@ -175,7 +176,7 @@ class Copy:
             path.write_text(text)
 
     def in_order(self, file: str, tests: Iterable[Test]) -> list[Test]:
-        """Those named after the file before the others, the quickest first."""
+        """The tests that are named after the file first; among equals, the fastest first."""
         stem = pathlib.Path(file).stem
         return sorted(tests, key=lambda t: (not pathlib.Path(t.name).name.startswith(stem), self.durations[t]))
 
@@ -184,7 +185,7 @@ Verdicts = Mapping[Mutant, str]
 
 
 def judge_all(groups: Iterable[list[Mutant]]) -> Verdicts:
-    """Each core builds a copy and then takes the mutants of one file after the other."""
+    """A thread per core builds a copy and then judges the mutants, file by file."""
     waiting = collections.deque(sorted(groups, key=len, reverse=True))
     verdicts: dict[Mutant, str] = {}
 
@@ -200,14 +201,14 @@ def judge_all(groups: Iterable[list[Mutant]]) -> Verdicts:
 
 
 def show(heading: str, mutants: Iterable[Mutant], every: Mapping[str, list[Mutant]]) -> None:
-    """In the form of the list."""
+    """Prints mutants as entries of the list."""
     for mutant in sorted(mutants):
         entry = entry_of(mutant, every[mutant.file])
         print(f"{heading}line {mutant.line}\n{entry.file}: {entry.function}\n- {entry.original}\n+ {entry.mutated}")
 
 
 def report(verdicts: Verdicts, entries: Iterable[Entry], every: Mapping[str, list[Mutant]]) -> Outcome:
-    """Entries are of the files that were tried."""
+    """The entries must be those of the files that were tried."""
     listed = {mutant for entry in entries for mutant in every.get(entry.file, []) if entry.names(mutant)}
     unmatched = [entry for entry in entries if not any(entry.names(mutant) for mutant in every.get(entry.file, []))]
     ends = collections.Counter(verdicts.values())

@@ -1,5 +1,5 @@
-"""The small faults that mutants puts into a source: turned comparisons and operators, moved constants and thresholds,
-flipped signs, indices off by one, negations left out. And the list of those that change nothing."""
+"""The changes that mutants makes in a source: other comparisons and operators, constants that differ by one in the last
+digit, flipped signs, removed negations. Also the list of mutants that behave like the original."""
 from __future__ import annotations
 
 import hashlib
@@ -11,11 +11,11 @@ from typing import NamedTuple
 
 from proofs.harness import ROOT
 
-MOST_PER_FILE = {".cpp": 24, ".h": 8}  # much is built anew after a change of a header
-# They give names to values, and almost everything is built anew after them.
+MOST_PER_FILE = {".cpp": 24, ".h": 8}  # fewer for headers, since many files must be compiled again
+# These have hardly any code, and almost all files include them.
 LEFT_OUT = ("src/swoop/swoop.h", "src/chart/chart.h")
 COMPONENTS = tuple(sorted(path.name for path in (ROOT / "src").iterdir() if path.is_dir()))
-NEAR = 160  # characters on either side of a change, without repeated blanks, by which an entry of the list may tell it
+NEAR = 160  # how many characters before and after a change an entry of the list may use to identify it
 
 TOKEN = re.compile(
     r"""(?P<space>\s+)
@@ -27,7 +27,7 @@ TOKEN = re.compile(
       | (?P<operator><=>|<<=|>>=|\.\.\.|->|\+\+|--|&&|\|\||[-+*/%&|^<>=!]=|<<|>>|::|.)""",
     re.VERBOSE | re.MULTILINE | re.DOTALL)
 
-# Between spaces only: anything else is a template's bracket, a pointer or a reference.
+# Only between spaces. Otherwise the token is a template's bracket, a pointer or a reference.
 BINARY: dict[str, Sequence[str]] = {
     "<": ("<=", ">="), "<=": ("<", ">"), ">": (">=", "<="), ">=": (">", "<"), "==": ("!=",), "!=": ("==",),
     "+": ("-",), "-": ("+",), "*": ("/",), "/": ("*",), "%": ("*",), "&&": ("||",), "||": ("&&",),
@@ -55,12 +55,13 @@ class Mutant(NamedTuple):
     original: str  # the line
     mutated: str
     function: str  # or the record or the constant
-    before: str  # what stands near the token, without repeated blanks
+    before: str  # the text near the token, with single blanks
     token: str
     behind: str
 
     def change(self, width: int) -> tuple[str, str]:
-        """The source before and after, with so many words to the left and to the right one, or more beyond two."""
+        """The original and the mutated source text, with this number of words before the token and about as many
+        after."""
         left, right = self.before.split(" "), self.behind.split(" ")
         a = " ".join(left[-width - (left[-1] == ""):])
         b = " ".join(right[:max(width - 1, 1) + (right[0] == "")])
@@ -68,14 +69,14 @@ class Mutant(NamedTuple):
 
 
 class Entry(NamedTuple):
-    """One of the list of changes that no input can tell from the original."""
+    """An entry in the list of mutants that behave like the original for every input."""
     file: str
     function: str
     original: str
     mutated: str
 
     def names(self, mutant: Mutant) -> bool:
-        """True when the change, with what the entry has around it, is the mutant's."""
+        """True when the mutant makes this change in this context."""
         if (self.file, self.function) != (mutant.file, mutant.function):
             return False
         for found in re.finditer(re.escape(mutant.token), self.original):
@@ -86,7 +87,7 @@ class Entry(NamedTuple):
 
 
 def read_entries(path: pathlib.Path) -> list[Entry]:
-    """Paragraphs: "file: function", "- what it says", "+ what it says instead", then the reason."""
+    """Reads paragraphs of "file: function", "- original", "+ mutated" and the reason."""
     entries = []
     for paragraph in re.split(r"\n\s*\n", path.read_text()):
         lines = [line for line in paragraph.split("\n") if line and not line.startswith("#")]
@@ -100,7 +101,7 @@ def read_entries(path: pathlib.Path) -> list[Entry]:
 
 
 def entry_of(mutant: Mutant, others: Sequence[Mutant]) -> Entry:
-    """The shortest that names this mutant and no other of its function."""
+    """The shortest entry that names this mutant and no other."""
     for width in range(2, NEAR):
         entry = Entry(mutant.file, mutant.function, *mutant.change(width))
         if not any(entry.names(other) for other in others if other != mutant):
@@ -108,11 +109,11 @@ def entry_of(mutant: Mutant, others: Sequence[Mutant]) -> Entry:
     return entry
 
 
-# The functions of a text
+# The function around each token
 
 
 def name_of(head: Sequence[Token]) -> str:
-    """What a declaration declares, as far as it goes: a function, a record or a value."""
+    """The name that a declaration declares: a function, a record or a value. The declaration may be incomplete."""
     texts = [token.text for token in head]
     for keyword in ("namespace", "enum", "struct", "class", "union"):
         if keyword in texts and "(" not in texts:
@@ -124,7 +125,7 @@ def name_of(head: Sequence[Token]) -> str:
 
 
 def owners(code: Sequence[Token]) -> list[str]:
-    """For each token the outermost function around it, or else the record, or else the value that is declared."""
+    """For each token the name of the outermost function around it, otherwise of the record, otherwise of the value."""
     found, start = [], 0
     open_names: list[tuple[str, bool]] = []  # of each brace, and whether it is a function's
     for i, token in enumerate(code):
@@ -158,7 +159,7 @@ def other_integers(number: str) -> list[str]:
 
 
 def other_reals(number: str) -> list[str]:
-    """One more and one less in the last of at most 15 digits: more of them may round to the same number."""
+    """One more and one less in the last of at most 15 digits; a change after these may round to the same number."""
     match = re.match(r"([\d.]+)([eE][+-]?\d+)?([fFlL]*)", number)
     assert match
     mantissa, exponent, suffix = match.groups(default="")
@@ -179,13 +180,14 @@ def is_real(number: str) -> bool:
 
 
 def is_array_size(code: Sequence[Token], i: int) -> bool:
-    """The N of "char line[N]": more room than needed changes nothing."""
+    """The N of "char line[N]": a larger array changes nothing."""
     return (i >= 3 and code[i - 1].text == "[" and code[i - 2].kind == "word" and code[i - 3].kind == "word"
             and code[i - 3].text != "return")
 
 
 def is_initial_value(name: str, line: str) -> bool:
-    """Of a record's field in a header: much to build anew, and the stages fill their records."""
+    """The initial value of a record's field in a header. Many files would be compiled again, and stages set the
+    field."""
     return (name.endswith(".h") and "constexpr" not in line
             and re.match(r"\s+[\w:<>\[\]]+ [\w\[\]]+ = [^(]*;", line) is not None)
 
@@ -235,8 +237,8 @@ def mutants_of(name: str, text: str) -> Iterator[Mutant]:
 
 
 def choose(mutants: Sequence[Mutant]) -> list[Mutant]:
-    """At most so many of a file, fixed by a hash of the line: two runs try the same, and a change elsewhere leaves the
-    choice alone. In the order of the file."""
+    """At most MOST_PER_FILE of the mutants, in the order of the file. A hash of the line decides, so that the choice is
+    always the same and does not depend on other lines."""
     def key(mutant: Mutant) -> str:
         return hashlib.sha256(f"{mutant.file}|{mutant.original}|{mutant.mutated}".encode()).hexdigest()
 
@@ -245,7 +247,7 @@ def choose(mutants: Sequence[Mutant]) -> list[Mutant]:
 
 
 def all_mutants() -> dict[str, list[Mutant]]:
-    """By file, without files that have none."""
+    """All mutants, by file."""
     found = {}
     for component in COMPONENTS:
         for path in sorted((ROOT / "src" / component).iterdir()):

@@ -1,13 +1,13 @@
-"""Every compiler and every optimisation gives the same program.
+"""Both compilers, at every level of optimisation, make programs with the same outputs.
 
-Builds tarvel with g++ and clang++ at -O0, -O2, -O3 and at -O2 with link-time optimisation in build/proofs, runs each
-over all examples, all fuzz seeds and corpora, simulated tracks as the tests use them and small hostile files, in both
-modes and with many options, and compares exit status, standard output, standard error and every file left behind. Only
-the creation date of a PDF is masked.
+Builds tarvel with g++ and clang++ at -O0, -O2, -O3 and at -O2 with link-time optimisation in build/proofs. Calls each
+over all examples, all fuzz seeds and corpora, the simulated tracks of the tests and small hostile inputs, in both modes
+and with many options, and compares exit status, standard output, standard error and all files, PDFs without their
+creation date.
 
     scripts/proofs same_bytes [PATTERN]
 
-With a PATTERN only inputs whose name matches this regular expression are tried.
+PATTERN is a regular expression for the names of the inputs to try.
 """
 from __future__ import annotations
 
@@ -68,7 +68,7 @@ def inputs_of_simulation() -> Iterator[Input]:
 
 
 def track_behind_options(target: str, data: bytes) -> bytes:
-    """The target of whole runs begins with a byte of options and, by one of them, a course with its pond."""
+    """Removes what precedes the track in inputs of the target of whole runs: an option byte and perhaps a course."""
     if target != "swoop_analysis" or not data:
         return data
     pond_count = 1 + 13 * 8
@@ -78,7 +78,7 @@ def track_behind_options(target: str, data: bytes) -> bytes:
 
 
 def inputs_of_fuzzing() -> Iterator[Input]:
-    """As tracks, and as course files for an example run."""
+    """The inputs of the fuzz targets as tracks, or as course files for an example run."""
     for target, name, data in fuzz_inputs():
         if target == "course_file":
             yield Input(f"fuzz/{name}", {"run.csv": example("carve.csv"), "matrix.txt": data}, ["run.csv"])

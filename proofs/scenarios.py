@@ -1,10 +1,8 @@
-"""What compare_programs tries: folders of files, and calls of tarvel in them, made from a seed.
+"""The scenarios of compare_programs: folders of files and calls of tarvel in them, made from a seed.
 
-A scenario starts from a sound run or walk (the examples, the simulated tracks of the tests), one of the hostile
-families or an input of a fuzz target, changes its values, its text or its bytes, adds a course file or a chain of them,
-puts something where the outputs go, and calls the program once or twice. The same seed and number give the same
-scenario.
-"""
+A scenario starts from a valid run or walk (an example, a simulated track of the tests), a hostile family or an input of
+a fuzz target. It changes values, text or bytes, adds a course file or a chain of indices, may put something in the
+place of an output, and has one call or two. The same seed and number give the same scenario. """
 from __future__ import annotations
 
 import math
@@ -24,7 +22,7 @@ Files = dict[str, Content]
 
 
 class Call(NamedTuple):
-    arguments: list[str]  # in which HERE stands for the folder
+    arguments: list[str]  # HERE is replaced by the folder
     time_zone: str
     streams: str  # a shell's redirections, such as "> run.txt 2>&1", or nothing
 
@@ -39,11 +37,11 @@ class Scenario(NamedTuple):
 TIME_ZONES = ("UTC", "Europe/Vienna", "Australia/Lord_Howe")
 
 
-# What scenarios are made from
+# The inputs that scenarios start from
 
 
 class Sources:
-    """Everything a scenario starts from. The program makes the containers."""
+    """All inputs that scenarios start from. The program makes the containers."""
 
     def __init__(self, program: pathlib.Path) -> None:
         example_course = read_course(example("matrix.txt").decode())
@@ -71,7 +69,7 @@ class Sources:
 
 
 def container_of(place: Workplace, options: list[str], track: Track, course: Course | None) -> bytes | None:
-    """What `-d` makes of a track; nothing when its analysis fails."""
+    """The container that -d writes for a track; None when the analysis fails."""
     files: Files = {"run.csv": text_of(track), **({"matrix.txt": text_of_course(course)} if course else {})}
     made = place.call(files, [*options, "run.csv"]).files.get("run.tvl")
     return made.content if made else None
@@ -81,7 +79,7 @@ def container_of(place: Workplace, options: list[str], track: Track, course: Cou
 
 
 def some_course(rng: Rng, course: Course) -> bytes:
-    """The same frame, with or without the rest."""
+    """The course, perhaps with another theta or pond."""
     if rng.random() < 0.3:
         course = course._replace(theta=rng.choice((0.0, -4.99707438, 3.5, 180.0, rng.uniform(-9, 9))))
     if rng.random() < 0.3:
@@ -118,7 +116,7 @@ def index_line(rng: Rng, run_name: str, target: str) -> bytes:
 
 
 def add_index(rng: Rng, files: Files, run_name: str, course_text: bytes) -> None:
-    """matrix.txt leads elsewhere: on to the course, through many files, round in a ring, nowhere, or to an output."""
+    """Makes matrix.txt an index: to the course, to a chain or ring of indices, to a missing file, or to an output."""
     kind = rng.choice(("one", "chain", "ring", "nogate", "missing", "output", "output", "folder", "odd"))
     stem = run_name[:-4]
     if kind == "nogate":
@@ -165,7 +163,7 @@ def add_course(rng: Rng, files: Files, run_name: str, course: Course) -> None:
         files["matrix.txt"] = rng.choice(contents)
 
 
-# Names and what lies in the way
+# Names, and files with the names of outputs
 
 PLAIN_NAMES = ("run.csv",) * 8 + ("117-2.csv", "1run.csv")
 ODD_NAMES = (
@@ -185,7 +183,7 @@ def some_name(rng: Rng, taken: Mapping[str, Content] | Sequence[str] = ()) -> st
 
 
 def block_outputs(rng: Rng, files: Files, modes: dict[str, int], names: list[str], inputs: list[str]) -> None:
-    """Something lies where an output goes."""
+    """Puts something in the place of outputs."""
     for name in rng.sample(names, rng.choice((1, 1, 2, len(names)))):
         if name in files:
             if isinstance(files[name], bytes):
@@ -217,7 +215,7 @@ ALL_STREAMS = (
 
 
 def some_streams(rng: Rng, names: list[str]) -> str:
-    """What a shell makes of the standard streams."""
+    """A shell's redirections; none for most calls."""
     return rng.choice(ALL_STREAMS).format(rng.choice(names)) if rng.random() < 0.07 else ""
 
 
@@ -261,7 +259,7 @@ def operands(name: str) -> list[str]:
 
 
 def some_text(rng: Rng, track: Track, is_sound: bool, change: Callable[[Track], Track]) -> bytes:
-    """What a track becomes: thinner, changed, of either kind of lines, and faulty unless it is to be sound."""
+    """A track with fewer rows, changed, in one of the two text forms, and with faults unless it is to be valid."""
     track = change(thin(track, rng.choice((150, 400, 600, 1200))))
     if rng.random() < 0.2:
         track = track._replace(is_tagged=not track.is_tagged)
@@ -298,14 +296,14 @@ def some_walk(rng: Rng, sources: Sources) -> bytes:
 
 
 def finish(rng: Rng, kind: str, files: Files, arguments: list[str], names: list[str], inputs: list[str]) -> Scenario:
-    """Obstacles, streams and, now and then, a second call over what the first has left."""
+    """Adds obstacles and redirections, and sometimes a second call in the same folder."""
     modes: dict[str, int] = {}
     if rng.random() < 0.22:
         block_outputs(rng, files, modes, names, inputs)
     if rng.random() < 0.03:
         modes["."] = 0o555
     time_zone = rng.choice(TIME_ZONES)
-    # A shell that opens a pipe would wait for ever.
+    # A shell that opens a pipe without a reader or writer would not continue.
     redirected = [name for name in (*names, *inputs) if not isinstance(files.get(name), Pipe)]
     calls = [Call(arguments, time_zone, some_streams(rng, redirected))]
     if rng.random() < 0.06:
@@ -377,7 +375,7 @@ def command_line_scenario(rng: Rng, sources: Sources) -> Scenario:
     return finish(rng, "command line", files, arguments, outputs_of("run.csv", False), ["run.csv"])
 
 
-# And in how many of a hundred scenarios.
+# The kinds of scenarios, with the percentage of each.
 KINDS = {run_scenario: 55, walk_scenario: 22, family_scenario: 8, seed_scenario: 8, command_line_scenario: 7}
 
 

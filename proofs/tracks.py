@@ -1,4 +1,4 @@
-"""Tracks and courses as the scenarios change them: read from text, moved, made faulty, damaged and written again."""
+"""Reads tracks and courses for the scenarios, moves them, adds faults, damages bytes, and writes them."""
 from __future__ import annotations
 
 import contextlib
@@ -95,7 +95,7 @@ def change_clock(track: Track, change: Callable[[int, int], float], digits: int 
 
 
 def turn_about_the_axis(track: Track, course: Course, degrees: float) -> tuple[Track, Course]:
-    """To another longitude, with the course: still sound."""
+    """Moves track and course to another longitude; the track stays valid."""
     change_column(track, "lon", lambda lon: f"{(lon + degrees + 180) % 360 - 180:.7f}")
     s, c = math.sin(math.radians(degrees)), math.cos(math.radians(degrees))
     matrix = [[c * row[0] - s * row[1], s * row[0] + c * row[1], row[2], row[3]] for row in course.matrix]
@@ -103,7 +103,7 @@ def turn_about_the_axis(track: Track, course: Course, degrees: float) -> tuple[T
 
 
 def mirror(track: Track, course: Course, angle: str, speed: str, axis: int) -> tuple[Track, Course]:
-    """East to west or north to south, with the course: a turn to the left becomes one to the right."""
+    """Mirrors track and course, east to west or north to south: a left turn becomes a right turn."""
     change_column(track, angle, lambda x: f"{-x:.7f}")
     change_column(track, speed, lambda v: f"{-v:.2f}")
     matrix = [[(-x if i == axis else x) for i, x in enumerate(row)] for row in course.matrix]
@@ -119,7 +119,7 @@ def shift_height(track: Track, course: Course, metres: float) -> tuple[Track, Co
 
 
 def move(rng: Rng, track: Track, course: Course) -> tuple[Track, Course]:
-    """A sound run or walk stays sound."""
+    """Moves a run or walk with its course; a valid one stays valid."""
     kind = rng.randrange(5)
     if kind == 0:
         return turn_about_the_axis(track, course, rng.choice((0.001, 90.0, rng.uniform(-180, 180))))
@@ -139,7 +139,7 @@ def move(rng: Rng, track: Track, course: Course) -> tuple[Track, Course]:
     return track, course
 
 
-# A table of what may be wrong with a track's values. Each changes the rows in place or returns another track.
+# Faults in the values of a track. Each function changes the rows or returns another track.
 
 
 def noisy(rng: Rng, track: Track) -> None:
@@ -272,7 +272,7 @@ def odd_rows(rng: Rng, track: Track) -> None:
 
 
 def other_columns(rng: Rng, track: Track) -> Track:
-    """Missing, unknown, twice, in another order, or misspelt."""
+    """Columns that are missing, unknown, repeated, in another order, or misspelt."""
     order = list(range(len(track.columns)))
     columns = list(track.columns)
     kind = rng.randrange(5)
@@ -301,7 +301,7 @@ FAULTS: Sequence[Callable[[Rng, Track], Track | None]] = (
 
 
 def thin(track: Track, wanted: int) -> Track:
-    """About so many rows, at an even rate."""
+    """About the wanted number of rows, at a constant rate."""
     return track._replace(rows=[list(row) for row in track.rows[:: max(1, round(len(track.rows) / wanted))]])
 
 
@@ -309,13 +309,13 @@ def thin(track: Track, wanted: int) -> Track:
 
 
 def damaged(rng: Rng, content: bytes) -> bytes:
-    """Cut, changed, lost or doubled bytes; other line ends."""
+    """Cuts, changes, removes or repeats bytes, or changes the line ends."""
     kind = rng.randrange(8)
     at = rng.randrange(len(content) + 1)
     if kind == 0:
         return content[:at]
     if kind == 1:
-        # Near the beginning, where headers are.
+        # Near the beginning, in the headers.
         return content[: rng.randrange(min(len(content), 200) + 1)]
     if kind in (2, 3):
         changed = bytearray(content)
@@ -334,7 +334,7 @@ def damaged(rng: Rng, content: bytes) -> bytes:
 
 
 def damaged_container(rng: Rng, content: bytes) -> bytes:
-    """Of the right form, mostly: fields of the headers and whole samples change."""
+    """Mostly keeps the form, and changes fields of the headers or of samples."""
     kind = rng.randrange(4)
     if kind == 0 or len(content) < 200:
         return damaged(rng, content)

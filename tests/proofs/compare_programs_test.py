@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tests/proofs/compare_programs_test.py: compare_programs finds what is planted into a program."""
+"""tests/proofs/compare_programs_test.py: compare_programs finds planted faults."""
 from __future__ import annotations
 
 import contextlib
@@ -17,7 +17,7 @@ from proofs import compare_programs, scenarios
 from proofs.compare_programs import Difference
 from proofs.harness import Outcome
 
-# What the planted program does after the real one, in the folder of a run that has succeeded, and what is said of it.
+# What the planted program does after a successful call of the real one, and the line in which the proof reports it.
 FAULTS = (
     ("sed -i '9s/$/0/' run.kml", "run.kml, line 9:"),
     ("rm run.txt", "run.txt: only the old program leaves it"),

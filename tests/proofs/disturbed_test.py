@@ -15,7 +15,7 @@ from proofs.disturbed import Case, judge, own_paths, traced
 from proofs.harness import Tally, Workplace, fill
 
 FAILS = "echo 'ERROR: failed to write file: run.kml'; status=1; "
-# What the program does after all of its work, and what is said of it.
+# What the planted program does after the real one, and the beginning of the finding.
 FAULTS = (
     (":", None),
     ("echo 0 >> run.kml", "WRONG SUCCESS: run.kml"),
@@ -36,7 +36,7 @@ FAULTS = (
 )
 
 
-# The leak sanitizer ends a program that is traced.
+# The leak sanitizer does not work in a traced program.
 IS_TRACEABLE = shutil.which("strace") is not None and b"__asan_init" not in PROGRAM.read_bytes()
 
 

@@ -1,4 +1,4 @@
-"""Programs with a fault that a proof must find: the real one, and what a shell does after it in the same folder."""
+"""Makes programs with a planted fault: a shell script that calls the real one and then changes its outputs."""
 from __future__ import annotations
 
 import os
@@ -12,7 +12,7 @@ sys.path.insert(0, str(PROJECT))
 
 
 def plant(path: pathlib.Path, fault: str) -> pathlib.Path:
-    """Makes a program at that path. The fault may set `status`."""
+    """Writes the script to this path. The fault is shell commands, which may set `status`."""
     path.unlink(missing_ok=True)
     path.write_text(f'#!/bin/sh\n{PROGRAM} "$@"\nstatus=$?\n{fault}\nexit $status\n')
     path.chmod(0o755)
