@@ -57,8 +57,8 @@ def targets_in(build_folder: pathlib.Path, words: Iterable[str]) -> tuple[str, .
 
 
 def find_tests(build_folder: pathlib.Path) -> list[Test]:
-    """The tests that judge mutants: of the components and of the fuzz targets. A test with a fixture builds the engine for another
-    machine in the source's own folders."""
+    """The tests that judge mutants: of the components and of the fuzz targets. A test with a fixture builds the engine for
+    another machine in the source's own folders."""
     # ctest does not print the command of a test that has not been built.
     written = (build_folder / "CTestTestfile.cmake").read_text()
     added = re.findall(r"^add_test\(\[=\[(.*?)\]=\] (.*)\)$", written, re.MULTILINE)
@@ -142,8 +142,9 @@ class Copy:
         shutil.rmtree(self.temporary, ignore_errors=True)
         self.temporary.mkdir()
         return subprocess.Popen(
-            [*test.command, *self.options(test)], cwd=self.build_folder, start_new_session=True, stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, preexec_fn=lambda: limit_resources(timeout),
+            [*test.command, *self.options(test)], cwd=self.build_folder, start_new_session=True,
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            preexec_fn=lambda: limit_resources(timeout),
             env={**os.environ, **dict(test.environment), "TMPDIR": str(self.temporary)})
 
     def passes(self, test: Test) -> bool:
