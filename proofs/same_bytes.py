@@ -25,7 +25,7 @@ from proofs.families import FAMILIES, TINY, content_of
 from proofs.harness import (ROOT, WORK, Conditions, Content, Outcome, Result, changed_names, environment_in, execute,
                             fill, in_parallel, snapshot)
 
-BUILDS = {f"{compiler}{flags}{'-lto' if lto else ''}": (compiler, flags, lto) for compiler in ("g++", "clang++")
+BUILDS = {f"{compiler}{flags}{'-lto' if lto == 'ON' else ''}": (compiler, flags, lto) for compiler in ("g++", "clang++")
           for flags, lto in (("-O0", "OFF"), ("-O2", "OFF"), ("-O3", "OFF"), ("-O2", "ON"))}
 
 

@@ -101,6 +101,10 @@ class HostileFamiliesTest(unittest.TestCase):
 
 
 class SameBytesTest(unittest.TestCase):
+    def test_each_compiler_builds_at_four_levels(self) -> None:
+        self.assertEqual(list(same_bytes.BUILDS), [compiler + level for compiler in ("g++", "clang++")
+                                                   for level in ("-O0", "-O2", "-O3", "-O2-lto")])
+
     def test_each_difference_is_found(self) -> None:
         files: dict[str, Content] = {"run.csv": example("carve.csv"), "matrix.txt": example("matrix.txt")}
         given = same_bytes.Input("carve", files, ["run.csv"])
