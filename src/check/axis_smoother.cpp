@@ -8,7 +8,7 @@ namespace tarvel {
 
 namespace {
 
-// m/s2; only keeps a chain determined whose accelerations the velocities leave open.
+// m/s2; a weak prior of the first acceleration, so that the system is definite.
 constexpr double widest_acceleration = 30.0;
 
 constexpr int jerk_rounds = 3;
@@ -16,7 +16,7 @@ constexpr double jerk_reach = 0.75;         // s to either side
 constexpr double first_density = 25.0;      // m2/s5; a brisk turn
 constexpr double least_density = 0.01;      // 0.1 squared
 constexpr double greatest_density = 225.0;  // 15 squared
-constexpr double longest_step = 1.0;        // s; over more, anything may have been flown
+constexpr double longest_step = 1.0;        // s; over a longer gap the jerk is not known
 
 // Row i of the unknowns of sample k: position, velocity, acceleration.
 constexpr std::size_t position_row = 0;
@@ -24,7 +24,7 @@ constexpr std::size_t velocity_row = 1;
 
 std::size_t row_of(std::size_t sample, std::size_t quantity) { return 3 * sample + quantity; }
 
-// The measured flight, from which the most probable one deviates little: sums of small numbers lose no digits.
+// The measured flight. The system is solved for small deviations from it, which lose fewer digits than coordinates.
 motion_state measured_state(const axis_measurement &measured, std::size_t k) {
   const std::size_t before = k == 0 ? 0 : k - 1;
   const std::size_t after = std::min(k + 1, measured.times.size() - 1);
@@ -33,8 +33,8 @@ motion_state measured_state(const axis_measurement &measured, std::size_t k) {
   return {measured.positions[k], measured.velocities[k], seconds > 0.0 ? change / seconds : 0.0};
 }
 
-// What white jerk of density 1 says of two samples dt apart. With the step F and the covariance Q of what it leaves
-// open: late is inverse(Q), early is F' inverse(Q) F and cross is -inverse(Q) F.
+// The precision of two samples dt apart under white jerk of density 1. With the transition matrix F and the covariance
+// Q of the step: late is inverse(Q), early is F' inverse(Q) F and cross is -inverse(Q) F.
 struct jerk_precision {
   double late[3][3];
   double early[3][3];
@@ -61,7 +61,7 @@ void add_jerk(std::span<band_row> rows, std::span<double> pull, const axis_measu
   const jerk_precision precision = jerk_precision_over(dt);
   const motion_state from = measured_state(measured, k);
   const motion_state to = measured_state(measured, k + 1);
-  // How far the measured flight misses a step without jerk.
+  // The difference between the measured flight and a step without jerk.
   const double missed[3] = {to.position - (from.position + from.velocity * dt + from.acceleration * dt * dt / 2.0),
                             to.velocity - (from.velocity + from.acceleration * dt),
                             to.acceleration - from.acceleration};
@@ -78,8 +78,8 @@ void add_jerk(std::span<band_row> rows, std::span<double> pull, const axis_measu
   }
 }
 
-// The error of one quantity at sample k + 1, given that at sample k. The measured flight itself has none, so that it
-// pulls at nothing.
+// The error of one quantity at sample k + 1, given that at sample k. The deviations from the measured flight have mean
+// 0, so that nothing is added to the right-hand side.
 void add_error_step(std::span<band_row> rows, std::span<const double> sigmas, std::size_t quantity, std::size_t k,
                     double dt, double memory) {
   const double kept = fixed_exp(-dt / memory);
@@ -108,7 +108,8 @@ double squared_jerk(const axis_measurement &measured, const smoothed_axis &axis,
   return jerk * jerk;
 }
 
-// Sums over a window that moves along, made anew at each sample: a running sum would keep the rounding of a great jerk.
+// The sum over a moving window is computed afresh at each sample: a running sum would keep the rounding error of a
+// large jerk.
 void follow_jerk(const axis_measurement &measured, const smoothed_axis &axis, double factor,
                  std::span<double> densities) {
   const std::size_t last = measured.times.size() - 1;

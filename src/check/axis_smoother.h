@@ -1,11 +1,11 @@
 // One axis of a flight, drawn given what the logger measured of it.
 //
-// The state at each sample is position, velocity and acceleration; the jerk is white with a density that may differ from
-// sample to sample. The measured velocity carries an error that forgets itself within some seconds (a Gauss-Markov
-// process of first order), the measured position one that wanders within a minute. The precision of all states is banded;
-// with its Cholesky factor the most probable flight is one solution, and a flight drawn from the distribution another.
-// Noise laid on top of the measurement instead would be there twice: the detectors that walk sample by sample would then
-// stop elsewhere in every draw.
+// The state at each sample is position, velocity and acceleration; the jerk is white with a density that may differ
+// from sample to sample. The measured velocity has an error with a correlation time of some seconds (a Gauss-Markov
+// process of first order), the measured position one with a correlation time of a minute. The precision of all states
+// is banded; with its Cholesky factor the most probable flight is one solution, and a flight drawn from the
+// distribution another. Noise added to the measured track would be in it twice: detectors that step from sample to
+// sample would then stop at another sample in every draw.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,7 @@
 
 namespace tarvel {
 
-// Forgetting times in seconds.
+// Correlation times in seconds.
 struct error_memory {
   double velocity = 2.0;
   double position = 60.0;
@@ -50,7 +50,7 @@ struct smoothed_axis {
   return {axis.states[3 * k], axis.states[3 * k + 1], axis.states[3 * k + 2]};
 }
 
-// Makes room for so many samples. False when memory is short.
+// Allocates memory for this many samples. False when memory is short.
 [[nodiscard]] bool make_room(smoothed_axis &axis, std::size_t count);
 
 // Fills both from the measurement and a jerk density (m2/s5) for each interval between samples; axis has room for them.

@@ -1,5 +1,5 @@
 // Symmetric positive definite systems whose entries lie within five of the diagonal: chains of three unknowns a sample,
-// each sample tied to its neighbours. The operations have one order, so that every build gets the same digits.
+// each sample coupled to its neighbours. The operations have a fixed order, so that every build gets the same digits.
 #pragma once
 
 #include <array>
@@ -17,7 +17,7 @@ using band_row = std::array<double, half_width + 1>;
   return rows[row][half_width + column - row];
 }
 
-// Replaces A by its factor L, A = L L'. False, with rows that mean nothing, when A is not positive definite.
+// Replaces A by its factor L, A = L L'. False when A is not positive definite; the rows are then undefined.
 [[nodiscard]] bool factor_band(std::span<band_row> rows);
 
 // Replaces b by the solution of L x = b.

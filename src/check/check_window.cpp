@@ -30,7 +30,8 @@ constexpr double landed_feet = 200.0;           // of an exit that a climb follo
 constexpr double farthest_gate = 1000.0;        // m; some sample must be nearer to the gate
 constexpr float usable_vacc = 20.0F;            // m; only samples with better heights show a flight
 
-// When the figures are others, the times are doubled until they are so many times as long; then all of the track is kept.
+// When the figures are others, the times are doubled until they are so many times as long; then all of the track is
+// kept.
 constexpr std::int64_t widest = 16;
 
 constexpr std::size_t most_ranges = 11;

@@ -1,5 +1,5 @@
-// The samples of a track that the figures of its run depend on. A draw takes as long as its samples are many, and of a
-// track of a day the analysis looks closely at half a minute.
+// The samples of a track that the figures of its run depend on. The time of a draw is proportional to its samples, and
+// in a track of a day the figures depend on half a minute.
 #pragma once
 
 #include <cstdint>
@@ -21,8 +21,8 @@ struct check_window {
 
 // From an analysed run: 15 s before the turn to 3 s behind the stop, 20 s when the frame is made from the landing, and
 // what the detectors look at elsewhere. When their figures are not those of the run to the last bit, twice as much to
-// either side, and so on up to four minutes before the turn; then the whole track. Windows of more than most samples are
-// too large. Fails with "failed to allocate memory for swoop".
+// either side, and so on up to four minutes before the turn; then the whole track. Windows of more than most samples
+// are too large. Fails with "failed to allocate memory for swoop".
 void choose_window(const swoop &run, std::uint32_t most, check_window &window, error_slot *error);
 
 // A new record over the samples of another, which stay as they are but for their derived fields, analysed in the frame

@@ -14,7 +14,8 @@ crossing_bounds bounds_of_crossing(const swoop &run, std::uint32_t before) {
   const double seconds = static_cast<double>(elapsed(a.time, b.time)) / 1000.0;
   const double from = horizontal_speed(a);
   const double to = horizontal_speed(b);
-  // Down at one g from the one and up to the other, and the other way round.
+  // The least: slowing down at one g from the first sample, then speeding up at one g to the second. The greatest: the
+  // reverse.
   const double middle = (from + to) / 2.0;
   const double reach = standard_gravity * seconds / 2.0;
   const auto [slower, faster] = std::minmax(from, to);

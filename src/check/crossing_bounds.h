@@ -1,4 +1,4 @@
-// Gates that were crossed while samples were missing: what was flown there is not in the track, but it has bounds.
+// Bounds for gates that were crossed while samples were missing.
 #pragma once
 
 #include "check/interval.h"
@@ -8,7 +8,7 @@ namespace tarvel {
 
 struct crossing_bounds {
   double gap = 0.0;  // s between the samples on either side
-  interval speed;    // m/s, horizontal; nobody's changes by more than one g
+  interval speed;    // m/s, horizontal; it is assumed to change by at most one g
   interval time;     // ms of the logger's clock
 };
 

@@ -81,7 +81,7 @@ figure_values values_of(const swoop &run) {
 }
 
 figure_values resolutions_of(const swoop &run) {
-  constexpr double least_length = 0.01;  // m; files have no more digits, and the origin of a frame lies at 0
+  constexpr double least_length = 0.01;  // m; the resolution of files
   figure_values values{};
   set_half_step(values, figure::rollout_end_height, {{least_length, least_length, least_length}, 0.0});
   const half_step turn = half_step_at(run, run.top_of_turn);

@@ -53,13 +53,12 @@ constexpr std::size_t figure_count = static_cast<std::size_t>(figure::exit_gate_
   return which == figure::touchdown_distance || which == figure::touchdown_speed || which == figure::time_aloft;
 }
 
-// The touchdown is taken for the stop when nobody marked it.
+// When the touchdown is not marked, the stop is taken for it.
 [[nodiscard]] inline bool is_touchdown_marked(const swoop &run) {
   return run.touchdown_time != run.track[run.stop].time;
 }
 
-// Metres, m/s, seconds and degrees; NaN for what the report shows hyphens for. Degrees are positive to the right, which
-// the report says in words.
+// Metres, m/s, seconds and degrees; NaN for what the report shows hyphens for. Degrees are positive to the right.
 using figure_values = std::array<double, figure_count>;
 
 [[nodiscard]] constexpr std::size_t index_of(figure which) { return static_cast<std::size_t>(which); }
@@ -70,11 +69,11 @@ using figure_values = std::array<double, figure_count>;
 // Flights are drawn at samples no closer than this, s.
 constexpr double shortest_node_step = 0.2;
 
-// How far each figure moves when the moment that it is taken at does by half the time to the next sample, or to the next
-// node of a drawn flight: a moment found at a sample is not known better. 0 for what lies between samples.
+// The change of each figure over half the time to the next sample, or to the next node of a drawn flight: a moment that
+// is found at a sample is not known better. 0 for figures that are interpolated between samples.
 [[nodiscard]] figure_values resolutions_of(const swoop &run);
 
-// All values, and what else the report says of the run, to the last bit.
+// Whether all values, reversal and carve are the same to the last bit.
 [[nodiscard]] bool same_figures(const swoop &one, const swoop &other);
 
 }  // namespace tarvel

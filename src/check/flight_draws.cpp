@@ -8,7 +8,7 @@ namespace tarvel {
 
 namespace {
 
-// The offset of a position has the tails of a Student's t with so many degrees of freedom.
+// The offset of the positions has a Student's t distribution with this many degrees of freedom.
 constexpr int offset_degrees = 4;
 
 constexpr double node_step = shortest_node_step - 1e-6;  // s; clocks have whole milliseconds
@@ -40,8 +40,8 @@ void take_nodes(const motion_series &series, flight_draws &draws) {
   }
 }
 
-// Minutes after the landing the offset is no longer that of the run; where the pilot rests is asked there. Of the stated
-// accuracy an axis.
+// Minutes after the landing, where the pilot's place of rest is taken, the offset is no longer that of the run. A
+// factor of the stated accuracy along an axis.
 constexpr double same_offset = 60.0;  // s
 constexpr double later_offset = 2.0;
 
@@ -58,7 +58,7 @@ void set_sigmas(const noise_scale &noise, const measured_flight &flight, flight_
   }
 }
 
-// On the polynomial of least jerk from one state to another, so many seconds apart, at a time from the first.
+// On the polynomial of least jerk from one state to another. seconds: between them; t: from the first.
 motion_state state_between(const motion_state &from, const motion_state &to, double seconds, double t) {
   const double d = seconds;
   const double position = to.position - (from.position + from.velocity * d + from.acceleration * d * d / 2.0);
@@ -137,8 +137,8 @@ bool smooth_flight(const stated_noise &stated, const noise_scale &noise, measure
   const bool is_implicit = flight.window.run.gate_type == gate_type_implicit;
   set_sigmas(noise, flight, draws);
   for (std::size_t axis = 0; axis < axis_count; ++axis) {
-    // A frame that is made of the run moves with it. The offset does not show in the track: where the logger states too
-    // little of its speeds, it is taken to do so of its places.
+    // A frame that is made from the run moves with the offset. The offset cannot be estimated from the track: where the
+    // speed errors are greater than stated, the offset is assumed to be greater by the same factor.
     draws.offset_sigmas[axis] =
         is_implicit ? 0.0 : std::max(noise.velocity, 1.0) * std::sqrt(stated.position[group_of(axis)]);
     const axis_measurement measured = {times_of(draws.nodes),

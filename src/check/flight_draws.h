@@ -1,4 +1,4 @@
-// Tracks that may have been flown, drawn given the measured one.
+// Tracks that may have been flown, drawn from their distribution given the measured one.
 #pragma once
 
 #include <array>
@@ -13,13 +13,13 @@
 
 namespace tarvel {
 
-// How strongly the jerk is followed; a third of the draws each. Each of them alone held the truth of fewer runs.
+// Factors of the jerk density, each used in a third of the draws. With any one of them alone fewer intervals contained
+// the truth.
 constexpr std::array<double, 3> jerk_factors = {0.2, 0.08, 0.5};
 
-// Everything that draws need beside the measured flight. A drawn acceleration wanders: the closer the samples, the more
-// often it changes its sign, which flown ones do not, and detectors that walk as long as the descent grows would stop
-// at each. So flights are drawn at nodes, samples at least 0.2 s apart, and in between follow the
-// polynomial of least jerk.
+// Everything that draws need beside the measured flight. The closer the samples, the more often a drawn acceleration
+// changes its sign, and detectors that go on while the descent grows would stop at each change. So flights are drawn at
+// nodes, samples at least 0.2 s apart, and follow the polynomial of least jerk in between.
 struct flight_draws {
   motion_series nodes;
   owned_array<std::uint32_t> node_samples;  // their indices in the window
@@ -28,7 +28,7 @@ struct flight_draws {
   owned_array<double> velocity_sigmas;
   std::array<owned_array<double>, axis_count> states;  // of the last draw, three for each node
   std::array<double, axis_count> offset_sigmas{};      // of all positions in common
-  int degrees_of_freedom = 1;                          // how well the noise is known
+  int degrees_of_freedom = 1;                          // of the estimated noise scale
 };
 
 // False when memory is short.
@@ -38,7 +38,8 @@ struct flight_draws {
 [[nodiscard]] bool smooth_flight(const stated_noise &stated, const noise_scale &noise, measured_flight &flight,
                                  flight_draws &draws);
 
-// Replaces positions and velocities of the window's samples by a drawn flight, the draw being the so manieth.
+// Replaces positions and velocities of the window's samples by a drawn flight. The number of the draw chooses the
+// factor of the jerk density.
 void draw_track(flight_draws &draws, std::uint32_t draw, random_source &source, measured_flight &flight);
 
 }  // namespace tarvel

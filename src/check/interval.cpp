@@ -10,7 +10,7 @@ double widening_of(figure which) {
     // The greatest of many noisy speeds lies above the truth, and the figure with it.
     case figure::max_vertical_speed: return 1.2;
 
-    // From one sample to the next, while the pilot comes to rest.
+    // The speed falls fast from sample to sample while the pilot comes to rest.
     case figure::touchdown_speed:
     case figure::max_total_speed: return 1.15;
 
@@ -22,7 +22,7 @@ double widening_of(figure which) {
 
     case figure::distance_to_stop: return 0.95;
 
-    // It is never known better than half a step's way, which is most of its interval.
+    // Most of its interval is the resolution, half a step, which needs no widening.
     case figure::max_horizontal_back: return 0.9;
 
     default: return 1.0;

@@ -12,11 +12,11 @@ struct interval {
   double high = 0.0;
 };
 
-// How far the ends lie from the median, in proportion to the draws' own 2.5 and 97.5 %: with these factors simulated
-// runs held the truth in 95 % of cases.
+// The distance of the ends from the median, in proportion to that of the draws' 2.5 % and 97.5 % quantiles. With these
+// factors the intervals of 95 % of the simulated runs contained the truth.
 [[nodiscard]] double widening_of(figure which);
 
-// The value below which this part of the values lies, on straight lines between them. values are sorted and not empty.
+// The quantile, interpolated linearly. values are sorted and not empty.
 [[nodiscard]] double percentile(std::span<const double> values, double part);
 
 // Sorts the draws, none of which is NaN and of which there is at least one.

@@ -9,11 +9,11 @@ namespace tarvel {
 
 namespace {
 
-// A lag below this is chance, and nothing to a figure.
+// A lag below this may be chance, and changes no figure.
 constexpr double least_lag = 0.03;   // s
 constexpr double before_turn = 2.0;  // s; the lag is sought from there to the stop
 
-// A logger's statement that cannot be true.
+// A logger that states less is not believed.
 constexpr double least_stated_speed = 0.02;    // m/s
 constexpr double least_stated_position = 0.1;  // m
 
@@ -23,7 +23,7 @@ constexpr std::size_t one_second = 2;  // among the spans
 constexpr std::array<double, 3> peak_spans = {0.4, 1.0, 3.0};
 
 constexpr double jerk_span = 0.4;            // s from one acceleration to the next, over which each is the mean
-constexpr double least_flying_speed = 10.0;  // m/s; who touches the ground stops within any time
+constexpr double least_flying_speed = 10.0;  // m/s; below it the pilot may be landing, and an impact has any jerk
 
 // The part of one axis in what is flown.
 std::span<const double> flown(const measured_flight &flight, const owned_array<double> &values) {
@@ -31,7 +31,7 @@ std::span<const double> flown(const measured_flight &flight, const owned_array<d
   return {values.get() + first, flight.window.noise_end - first};
 }
 
-// Before the turn, where the lag begins to show.
+// Two seconds before the turn.
 std::size_t first_of_lag(const measured_flight &flight) {
   const std::size_t turn = flight.window.run.top_of_turn;
   const owned_array<double> &times = flight.series.times;

@@ -13,8 +13,8 @@ namespace tarvel {
 
 enum axis_index : std::size_t { axis_north, axis_east, axis_down, axis_count };
 
-// How degrees become metres near one sample, and back. Over the kilometre of a run the plane departs from the ellipsoid
-// by less than any logger sees.
+// How degrees become metres near one sample, and back. Over the kilometre of a run the error of the plane is below the
+// resolution of loggers.
 struct local_plane {
   vec3 origin;                // WGS84
   double north_metres = 1.0;  // per degree
@@ -23,8 +23,8 @@ struct local_plane {
 
 [[nodiscard]] local_plane local_plane_at(const vec3 &wgs84);
 
-// North, east and down of a WGS84 position, metres from the origin, and back. Across the antimeridian the longitude goes
-// on beyond 180 degrees.
+// North, east and down of a WGS84 position, metres from the origin, and back. Across the antimeridian the longitude
+// goes on beyond 180 degrees.
 [[nodiscard]] std::array<double, axis_count> to_plane(const local_plane &plane, const vec3 &wgs84);
 [[nodiscard]] vec3 from_plane(const local_plane &plane, const std::array<double, axis_count> &position);
 
@@ -36,7 +36,7 @@ struct motion_series {
   std::array<owned_array<double>, axis_count> velocities;
 };
 
-// Makes room for so many samples. False when memory is short.
+// Allocates memory for this many samples. False when memory is short.
 [[nodiscard]] bool make_room(motion_series &series, std::size_t count);
 
 // Fills the series from samples, of which there is at least one. False when memory is short.

@@ -1,6 +1,6 @@
 // A Gauss-Markov error of the velocity contradicts the position over a span h by h squared while h is short, by h once
 // it is longer than the error lasts; a wandering position does so by h from the start. Four spans therefore tell the
-// velocity's variance, its forgetting time and the wander's variance apart. For each of a row of forgetting times the
+// velocity's variance, its correlation time and the wander's variance apart. For each of a row of correlation times the
 // variances are fitted in proportion, each mean square counting as often as its spans are independent; the time that
 // fits best is taken.
 #include "check/noise_scale.h"
@@ -21,8 +21,8 @@ constexpr double shortest_memory = 0.125;  // s
 constexpr double memory_step = 1.4142135623730951;
 constexpr int memory_count = 15;  // up to 16 s
 
-// A short stretch tells little about the forgetting time: what is usual counts as so many independent spans, for each
-// factor of e.
+// A short stretch determines the correlation time badly: the usual one has the weight of this many independent spans,
+// for each factor of e between the two.
 constexpr double usual_memory_weight = 0.5;
 
 constexpr int fit_rounds = 8;
@@ -33,7 +33,7 @@ constexpr double least_velocity = 0.01;     // m/s, the same for velocities
 constexpr int most_degrees = 200;
 constexpr int least_degrees = 4;
 
-// The variance of a velocity error of variance 1, integrated over so many steps by trapezoids.
+// The variance of the integral of a velocity error of variance 1 over a span, by the trapezoidal rule.
 double integrated_variance(double step, double span, double memory) {
   const int steps = std::max(static_cast<int>(std::lround(span / step)), 1);
   const double kept = fixed_exp(-step / memory);

@@ -1,4 +1,5 @@
-// How noisy a track is, from its own contradiction: what a logger says of its accuracy is wrong by factors.
+// The noise of a track, estimated from the contradiction between its positions and velocities: the accuracy that a
+// logger states is wrong by factors.
 #pragma once
 
 #include <array>
@@ -10,12 +11,13 @@
 
 namespace tarvel {
 
-// Spans (s) over which positions are held against integrated velocities; 0 is one sample. Short ones show the
-// velocity's errors that last and the steps of the position, long ones how soon the velocity's errors are forgotten.
+// Spans (s) over which positions are held against integrated velocities; 0 is one sample. Short ones show the size of
+// the velocity's errors and the wander of the position, long ones the correlation time of the velocity's errors.
 constexpr std::array<double, 4> contradiction_spans = {0.0, 0.4, 1.0, 3.0};
 
-// What is expected of a logger before its track is looked at: the velocity's error an axis, of its stated accuracy, the
-// wander of the position, of its stated accuracy an axis, and how long the velocity's errors last.
+// What is assumed of a logger before its track is measured: the velocity's error along an axis as a part of its stated
+// accuracy, the position's error along an axis likewise, the wander of the position as a part of that error, and the
+// correlation times.
 constexpr double stated_velocity_part = 0.5773502691896258;    // 1 / sqrt(3): the accuracy is that of three axes
 constexpr double stated_horizontal_part = 0.7071067811865476;  // 1 / sqrt(2): that of two
 constexpr double stated_wander = 0.3;
@@ -32,11 +34,11 @@ struct noise_scale {
   double velocity = 1.0;
   std::array<double, 2> wander = {stated_wander, stated_wander};  // horizontal, vertical
   error_memory memory;
-  int degrees_of_freedom = 1;  // how well the factors are known: those of a chi-square
-  double ratio = 0.0;          // contradiction over a second, of the one that the logger's statement leads to expect
+  int degrees_of_freedom = 1;  // of the chi-square distribution of the estimated variances
+  double ratio = 0.0;          // contradiction over a second, as a multiple of the one that the stated accuracy implies
 };
 
-// From the mean squares over the spans, horizontal (the mean of two axes) and vertical, of a stretch of so many seconds.
+// From the mean squares over the spans, horizontal (the mean of two axes) and vertical, of a stretch.
 struct measured_noise {
   std::array<double, 4> seconds{};
   std::array<std::array<double, 4>, 2> mean_square{};
@@ -45,8 +47,8 @@ struct measured_noise {
 };
 [[nodiscard]] noise_scale fit_noise(const measured_noise &measured, const stated_noise &stated);
 
-// The roughness (m/s) that a velocity error of a standard deviation and a forgetting time should have: the lower quartile
-// of its third differences' absolute values.
+// The roughness (m/s) that a velocity error of a standard deviation and a correlation time should have: the lower
+// quartile of its third differences' absolute values.
 [[nodiscard]] double expected_roughness(double sigma, double step, double memory);
 
 }  // namespace tarvel

@@ -1,5 +1,5 @@
-// Random numbers that are the same in every build: the standard fixes the digits of its engines, not those of its
-// distributions.
+// Random numbers that are the same in every build: the standard specifies the digits of its engines, but not those of
+// its distributions.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ class random_source {
   [[nodiscard]] double uniform();
   // One number of the engine each.
   [[nodiscard]] double normal();
-  // The sum of so many squared normal variates.
+  // The sum of that many squared normal variates.
   [[nodiscard]] double chi_square(int degrees_of_freedom);
 
  private:

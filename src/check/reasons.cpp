@@ -17,17 +17,18 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 // In the order of the codes. Limits that are 0 are passed by what is greater than 0.
 constexpr std::array<reason_rule, reason_count> rules = {{
-    // s, from 15 s before the turn to the stop. Half a second at 30 m/s are 15 m: more than the turn's start moves by noise.
+    // s, from 15 s before the turn to the stop. Half a second at 30 m/s are 15 m: more than the turn's start moves by
+    // noise.
     {reason_code::gap, "gap", severity::doubtful, 0.5},
     // s. What was flown between the samples on either side of the gate is not in the track.
     {reason_code::gap_at_gate, "gap-at-gate", severity::unusable, 0.5},
     // Samples whose clock lies before that of the one before.
     {reason_code::clock_steps_back, "clock-steps-back", severity::unusable, 0.0},
     {reason_code::times_repeat, "times-repeat", severity::doubtful, 0.0},
-    // The same of all samples that the figures depend on: from 15 s before the turn on, and around exit and pattern entry.
-    // Flights are drawn along times that increase.
+    // The same of all samples that the figures depend on: from 15 s before the turn on, and around exit and pattern
+    // entry. Flights are drawn along times that increase.
     {reason_code::times_out_of_order, "times-out-of-order", severity::doubtful, 0.0},
-    // Samples without a fix in three dimensions, of a logger that tells.
+    // Samples without a fix in three dimensions, when the logger records the kind of fix.
     {reason_code::fix_lost, "fix-lost", severity::unusable, 0.0},
     // Satellites: below seven the accuracy depends on each of them; below four there is no position.
     {reason_code::few_satellites, "few-satellites", severity::doubtful, 7.0},
@@ -39,13 +40,13 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     // m, 95 % over a second: 0.1 to 0.4 on quiet tracks, 3.6 to 8.6 where a logger at rest claims a swoop.
     {reason_code::contradiction, "contradiction", severity::doubtful, 1.5},
     {reason_code::no_agreement, "no-agreement", severity::unusable, 3.0},
-    // The greatest contradiction along an axis over 0.4, 1 or 3 s, of the median: noise that lasts reaches 9 in 1,000 runs, a
-    // signal by way of a wall for a second more.
+    // The greatest contradiction along an axis over 0.4, 1 or 3 s, of the median: noise that lasts reaches 9 in 1,000
+    // runs, a signal by way of a wall for a second more.
     {reason_code::passing_contradiction, "passing-contradiction", severity::doubtful, 10.0},
     // m/s3: from nothing to 4 g within 0.4 s. Simulated swoops with their noise reach 55.
     {reason_code::impossible_jerk, "impossible-jerk", severity::doubtful, 100.0},
-    // In proportion to the logger's statement, over a second. The intervals follow the noise that is measured; beyond this
-    // the phases get none. A logger that is three times as wrong as it says does not know its reception.
+    // In proportion to the logger's statement, over a second. The intervals follow the noise that is measured; beyond
+    // this the phases get none. A logger that understates its errors three times does not notice bad reception.
     {reason_code::noise_beyond_statement, "noise-beyond-statement", severity::note, 1.5},
     {reason_code::noise_far_beyond_statement, "noise-far-beyond-statement", severity::doubtful, 3.0},
     {reason_code::white_noise, "white-noise", severity::doubtful, 0.0},
@@ -53,33 +54,33 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::not_drawn, "not-drawn", severity::doubtful, 4000.0},
     // The same, with infinite or absurd numbers among them.
     {reason_code::unsolvable, "unsolvable", severity::doubtful, 0.0},
-    // The part of the draws whose analysis fails, or that lack a score that the run has: one in twenty is what an interval
-    // leaves out as well.
+    // The part of the draws whose analysis fails, or that lack a score that the run has: one in twenty is what an
+    // interval leaves out as well.
     {reason_code::draws_fail, "draws-fail", severity::doubtful, 0.05},
     // m/s, m and s from end to end: places in a meet are decided by less than a quarter of it.
     {reason_code::wide_gate_speed, "wide-gate-speed", severity::doubtful, 2.5},
     {reason_code::wide_distance, "wide-distance", severity::doubtful, 15.0},
     {reason_code::wide_carve_time, "wide-carve-time", severity::doubtful, 1.5},
     {reason_code::figures_missing, "figures-missing", severity::doubtful, 0.05},
-    // The part of the draws that turn the other way round: which way is called decides what the turn counts.
+    // The part of the draws that turn the other way round: the side of the turn decides what it counts.
     {reason_code::rotation_undecided, "rotation-undecided", severity::doubtful, 0.025},
-    // The part of the draws that turn by 45 degrees more or less. The start of one turn in fifty is found late; the interval
-    // of the degrees says so, and no score depends on them.
+    // The part of the draws that turn by 45 degrees more or less. The start of one turn in fifty is found late; the
+    // interval of the degrees contains the earlier start, and no score depends on them.
     {reason_code::rotation_uncertain, "rotation-uncertain", severity::note, 0.1},
-    // s. On half of the loggers the velocity is late by less; it moves heights, and the check takes it out.
+    // s. On half of the loggers the velocity is late by less. A lag moves heights; the check removes it from the draws.
     {reason_code::horizontal_lag, "horizontal-lag", severity::note, 0.09},
     {reason_code::vertical_lag, "vertical-lag", severity::note, 0.09},
     // mph: a canopy in straight flight descends more slowly than 25, the limit that the turn is found by.
     {reason_code::no_dive, "no-dive", severity::unusable, 25.0},
-    // mph: no canopy dives faster; who falls does.
+    // mph: no canopy dives faster; a pilot in free fall is.
     {reason_code::too_fast_for_canopy, "too-fast-for-canopy", severity::unusable, 110.0},
     // ft of the stop above the gate, or above the lowest point from the turn to the end of the track.
     {reason_code::ends_in_air, "ends-in-air", severity::unusable, 100.0},
-    // s behind the stop: whether it is one is seen only afterwards.
+    // s recorded behind the stop: only they show that the pilot stood.
     {reason_code::ends_early, "ends-early", severity::doubtful, 0.5},
     // Descents through 2,500 ft after a climb.
     {reason_code::several_runs, "several-runs", severity::doubtful, 1.0},
-    // ft: who was so low between the exit and the turn had landed.
+    // ft: a pilot so low between the exit and the turn had landed.
     {reason_code::exit_of_another_run, "exit-of-another-run", severity::unusable, 200.0},
     // s from the landing that gives a run without a course its gate to the turn: that landing ended another run.
     {reason_code::gate_of_another_run, "gate-of-another-run", severity::unusable, 0.0},
@@ -93,7 +94,7 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::touchdown_is_stop, "touchdown-is-stop", severity::note, 0.0},
 }};
 
-// What counts as 1 of an accuracy.
+// The accuracies that count as 1.
 constexpr float usual_speed_accuracy = 1.0F;
 constexpr float usual_horizontal_accuracy = 5.0F;
 constexpr float usual_vertical_accuracy = 8.0F;

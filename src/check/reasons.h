@@ -58,7 +58,7 @@ enum class reason_code : std::size_t {
 };
 constexpr std::size_t reason_count = static_cast<std::size_t>(reason_code::touchdown_is_stop) + 1;
 
-// What is known of a code without a run: its name, which stays as it is from version to version, and the limit that the
+// The rule behind a code: its name, which does not change from version to version, its weight, and the limit that the
 // measured figure has passed.
 struct reason_rule {
   reason_code code;

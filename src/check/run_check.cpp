@@ -15,7 +15,7 @@ namespace {
 
 constexpr double greatest_ratio = 1.5;
 constexpr double shortest_memory = 0.5;  // s
-// White errors of the velocity hardly contradict the position, but show from sample to sample.
+// White errors of the velocity hardly change its integral, but show as differences from sample to sample.
 constexpr double greatest_roughness = 4.0;
 
 // A gap is more than half a second and more than half as long again as the usual step.
@@ -24,8 +24,8 @@ constexpr double usual_steps = 1.6;
 
 constexpr double other_turn = 45.0;  // degrees
 
-// Standard deviations of the velocity's noise: a jolt below may be none. Of 800 simulated turns 6 had begun earlier by more
-// than three halves of the interval; with 1.5 instead there would be 3, with 2.5 none.
+// Standard deviations of the velocity's noise: a jolt below may be none. Of 800 simulated turns 6 had begun earlier by
+// more than three halves of the interval; with 1.5 instead there would be 3, with 2.5 none.
 constexpr double smallest_jolt = 2.5;
 // Of the interval's width: a start that lies less far before its end is one of those that draws find.
 constexpr double other_start = 3.5;
@@ -94,7 +94,7 @@ void fill_intervals(const swoop &run, const drawn_counts &counts, const check_se
                     run_check &check) {
   const figure_values resolutions = resolutions_of(run);
   const std::uint32_t draws = settings.draws;
-  // A touchdown that nobody marked is the stop, wherever the pilot touched down.
+  // A touchdown that is not marked is the stop, and the interval of the stop says nothing about it.
   const bool is_touchdown_told = is_touchdown_marked(run) || settings.even_if_withheld;
   const bool are_phases_told = check.reason == withheld::nothing || settings.even_if_withheld;
   const auto part_of = [&](std::size_t count) { return static_cast<double>(count) / draws; };
@@ -172,7 +172,7 @@ withheld reason_in(const run_check &check) {
   return withheld::nothing;
 }
 
-// What noise and lag say, and whether intervals would hold.
+// Measures noise and lag, and decides whether the phases get intervals.
 void measure(measured_flight &flight, const stated_noise &stated, double step, run_check &check) {
   const double roughness = measure_roughness(flight);
   check.lag = take_out_lag(flight);
@@ -180,7 +180,8 @@ void measure(measured_flight &flight, const stated_noise &stated, double step, r
   check.peak = measure_peak(flight);
   check.jerk = measure_jerk(flight);
   check.noise = measure_noise(flight, stated, step);
-  // A short flight may seem to have errors that last for ever, and then even the digits of a file are rough.
+  // In a short flight the estimated correlation time may be very long; compared with it the rounding of a file would
+  // count as rough.
   const double memory = std::min(check.noise.memory.velocity, stated_memory.velocity);
   check.roughness = roughness / expected_roughness(check.noise.velocity * mean_velocity_sigma(flight), step, memory);
   check.reason = reason_in(check);

@@ -1,4 +1,5 @@
-// How sure the figures of a run are: the whole analysis over many tracks drawn given the measured one.
+// The uncertainty of the figures of a run: the whole analysis is repeated over many tracks drawn given the measured
+// one.
 #pragma once
 
 #include <array>
@@ -19,17 +20,18 @@ constexpr std::uint32_t most_samples = 4000;
 struct check_settings {
   std::uint32_t draws = 400;
   std::uint64_t seed = 1;
-  bool even_if_withheld = false;  // intervals also where they would not hold, for measuring what they are worth
+  bool even_if_withheld =
+      false;  // intervals also where they are not given, to measure how often they contain the truth
 };
 
-// Why a run's figures get no intervals: none of them, or with a gap, a contradiction and white errors those of the phases,
-// whose detectors walk from sample to sample.
+// Why figures of a run get no intervals. With a gap, a contradiction and white errors only the phases get none: their
+// detectors step from sample to sample. With the other reasons no figure gets one.
 enum class withheld {
   nothing,
   times_out_of_order,    // a time that repeats or steps back among the samples
   gap,                   // samples missing between 15 s before the turn and the stop
-  contradiction,         // positions and velocities contradict each other by more than the logger's word explains
-  white_velocity_noise,  // the velocity's errors are forgotten too soon to be told from the position's
+  contradiction,         // positions and velocities contradict each other by more than the stated accuracy explains
+  white_velocity_noise,  // the velocity's errors have a correlation time too short to be told from the position's
   too_many_samples,      // the figures depend on more than most_samples
   unsolvable,            // numbers that allow no smooth flight
 };

@@ -1,4 +1,4 @@
-// Another start of the turn: before jolts that are too small to mean anything.
+// Another start of the turn: before jolts that may be noise.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@
 namespace tarvel {
 
 // The sample that descends least before the start that was found, reached over samples that descend faster than the
-// least so far by at most the jolt (m/s), within 3 s; the start itself when there is none.
+// least so far by at most the jolt (m/s), within 5 s; the start itself when there is none.
 [[nodiscard]] std::uint32_t start_before_jolts(const swoop &run, double jolt);
 
 struct turn_figure {

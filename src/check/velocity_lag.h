@@ -1,5 +1,5 @@
-// How late a logger's velocities are behind its positions: filters in receivers delay them by some tenths of a second,
-// the vertical ones by more than the horizontal ones. Only the difference is seen, never which of the two is late.
+// The lag of a logger's velocities behind its positions: filters in receivers delay them by some tenths of a second,
+// the vertical ones by more than the horizontal ones. Only the difference between the two can be measured.
 #pragma once
 
 #include <span>
@@ -14,9 +14,9 @@ struct velocity_lag {
   double vertical = 0.0;
 };
 
-// A lag of L makes the drift of the position change by L times the change of the velocity: least squares over spans of a
-// second between two samples, the velocities moved and the rest sought again. 0 where the velocity changes too little to
-// tell. work holds as many numbers as the series twice over.
+// A lag of L makes the drift of the position change by L times the change of the velocity: least squares over spans of
+// a second between two samples, repeated with the velocities moved by the lag found so far. 0 where the velocity
+// changes too little to tell. work holds as many numbers as the series twice over.
 [[nodiscard]] velocity_lag estimate_lag(const motion_series &series, std::size_t first, std::size_t end,
                                         std::span<double> work);
 
