@@ -93,7 +93,7 @@ int main(int argc, char *argv[]) {
     if (path != options.tracks.front()) std::putchar('\n');
     error = nullptr;
     worst = std::max(worst, check_track(path, options, &error));
-    // Each run's words before those of the next, wherever both streams go.
+    // The report of a run comes before the messages of the next, also when both streams go to one file.
     std::fflush(stdout);
     if (error == nullptr) continue;
     std::fprintf(stderr, "%s: %s: %s\n", check_program, path, error);

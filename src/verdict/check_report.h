@@ -12,9 +12,10 @@
 
 namespace tarvel {
 
-// Behind the run's name: when its track begins, the rate and the satellites; a line for each figure, its ends rounded outward; a line for each
-// reason with what to do; the verdict. Lengths and speeds are in feet and mph or, with metric, in metres and km/h. Null
-// on failure, with "malloc() failed", "realloc failed" or "vsnprintf() failed (%d)\n".
+// A line with the run's name, the time of its first sample, the rate and the satellites; a line for each figure with
+// its interval, rounded outward; a line for each reason with what to do; the verdict. Lengths and speeds are in feet
+// and mph or, with metric, in metres and km/h. Null on failure, with "malloc() failed", "realloc failed" or
+// "vsnprintf() failed (%d)\n".
 [[nodiscard]] owned_text format_check_report(const swoop &run, const run_check &check, const run_verdict &verdict,
                                              bool metric, error_slot *error);
 
