@@ -105,7 +105,7 @@ void delay_velocities(measured_run &run, random_source &source) {
   }
 }
 
-// Samples of a pilot who has stopped there, with the errors of a logger that nobody moves.
+// Samples of a pilot who stands there, with the errors of a logger at rest.
 std::vector<gps_point> standing(const gps_point &from, double seconds, double step, random_source &source) {
   std::vector<gps_point> points;
   double wander[2] = {0.0, 0.0};

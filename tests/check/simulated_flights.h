@@ -1,4 +1,4 @@
-// Simulated runs as pilots fly them and loggers measure them, for measuring what checks are worth.
+// Simulated flights with natural fluctuations and the errors of a logger, to measure how well a check does.
 #pragma once
 
 #include <cstdint>
