@@ -41,7 +41,8 @@ TEST(interval_test, widens_by_less_than_a_half) {
     EXPECT_GE(widening_of(static_cast<figure>(i)), 0.9) << i;
     EXPECT_LE(widening_of(static_cast<figure>(i)), 1.3) << i;
   }
-  EXPECT_EQ(widening_of(figure::turn_height), 1.0);
+  EXPECT_EQ(widening_of(figure::max_total_height), 1.0);
+  EXPECT_EQ(widening_of(figure::turn_height), 0.95);
   EXPECT_EQ(widening_of(figure::max_vertical_speed), 1.2);
 }
 
