@@ -1,6 +1,12 @@
 // Jobs for the worker, one at a time: what a person waits for goes before what is done for all files.
 import { FileResult, Job } from "./work";
 
+interface Answer {
+  result?: FileResult;
+  error?: string;
+  isUnreadable?: boolean; // by the worker
+}
+
 interface Waiting {
   job: Job;
   done(result: FileResult): void;
@@ -13,10 +19,10 @@ export class Queue {
   private count = 0;
 
   constructor(private readonly worker: Worker) {
-    worker.addEventListener("message", ({ data }) => this.answered(data));
+    worker.addEventListener("message", ({ data }) => void this.answered(data));
     worker.addEventListener("error", (event) => {
       event.preventDefault();
-      this.answered({ error: event.message || "the engine could not be started" });
+      void this.answered({ error: event.message || "the engine could not be started" });
     });
   }
 
@@ -32,11 +38,32 @@ export class Queue {
   private next(): void {
     if (this.current || this.waiting.length === 0) return;
     this.current = this.waiting.shift()!;
-    this.worker.postMessage({ id: ++this.count, job: this.current.job });
+    this.send(this.current.job);
   }
 
-  private answered(data: { result?: FileResult; error?: string }): void {
+  private send(job: Job, transfer: Transferable[] = []): void {
+    this.worker.postMessage({ id: ++this.count, job }, transfer);
+  }
+
+  // In Safari no worker can read the files of a page from the disk: the page reads them then, and hands their bytes over.
+  private async sendBytes(job: Job, file: Blob): Promise<Answer | null> {
+    try {
+      const bytes = new Uint8Array(await file.arrayBuffer());
+      this.send({ ...job, file: bytes }, [bytes.buffer]);
+      return null;
+    } catch (error) {
+      return { error: (error as Error).message };
+    }
+  }
+
+  private async answered(answer: Answer): Promise<void> {
     const asked = this.current;
+    let data = answer;
+    if (asked && answer.isUnreadable && asked.job.file instanceof Blob) {
+      const failure = await this.sendBytes(asked.job, asked.job.file);
+      if (failure === null) return;
+      data = failure;
+    }
     this.current = null;
     if (asked && data.result) asked.done(data.result);
     else asked?.failed(new Error(data.error));

@@ -30,7 +30,7 @@ export type FileResult = RunResult | WalkResult | DayResult;
 
 export interface Job {
   name: string;
-  file: Blob;
+  file: Blob | Uint8Array;
   courses: Courses;
   options: RunOptions;
   check: boolean;
@@ -87,9 +87,10 @@ export class Workbench {
   constructor(private readonly module: WebAssembly.Module) {}
 
   async do(job: Job): Promise<FileResult> {
-    const engine = await this.engineFor(job.file.size);
+    const content = job.file;
+    const engine = await this.engineFor(content instanceof Blob ? content.size : content.length);
     try {
-      const file = await engine.openBlob(job.name, job.file);
+      const file = content instanceof Blob ? await engine.openBlob(job.name, content) : engine.open(job.name, content);
       const result = resultOf(file, job);
       file.free();
       return result;

@@ -13,7 +13,8 @@ function compile(packed: string): Promise<WebAssembly.Module> {
   const letters = atob(packed);
   const bytes = new Uint8Array(letters.length);
   for (let i = 0; i < letters.length; ++i) bytes[i] = letters.charCodeAt(i);
-  const unpacked = new Blob([bytes]).stream().pipeThrough(new DecompressionStream("gzip"));
+  // No Blob: in Safari the worker of a page from the disk cannot read one.
+  const unpacked = new Response(bytes).body!.pipeThrough(new DecompressionStream("gzip"));
   return WebAssembly.compileStreaming(new Response(unpacked, { headers: { "Content-Type": "application/wasm" } }));
 }
 
@@ -25,8 +26,9 @@ async function answer(id: number, job: Job): Promise<void> {
     const result = await (await workbench).do(job);
     postMessage({ id, result }, { transfer: buffersOf(result) });
   } catch (error) {
+    const isUnreadable = error instanceof DOMException && error.name === "NotReadableError";
     const isMemory = error instanceof RangeError || error instanceof WebAssembly.RuntimeError;
-    postMessage({ id, error: isMemory ? "there is not enough memory for this file" : String((error as Error).message) });
+    postMessage({ id, isUnreadable, error: isMemory ? "there is not enough memory for this file" : String((error as Error).message) });
   }
 }
 
