@@ -160,7 +160,7 @@ class App {
     if (!this.isCourseChosen && (this.course === noCourse || isDefault)) this.course = course.name;
   }
 
-  // A job for a row's file as things stand.
+  // The job for a row's file, with the present course and units.
   private jobOf(row: Row, check: boolean, isKnown: boolean): Job {
     // An index names files from its own folder, where a call of the program would stand.
     const folder = this.course.replace(/[^/]*$/, "");
@@ -171,7 +171,7 @@ class App {
     return { name, file: row.file, courses, options: { metric: this.system === "metric", timeAloft: row.timeAloft }, check, isKnown };
   }
 
-  // All of them, then what depends on what was found, then the checks.
+  // Analyses the rows; all runs again when that has given another course; then checks them.
   private async analyse(rows: Row[], isKnown: boolean): Promise<void> {
     const course = this.course;
     this.toDo += rows.length;
@@ -272,7 +272,7 @@ class App {
     this.draw();
   }
 
-  // The system that the page of the run shows, also where nothing is remembered.
+  // Takes over the units that the page of the run shows, also where the browser remembers none.
   private followUnits(): void {
     const pressed = this.view.querySelector<HTMLElement>('[aria-label="Units"] [aria-pressed="true"]');
     if (pressed) this.system = pressed.dataset.value as System;
@@ -317,7 +317,7 @@ class App {
     return element("label", { class: "choice aloft" }, element("span", {}, "Time aloft, s"), field);
   }
 
-  // Once for all that has changed lately; not between the press and the release of a button, which would be no click then.
+  // Draws once for all recent changes, and not while a button is pressed down: a button that is replaced gets no click.
   private draw(): void {
     if (this.isDrawing) return;
     this.isDrawing = true;

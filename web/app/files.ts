@@ -63,7 +63,7 @@ async function addEntry(entry: FileSystemEntry, path: string, isNamed: boolean, 
 }
 
 export async function collectDropped(data: DataTransfer): Promise<Collection> {
-  // Both are gone after the first wait.
+  // Both lists are empty after the first await.
   const entries = [...data.items].map((item) => item.webkitGetAsEntry?.() ?? null);
   const files = [...data.files];
   const into = new Collector();

@@ -1,4 +1,4 @@
-// Jobs for the worker, one at a time: what a person waits for goes before what is done for all files.
+// Jobs for the worker, one at a time. A job whose result the user waits for goes before the others.
 import { FileResult, Job } from "./work";
 
 interface Answer {

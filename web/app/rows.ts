@@ -26,7 +26,7 @@ export function makeRow(number: number, path: string, file: Blob, isPart: boolea
   return { number, path, file, state, isPart, timeAloft: 0, run: null, result: null, walk: null, message: null, isTicked: false };
 }
 
-// What is kept of all runs together; what is more than that is made again when it is looked at.
+// Bytes of results that are kept for all runs together. Beyond that, a result is made again when its run is opened.
 const mostKept = 200e6;
 let kept = 0;
 

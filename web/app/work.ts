@@ -95,7 +95,7 @@ export class Workbench {
       file.free();
       return result;
     } catch (error) {
-      // What has stopped in the middle of its work is not used again.
+      // An engine whose call did not return is not used again.
       if (engine === this.shared) this.shared = null;
       throw error;
     }
