@@ -9,7 +9,7 @@ import time
 from pathlib import Path
 
 PREFERENCES = {
-    # Nowhere to go: every address is that of a proxy that is not there.
+    # No network: every request goes to a proxy that does not exist.
     "network.proxy.type": 1, "network.proxy.http": "127.0.0.1", "network.proxy.http_port": 9,
     "network.proxy.ssl": "127.0.0.1", "network.proxy.ssl_port": 9,
     "devtools.console.stdout.content": True,

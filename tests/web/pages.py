@@ -20,7 +20,7 @@ def wait_for(condition, seconds=20):
         if value:
             return value
         time.sleep(0.02)
-    raise AssertionError("it did not come to be in time")
+    raise AssertionError("the condition was not met in time")
 
 
 class Workplace:
@@ -51,7 +51,7 @@ class Workplace:
         return re.findall(r"-?\d+(?:\.\d+)?", self.run([TARVEL, *options, run]).stdout)
 
     def page_of_documents(self, name, *documents, status=0):
-        """As if tarvel-json had said this."""
+        """A page of these documents, which a program prints in place of tarvel-json."""
         tracks = []
         for number, document in enumerate(documents):
             tracks.append(f"given-{number}.json")

@@ -31,7 +31,7 @@ endfunction()
 
 tarvel_page_test(page_program_test)
 
-# The sanitizers see nothing of a page.
+# The sanitizers do not apply to scripts of a page.
 if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   tarvel_page_test(browser_test)
   tarvel_page_test(firefox_test)
