@@ -68,7 +68,7 @@ constexpr auto version_text = [] {
   return text;
 }();
 
-// Of another file, which outlives the run.
+// A course file that the host added; it outlives the run.
 struct linked_course {
   const tarvel_file *file = nullptr;
 };
@@ -96,8 +96,8 @@ struct tarvel_file {
 
 namespace {
 
-// Keeps the message; true for none.
-bool settle(tarvel_file &file, error_slot error) {
+// Stores the message of a call, null for success. True for success.
+bool store_message(tarvel_file &file, error_slot error) {
   file.message = error;
   if (error == nullptr) return true;
   file.message_copy = try_duplicate(error);
@@ -116,18 +116,18 @@ const tarvel_bytes *written_output(tarvel_file &file, writer write) {
   error_slot error = nullptr;
   const bool is_written = write_block(file.made, [&](std::FILE *stream) { write(stream, &error); });
   if (!is_written && error == nullptr) error = no_memory;
-  return settle(file, error) ? output_of(file) : nullptr;
+  return store_message(file, error) ? output_of(file) : nullptr;
 }
 
 const tarvel_bytes *text_output(tarvel_file &file, owned_text text, error_slot error) {
-  if (!settle(file, error)) return nullptr;
+  if (!store_message(file, error)) return nullptr;
   file.made.size = std::strlen(text.get());
   file.made.data = std::move(text);
   return output_of(file);
 }
 
-const tarvel_bytes *nothing_to_tell(tarvel_file &file, error_slot error) {
-  settle(file, error);
+const tarvel_bytes *no_output(tarvel_file &file, error_slot error) {
+  store_message(file, error);
   return nullptr;
 }
 
@@ -137,12 +137,12 @@ bool read_file(tarvel_file &file, reader read) {
   error_slot error = nullptr;
   file.warnings = text_buffer_create(&error);
   const memory_stream stream = error == nullptr ? open_block(file.content) : nullptr;
-  if (!stream) return settle(file, no_memory);
+  if (!stream) return store_message(file, no_memory);
   error_slot warning_error = nullptr;
   file.warnings.error = &warning_error;
   read(stream.get(), file.warnings, &error);
   file.warnings.error = nullptr;
-  return settle(file, error == nullptr ? warning_error : error);
+  return store_message(file, error == nullptr ? warning_error : error);
 }
 
 const tarvel_file *find_course(const tarvel_file &run, const char *name) {
@@ -197,7 +197,7 @@ void find_flown_course(const tarvel_file &file, const char *course_name, run_res
 
 bool is_analysed(const tarvel_file &file) { return file.run && file.run->facts.failure.message == nullptr; }
 
-// Of a failed run the whole track. The stop itself is left out: there the pilot may walk off already.
+// Of a failed run the whole track. The stop is left out: from there on the pilot may walk.
 void write_run_map(std::FILE *stream, const swoop &run, bool is_sound) {
   if (is_sound) {
     const gate_ends ends = entry_gate_ends(run.matrix);
@@ -283,7 +283,7 @@ bool tarvel_analyse(tarvel_file *run, const char *course_name, bool metric, std:
   read_track(*run, result);
   if (facts.failure.message == nullptr && course_name != nullptr) find_flown_course(*run, course_name, result);
   if (facts.failure.message == nullptr) analyse_run(result.work, facts);
-  const bool is_sound = settle(*run, facts.failure.message);
+  const bool is_sound = store_message(*run, facts.failure.message);
   if (!is_sound) {
     result.failure = try_duplicate(run->message);
     facts.failure.message = result.failure ? result.failure.get() : no_memory;
@@ -335,7 +335,7 @@ const tarvel_bytes *tarvel_check(tarvel_file *run) {
   result.facts.asked_check = &check_of_programs;
   check_analysed_run(result.work, result.facts);
   error_slot error = result.facts.failure.message;
-  if (error) return nothing_to_tell(*run, error);
+  if (error) return no_output(*run, error);
   const checked_run &checked = *result.facts.checked;
   owned_text report =
       format_check_report(*result.work.run, checked.check, checked.verdict, result.facts.metric, &error);
@@ -382,7 +382,7 @@ const tarvel_bytes *tarvel_jump(tarvel_file *day, std::uint32_t jump) {
   const stretch *const part = find_jump(*day, jump);
   if (part == nullptr) return nullptr;
   const memory_stream source = open_block(day->content);
-  if (!source) return nothing_to_tell(*day, no_memory);
+  if (!source) return no_output(*day, no_memory);
   return written_output(*day, [&](std::FILE *stream, error_slot *error) {
     write_part(source_of(*day, source.get()), *part, stream, error);
   });
