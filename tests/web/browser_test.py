@@ -619,13 +619,17 @@ class PrintTest(unittest.TestCase):
         page = work.page("eight.html", *["carve.csv", "straight.csv", "reversed.csv", "tagged.csv"] * 2)
         self.check(page, 8.5, 11, ["carve", "tagged", "74.9"])
 
-    def test_one_sheet_holds_a_run_with_intervals_and_reasons(self):
+    def test_one_sheet_holds_long_names_and_eight_reasons(self):
         document = work.document("carve.csv", "--check")
+        document["track"]["name"] = f"saturday/{'a name that is long ' * 5}indeed.csv"
         document["check"]["verdict"] = "doubtful"
         document["check"]["reasons"] = [
             {"code": f"reason-{i}", "severity": "doubtful", "value": i, "unit": None,
-             "text": "what was measured, and what to do about it"} for i in range(6)]
-        self.check(work.page_of_documents("check.html", document), 8.5, 11, ["Doubtful", "reason-5"])
+             "text": "what was measured, and what to do about it, in many words, " * 3} for i in range(8)]
+        for documents in ([document], [document] * 8):
+            page = work.page_of_documents("check.html", *documents)
+            for width, height in ((8.27, 11.69), (8.5, 11)):
+                self.check(page, width, height, ["indeed", "oubtful", "reason-7", "From the side", "Turn rate"])
 
     def test_a_failed_run_prints_its_message(self):
         self.check(work.page("walk.html", "walk.csv", status=1), 8.27, 11.69, ["could not detect pattern entry"])

@@ -8,7 +8,7 @@ import { Panel } from "./panels";
 import { Run, findMark, turnToStop } from "./runs";
 import { sceneFromAbove, sceneFromTheSide } from "./scene";
 import { Units } from "./units";
-import { View } from "./view";
+import { View, ViewOptions } from "./view";
 
 export const alignments: { value: Alignment; text: string }[] = [
   { value: "entry_gate", text: "gate" },
@@ -76,9 +76,9 @@ export function makeViews(
   matching: Matching,
   units: Units,
   palette: Palette,
-  pixelRatio: number,
+  { pixelRatio, textSize }: Pick<ViewOptions, "pixelRatio" | "textSize">,
   cursor: Cursor | null,
 ): View[] {
   const pick = (run: number, sample: number) => cursor?.move(matching.sampleFor(run, sample));
-  return [sceneFromAbove(matching.runs), sceneFromTheSide(matching.runs)].map((scene) => new View(scene, { units, palette, pixelRatio, pick }));
+  return [sceneFromAbove(matching.runs), sceneFromTheSide(matching.runs)].map((scene) => new View(scene, { units, palette, pixelRatio, textSize, pick }));
 }

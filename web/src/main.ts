@@ -160,7 +160,7 @@ class RunPage {
     this.stretch?.forget();
     const stretch = this.stretch ?? stretchOf(matching.axes, runs, this.kind);
     this.stretch = stretch;
-    this.views = makeViews(matching, units, palette, Math.max(1, window.devicePixelRatio), cursor);
+    this.views = makeViews(matching, units, palette, { pixelRatio: Math.max(1, window.devicePixelRatio), textSize: 12 }, cursor);
     this.readout = new Readout(matching, cursor, units, alignmentName(this.alignment), palette);
     const flight = makeCurves(flightPanels(matching, palette), matching, stretch, units, palette, cursor);
     this.curves = [flight];

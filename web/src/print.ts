@@ -12,11 +12,13 @@ import { Matching } from "./matching";
 import { flightPanels } from "./panels";
 import { Units } from "./units";
 
-const pixelRatio = 3; // about 300 dots an inch
+const look = { pixelRatio: 3, textSize: 10 }; // about 300 dots an inch
 
 // Letter less its margins, in CSS pixels: A4 is higher.
 const sheetHeight = 972;
-const aroundDrawings = 150; // their heads, notes and gaps, and the last line
+const aroundDrawings = 104; // their heads, notes and gaps, and the last line
+const leastDrawings = 400;
+const leastZoom = 0.3;
 
 export interface SheetSource {
   documents: RunDocument[];
@@ -26,31 +28,53 @@ export interface SheetSource {
   units: Units;
 }
 
-// Draws into the page, and returns what takes it away again.
+// One run: its verdict with the reasons. Several: which of them are not good.
+function verdictLines(documents: RunDocument[], labels: string[]): HTMLElement[] {
+  if (documents.length === 1) return verdictPanels(documents, labels);
+  return documents.flatMap((document, i) => {
+    const check = checkOf(document);
+    if (!check || check.verdict === "good") return [];
+    const codes = check.reasons.filter(({ severity }) => severity !== "note").map(({ code }) => code);
+    return [element("p", { class: "note" }, `${labels[i]}: ${check.verdict}: ${codes.join(", ")}`)];
+  });
+}
+
+// Everything is smaller where words, in the width of the paper, leave too little height for the drawings. Returns that height.
+function fitWords(paper: HTMLElement, sheet: HTMLElement): number {
+  for (let zoom = 1; ; zoom -= 0.05) {
+    sheet.style.setProperty("zoom", String(zoom));
+    const left = (sheetHeight - paper.offsetHeight) / zoom - aroundDrawings;
+    if (left >= leastDrawings || zoom < leastZoom) return Math.max(left, leastDrawings);
+  }
+}
+
+// Adds the sheet to the page, and returns the function that removes it.
 export function addSheet(root: HTMLElement, { documents, labels, colours, matching, units }: SheetSource): () => void {
   const [first] = documents;
   const gate = first.phases?.entry_gate?.clock ?? first.track.first_clock;
   const line = (text: string) => element("p", {}, text);
   const sheet = element(
     "div",
-    { class: documents.length > 1 ? "sheet several" : "sheet" },
-    element("h1", {}, labels.join(", ")),
+    { class: documents.length > 1 ? "several" : "" },
+    element("h1", {}, labels[0]),
+    documents.length > 1 ? line(`compared with ${labels.slice(1).join(", ")}`) : null,
     line(`${clockText(gate)} · course: ${courseText(first)} · Tarvel ${first.program.version}`),
     failurePanel(first),
   );
-  root.append(sheet);
-  const palette = paletteOf(sheet);
+  const paper = element("div", { class: "sheet" }, sheet);
+  root.append(paper);
+  const palette = paletteOf(paper);
   const check = checkOf(first);
-  sheet.append(...verdictPanels(documents, labels));
+  sheet.append(...verdictLines(documents, labels));
   if (documents.length > 1) sheet.append(comparisonTable(documents, labels, colours, palette, units));
   else if (first.figures) sheet.append(scoreTiles(first, check, units), phaseTable(first, labels[0], check, units));
-  if (!matching) return () => sheet.remove();
+  if (!matching) return () => paper.remove();
 
-  // The drawings take what the text leaves: two rows of curves below one of views.
-  const left = Math.max(330, sheetHeight - aroundDrawings - sheet.offsetHeight);
-  sheet.style.setProperty("--view-height", `${Math.floor(left * 0.44)}px`);
-  sheet.style.setProperty("--plot-height", `${Math.floor(left * 0.28)}px`);
-  const views = makeViews(matching, units, palette, pixelRatio, null);
+  // The drawings take what the words leave: two rows of curves below one of views.
+  const left = fitWords(paper, sheet);
+  sheet.style.setProperty("--view-height", `${Math.floor(left * 0.5)}px`);
+  sheet.style.setProperty("--plot-height", `${Math.floor(left * 0.25)}px`);
+  const views = makeViews(matching, units, palette, look, null);
   sheet.append(element("div", { class: "views" }, ...views.map((view) => view.root)));
   const panels = flightPanels(matching, palette);
   const four = matching.runs.length === 1 ? panels : panels.filter(({ title }) => !/^(Total|Heading)/.test(title));
@@ -62,6 +86,6 @@ export function addSheet(root: HTMLElement, { documents, labels, colours, matchi
   sheet.append(line(`Curves over ${axis}. SHA-256 of the track: ${first.track.sha256 ?? "unknown"}`));
   return () => {
     curves.destroy();
-    sheet.remove();
+    paper.remove();
   };
 }

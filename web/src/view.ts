@@ -11,6 +11,7 @@ export interface ViewOptions {
   units: Units;
   palette: Palette;
   pixelRatio: number;
+  textSize: number; // px
   pick(run: number, sample: number): void;
 }
 
@@ -179,7 +180,7 @@ export class View {
     const factor = this.options.units.factor("length");
     const step = niceStep((gridSpace / this.projection.pixelsPerMetre) * factor);
     const decimals = step < 1 ? Math.ceil(-Math.log10(step)) : 0;
-    context.font = `11px ${font}`;
+    context.font = `${this.options.textSize - 1}px ${font}`;
     context.fillStyle = this.palette.muted;
     context.strokeStyle = this.palette.grid;
     context.lineWidth = 1;
@@ -320,9 +321,10 @@ export class View {
       .map((mark) => ({ ...mark, at: [this.projection.x(mark.at[0]), this.projection.y(mark.at[1])] as Point }))
       .filter((mark) => isInside(mark.at));
     const named = onScreen.filter((mark) => mark.run === 0);
-    context.font = `600 12px ${font}`;
+    const { textSize } = this.options;
+    context.font = `600 ${textSize}px ${font}`;
     const boxes = placeLabels(
-      named.map(({ name, at }) => ({ x: at[0], y: at[1], width: context.measureText(name).width + 6, height: 17 })),
+      named.map(({ name, at }) => ({ x: at[0], y: at[1], width: context.measureText(name).width + 6, height: textSize + 5 })),
       this.screenPath(),
       { x: 40, y: 2, width: this.width - 44, height: this.height - 22 },
     );
