@@ -52,7 +52,7 @@ export function speedColour(part: number, palette: Palette): string {
   return `rgb(${mixed.join(",")})`;
 }
 
-// Runs beyond the last colour begin anew with dashes.
+// Beyond the last colour, runs have the colours from the first again, with dashes.
 export function runColour(run: number, palette: Palette): string {
   return palette.runs[run % mostColours];
 }

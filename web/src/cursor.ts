@@ -1,4 +1,4 @@
-// The one cursor: a sample of the first run, and who wants to know when it moves.
+// The one cursor: a sample of the first run, and the listeners that are called when it moves.
 
 type Listener = (sample: number, source: unknown) => void;
 

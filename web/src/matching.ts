@@ -15,7 +15,7 @@ export class Matching {
     this.times = kind === "time" ? this.axes : runs.map((run) => axisSamples(run, "time", alignment));
   }
 
-  // Of each run, -1 for one that has no samples there. A sample that the axis has not is matched by its time.
+  // Of each run, -1 for one that has no samples there. A sample that is not on the axis is matched by its time.
   of(sample: number): Int32Array {
     const place = this.axes[0].places[sample];
     const axes = place < 0 ? this.times : this.axes;

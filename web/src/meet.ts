@@ -13,7 +13,7 @@ import { unitsOf } from "./units";
 let receive: (document: RunDocument) => void;
 Object.assign(window, { tarvelRun: (document: RunDocument) => receive(unpack(document)) });
 
-// The content policy knows scripts by the number that this one has.
+// The content policy admits scripts with the nonce of this one.
 const nonce = (document.currentScript as HTMLScriptElement).nonce;
 
 function loadRun(run: MeetRun): Promise<RunDocument> {

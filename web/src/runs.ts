@@ -1,5 +1,5 @@
-// A run as the page draws it: the samples of its document as columns in metres, m/s, seconds and degrees. A value that the
-// document has not is NaN.
+// A run as the page draws it: the samples of its document as columns in metres, m/s, seconds and degrees. A value that is
+// missing in the document is NaN.
 import { Column, Phase, RunDocument, Samples } from "./document";
 
 export interface Mark {

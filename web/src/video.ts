@@ -27,12 +27,12 @@ export class VideoPanel {
   private address: string | null = null;
   private moment: string;
   private isOwnSeek = false;
-  private wanted: number | null = null; // where the cursor went while the last place was still looked for
+  private wanted: number | null = null; // the time to seek when the present seek has ended
 
   constructor(
     private readonly run: Run,
     private readonly cursor: Cursor,
-    signal: AbortSignal, // takes the panel's hands off the document
+    signal: AbortSignal, // removes the panel's listeners from the document
   ) {
     const moments = run.marks.map((mark) => ({ value: mark.key, text: mark.name }));
     this.moment = findMark(run, "touchdown")?.key ?? moments[0]?.value ?? "";
@@ -95,7 +95,7 @@ export class VideoPanel {
     this.follow(this.video.currentTime);
   }
 
-  // Videos do not say how many frames a second they have; thirty is what most cameras make.
+  // A page cannot find a video's frame rate: 30 a second are assumed.
   private step(frames: number): void {
     this.video.pause();
     this.video.currentTime = Math.max(0, this.video.currentTime + frames / 30);
