@@ -457,7 +457,7 @@ class ComparisonTest(unittest.TestCase):
         self.assertIn("could not detect pattern entry", texts(".failed"))
         colours = script("return [...document.querySelectorAll('.comparison .swatch')].map(each => each.style.backgroundColor)")
         self.assertEqual(len(set(colours)), 2)
-        self.assertEqual(texts(".panels .key li")[:2], ["carve", "straight"])
+        self.assertEqual(texts(".curve-tools .key li"), ["carve", "straight"])
 
     def test_eight_runs_are_told_apart(self):
         runs = ["carve.csv", "straight.csv", "reversed.csv", "tagged.csv"] * 2

@@ -98,7 +98,7 @@ const words: Record<Check["verdict"], string> = {
 };
 const signs = { good: "✓", doubtful: "?", unusable: "✕", note: "i" };
 
-// Why figures have no interval. A figure that the run has not needs no words.
+// Why figures have no interval. Figures that the run does not have are not mentioned.
 const whyWords: Record<string, string> = {
   "touchdown-is-stop": "the touchdown is not marked, and the stop is taken for it",
   "times-out-of-order": "the samples' times are not in order",
@@ -129,7 +129,7 @@ function reasonItem({ code, severity, text }: Reason): HTMLElement {
     "li",
     { class: severity },
     element("span", { class: "sign", "aria-hidden": "true" }, signs[severity]),
-    element("span", {}, element("strong", {}, severity), `: ${text} `, element("code", {}, code)),
+    element("span", {}, element("strong", {}, severity), `: ${text} `, element("code", {}, `(${code})`)),
   );
 }
 

@@ -105,7 +105,7 @@ export class Curves {
 
   resize(): void {
     for (const { uplot, size } of this.plots) {
-      // At once, since a sheet of paper is taken as soon as it has been made.
+      // Drawn at once: the browser prints a sheet as soon as it has been made.
       if (size.width > 0 && (size.width !== uplot.width || size.height !== uplot.height)) {
         uplot.batch(() => uplot.setSize(size));
       }
@@ -140,7 +140,7 @@ export class Curves {
     const unit = units.unit(panel.quantity);
     const title = element("h3", {}, unit === "" ? panel.title : `${panel.title}, ${unit}`);
     const key = element("ul", { class: "key" });
-    if (panel.curves.length > 1) for (const curve of panel.curves) key.append(keyEntry(curve.name, curve.colour, curve.dash));
+    if (panel.hasKey) for (const curve of panel.curves) key.append(keyEntry(curve.name, curve.colour, curve.dash));
     const head = element("div", { class: "panel-head" }, title, key);
     this.root.append(
       element("section", { class: "panel" }, head, area, panel.note ? element("p", { class: "note" }, panel.note) : null),
@@ -280,9 +280,10 @@ export class Curves {
     const taken: [number, number][] = [];
     const marks = [...this.options.marks].sort((a, b) => Number(b.isGate) - Number(a.isGate));
     for (const { name, value } of marks) {
-      const x = uplot.valToPos(value * this.xFactor, "x", true);
+      const place = uplot.valToPos(value * this.xFactor, "x", true);
       const half = context.measureText(name).width / 2 + 3 * ratio;
-      const isOutside = x < bbox.left || x > bbox.left + bbox.width;
+      const isOutside = place < bbox.left || place > bbox.left + bbox.width;
+      const x = Math.min(place, context.canvas.width - half);
       if (isOutside || taken.some(([from, to]) => x + half > from && x - half < to)) continue;
       taken.push([x - half, x + half]);
       context.fillText(name, x, bbox.top - 2 * ratio);
@@ -297,7 +298,7 @@ export class Curves {
 
   private placeCursor({ panel, uplot, line, dots }: Plot): void {
     const factor = this.options.units.factor(panel.quantity);
-    // Not asked of the element, which would lay out the page anew.
+    // Not read from the element, which would make the browser lay out the page.
     const width = uplot.bbox.width / uPlot.pxRatio;
     const height = uplot.bbox.height / uPlot.pxRatio;
     let lineAt = NaN;

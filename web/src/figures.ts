@@ -12,7 +12,7 @@ export function quantityOf(figure: Figure): Quantity {
   return quantities[figure.unit];
 }
 
-// The report has no minus before these when they are rounded to 0; before the others it has.
+// Where these are rounded to 0, the report prints no minus sign; before all others it does.
 const withoutMinusZero = new Set(["rollout_end_back", "rollout_end_offset"]);
 
 // As the report prints it in these units, without the unit. The report's own text where it is in them.
@@ -77,6 +77,12 @@ function valueElement(check: Check | null, key: string, figure: Figure, units: U
   return element(isBounded(check, key) ? "s" : "span", { "data-figure": key }, text);
 }
 
+// A table that scrolls where it is too wide, below words that do not.
+function described(label: string, words: string, table: HTMLElement): HTMLElement {
+  const scroll = element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": label }, table);
+  return element("div", { class: "described" }, element("p", { class: "note" }, words), scroll);
+}
+
 function intervalNote(check: Check | null, key: string, figure: Figure, units: Units): HTMLElement | null {
   const text = intervalText(check, key, figure, units);
   return text === "" ? null : element("span", { class: "interval" }, text);
@@ -129,7 +135,6 @@ export function phaseTable(
   const table = element(
     "table",
     { class: "figures" },
-    element("caption", {}, "Phases: height above the gate, distance back from it, offset to the right of the centre line"),
     element("thead", {}, element("tr", {}, element("th", { scope: "col" }, "Phase"), ...heads.map((head) => element("th", { scope: "col" }, head)))),
   );
   const body = element("tbody");
@@ -146,7 +151,7 @@ export function phaseTable(
     body.append(line);
   }
   table.append(body);
-  return element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": `Phases of ${label}` }, table);
+  return described(`Phases of ${label}`, "Phases: height above the gate, distance back from it, offset to the right of the centre line", table);
 }
 
 function swatch(run: number, palette: Palette): HTMLElement {
@@ -194,6 +199,6 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
     }
     body.append(line);
   });
-  const table = element("table", { class: "figures comparison" }, element("caption", {}, "Figures, and how they differ from those of the first run"), element("thead", {}, head), body);
-  return element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": "Runs compared" }, table);
+  const table = element("table", { class: "figures comparison" }, element("thead", {}, head), body);
+  return described("Runs compared", "Figures, and how they differ from those of the first run", table);
 }

@@ -1,9 +1,9 @@
 // The page of one run, or of several compared with the first.
 import { Alignment, AxisKind } from "./axis";
 import { checkOf, verdictPanels } from "./check";
-import { Palette, paletteOf, speedColour } from "./colours";
+import { Palette, paletteOf, runColour, runDash, speedColour } from "./colours";
 import { Cursor } from "./cursor";
-import { Curves, Stretch, axisTitle } from "./curves";
+import { Curves, Stretch, axisTitle, keyEntry } from "./curves";
 import { RunDocument } from "./document";
 import { button, choose, element, segments } from "./dom";
 import { alignmentName, alignments, makeCurves, makeViews, stretchOf } from "./drawings";
@@ -21,7 +21,7 @@ import { VideoPanel } from "./video";
 import { View, speedRange } from "./view";
 
 export interface Shown {
-  // Takes the page out of its root, and its listeners from the window.
+  // Removes the page from its root, and its listeners from the window.
   close(): void;
 }
 
@@ -135,7 +135,7 @@ class RunPage {
     const palette = paletteOf(this.root);
     const parts = [failurePanel(first), warningList(first), ...verdictPanels(documents, this.labels)];
     body.append(...parts.filter((part): part is HTMLElement => part !== null));
-    if (documents.length > 1) body.append(comparisonTable(documents, this.labels, this.colours, palette, units));
+    if (documents.length > 1) body.append(element("section", { class: "panel" }, comparisonTable(documents, this.labels, this.colours, palette, units)));
     else if (first.figures) body.append(scoreTiles(first, checkOf(first), units));
     this.matching = this.cursor ? new Matching(this.runs, this.kind, this.alignment) : null;
   }
@@ -144,12 +144,14 @@ class RunPage {
     const { cursor, matching, documents, body, units } = this;
     const [first] = documents;
     if (cursor && matching) this.addViewsAndCurves(cursor, matching, paletteOf(this.root));
+    const phases = element("div", { class: "phase-tables" });
     documents.forEach((document, i) => {
       if (!document.figures) return;
       const name = documents.length > 1 ? element("h3", {}, runName(this.labels[i], this.colours[i], paletteOf(this.root))) : null;
       const table = phaseTable(document, this.labels[i], checkOf(document), units, i === 0 ? null : first);
-      body.append(element("section", { class: "panel" }, name, table));
+      phases.append(element("section", { class: "panel" }, name, table));
     });
+    body.append(phases);
     this.resize();
     if (cursor) this.showCursor(cursor.sample);
   }
@@ -234,8 +236,15 @@ class RunPage {
         button("−", { class: "tool", "aria-label": "Zoom out: curves" }, zoomBy(1 / 1.5)),
         button("Fit", { class: "tool", "aria-label": "Fit: curves" }, () => stretch.fit()),
       ),
+      this.runs.length > 1 ? this.key() : null,
       element("p", { class: "note axis-title" }, `x axis: ${axisTitle(this.kind, alignmentName(this.alignment), this.units)}`),
     );
+  }
+
+  // Of all panels of curves.
+  private key(): HTMLElement {
+    const palette = paletteOf(this.root);
+    return element("ul", { class: "key" }, ...this.runs.map(({ label }, i) => keyEntry(label, runColour(i, palette), runDash(i))));
   }
 
   // The control that was used is made anew, too, and gets the focus back; nor does the page jump.
@@ -305,7 +314,7 @@ class RunPage {
   }
 }
 
-// A page that nobody sees is not painted, and does not wait for it.
+// A hidden page is not painted: to wait for a frame would be to wait for ever.
 function afterPaint(then: () => void): void {
   if (document.hidden) setTimeout(then);
   else requestAnimationFrame(() => setTimeout(then));

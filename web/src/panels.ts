@@ -24,13 +24,14 @@ export interface Panel {
   curves: Curve[];
   limit: number; // the axis ends there, on either side of 0
   isOnBase: boolean; // the axis contains 0
+  hasKey: boolean; // names its curves, where they are not the runs' own
   shades: [number, number][]; // stretches of the x axis
   note: string; // what the shades mean
 }
 
 function panel(title: string, channel: Channel, curves: Curve[], more: Partial<Panel> = {}): Panel {
   const { quantity, decimals } = channel;
-  return { title, quantity, decimals, curves, limit: Infinity, isOnBase: false, shades: [], note: "", ...more };
+  return { title, quantity, decimals, curves, limit: Infinity, isOnBase: false, hasKey: false, shades: [], note: "", ...more };
 }
 
 function columnOf(axis: AxisSamples, column: Float64Array): Float64Array {
@@ -84,7 +85,7 @@ function speedPanels(matching: Matching, palette: Palette): Panel[] {
       [channels.vertical, palette.vertical, [8, 4]],
       [channels.horizontal, palette.horizontal, []],
     ];
-    return [panel("Speed", channels.horizontal, curvesOfChannels(matching, shown), more)];
+    return [panel("Speed", channels.horizontal, curvesOfChannels(matching, shown), { ...more, hasKey: true })];
   }
   const speeds: [string, Channel][] = [
     ["Horizontal speed", channels.horizontal],
@@ -118,7 +119,7 @@ export function accuracyPanels(matching: Matching, palette: Palette): Panel[] {
               [channels.verticalAccuracy, palette.vertical, [8, 4]],
               [channels.horizontalAccuracy, palette.horizontal, []],
             ]),
-            { isOnBase: true },
+            { isOnBase: true, hasKey: true },
           ),
         ]
       : [
