@@ -1,8 +1,8 @@
 // Checks before and after charts are drawn, since the drawing libraries do not report a lack of resources.
 //
 // When memory or a thread is refused, these libraries end the process. When the font configuration cannot be loaded,
-// they wait for ever or use other fonts. When a font file cannot be opened, they draw no text. The check before drawing
-// tests that the resources are available; the checks after it detect incomplete pages.
+// they hang or use other fonts. When a font file cannot be opened, they draw no text. The check before drawing tests
+// that the resources are available; the checks after it detect incomplete pages.
 //
 // The checks do not cover memory that runs out while the charts are drawn: the process may then end, or letters of a
 // text may be missing. errno does not show it reliably: the C library also sets it when one way to allocate fails and

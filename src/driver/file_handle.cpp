@@ -15,8 +15,8 @@ namespace tarvel {
 
 namespace {
 
-// Opens with O_NONBLOCK, since open() of a FIFO without a process at its other end would wait for ever. Reading and
-// writing then block again.
+// Opens with O_NONBLOCK, since open() of a FIFO without a process at its other end would block. Reading and writing
+// then block again.
 file_handle open_stream(const char *path, int flags, const char *mode) {
   const int descriptor = open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
   if (descriptor < 0) return nullptr;

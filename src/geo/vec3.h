@@ -16,7 +16,7 @@ struct vec2 {
   double y = 0.0;
 };
 
-// b - a: the way from a to b.
+// b - a: the vector from a to b.
 [[nodiscard]] vec3 vec3_sub(const vec3 &a, const vec3 &b);
 [[nodiscard]] vec3 vec3_cross(const vec3 &a, const vec3 &b);
 [[nodiscard]] double vec3_length(const vec3 &v);
@@ -26,7 +26,7 @@ struct vec2 {
 // The plan distance, z ignored.
 [[nodiscard]] double distance_2d(const vec3 &a, const vec3 &b);
 
-// b - a: the way from a to b.
+// b - a: the vector from a to b.
 [[nodiscard]] vec2 vec2_sub(vec2 a, vec2 b);
 [[nodiscard]] double vec2_dot(vec2 a, vec2 b);
 // Positive when b lies to the left of a.
