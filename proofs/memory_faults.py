@@ -219,7 +219,7 @@ def run_pass(name: str, at: Build, lines: list[CommandLine], plans: Plans, judge
     jobs = [(line, sound, fault) for line, sound in zip(lines, sounds) for fault in plans(sound)]
     in_parallel(attempt, jobs)
     faults = len({(line.name, fault.kind, fault.number) for line, _, fault in jobs})
-    return f"{name}: {len(lines)} command lines, {faults:,} requests or limits, {len(jobs):,} calls"
+    return f"{name}: {len(lines)} command lines, {faults:,} allocations or limits, {len(jobs):,} calls"
 
 
 def prove(words: list[str]) -> Outcome:
