@@ -36,7 +36,7 @@ from proofs.harness import (ROOT, Conditions, Outcome, Result, Tally, Workplace,
 
 PROCESSOR_TIME = 5  # seconds; a call takes 0.05, with sanitizers 1
 TIMEOUT = 300.0  # seconds, for a machine under heavy load
-DRAWING_CALLS = 150  # for each command line and way to fail
+DRAWING_CALLS = 150  # for each command line, once and onward
 LIMIT_STEP = 1 << 16  # bytes
 # The largest size; the smallest is a megabyte, below which no program can be loaded.
 LIMITS = {"addresses": (resource.RLIMIT_AS, 112 << 20), "data": (resource.RLIMIT_DATA, 96 << 20)}
@@ -146,8 +146,8 @@ def judge_own(line: CommandLine, counted: Counted, sound: Result) -> Judged:
         return "crash", f"is ended by signal {-result.status}: {result.err[-200:]!r}"
     if lost := lost_inputs(line, result, sound):
         return "input lost", f"loses {lost}"
-    if strangers := {*result.files} - {*sound.files, *line.files}:
-        return "stranger", f"leaves {sorted(strangers)}"
+    if unexpected := {*result.files} - {*sound.files, *line.files}:
+        return "unexpected file", f"leaves {sorted(unexpected)}"
     if result == sound:
         return "undisturbed", None
     if result.status == 0:
@@ -193,7 +193,7 @@ def own_plans(sound: Counted) -> list[Fault]:
 
 
 def drawing_plans(sound: Counted, at_start: int) -> list[Fault]:
-    """What the libraries ask for when they are loaded comes before any output."""
+    """Without the allocations of the libraries while they are loaded, before any output."""
     step = max(1, (sound.drawing - at_start) // DRAWING_CALLS)
     numbers = range(at_start + 1, sound.drawing + 1, step)
     return [Fault("drawing", n, how) for how in ("once", "onward") for n in numbers]
@@ -204,7 +204,7 @@ def limit_plans(_: Counted) -> list[Fault]:
 
 
 def run_pass(name: str, at: Build, lines: list[CommandLine], plans: Plans, judge: Judge, tally: Tally) -> str:
-    """Tries all faults of the command lines, and says how many of each there were."""
+    """Tries all faults of the command lines. Returns the counts as text."""
     def attempt(job: tuple[CommandLine, Counted, Fault]) -> None:
         line, sound, fault = job
         counted = at.call(line, fault)

@@ -34,7 +34,7 @@ class MemoryFaultsTest(unittest.TestCase):
         files.update({name.replace("_", "."): Entry("-", content) for name, content in changed.items()})
         return judge(self.line, Counted(Result(status, out, err, files), refused=refused), self.sound)
 
-    def test_a_refused_request_is_told_or_does_not_matter(self) -> None:
+    def test_a_failed_allocation_is_reported_or_has_no_effect(self) -> None:
         own = memory_faults.judge_own
         self.assertEqual(self.judged(own), ("undisturbed", None))
         self.assertEqual(self.judged(own, status=1, out=b"\nReport" + self.short),
@@ -44,7 +44,7 @@ class MemoryFaultsTest(unittest.TestCase):
             "sanitizer": self.judged(own, status=memory_faults.SANITIZER_REPORT),
             "crash": self.judged(own, status=-signal.SIGSEGV),
             "input lost": self.judged(own, gone="run.csv"),
-            "stranger": self.judged(own, run_tmp=b""),
+            "unexpected file": self.judged(own, run_tmp=b""),
             "wrong success": self.judged(own, run_txt=b"repor"),
             "message": self.judged(own, status=1, out=b"ERROR: could not find rollout\n"),
             "status": self.judged(own, status=2),
