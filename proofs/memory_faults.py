@@ -155,6 +155,10 @@ def judge_own(line: CommandLine, counted: Counted, sound: Result) -> Judged:
     return check_message(result, sound) if result.status == 1 else ("status", f"exits with {result.status}")
 
 
+def judge_fault(line: CommandLine, counted: Counted, sound: Result) -> Judged:
+    return judge_own(line, counted, sound) if counted.refused else ("no fault", "no allocation failed")
+
+
 def fonts_in(result: Result) -> set[bytes]:
     contents = b"".join(entry.content or b"" for entry in result.files.values())
     return set(re.findall(rb"/FontName /[A-Z]{6}\+(\S+)", contents))
@@ -229,10 +233,10 @@ def prove(words: list[str]) -> Outcome:
         drawn, checked = ([line for line in lines if line.name in names] for names in (DRAWING_LINES, SANITIZER_LINES))
         at_start = plain.call(next(line for line in lines if line.name == "version")).drawing
         passes: list[tuple[str, Build, list[CommandLine], Plans, Judge]] = [
-            ("own", plain, lines, own_plans, judge_own),
+            ("own", plain, lines, own_plans, judge_fault),
             ("drawing", plain, drawn, lambda sound: drawing_plans(sound, at_start), judge_drawing),
             ("limit", plain, drawn, limit_plans, judge_limit),
-            ("sanitizer", guarded, checked, own_plans, judge_own)]
+            ("sanitizer", guarded, checked, own_plans, judge_fault)]
         done = [run_pass(*given, tally) for given in passes if not words or given[0] in words]
     tally.show()
     drawings = tally.counts.get("drawing", collections.Counter())

@@ -56,6 +56,10 @@ class MemoryFaultsTest(unittest.TestCase):
         self.assertTrue(self.judged(own, status=1, out=self.short, err=b"library")[1])
         self.assertEqual(self.judged(own, out=b"\nReport\n")[0], "wrong success")
 
+    def test_an_allocation_must_have_failed(self) -> None:
+        self.assertEqual(self.judged(memory_faults.judge_fault), ("undisturbed", None))
+        self.assertEqual(self.judged(memory_faults.judge_fault, 0), ("no fault", "no allocation failed"))
+
     def test_an_input_may_be_set_aside(self) -> None:
         self.sound.files["run.csv.orig"] = Entry("-", b"track")
         self.addCleanup(self.sound.files.pop, "run.csv.orig")
