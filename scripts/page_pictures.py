@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""scripts/page_pictures.py FOLDER OUT [TARVEL_HTML]: takes a picture of FOLDER/carve.html, OUT/page.png; one of
-FOLDER/compared.html, OUT/page-compared.png; and one of tarvel.html with the tracks of FOLDER, OUT/browser.png. Needs
-Debian's chromium and python3-selenium."""
+"""scripts/page_pictures.py FOLDER OUT TARVEL_HTML: pictures of the pages of a folder, as OUT/page.png (carve.html),
+OUT/page-compared.png (compared.html), OUT/meet.png (results/index.html) and OUT/browser.png (tarvel.html with the folder's
+tracks). Needs Debian's chromium and python3-selenium."""
 import base64
 import sys
 from pathlib import Path
@@ -12,13 +12,16 @@ import chromium  # noqa: E402
 WIDTH = 1280
 
 
-def draw(driver, page, out):
-    driver.get(page.as_uri())
-    driver.execute_async_script("const done = arguments[0]; setTimeout(done, 1000)")  # until the page is drawn
-    height = driver.execute_script("return document.querySelector('details.more').getBoundingClientRect().top + scrollY")
+def capture(driver, height, out):
     picture = driver.execute_cdp_cmd("Page.captureScreenshot", {
         "captureBeyondViewport": True, "clip": {"x": 0, "y": 0, "width": WIDTH, "height": height, "scale": 1}})
     out.write_bytes(base64.b64decode(picture["data"]))
+
+
+def draw(driver, page, out, end="document.querySelector('details.more').getBoundingClientRect().top"):
+    driver.get(page.as_uri())
+    driver.execute_async_script("const done = arguments[0]; setTimeout(done, 1000)")  # until the page is drawn
+    capture(driver, driver.execute_script(f"return {end} + scrollY"), out)
 
 
 def draw_all_files(driver, page, folder, out):
@@ -27,21 +30,18 @@ def draw_all_files(driver, page, folder, out):
     driver.find_element("id", "files").send_keys("\n".join(map(str, files)))
     verdicts = "const done = arguments[0]; setInterval(() => document.querySelectorAll('.mark').length > 2 && done(), 100)"
     driver.execute_async_script(verdicts)
-    height = driver.execute_script("return document.querySelector('.files').getBoundingClientRect().bottom + 30")
-    picture = driver.execute_cdp_cmd("Page.captureScreenshot", {
-        "clip": {"x": 0, "y": 0, "width": WIDTH, "height": height, "scale": 1}})
-    out.write_bytes(base64.b64decode(picture["data"]))
+    capture(driver, driver.execute_script("return document.querySelector('.files').getBoundingClientRect().bottom + 30"), out)
 
 
 def main():
-    folder, out = Path(sys.argv[1]).resolve(), Path(sys.argv[2])
-    pages = [Path(each).resolve() for each in sys.argv[3:]]
+    folder, out, browser_page = (Path(each).resolve() for each in sys.argv[1:])
     driver = chromium.start(WIDTH)
     try:
         draw(driver, folder / "carve.html", out / "page.png")
         draw(driver, folder / "compared.html", out / "page-compared.png")
-        for page in pages:
-            draw_all_files(driver, page, folder, out / "browser.png")
+        draw(driver, folder / "results/index.html", out / "meet.png",
+             "document.querySelector('.runs').getBoundingClientRect().bottom + 30")
+        draw_all_files(driver, browser_page, folder, out / "browser.png")
     finally:
         driver.quit()
 
