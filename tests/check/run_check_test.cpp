@@ -199,6 +199,56 @@ TEST(run_check_test, gives_up_where_too_much_of_the_track_matters) {
   EXPECT_EQ(check.draws, 0U);
 }
 
+// The descent grows slowly for 4 s, falls by 0.4 m/s, one and a half standard deviations of the noise, and grows into the
+// dive: the detectors find the turn at the fall.
+TEST(run_check_test, reaches_to_a_turn_that_began_before_a_jolt) {
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  const std::uint32_t turn = analysed(samples).top_of_turn;
+  for (std::uint32_t k = 0; k < 20; ++k) samples[turn - 20 + k].vel_ltp.z = 6.0 + 0.025 * k;
+  for (std::uint32_t k = 1; k <= 6; ++k) samples[turn - 20 - k].vel_ltp.z = 7.5;
+  samples[turn].vel_ltp.z = 6.08;
+  samples[turn + 1].vel_ltp.z = std::max(samples[turn + 1].vel_ltp.z, 6.2);
+  const swoop run = analysed(samples);
+  ASSERT_EQ(run.top_of_turn, turn);
+  const figure_check &time = check_of(checked(run), figure::turn_time);
+  EXPECT_NEAR(time.range.high, time.value + 4.0, 0.01);
+  const figure_check &height = check_of(checked(run), figure::turn_height);
+  EXPECT_GE(height.range.high, run.track[turn - 20].pos_local.z);
+}
+
+// Positions pulled to the north for a time that begins at a sample, by so many metres at the most; velocities follow or not.
+std::vector<gps_point> pulled_aside(std::uint32_t first, double seconds, double reach, bool is_followed) {
+  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+  constexpr double metres_per_degree = 111200.0;
+  constexpr double turn = 6.283185307179586;
+  const auto count = static_cast<std::uint32_t>(seconds / 0.2);
+  for (std::uint32_t k = 0; k < count; ++k) {
+    const double phase = turn * k / count;
+    samples[first + k].pos_wgs84.x += reach * (1.0 - std::cos(phase)) / 2.0 / metres_per_degree;
+    if (is_followed) samples[first + k].vel_ltp.x += reach / 2.0 * turn / seconds * std::sin(phase);
+  }
+  return samples;
+}
+
+TEST(run_check_test, finds_positions_pulled_aside_behind_the_stop) {
+  const swoop run = analysed(with_velocity_errors(flight_samples()));
+  const std::uint32_t behind_stop = run.stop + 3;
+  const run_check sound = checked(run, {.draws = 0});
+  const run_check pulled = checked(analysed(pulled_aside(behind_stop, 2.0, 10.0, false)), {.draws = 0});
+  EXPECT_LT(sound.peak, 10.0);
+  EXPECT_GT(pulled.peak, 10.0);
+  EXPECT_EQ(pulled.contradiction, sound.contradiction);  // measured before the stop
+}
+
+// 10 m within 1.6 s are 77 m/s2 at the most, and as much the other way half a turn later.
+TEST(run_check_test, measures_a_jerk_that_contradicts_nothing) {
+  const std::uint32_t rollout = analysed(flight_samples()).rollout;
+  const run_check sound = checked(analysed(with_velocity_errors(flight_samples())), {.draws = 0});
+  const run_check pulled = checked(analysed(pulled_aside(rollout, 1.6, 10.0, true)), {.draws = 0});
+  EXPECT_LT(sound.jerk, 60.0);
+  EXPECT_GT(pulled.jerk, 100.0);
+}
+
 // Velocities one sample late.
 TEST(run_check_test, finds_a_lag_and_takes_it_out) {
   std::vector<gps_point> samples = with_velocity_errors(flight_samples());
