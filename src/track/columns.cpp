@@ -79,15 +79,16 @@ bool has_required_fields(std::span<const column_action> actions) {
   });
 }
 
-// A warning that could not be appended is an allocation failure like one of the list itself.
+// Stops at the first warning that could not be appended: later ones might fit, and the printed list would have a gap.
 outcome list_actions(track_file &file, column_actions &actions, text_buffer &warnings) {
   constexpr std::size_t first_capacity = 16;
   std::size_t count = 0;
   std::size_t capacity = 0;
   for (std::string_view name = next_field(file); name.data() != nullptr; name = next_field(file)) {
-    if (!try_append(actions, count, capacity, first_capacity, action_for(name, warnings))) return outcome::no_memory;
+    const column_action action = action_for(name, warnings);
+    if (*warnings.error != nullptr) return outcome::no_memory;
+    if (!try_append(actions, count, capacity, first_capacity, action)) return outcome::no_memory;
   }
-  if (*warnings.error != nullptr) return outcome::no_memory;
   if (!has_required_fields({actions.get(), count})) return outcome::not_this_form;
   return try_append(actions, count, capacity, first_capacity, nullptr) ? outcome::done : outcome::no_memory;
 }

@@ -165,6 +165,14 @@ TEST(columns_test, fails_when_memory_is_short_for_the_warnings) {
             (std::vector<std::string>{"invalid field names", "realloc failed"}));
 }
 
+// The short warning would fit although the long one before it does not.
+TEST(columns_test, stops_at_the_first_warning_that_memory_is_short_for) {
+  const std::string name(1000, 'x');
+  EXPECT_EQ(refusals_of(required_names + "," + name + ",y",
+                        "WARNING: unknown field (" + name + ")\nWARNING: unknown field (y)\n"),
+            (std::vector<std::string>{"invalid field names", "realloc failed"}));
+}
+
 struct row_result {
   gps_track track;
   outcome result = done;
