@@ -249,7 +249,7 @@ def simulated_tracks() -> dict[str, bytes]:
 
 def fuzz_inputs() -> Iterator[tuple[str, str, bytes]]:
     """Target, name and content of each seed and of each input of a corpus."""
-    for path in sorted(file for kind in ("seeds", "corpus") for file in (ROOT / "fuzz" / kind).rglob("*")):
+    for path in sorted(file for kind in ("seeds", "corpus") for file in (ROOT / "tests" / "fuzz" / kind).rglob("*")):
         if path.suffixes[:1] == [".tar"]:
             target = path.name.partition(".")[0]
             with tarfile.open(path) as archive:
@@ -257,4 +257,4 @@ def fuzz_inputs() -> Iterator[tuple[str, str, bytes]]:
                     if content := archive.extractfile(member):
                         yield target, f"{path.parent.name}/{target}/{member.name}", content.read()
         elif path.is_file():
-            yield path.parent.name, str(path.relative_to(ROOT / "fuzz")), path.read_bytes()
+            yield path.parent.name, str(path.relative_to(ROOT / "tests" / "fuzz")), path.read_bytes()

@@ -54,7 +54,7 @@ def all_checks() -> Iterator[Check]:
     folder = WORK / "memcheck"
     subprocess.run(["cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=",
                     "-DCMAKE_CXX_FLAGS=-O1 -g"], check=True, stdout=subprocess.DEVNULL)
-    targets = re.findall(r"^tarvel_fuzzer\((\w+)", (ROOT / "fuzz" / "fuzz.cmake").read_text(), re.MULTILINE)
+    targets = re.findall(r"^tarvel_fuzzer\((\w+)", (ROOT / "tests" / "fuzz" / "fuzz.cmake").read_text(), re.MULTILINE)
     subprocess.run(["cmake", "--build", folder, "--target", "tarvel", *(f"{target}_replay" for target in targets)],
                    check=True, stdout=subprocess.DEVNULL)
     inputs = [(target, name.replace("/", "_"), content) for target, name, content in fuzz_inputs()]

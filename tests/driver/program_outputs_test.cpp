@@ -192,7 +192,7 @@ TEST(program_outputs_test, leaves_a_map_of_the_raw_track_when_the_analysis_fails
 
 TEST(program_outputs_test, leaves_an_empty_map_of_a_container_without_samples) {
   const temp_dir folder;
-  write_text("run.tvl", read_text(source_dir() + "/fuzz/seeds/container/swoop_none.tvl"));
+  write_text("run.tvl", read_text(source_dir() + "/tests/fuzz/seeds/container/swoop_none.tvl"));
   const program_result result = run_program({"-i", "run.tvl"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "ERROR: no points found in track\n");

@@ -302,7 +302,7 @@ class DocumentTest(unittest.TestCase):
     def test_what_the_fuzz_target_makes(self):
         kept = self.place / "documents"
         kept.mkdir()
-        inputs = PROJECT / "fuzz/seeds/document"
+        inputs = PROJECT / "tests/fuzz/seeds/document"
         subprocess.run([REPLAY, inputs], env={**os.environ, "TARVEL_DOCUMENTS": str(kept)}, capture_output=True,
                        check=True)
         documents = list(kept.iterdir())

@@ -31,7 +31,7 @@ def shown(printed):
 
 
 def tracks():
-    folders = ["examples", "tests/golden/driver", "tests/golden/gate", *("fuzz/seeds/" + name for name in (
+    folders = ["examples", "tests/golden/driver", "tests/golden/gate", *("tests/fuzz/seeds/" + name for name in (
         "container", "document", "header_lines", "split", "survey", "swoop_analysis", "tagged_lines", "time_field"))]
     files = [file for folder in folders for file in sorted((source / folder).iterdir())]
     return [file for file in files if file.suffix not in (".txt", ".kml", ".progress", ".md")]

@@ -77,7 +77,7 @@ def press(text):
 
 def bad_tracks():
     """{name: content}: what the readers' tests have, cut off and changed."""
-    folders = [PROJECT / "fuzz/seeds" / name for name in (
+    folders = [PROJECT / "tests/fuzz/seeds" / name for name in (
         "container", "document", "header_lines", "run_check", "split", "survey", "swoop_analysis", "tagged_lines", "time_field")]
     found = [path for folder in (*folders, PROJECT / "tests/golden/driver", PROJECT / "tests/golden/gate")
              for path in sorted(folder.iterdir()) if path.suffix not in (".txt", ".kml", ".progress")]
@@ -252,7 +252,7 @@ class AppTest(unittest.TestCase):
         self.assertGreater(failed, 150)
 
     def test_a_bad_course_file_has_the_programs_message_beside_the_run(self):
-        folder = PROJECT / "fuzz/seeds/course_file"
+        folder = PROJECT / "tests/fuzz/seeds/course_file"
         course = (work.folder / "matrix.txt").read_bytes()
         self.addCleanup((work.folder / "matrix.txt").write_bytes, course)
         broken = {f"line {number}": b"".join(course.splitlines(keepends=True)[:number]) for number in range(6)}
