@@ -32,23 +32,25 @@ foreach(page tarvel.1 tarvel-check.1 tarvel-json.1 tarvel-meet.1 tarvel-page.1 t
 endforeach()
 
 # One file completes all programs. bash-completion looks for the one named like the command.
-install(FILES completions/tarvel.bash RENAME tarvel DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES docs/completions/tarvel.bash RENAME tarvel DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/bash-completion)
 foreach(program tarvel-check tarvel-json tarvel-meet tarvel-page tarvel-split)
   file(CREATE_LINK tarvel ${PROJECT_BINARY_DIR}/bash-completion/${program} SYMBOLIC)
 endforeach()
 install(DIRECTORY ${PROJECT_BINARY_DIR}/bash-completion/ DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-install(FILES completions/_tarvel DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
-install(DIRECTORY completions/ DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d FILES_MATCHING PATTERN *.fish)
+install(FILES docs/completions/_tarvel DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+install(DIRECTORY docs/completions/ DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d FILES_MATCHING PATTERN *.fish)
 
 # The manual links to nothing outside docs/. The architecture is of use with the source only.
-install(DIRECTORY docs/ TYPE DOC PATTERN man EXCLUDE PATTERN schema EXCLUDE PATTERN architecture.md EXCLUDE
+install(DIRECTORY docs/ TYPE DOC PATTERN man EXCLUDE
+  PATTERN completions EXCLUDE PATTERN CHANGELOG.md EXCLUDE
+  PATTERN schema EXCLUDE PATTERN architecture.md EXCLUDE
   PATTERN layers.svg EXCLUDE)
 # For programs that validate documents.
 install(DIRECTORY docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel)
 install(DIRECTORY examples TYPE DOC)
-install(FILES packaging/copyright TYPE DOC)
-tarvel_install_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
+install(FILES cmake/debian/copyright TYPE DOC)
+tarvel_install_compressed(${PROJECT_SOURCE_DIR}/docs/releases/CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
 
 set(CPACK_PACKAGE_VENDOR "The developers of Tarvel")
 set(CPACK_PACKAGE_CONTACT "The developers of Tarvel <developers@tarvel.invalid>")
@@ -85,7 +87,7 @@ set(CPACK_DEBIAN_PACKAGE_SUGGESTS "rsync")
 set(TARVEL_DEBIAN_REVISION ${CPACK_DEBIAN_PACKAGE_RELEASE})
 execute_process(COMMAND env LC_ALL=C date --utc --rfc-email --date=${TARVEL_DATE}
   OUTPUT_VARIABLE TARVEL_DEBIAN_DATE OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-configure_file(packaging/changelog.Debian.in ${PROJECT_BINARY_DIR}/changelog.Debian @ONLY)
+configure_file(cmake/debian/changelog.Debian.in ${PROJECT_BINARY_DIR}/changelog.Debian @ONLY)
 tarvel_install_compressed(${PROJECT_BINARY_DIR}/changelog.Debian changelog.Debian ${CMAKE_INSTALL_DOCDIR})
 
 set(CPACK_SOURCE_GENERATOR TGZ)

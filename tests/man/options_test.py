@@ -17,7 +17,7 @@ TARVEL = os.environ.get("TARVEL_PROGRAM", str(PROJECT / "build/release/tarvel"))
 SPLIT = os.environ.get("TARVEL_SPLIT_PROGRAM", str(PROJECT / "build/release/tarvel-split"))
 TARVEL_CHECK = os.environ.get("TARVEL_CHECK_PROGRAM", str(PROJECT / "build/release/tarvel-check"))
 TARVEL_JSON = os.environ.get("TARVEL_JSON_PROGRAM", str(PROJECT / "build/release/tarvel-json"))
-COMPLETIONS = PROJECT / "completions"
+COMPLETIONS = PROJECT / "docs/completions"
 OPTION = r"-[A-Za-z]|--[a-z]+(?:-[a-z]+)*"
 
 
