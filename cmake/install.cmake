@@ -3,9 +3,9 @@
 include(GNUInstallDirs)
 
 install(TARGETS tarvel tarvel-check tarvel-json tarvel-split RUNTIME)
-install(PROGRAMS meet/tarvel-meet web/tarvel-page TYPE BIN)
+install(PROGRAMS src/meet/tarvel-meet web/tarvel-page TYPE BIN)
 install(FILES ${tarvel_page_folder}/page.js ${tarvel_page_folder}/page.css ${tarvel_page_folder}/meet.js ${tarvel_page_folder}/meet.css
-  meet/meet_page.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel/page)
+  src/meet/meet_page.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel/page)
 if(TARGET tarvel_browser)
   install(FILES ${tarvel_browser_page} DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvel)
 endif()

@@ -23,4 +23,4 @@ add_custom_command(
 add_custom_target(tarvel_page ALL DEPENDS ${tarvel_page_folder}/page.js)
 # Beside tarvel-json, as it is installed.
 configure_file(web/tarvel-page ${PROJECT_BINARY_DIR}/tarvel-page COPYONLY)
-configure_file(meet/meet_page.py ${tarvel_page_folder}/meet_page.py COPYONLY)
+configure_file(src/meet/meet_page.py ${tarvel_page_folder}/meet_page.py COPYONLY)

@@ -23,7 +23,7 @@ MEET_CHAPTER = (PROJECT / "docs/manual/meet.md").read_text()
 
 
 def load_meet():
-    loader = importlib.machinery.SourceFileLoader("tarvel_meet", str(PROJECT / "meet/tarvel-meet"))
+    loader = importlib.machinery.SourceFileLoader("tarvel_meet", str(PROJECT / "src/meet/tarvel-meet"))
     module = importlib.util.module_from_spec(importlib.util.spec_from_loader("tarvel_meet", loader))
     sys.dont_write_bytecode = True
     loader.exec_module(module)

@@ -121,7 +121,7 @@ class MessagesTest(unittest.TestCase):
         self.check_command_line("src/json/json_options.cpp", "tarvel-json.1")
 
     def test_tarvel_meet(self):
-        patterns = python_patterns("meet/tarvel-meet")
+        patterns = python_patterns("src/meet/tarvel-meet")
         self.assertGreater(len(patterns), 20)
         self.check(patterns, items("tarvel-meet.1"))
         print(f"tarvel-meet: {len(patterns)} messages, {len(items('tarvel-meet.1'))} items")

@@ -115,7 +115,7 @@ class OptionsTest(unittest.TestCase):
         self.check_listing("tarvel-page", sys.executable, str(PROJECT / "web/tarvel-page"))
 
     def test_tarvel_meet(self):
-        self.check_listing("tarvel-meet", sys.executable, str(PROJECT / "meet/tarvel-meet"))
+        self.check_listing("tarvel-meet", sys.executable, str(PROJECT / "src/meet/tarvel-meet"))
 
     def test_tarvel_split(self):
         heads = re.findall(r"^  (-\S.*?)   ?\S", printed_by([SPLIT, "--help"]), re.MULTILINE)

@@ -11,7 +11,7 @@ import sys
 
 sys.dont_write_bytecode = True
 FOLDER = pathlib.Path(os.environ["TARVEL_MEET_COVERAGE"])
-MEET = pathlib.Path(__file__).resolve().parents[2] / "meet" / "tarvel-meet"
+MEET = pathlib.Path(__file__).resolve().parents[2] / "src" / "meet" / "tarvel-meet"
 
 
 def start():
