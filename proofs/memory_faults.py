@@ -1,6 +1,6 @@
 """When an allocation fails, the program reports it or has complete outputs, and no input is lost.
 
-Builds the program and tests/faults/failing_allocator.cpp in build/dev and build/asan. The passes are
+Builds the program and tests/support/failing_allocator.cpp in build/dev and build/asan. The passes are
 
   own        For all command lines each allocation of the program's own, or of the C library on its behalf, fails: only
              this one, then this one and all later ones. The call must have the same outputs as without the fault, or

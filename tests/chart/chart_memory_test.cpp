@@ -3,9 +3,9 @@
 
 #include "chart/chart_building.h"
 #include "chart/run_charts.h"
-#include "chart_text.h"
-#include "hand_made_swoop.h"
+#include "support/chart_text.h"
 #include "support/format_text.h"
+#include "support/hand_made_swoop.h"
 #include "support/pond_of.h"
 #include "support/refusals.h"
 

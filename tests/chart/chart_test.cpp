@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "chart_text.h"
 #include "support/allocation_limit.h"
+#include "support/chart_text.h"
 
 namespace tarvel {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "chart_text.h"
+#include "support/chart_text.h"
 #include "support/hand_made_run.h"
 #include "support/refusals.h"
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "chart/run_charts.h"
-#include "chart_text.h"
-#include "hand_made_swoop.h"
+#include "support/chart_text.h"
+#include "support/hand_made_swoop.h"
 
 namespace tarvel {
 namespace {

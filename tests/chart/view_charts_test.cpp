@@ -5,8 +5,8 @@
 #include <string>
 
 #include "chart/run_charts.h"
-#include "chart_text.h"
-#include "hand_made_swoop.h"
+#include "support/chart_text.h"
+#include "support/hand_made_swoop.h"
 #include "support/pond_of.h"
 
 namespace tarvel {

@@ -12,8 +12,8 @@
 
 #include "check/reasons.h"
 #include "check/run_check.h"
-#include "check/simulated_flights.h"
 #include "support/hand_made_run.h"
+#include "support/simulated_flights.h"
 
 namespace tarvel {
 namespace {

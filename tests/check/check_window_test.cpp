@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "check/checked_flight.h"
 #include "check/figures.h"
+#include "support/checked_flight.h"
 
 namespace tarvel {
 namespace {

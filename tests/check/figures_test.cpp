@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "check/checked_flight.h"
+#include "support/checked_flight.h"
 #include "swoop/report.h"
 
 namespace tarvel {

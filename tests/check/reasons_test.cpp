@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "check/checked_flight.h"
+#include "support/checked_flight.h"
 
 namespace tarvel {
 namespace {

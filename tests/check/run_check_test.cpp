@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "check/checked_flight.h"
+#include "support/checked_flight.h"
 #include "support/refusals.h"
 
 namespace tarvel {

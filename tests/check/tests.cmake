@@ -18,7 +18,7 @@ tarvel_test(check/crossing_bounds_test USES tarvel_check)
 # unlike tests.
 foreach(name check_simulated_runs check_degraded_runs)
   add_executable(${name} EXCLUDE_FROM_ALL
-    tests/check/${name}.cpp tests/check/simulated_flights.cpp tests/support/simulator.cpp)
+    tests/check/${name}.cpp tests/support/simulated_flights.cpp tests/support/simulator.cpp)
   target_include_directories(${name} PRIVATE tests)
   target_link_libraries(${name} PRIVATE tarvel_check tarvel_build_options)
 endforeach()

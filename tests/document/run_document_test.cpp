@@ -6,8 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "chart/hand_made_swoop.h"
 #include "document/failure_code.h"
+#include "support/hand_made_swoop.h"
 #include "support/refusals.h"
 
 namespace tarvel {

@@ -17,12 +17,12 @@
 #include <utility>
 #include <vector>
 
-#include "chart/hand_made_swoop.h"
 #include "drawing/drawing_handles.h"
 #include "driver/chart_files.h"
 #include "driver/protected_inputs.h"
 #include "support/allocation_limit.h"
 #include "support/files.h"
+#include "support/hand_made_swoop.h"
 #include "support/pond_of.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <random>
 
 #include "drawing/renderer.h"
-#include "drawing_log.h"
+#include "support/drawing_log.h"
 
 namespace tarvel {
 namespace {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "drawing_log.h"
+#include "support/drawing_log.h"
 #include "support/golden.h"
 
 namespace tarvel {

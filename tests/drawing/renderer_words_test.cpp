@@ -5,7 +5,7 @@
 #include <string>
 
 #include "drawing/renderer.h"
-#include "drawing_log.h"
+#include "support/drawing_log.h"
 
 namespace tarvel {
 namespace {

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "faults/allocation_report.h"
+#include "support/allocation_report.h"
 #include "support/files.h"
 #include "support/hand_made_walk.h"
 #include "support/program.h"

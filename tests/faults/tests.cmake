@@ -1,6 +1,6 @@
 # Replaces the allocator of a program into which it is preloaded. Without a sanitizer, since it is called before the
 # sanitizer is initialised; with frame pointers, from which the sanitizer finds the caller.
-add_library(failing_allocator SHARED tests/faults/failing_allocator.cpp)
+add_library(failing_allocator SHARED tests/support/failing_allocator.cpp)
 target_include_directories(failing_allocator PRIVATE tests)
 target_link_libraries(failing_allocator PRIVATE tarvel_build_options)
 target_compile_options(failing_allocator PRIVATE -fno-sanitize=all -fno-threadsafe-statics -fno-omit-frame-pointer)
@@ -18,7 +18,7 @@ add_dependencies(io_faults_test tarvel)
 set_property(TEST faults/io_faults_test APPEND PROPERTY ENVIRONMENT "TARVEL_PROGRAM=$<TARGET_FILE:tarvel>")
 # short_transfers has the registers of these processors only.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|aarch64)$")
-  add_executable(short_transfers tests/faults/short_transfers.cpp)
+  add_executable(short_transfers tests/support/short_transfers.cpp)
   target_link_libraries(short_transfers PRIVATE tarvel_build_options)
   add_dependencies(io_faults_test short_transfers)
   set_property(TEST faults/io_faults_test APPEND PROPERTY ENVIRONMENT

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "geo/plain_geodesy.h"
+#include "support/plain_geodesy.h"
 
 namespace tarvel {
 

@@ -6,8 +6,8 @@
 #include <cmath>
 #include <random>
 
-#include "geo/plain_geodesy.h"
 #include "geo/wgs84.h"
+#include "support/plain_geodesy.h"
 
 namespace tarvel {
 

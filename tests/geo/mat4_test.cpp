@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "geo/plain_geodesy.h"
+#include "support/plain_geodesy.h"
 
 namespace tarvel {
 

@@ -6,7 +6,7 @@
 #include <limits>
 #include <random>
 
-#include "geo/plain_geodesy.h"
+#include "support/plain_geodesy.h"
 
 namespace tarvel {
 

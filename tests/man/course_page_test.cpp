@@ -7,7 +7,7 @@
 #include "driver/course_input.h"
 #include "formats/course_file.h"
 #include "geo/angle.h"
-#include "man/page.h"
+#include "support/man_page.h"
 
 namespace tarvel {
 namespace {

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "loader/track_loader.h"
-#include "man/page.h"
 #include "support/container_bytes.h"
 #include "support/gate_of_bytes.h"
+#include "support/man_page.h"
 
 namespace tarvel {
 namespace {

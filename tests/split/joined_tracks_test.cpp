@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "geo/mat4.h"
-#include "split/recordings.h"
 #include "split/stretches.h"
 #include "support/hand_made_run.h"
 #include "support/named_runs.h"
+#include "support/recordings.h"
 #include "swoop/analysis.h"
 #include "swoop/report.h"
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "split/descents.h"
-#include "split/recordings.h"
+#include "support/recordings.h"
 #include "support/refusals.h"
 
 namespace tarvel {

@@ -6,8 +6,8 @@
 #include <random>
 #include <vector>
 
-#include "geo/plain_geodesy.h"
 #include "support/allocation_limit.h"
+#include "support/plain_geodesy.h"
 
 namespace tarvel {
 

@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-#include "check/checked_flight.h"
+#include "support/checked_flight.h"
 #include "support/refusals.h"
 
 namespace tarvel {

@@ -1,4 +1,4 @@
-#include "drawing_log.h"
+#include "support/drawing_log.h"
 
 #include <cairo-pdf.h>
 #include <gtest/gtest.h>

@@ -25,7 +25,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "faults/allocation_report.h"
+#include "support/allocation_report.h"
 
 namespace {
 

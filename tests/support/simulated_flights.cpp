@@ -1,4 +1,4 @@
-#include "check/simulated_flights.h"
+#include "support/simulated_flights.h"
 
 #include <cmath>
 #include <cstdio>
