@@ -263,7 +263,7 @@ class FiguresTest(unittest.TestCase):
                 for switch, options in (("ft, mph", []), ("m, km/h", ["-m"])):
                     press(switch)
                     shown = dict(script("""return [...document.querySelectorAll('.body [data-figure]')].flatMap(each => {
-                        const interval = each.parentElement.querySelector(':scope > .interval');
+                        const interval = each.closest('.behind, dd, td').querySelector(':scope > .interval');
                         return interval ? [[each.dataset.figure, interval.textContent]] : []})"""))
                     intervals = work.document(run, "--check", *options)["check"]["intervals"]
                     expected = {name: f"{each['low_text'].strip()} … {each['high_text'].strip()}".replace("-", MINUS)
