@@ -50,7 +50,7 @@ function(tarvel_script_test path)
   endif()
   add_test(NAME ${path} COMMAND ${command})
   set_tests_properties(${path} PROPERTIES
-    ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_CHECK_PROGRAM=$<TARGET_FILE:tarvel-check>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>;TARVEL_SPLIT_PROGRAM=$<TARGET_FILE:tarvel-split>;TARVEL_PAGE_PROGRAM=${PROJECT_BINARY_DIR}/tarvel-page;${tarvel_sanitizer_options};${ARGN}"
+    ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_CHECK_PROGRAM=$<TARGET_FILE:tarvel-check>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>;TARVEL_SPLIT_PROGRAM=$<TARGET_FILE:tarvel-split>;${tarvel_sanitizer_options};${ARGN}"
     SKIP_RETURN_CODE 77
     TIMEOUT 300)
 endfunction()
