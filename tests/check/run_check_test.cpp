@@ -210,9 +210,10 @@ TEST(run_check_test, reaches_to_a_turn_that_began_before_a_jolt) {
   samples[turn + 1].vel_ltp.z = std::max(samples[turn + 1].vel_ltp.z, 6.2);
   const swoop run = analysed(samples);
   ASSERT_EQ(run.top_of_turn, turn);
-  const figure_check &time = check_of(checked(run), figure::turn_time);
+  const run_check check = checked(run);
+  const figure_check &time = check_of(check, figure::turn_time);
   EXPECT_NEAR(time.range.high, time.value + 4.0, 0.01);
-  const figure_check &height = check_of(checked(run), figure::turn_height);
+  const figure_check &height = check_of(check, figure::turn_height);
   EXPECT_GE(height.range.high, run.track[turn - 20].pos_local.z);
 }
 
