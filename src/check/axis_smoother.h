@@ -1,11 +1,11 @@
-// One axis of a flight, drawn given what the logger measured of it.
+// Draws flights along one axis from their distribution, given what the logger measured.
 //
 // The state at each sample is position, velocity and acceleration; the jerk is white with a density that may differ
 // from sample to sample. The measured velocity has an error with a correlation time of some seconds (a Gauss-Markov
-// process of first order), the measured position one with a correlation time of a minute. The precision of all states
-// is banded; with its Cholesky factor the most probable flight is one solution, and a flight drawn from the
-// distribution another. Noise added to the measured track would be in it twice: detectors that step from sample to
-// sample would then stop at another sample in every draw.
+// process of first order), the measured position one with a correlation time of a minute. The precision matrix of all
+// states is banded. With its Cholesky factor, solving one system gives the most probable flight, and solving another
+// gives a flight drawn from the distribution. Adding noise to the measured track instead would count the noise twice:
+// detectors that step from sample to sample would then stop at another sample in every draw.
 #pragma once
 
 #include <cstddef>
@@ -23,7 +23,7 @@ struct error_memory {
   double position = 60.0;
 };
 
-// What the logger says along one axis; equal lengths. Metres, m/s, seconds.
+// What the logger reports along one axis. All spans have the same length. Metres, m/s, seconds.
 struct axis_measurement {
   std::span<const double> times;  // strictly increasing
   std::span<const double> positions;
@@ -39,7 +39,8 @@ struct motion_state {
   double acceleration = 0.0;
 };
 
-// The most probable flight, and the factor of its precision: three rows a sample, for the state's three quantities.
+// The most probable flight, and the Cholesky factor of its precision matrix. Both have three elements for each sample:
+// position, velocity and acceleration.
 struct smoothed_axis {
   std::size_t count = 0;
   owned_array<double> states;
@@ -53,17 +54,18 @@ struct smoothed_axis {
 // Allocates memory for this many samples. False when memory is short.
 [[nodiscard]] bool make_room(smoothed_axis &axis, std::size_t count);
 
-// Fills both from the measurement and a jerk density (m2/s5) for each interval between samples; axis has room for them.
-// False when the numbers allow no solution.
+// Fills axis, which has room for the samples, from the measurement and a jerk density (m2/s5) for each interval between
+// samples. False when the numbers allow no solution; the content of axis is then undefined.
 [[nodiscard]] bool smooth_axis(const axis_measurement &measured, std::span<const double> jerk_densities,
                                smoothed_axis &axis);
 
-// The same with densities that follow the flight: factor (s) times the mean square of the fitted jerk 0.75 s to either
-// side, found in three rounds. densities, one for each sample, are left as the last round used them.
+// The same with densities that follow the flight: each is factor (s) times the mean square of the fitted jerk within
+// 0.75 s to either side, found in three rounds. densities has an element for each sample, and afterwards holds those of
+// the last round.
 [[nodiscard]] bool smooth_axis_locally(const axis_measurement &measured, double factor, std::span<double> densities,
                                        smoothed_axis &axis);
 
-// Fills deviations, three for each sample, with a draw of the flight's deviation from the most probable one.
+// Draws a flight. Fills deviations, three for each sample, with its differences from the most probable flight.
 void draw_deviations(const smoothed_axis &axis, random_source &source, std::span<double> deviations);
 
 }  // namespace tarvel

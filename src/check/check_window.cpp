@@ -17,7 +17,7 @@ namespace tarvel {
 
 namespace {
 
-// ms. In drawn tracks the detectors found the same from 10 s before the turn on; below 5 s some did not.
+// ms. In drawn tracks the detectors found the same phases with 10 s before the turn; with less than 5 s some did not.
 constexpr std::int64_t before_turn = 15000;
 constexpr std::int64_t behind_stop = 3000;
 constexpr std::int64_t behind_stop_implicit = 20000;
@@ -25,13 +25,12 @@ constexpr std::int64_t around_pattern_entry = 2000;
 constexpr std::int64_t before_exit = 2000;
 constexpr std::int64_t behind_exit = 3000;      // a fall lasts 1.5 s
 constexpr std::int64_t behind_landing = 17000;  // a landing lasts 15 s
-constexpr double resting_feet = 75.0;           // the touchdown asks whether the pilot stays so near the stop
-constexpr double landed_feet = 200.0;           // of an exit that a climb follows before a sample so low there is none
+constexpr double resting_feet = 75.0;           // estimate_touchdown tests whether the pilot stays this near the stop
+constexpr double landed_feet = 200.0;           // no climb may follow an exit before the first sample this low
 constexpr double farthest_gate = 1000.0;        // m; some sample must be nearer to the gate
 constexpr float usable_vacc = 20.0F;            // m; only samples with better heights show a flight
 
-// When the figures are others, the times are doubled until they are so many times as long; then all of the track is
-// kept.
+// When the figures differ, the times above are doubled, up to this factor; then the whole track is kept.
 constexpr std::int64_t widest = 16;
 
 constexpr std::size_t most_ranges = 11;
@@ -64,7 +63,7 @@ sample_range around(const swoop &run, std::uint32_t index, std::int64_t before, 
   return around(run, {index, index + 1}, before, behind);
 }
 
-// The last sample when there is none.
+// The first sample at or after `from` for which is_sought is true; the track's last sample when there is none.
 template <typename question>
 std::uint32_t first_from(const swoop &run, std::uint32_t from, question is_sought) {
   std::uint32_t k = from;
@@ -81,7 +80,7 @@ std::uint32_t highest_before(const swoop &run, std::uint32_t end) {
   return highest;
 }
 
-// From the dive to where it is known that the pilot has landed, which may be far from the stop.
+// Keeps the samples from the dive until it is certain that the pilot has landed, which may be far from the stop.
 void keep_landing(const swoop &run, kept_samples &kept) {
   error_slot error = nullptr;
   const implicit_landing found = find_implicit_landing(run, &error);
@@ -113,7 +112,7 @@ kept_samples kept_of(const swoop &run, std::int64_t widened) {
   return kept;
 }
 
-// Each sample once.
+// Joins ranges that overlap or touch, so that each sample is kept once.
 void merge(kept_samples &kept) {
   std::size_t merged = 0;
   for (std::size_t i = 1; i < kept.count; ++i) {
@@ -128,7 +127,7 @@ void merge(kept_samples &kept) {
 
 std::span<const sample_range> ranges_of(const kept_samples &kept) { return {kept.ranges.data(), kept.count}; }
 
-// The rest need merged ranges.
+// The functions below need merged ranges.
 
 std::uint32_t count_samples(const kept_samples &kept) {
   std::uint32_t count = 0;

@@ -10,23 +10,23 @@
 
 namespace tarvel {
 
-// A record with the samples that are kept, analysed like the run that they come from. [first, end) are the ones from
-// before the turn to behind the stop, without any left out between; noise_end is one past the stop.
+// The samples that are kept, as a record that was analysed like the run that they come from. closely has those from
+// before the turn to after the stop, with none left out between them; noise_end is one past the stop.
 struct check_window {
   swoop run;
   sample_range closely;
   std::uint32_t noise_end = 0;
-  bool is_enough = false;  // otherwise only the number of the samples is known, which is too large
+  bool is_enough = false;  // false: there are too many samples, and only their number, run.track_len, is set
 };
 
-// From an analysed run: 15 s before the turn to 3 s behind the stop, 20 s when the frame is made from the landing, and
-// what the detectors look at elsewhere. When their figures are not those of the run to the last bit, twice as much to
-// either side, and so on up to four minutes before the turn; then the whole track. Windows of more than most samples
-// are too large. Fails with "failed to allocate memory for swoop".
+// Chooses the samples of an analysed run: those from 15 s before the turn to 3 s after the stop (20 s when the frame is
+// made from the landing), and those that the detectors examine elsewhere. When their analysis does not give the figures
+// of the run to the last bit, these times are doubled, up to four minutes before the turn; then the whole track is
+// taken. is_enough is false when these are more than `most` samples. Fails with "failed to allocate memory for swoop".
 void choose_window(const swoop &run, std::uint32_t most, check_window &window, error_slot *error);
 
-// A new record over the samples of another, which stay as they are but for their derived fields, analysed in the frame
-// that run was given. Fails like the analysis.
+// Analyses the samples of a record like run: with its gate type, its course's frame and its time aloft. The measured
+// fields of the samples are kept, everything else in the record is replaced. Fails like analyze_swoop.
 void analyze_like(const swoop &run, swoop &samples, error_slot *error);
 
 }  // namespace tarvel

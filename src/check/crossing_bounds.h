@@ -12,7 +12,7 @@ struct crossing_bounds {
   interval time;     // ms of the logger's clock
 };
 
-// Of the crossing between a sample and the next.
+// The bounds of a crossing between the sample `before` and the next one.
 [[nodiscard]] crossing_bounds bounds_of_crossing(const swoop &run, std::uint32_t before);
 
 }  // namespace tarvel

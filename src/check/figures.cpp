@@ -25,7 +25,7 @@ void set_place(figure_values &values, figure height, const report_point &place) 
   values[index_of(height) + 2] = place.offset.value;
 }
 
-// The way along the axes in half a step, and its time.
+// The distances along the axes that are flown in half a step, and its duration.
 struct half_step {
   vec3 way;
   double seconds = 0.0;

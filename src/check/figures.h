@@ -46,7 +46,7 @@ enum class figure : std::size_t {
 };
 constexpr std::size_t figure_count = static_cast<std::size_t>(figure::exit_gate_speed) + 1;
 
-// What runs are scored by; the others are those of phases.
+// True for the figures by which runs are scored; the others describe the phases.
 [[nodiscard]] constexpr bool is_score(figure which) { return which >= figure::entry_gate_speed; }
 
 [[nodiscard]] constexpr bool depends_on_touchdown(figure which) {
@@ -58,22 +58,22 @@ constexpr std::size_t figure_count = static_cast<std::size_t>(figure::exit_gate_
   return run.touchdown_time != run.track[run.stop].time;
 }
 
-// Metres, m/s, seconds and degrees; NaN for what the report shows hyphens for. Degrees are positive to the right.
+// In metres, m/s, seconds and degrees; NaN where the report has hyphens. Degrees are positive to the right.
 using figure_values = std::array<double, figure_count>;
 
 [[nodiscard]] constexpr std::size_t index_of(figure which) { return static_cast<std::size_t>(which); }
 
-// Of an analysed run.
+// The figures of an analysed run.
 [[nodiscard]] figure_values values_of(const swoop &run);
 
-// Flights are drawn at samples no closer than this, s.
+// s; flights are drawn at samples that are at least this far apart.
 constexpr double shortest_node_step = 0.2;
 
-// The change of each figure over half the time to the next sample, or to the next node of a drawn flight: a moment that
-// is found at a sample is not known better. 0 for figures that are interpolated between samples.
+// How much each figure changes during half the time to the next sample, or to the next node of a drawn flight: a moment
+// that is found at a sample is not known more exactly. 0 for figures that are interpolated between samples.
 [[nodiscard]] figure_values resolutions_of(const swoop &run);
 
-// Whether all values, reversal and carve are the same to the last bit.
+// True when all figures, the reversal and the carve are the same, to the last bit.
 [[nodiscard]] bool same_figures(const swoop &one, const swoop &other);
 
 }  // namespace tarvel

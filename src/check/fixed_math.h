@@ -7,7 +7,7 @@ namespace tarvel {
 // The natural logarithm of a positive, finite number; relative error below 1e-14.
 [[nodiscard]] double fixed_log(double x);
 
-// e to the power x; relative error below 1e-14. 0 below -700, and never asked above 700.
+// e to the power x; relative error below 1e-14. 0 for x below -700; x must not be greater than 700.
 [[nodiscard]] double fixed_exp(double x);
 
 }  // namespace tarvel

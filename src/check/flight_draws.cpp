@@ -40,8 +40,8 @@ void take_nodes(const motion_series &series, flight_draws &draws) {
   }
 }
 
-// Minutes after the landing, where the pilot's place of rest is taken, the offset is no longer that of the run. A
-// factor of the stated accuracy along an axis.
+// A minute after the stop, where the pilot's place of rest is measured, positions no longer have the offset of the run.
+// Their standard deviation is then at least this factor times the stated one.
 constexpr double same_offset = 60.0;  // s
 constexpr double later_offset = 2.0;
 
@@ -58,7 +58,8 @@ void set_sigmas(const noise_scale &noise, const measured_flight &flight, flight_
   }
 }
 
-// On the polynomial of least jerk from one state to another. seconds: between them; t: from the first.
+// Position and velocity t seconds after the first of two states, on the polynomial of least jerk between them;
+// `seconds` is the time from one to the other.
 motion_state state_between(const motion_state &from, const motion_state &to, double seconds, double t) {
   const double d = seconds;
   const double position = to.position - (from.position + from.velocity * d + from.acceleration * d * d / 2.0);
@@ -74,7 +75,7 @@ motion_state state_between(const motion_state &from, const motion_state &to, dou
           from.velocity + from.acceleration * t + slope, 0.0};
 }
 
-// The states of a drawn axis, in the place of their deviations.
+// Fills states with those of one drawn flight along an axis.
 void draw_states(const smoothed_axis &axis, double scale, double offset, random_source &source,
                  std::span<double> states) {
   draw_deviations(axis, source, states);
@@ -92,7 +93,7 @@ void set_sample(const motion_series &series, const std::array<motion_state, axis
   sample.vel_ltp = {state[axis_north].velocity, state[axis_east].velocity, state[axis_down].velocity};
 }
 
-// The window's samples from the states at the nodes.
+// Sets the window's samples from the states at the nodes.
 void set_samples(const flight_draws &draws, measured_flight &flight) {
   std::size_t j = 0;
   for (std::size_t k = 0; k < flight.series.count; ++k) {
@@ -155,11 +156,11 @@ bool smooth_flight(const stated_noise &stated, const noise_scale &noise, measure
   return true;
 }
 
-// Scale and offset are one for a whole draw.
+// The noise scale and the offset are the same for all samples of a draw.
 void draw_track(flight_draws &draws, std::uint32_t draw, random_source &source, measured_flight &flight) {
   const std::array<smoothed_axis, axis_count> &axes = draws.axes[draw % jerk_factors.size()];
   const double scale = std::sqrt(draws.degrees_of_freedom / source.chi_square(draws.degrees_of_freedom));
-  // Of variance 1: that of a t with n degrees of freedom is n / (n - 2).
+  // For a variance of 1: a t distribution with n degrees of freedom has the variance n / (n - 2).
   const double offset_scale = std::sqrt((offset_degrees - 2) / source.chi_square(offset_degrees));
   for (std::size_t axis = 0; axis < axis_count; ++axis) {
     const double offset = draws.offset_sigmas[axis] * offset_scale * source.normal();

@@ -1,4 +1,4 @@
-// Tracks that may have been flown, drawn from their distribution given the measured one.
+// Draws tracks that may have been flown from their distribution, given the measured track.
 #pragma once
 
 #include <array>
@@ -13,13 +13,13 @@
 
 namespace tarvel {
 
-// Factors of the jerk density, each used in a third of the draws. With any one of them alone fewer intervals contained
-// the truth.
+// Factors (s) of the jerk density, each used in a third of the draws. With any one of them alone fewer intervals
+// contained the truth.
 constexpr std::array<double, 3> jerk_factors = {0.2, 0.08, 0.5};
 
-// Everything that draws need beside the measured flight. The closer the samples, the more often a drawn acceleration
-// changes its sign, and detectors that go on while the descent grows would stop at each change. So flights are drawn at
-// nodes, samples at least 0.2 s apart, and follow the polynomial of least jerk in between.
+// What the draws need beside the measured flight. The closer the samples, the more often a drawn acceleration changes
+// its sign, and detectors that continue while the descent grows would stop at each change. Flights are therefore drawn
+// at nodes, which are samples at least 0.2 s apart, and follow the polynomial of least jerk between them.
 struct flight_draws {
   motion_series nodes;
   owned_array<std::uint32_t> node_samples;  // their indices in the window
@@ -27,14 +27,14 @@ struct flight_draws {
   std::array<owned_array<double>, axis_count> position_sigmas;
   owned_array<double> velocity_sigmas;
   std::array<owned_array<double>, axis_count> states;  // of the last draw, three for each node
-  std::array<double, axis_count> offset_sigmas{};      // of all positions in common
+  std::array<double, axis_count> offset_sigmas{};      // m, of the error that all positions have in common
   int degrees_of_freedom = 1;                          // of the estimated noise scale
 };
 
 // False when memory is short.
 [[nodiscard]] bool make_room(flight_draws &draws, const measured_flight &flight);
 
-// Finds the most probable flight. False when the numbers allow no solution.
+// Finds the most probable flight for each jerk factor. False when the numbers allow no solution.
 [[nodiscard]] bool smooth_flight(const stated_noise &stated, const noise_scale &noise, measured_flight &flight,
                                  flight_draws &draws);
 

@@ -1,4 +1,4 @@
-// The interval that a figure's draws give.
+// Computes the interval of a figure from its draws.
 #pragma once
 
 #include <span>
@@ -12,17 +12,17 @@ struct interval {
   double high = 0.0;
 };
 
-// The distance of the ends from the median, in proportion to that of the draws' 2.5 % and 97.5 % quantiles. With these
-// factors the intervals of 95 % of the simulated runs contained the truth.
+// The factor by which the distances of the draws' 2.5 % and 97.5 % quantiles from their median are multiplied. With
+// these factors the intervals of 95 % of the simulated runs contained the truth.
 [[nodiscard]] double widening_of(figure which);
 
-// The quantile, interpolated linearly. values are sorted and not empty.
+// The quantile `part` (0 to 1), interpolated linearly. values is sorted and not empty.
 [[nodiscard]] double percentile(std::span<const double> values, double part);
 
-// Sorts the draws, none of which is NaN and of which there is at least one.
+// The interval of the draws, with a factor of widening_of. There is at least one draw, and none is NaN. Sorts them.
 [[nodiscard]] interval interval_of(std::span<double> draws, double widening);
 
-// Widened to contain a value.
+// The interval, widened to contain the value.
 [[nodiscard]] interval containing(const interval &given, double value);
 
 }  // namespace tarvel

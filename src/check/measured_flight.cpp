@@ -17,7 +17,7 @@ constexpr double before_turn = 2.0;  // s; the lag is sought from there to the s
 constexpr double least_stated_speed = 0.02;    // m/s
 constexpr double least_stated_position = 0.1;  // m
 
-constexpr std::size_t one_second = 2;  // among the spans
+constexpr std::size_t one_second = 2;  // index in contradiction_spans
 
 // s. Positions that are pulled aside for a shorter or longer time contradict the velocities most over such a span.
 constexpr std::array<double, 3> peak_spans = {0.4, 1.0, 3.0};
@@ -25,7 +25,7 @@ constexpr std::array<double, 3> peak_spans = {0.4, 1.0, 3.0};
 constexpr double jerk_span = 0.4;            // s from one acceleration to the next, over which each is the mean
 constexpr double least_flying_speed = 10.0;  // m/s; below it the pilot may be landing, and an impact has any jerk
 
-// The part of one axis in what is flown.
+// The values at the samples of flown_times.
 std::span<const double> flown(const measured_flight &flight, const owned_array<double> &values) {
   const std::size_t first = flight.window.closely.first;
   return {values.get() + first, flight.window.noise_end - first};
@@ -46,7 +46,7 @@ double speed_at(const motion_series &series, std::size_t k) {
   return std::sqrt(sum);
 }
 
-// From sample k to twice the span after it; 0 where the flight ends before, or samples are missing.
+// The jerk from sample k to twice jerk_span after it, m/s3; 0 where the flight ends before, or samples are missing.
 double jerk_at(const measured_flight &flight, std::size_t k) {
   const std::span<const double> times = times_of(flight.series).first(flight.window.noise_end);
   const std::size_t middle = sample_after(times, k, jerk_span);

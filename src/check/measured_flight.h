@@ -1,4 +1,4 @@
-// What is measured of a run's flight, and how noisy it is.
+// The measurements of a run's flight, and how noisy they are.
 #pragma once
 
 #include <array>
@@ -13,7 +13,7 @@
 
 namespace tarvel {
 
-// The samples that the figures depend on, and the same along three axes.
+// The samples that the figures depend on, and their positions and velocities along three axes.
 struct measured_flight {
   check_window window;
   motion_series series;
@@ -23,43 +23,47 @@ struct measured_flight {
 // Fills the series from the window. False when memory is short.
 [[nodiscard]] bool fill_series(measured_flight &flight);
 
-// The times of the samples from before the turn to the stop: what noise and lag are measured of.
+// The times (s) of the samples from before the turn to the stop, from which the noise is measured.
 [[nodiscard]] inline std::span<const double> flown_times(const measured_flight &flight) {
   const std::size_t first = flight.window.closely.first;
   return times_of(flight.series).subspan(first, flight.window.noise_end - first);
 }
 
-// 0 is horizontal, 1 vertical.
+// The group of an axis: 0 is horizontal, 1 vertical.
 [[nodiscard]] constexpr std::size_t group_of(std::size_t axis) { return axis == axis_down ? 1 : 0; }
 
-// The standard deviations along one axis that the logger states of a sample, but no less than a logger can reach.
+// The standard deviation of a sample's velocity (m/s) and position (m) along one axis, from the accuracy that the
+// logger states; not less than a logger can reach.
 [[nodiscard]] double stated_velocity_sigma(const gps_point &sample);
 [[nodiscard]] double stated_position_sigma(const gps_point &sample, std::size_t group);
 
-// The means of their squares over what is flown.
+// The means of their squares over the samples of flown_times.
 [[nodiscard]] stated_noise mean_stated_noise(const measured_flight &flight);
 
-// The lag of the velocities, from before the turn to the stop. A lag that is more than chance is removed from the
-// series.
+// Estimates the lag of the velocities from 2 s before the turn to the stop. A lag of 0.03 s or more, which is more than
+// chance, is removed from the series.
 [[nodiscard]] velocity_lag take_out_lag(measured_flight &flight);
 
-// Needs the lag taken out. step: s between samples, as is usual in this track.
+// The scale of the noise. step is the usual time between samples, s. Needs the lag removed.
 [[nodiscard]] noise_scale measure_noise(measured_flight &flight, const stated_noise &stated, double step);
 
-// The horizontal contradiction over a second that 95 % do not exceed, m. Needs the lag taken out.
+// The 95 % quantile of the horizontal contradiction over a second, m. Needs the lag removed.
 [[nodiscard]] double measure_contradiction(measured_flight &flight);
 
-// The greatest contradiction along an axis over a third of a second to three, up to behind the stop, in proportion to
-// the median of what is flown. Needs the lag taken out.
+// The greatest contradiction along an axis over 0.4, 1 or 3 s, from before the turn to after the stop, divided by the
+// median of those up to the stop. Needs the lag removed.
 [[nodiscard]] double measure_peak(measured_flight &flight);
 
-// The greatest jerk of the velocities before the stop, m/s3, each acceleration being the mean over 0.4 s.
+// The greatest jerk of the velocities before the stop, m/s3, from accelerations that are means over 0.4 s. Samples
+// slower than 10 m/s are left out.
 [[nodiscard]] double measure_jerk(const measured_flight &flight);
 
-// Of the velocities, the mean of the axes. Needs them as measured: interpolated ones are smoother.
+// The roughness of the velocities (see roughness_of), the mean of the axes, m/s. Needs the velocities as measured:
+// those without the lag are interpolated and therefore smoother.
 [[nodiscard]] double measure_roughness(measured_flight &flight);
 
-// The median; 0 without two times. work holds as many numbers as the times.
+// The median and the greatest time between consecutive samples, s; 0 for fewer than two samples. work has room for as
+// many numbers as the times.
 [[nodiscard]] double usual_step(std::span<const double> times, std::span<double> work);
 [[nodiscard]] double longest_step(std::span<const double> times);
 

@@ -1,5 +1,5 @@
-// Positions and velocities of a stretch of a track along three axes in plain arrays: what is measured of noise and lag,
-// and what the smoother takes.
+// Positions and velocities of a stretch of a track along three axes, in plain arrays: the input of the estimates of
+// noise and lag, and of the smoother.
 #pragma once
 
 #include <array>
@@ -13,8 +13,8 @@ namespace tarvel {
 
 enum axis_index : std::size_t { axis_north, axis_east, axis_down, axis_count };
 
-// How degrees become metres near one sample, and back. Over the kilometre of a run the error of the plane is below the
-// resolution of loggers.
+// Factors for conversions between degrees and metres near one sample. Over the kilometre of a run the error of the
+// plane is below the resolution of loggers.
 struct local_plane {
   vec3 origin;                // WGS84
   double north_metres = 1.0;  // per degree
@@ -23,8 +23,8 @@ struct local_plane {
 
 [[nodiscard]] local_plane local_plane_at(const vec3 &wgs84);
 
-// North, east and down of a WGS84 position, metres from the origin, and back. Across the antimeridian the longitude
-// goes on beyond 180 degrees.
+// Convert between a WGS84 position and its distances north, east and down from the origin, in metres. Across the
+// antimeridian the longitude goes on beyond 180 degrees.
 [[nodiscard]] std::array<double, axis_count> to_plane(const local_plane &plane, const vec3 &wgs84);
 [[nodiscard]] vec3 from_plane(const local_plane &plane, const std::array<double, axis_count> &position);
 

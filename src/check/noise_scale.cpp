@@ -1,8 +1,9 @@
-// A Gauss-Markov error of the velocity contradicts the position over a span h by h squared while h is short, by h once
-// it is longer than the error lasts; a wandering position does so by h from the start. Four spans therefore tell the
-// velocity's variance, its correlation time and the wander's variance apart. For each of a row of correlation times the
-// variances are fitted in proportion, each mean square counting as often as its spans are independent; the time that
-// fits best is taken.
+// A Gauss-Markov error of the velocity contributes to the mean square of the contradiction over a span h. Its part
+// grows with h squared while h is short, and with h once h is longer than the correlation time. The part of a wandering
+// position grows with h from the start. Four spans are therefore enough to distinguish the velocity's variance, its
+// correlation time and the variance of the wander. The variances are fitted for each of several correlation times, by
+// relative differences, and with each mean square weighted by the number of its independent spans; the correlation time
+// that fits best is used.
 #include "check/noise_scale.h"
 
 #include <algorithm>
@@ -15,19 +16,19 @@ namespace tarvel {
 namespace {
 
 constexpr std::size_t span_count = contradiction_spans.size();
-constexpr std::size_t one_second = 2;  // among the spans
+constexpr std::size_t one_second = 2;  // index in contradiction_spans
 
 constexpr double shortest_memory = 0.125;  // s
 constexpr double memory_step = 1.4142135623730951;
 constexpr int memory_count = 15;  // up to 16 s
 
-// A short stretch determines the correlation time badly: the usual one has the weight of this many independent spans,
-// for each factor of e between the two.
+// A short stretch determines the correlation time badly. The misfit of each is therefore increased by this weight times
+// the squared logarithm of its ratio to the usual one.
 constexpr double usual_memory_weight = 0.5;
 
 constexpr int fit_rounds = 8;
 constexpr int sweeps = 12;
-constexpr double least_mean_square = 1e-8;  // m2; digits of the file
+constexpr double least_mean_square = 1e-8;  // m2; from the last digits in a file
 constexpr double least_step = 0.005;        // m between samples: positions are not better than their last digits
 constexpr double least_velocity = 0.01;     // m/s, the same for velocities
 constexpr int most_degrees = 200;
@@ -48,7 +49,7 @@ double integrated_variance(double step, double span, double memory) {
 
 double wandered_variance(double span) { return 2.0 * (1.0 - fixed_exp(-span / stated_memory.position)); }
 
-// The factors squared, as unknowns: the velocity's and the two wanders'.
+// The unknowns: the squares of the factors of the velocity's error and of the wander, horizontal and vertical.
 struct squared_factors {
   double velocity = 1.0;
   std::array<double, 2> wander = {stated_wander * stated_wander, stated_wander *stated_wander};
@@ -58,7 +59,7 @@ struct squared_factors {
 struct noise_model {
   std::array<double, span_count> velocity{};
   std::array<std::array<double, span_count>, 2> wander{};
-  std::array<std::array<double, span_count>, 2> independent{};  // spans
+  std::array<std::array<double, span_count>, 2> independent{};  // number of independent spans
 };
 
 noise_model model_of(const measured_noise &measured, const stated_noise &stated, double memory) {
@@ -84,7 +85,7 @@ double seen(const measured_noise &measured, std::size_t group, std::size_t j) {
   return std::max(measured.mean_square[group][j], least_mean_square);
 }
 
-// Least squares of one unknown, the others kept: products over squares, never below 0.
+// Fits one unknown by least squares while the others stay fixed. Its value is never below 0.
 struct one_unknown {
   double products = 0.0;
   double squares = 0.0;
@@ -118,7 +119,8 @@ void sweep(const measured_noise &measured, const noise_model &model, const span_
   }
 }
 
-// Weights that fit the model instead of what is measured: a mean square that is small by chance would count too much.
+// After the first round the weights come from the model, since a measured mean square that is small by chance would
+// count too much.
 squared_factors fit_factors(const measured_noise &measured, const noise_model &model) {
   squared_factors factors;
   for (int round = 0; round < fit_rounds; ++round) {
@@ -155,7 +157,7 @@ double contradiction_ratio(const measured_noise &measured, const stated_noise &s
   return std::sqrt(is / should);
 }
 
-// The factor of an error that moves at least so far.
+// The factor of an error, at least the one that gives a standard deviation of `least`.
 double at_least(double squared_factor, double stated_variance, double least) {
   return std::sqrt(std::max(squared_factor, least * least / stated_variance));
 }
@@ -188,7 +190,7 @@ noise_scale fit_noise(const measured_noise &measured, const stated_noise &stated
 }
 
 double expected_roughness(double sigma, double step, double memory) {
-  constexpr double normal_quartile = 0.31863936396437515;  // of the absolute value
+  constexpr double normal_quartile = 0.31863936396437515;  // lower quartile of a standard normal's absolute value
   const double kept = fixed_exp(-step / memory);
   const double variance = 20.0 - 30.0 * kept + 12.0 * kept * kept - 2.0 * kept * kept * kept;
   return normal_quartile * sigma * std::sqrt(variance);

@@ -1,5 +1,5 @@
-// The noise of a track, estimated from the contradiction between its positions and velocities: the accuracy that a
-// logger states is wrong by factors.
+// The noise of a track, estimated from the contradiction between its positions and velocities. It differs by a factor
+// from the accuracy that the logger states.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 
 namespace tarvel {
 
-// Spans (s) over which positions are held against integrated velocities; 0 is one sample. Short ones show the size of
+// Spans (s) over which positions are compared with integrated velocities; 0 is one sample. Short ones show the size of
 // the velocity's errors and the wander of the position, long ones the correlation time of the velocity's errors.
 constexpr std::array<double, 4> contradiction_spans = {0.0, 0.4, 1.0, 3.0};
 
@@ -23,7 +23,7 @@ constexpr double stated_horizontal_part = 0.7071067811865476;  // 1 / sqrt(2): t
 constexpr double stated_wander = 0.3;
 constexpr error_memory stated_memory = {};
 
-// Variances an axis of one stretch, as the logger states them.
+// Variances along one axis of a stretch, as the logger states them.
 struct stated_noise {
   double velocity = 0.0;             // (m/s)2
   std::array<double, 2> position{};  // m2, horizontal and vertical
@@ -38,17 +38,18 @@ struct noise_scale {
   double ratio = 0.0;          // contradiction over a second, as a multiple of the one that the stated accuracy implies
 };
 
-// From the mean squares over the spans, horizontal (the mean of two axes) and vertical, of a stretch.
+// The contradiction in a stretch over each of contradiction_spans.
 struct measured_noise {
-  std::array<double, 4> seconds{};
-  std::array<std::array<double, 4>, 2> mean_square{};
-  double step = 0.1;      // s between samples
-  double duration = 0.0;  // s
+  std::array<double, 4> seconds{};                     // mean durations; 0 when the stretch is shorter
+  std::array<std::array<double, 4>, 2> mean_square{};  // m2: horizontal (the mean of two axes), vertical
+  double step = 0.1;                                   // s between samples
+  double duration = 0.0;                               // s
 };
+// The scale that fits the measured contradiction best.
 [[nodiscard]] noise_scale fit_noise(const measured_noise &measured, const stated_noise &stated);
 
-// The roughness (m/s) that a velocity error of a standard deviation and a correlation time should have: the lower
-// quartile of its third differences' absolute values.
+// The roughness (m/s; see roughness_of) of a velocity error with the standard deviation sigma (m/s) and the correlation
+// time memory (s), for samples that are step (s) apart.
 [[nodiscard]] double expected_roughness(double sigma, double step, double memory);
 
 }  // namespace tarvel

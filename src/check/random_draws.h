@@ -7,7 +7,8 @@
 
 namespace tarvel {
 
-// The x below which a standard normal variate lies with this probability, 0 < p < 1; relative error about 1e-15.
+// The value below which a standard normal variate lies with this probability, which is between 0 and 1; relative error
+// about 1e-15.
 [[nodiscard]] double normal_quantile(double probability);
 
 class random_source {
@@ -16,7 +17,7 @@ class random_source {
 
   // Strictly between 0 and 1.
   [[nodiscard]] double uniform();
-  // One number of the engine each.
+  // A standard normal variate, from one number of the engine.
   [[nodiscard]] double normal();
   // The sum of that many squared normal variates.
   [[nodiscard]] double chi_square(int degrees_of_freedom);

@@ -15,14 +15,14 @@ namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// In the order of the codes. Limits that are 0 are passed by what is greater than 0.
+// In the order of the codes. A limit of 0 is passed by every figure greater than 0.
 constexpr std::array<reason_rule, reason_count> rules = {{
     // s, from 15 s before the turn to the stop. Half a second at 30 m/s are 15 m: more than the turn's start moves by
     // noise.
     {reason_code::gap, "gap", severity::doubtful, 0.5},
     // s. What was flown between the samples on either side of the gate is not in the track.
     {reason_code::gap_at_gate, "gap-at-gate", severity::unusable, 0.5},
-    // Samples whose clock lies before that of the one before.
+    // Samples whose time is earlier than that of the sample before.
     {reason_code::clock_steps_back, "clock-steps-back", severity::unusable, 0.0},
     {reason_code::times_repeat, "times-repeat", severity::doubtful, 0.0},
     // The same of all samples that the figures depend on: from 15 s before the turn on, and around exit and pattern
@@ -33,31 +33,33 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     // Satellites: below seven the accuracy depends on each of them; below four there is no position.
     {reason_code::few_satellites, "few-satellites", severity::doubtful, 7.0},
     {reason_code::no_satellites, "no-satellites", severity::unusable, 4.0},
-    // Of the accuracies that are usual, at their worst: speed 1 m/s, horizontal 5 m, vertical 8 m. Sound loggers state
-    // less than half of that; at three times as much the gate speed is known to 3 m/s.
+    // The worst stated accuracy, divided by 1 m/s for the speed, by 5 m for the horizontal position, by 8 m for the
+    // height. Loggers in order state less than half of these; at three times as much the gate speed is known to 3 m/s.
     {reason_code::poor_accuracy, "poor-accuracy", severity::doubtful, 1.0},
     {reason_code::no_accuracy, "no-accuracy", severity::unusable, 3.0},
-    // m, 95 % over a second: 0.1 to 0.4 on quiet tracks, 3.6 to 8.6 where a logger at rest claims a swoop.
+    // m, the 95 % quantile over a second: 0.1 to 0.4 in tracks with little noise, 3.6 to 8.6 in tracks of a logger at
+    // rest whose positions or speeds are those of a swoop.
     {reason_code::contradiction, "contradiction", severity::doubtful, 1.5},
     {reason_code::no_agreement, "no-agreement", severity::unusable, 3.0},
-    // The greatest contradiction along an axis over 0.4, 1 or 3 s, of the median: noise that lasts reaches 9 in 1,000
-    // runs, a signal by way of a wall for a second more.
+    // The greatest contradiction along an axis over 0.4, 1 or 3 s, divided by the median. Noise that lasts reached 9 in
+    // 1,000 runs; a second of signals that a wall has reflected gives more.
     {reason_code::passing_contradiction, "passing-contradiction", severity::doubtful, 10.0},
     // m/s3: from nothing to 4 g within 0.4 s. Simulated swoops with their noise reach 55.
     {reason_code::impossible_jerk, "impossible-jerk", severity::doubtful, 100.0},
-    // In proportion to the logger's statement, over a second. The intervals follow the noise that is measured; beyond
-    // this the phases get none. A logger that understates its errors three times does not notice bad reception.
+    // The contradiction over a second, divided by the one that the stated accuracy implies. The intervals follow the
+    // measured noise; above the lower limit the phases get none. A logger whose errors are three times the stated ones
+    // does not notice bad reception.
     {reason_code::noise_beyond_statement, "noise-beyond-statement", severity::note, 1.5},
     {reason_code::noise_far_beyond_statement, "noise-far-beyond-statement", severity::doubtful, 3.0},
     {reason_code::white_noise, "white-noise", severity::doubtful, 0.0},
     // Samples that the figures depend on. Drawing more takes longer than half a second.
     {reason_code::not_drawn, "not-drawn", severity::doubtful, 4000.0},
-    // The same, with infinite or absurd numbers among them.
+    // The same, when there are infinite or absurd numbers among them.
     {reason_code::unsolvable, "unsolvable", severity::doubtful, 0.0},
-    // The part of the draws whose analysis fails, or that lack a score that the run has: one in twenty is what an
-    // interval leaves out as well.
+    // The part of the draws whose analysis fails, or that lack a score that the run has. An interval leaves out one
+    // draw in twenty as well.
     {reason_code::draws_fail, "draws-fail", severity::doubtful, 0.05},
-    // m/s, m and s from end to end: places in a meet are decided by less than a quarter of it.
+    // m/s, m and s between the ends of the interval: places in a meet are decided by less than a quarter of these.
     {reason_code::wide_gate_speed, "wide-gate-speed", severity::doubtful, 2.5},
     {reason_code::wide_distance, "wide-distance", severity::doubtful, 15.0},
     {reason_code::wide_carve_time, "wide-carve-time", severity::doubtful, 1.5},
@@ -72,22 +74,23 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::vertical_lag, "vertical-lag", severity::note, 0.09},
     // mph: a canopy in straight flight descends more slowly than 25, the limit that the turn is found by.
     {reason_code::no_dive, "no-dive", severity::unusable, 25.0},
-    // mph: no canopy dives faster; a pilot in free fall is.
+    // mph: no canopy dives faster, but a pilot in free fall does.
     {reason_code::too_fast_for_canopy, "too-fast-for-canopy", severity::unusable, 110.0},
     // ft of the stop above the gate, or above the lowest point from the turn to the end of the track.
     {reason_code::ends_in_air, "ends-in-air", severity::unusable, 100.0},
-    // s recorded behind the stop: only they show that the pilot stood.
+    // s recorded after the stop: only they show that the pilot stood.
     {reason_code::ends_early, "ends-early", severity::doubtful, 0.5},
     // Descents through 2,500 ft after a climb.
     {reason_code::several_runs, "several-runs", severity::doubtful, 1.0},
     // ft: a pilot so low between the exit and the turn had landed.
     {reason_code::exit_of_another_run, "exit-of-another-run", severity::unusable, 200.0},
-    // s from the landing that gives a run without a course its gate to the turn: that landing ended another run.
+    // s to the turn from the landing at which the gate of a run without a course is put. A landing before the turn
+    // ended another run.
     {reason_code::gate_of_another_run, "gate-of-another-run", severity::unusable, 0.0},
-    // ft above the ground: from higher up the distance flown level is no longer the swoop's.
+    // ft above the ground at the end of the rollout: from higher up, the distance flown level is not that of the swoop.
     {reason_code::levelled_high, "levelled-high", severity::doubtful, 15.0},
     {reason_code::gate_not_crossed, "gate-not-crossed", severity::doubtful, 0.0},
-    // m between the gate and the nearest sample of the swoop: another course.
+    // m between the gate and the nearest sample of the swoop: farther away, the course is not that of the run.
     {reason_code::far_from_gate, "far-from-gate", severity::unusable, 100.0},
     // m from the gate's centre; the gate is 10 m wide.
     {reason_code::beside_the_gate, "beside-the-gate", severity::doubtful, 5.0},
@@ -148,7 +151,7 @@ void judge_reception(const swoop &run, run_verdict &verdict) {
   for (const gps_point &sample : flown_samples(run)) {
     for (const float part : {sample.sacc / usual_speed_accuracy, sample.hacc / usual_horizontal_accuracy,
                              sample.vacc / usual_vertical_accuracy}) {
-      // An accuracy that is no number is none.
+      // A NaN counts as no accuracy at all.
       accuracy = std::isnan(part) ? std::numeric_limits<float>::infinity() : std::max(accuracy, part);
     }
     satellites = std::min(satellites, static_cast<double>(sample.numsv));
@@ -214,7 +217,7 @@ void judge_lag(const run_check &check, run_verdict &verdict) {
   }
 }
 
-// Descents through 2,500 ft, and the least height between the exit and the turn, in feet.
+// The number of descents through 2,500 ft; the least heights between the exit and the turn and from the turn on, ft.
 struct descents {
   double count = 0.0;
   double lowest_before_turn = infinity;

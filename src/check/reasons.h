@@ -1,4 +1,4 @@
-// Why a run's figures are to be doubted, and the verdict that follows.
+// The reasons to doubt the figures of a run, and the verdict that follows from them.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 
 namespace tarvel {
 
-// A note changes no verdict; one doubtful reason makes a run doubtful, one that makes it unusable does so.
+// A note does not change the verdict. One doubtful reason makes the run doubtful, one unusable reason unusable.
 enum class severity { note, doubtful, unusable };
 
 enum class reason_code : std::size_t {
@@ -83,7 +83,7 @@ struct run_verdict {
   return {verdict.reasons.data(), verdict.count};
 }
 
-// From an analysed run and its check, in the order of the codes.
+// The reasons to doubt an analysed run, in the order of the codes, and the worst of their weights.
 [[nodiscard]] run_verdict judge_run(const swoop &run, const run_check &check);
 
 }  // namespace tarvel

@@ -24,10 +24,11 @@ constexpr double usual_steps = 1.6;
 
 constexpr double other_turn = 45.0;  // degrees
 
-// Standard deviations of the velocity's noise: a jolt below may be none. Of 800 simulated turns 6 had begun earlier than
-// found by more than three halves of the interval; 3 are left with jolts of 1.5, 1 with 2.
+// In standard deviations of the velocity's noise: a smaller jolt may be noise. Of 800 simulated turns 6 had begun
+// earlier than found by more than one and a half widths of the interval. With a limit of 1.5 there were 3 left, with a
+// limit of 2 there was 1.
 constexpr double smallest_jolt = 2.0;
-// Of the interval's width: a start that lies less far before its end is one of those that draws find.
+// In widths of the interval: starts that lie less far before its end are among those that draws find.
 constexpr double other_start = 3.0;
 
 std::uint32_t count_unordered(const motion_series &series) {
@@ -56,7 +57,7 @@ double mean_velocity_sigma(const measured_flight &flight) {
   return sum / (flight.window.noise_end - flight.window.closely.first);
 }
 
-// Each figure's draws that are numbers, at the beginning of its row.
+// How many draws of each figure are finite; these are at the beginning of the figure's row.
 struct drawn_counts {
   std::array<std::size_t, figure_count> present{};
   std::uint32_t failed = 0;
@@ -116,9 +117,9 @@ void fill_intervals(const swoop &run, const drawn_counts &counts, const check_se
   check.other_degrees = part_of(counts.other_degrees);
 }
 
-// A turn may begin with a jolt too small to be told from noise. The detectors stop there, in almost every draw as well,
-// since each of its samples must accelerate. Where the turn would else start far outside of the interval, the intervals
-// reach to that start.
+// A turn may begin before a jolt that is too small to be distinguished from noise. The detector's search ends at the
+// jolt, in almost every draw as well, since it needs an acceleration at each sample. When the turn without the jolt
+// starts far outside of the interval, the intervals are widened to that start.
 void contain_earlier_start(const swoop &run, double jolt, run_check &check) {
   const turn_figures earlier = figures_of_turn_from(run, start_before_jolts(run, jolt));
   const interval &time = check_of(check, figure::turn_time).range;
@@ -138,7 +139,7 @@ void bound(run_check &check, figure which, const interval &range) {
 
 double greatest_usual_step(double step) { return std::max(least_gap, usual_steps * step); }
 
-// Needs gates that were crossed.
+// Needs both gates crossed.
 void bound_carve(const swoop &run, double usual, run_check &check) {
   const crossing_bounds entry = bounds_of_crossing(run, run.entry_gate);
   const crossing_bounds exit = bounds_of_crossing(run, run.exit_gate);
@@ -210,7 +211,7 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
     return;
   }
   flight_draws draws;
-  owned_array<double> rows;  // of draws, one for each figure
+  owned_array<double> rows;  // a row of draws for each figure
   if (!fill_series(flight) || !make_room(draws, flight) ||
       !try_resize(rows, figure_count * std::max(settings.draws, std::uint32_t{1}))) {
     *error = "failed to allocate memory for swoop";

@@ -1,5 +1,5 @@
-// The uncertainty of the figures of a run: the whole analysis is repeated over many tracks drawn given the measured
-// one.
+// The uncertainty of the figures of a run: the whole analysis is repeated over many tracks, drawn from the distribution
+// of those that fit the measured one.
 #pragma once
 
 #include <array>
@@ -21,17 +21,17 @@ struct check_settings {
   std::uint32_t draws = 400;
   std::uint64_t seed = 1;
   bool even_if_withheld =
-      false;  // intervals also where they are not given, to measure how often they contain the truth
+      false;  // also compute intervals that are withheld, to measure how often they contain the truth
 };
 
-// Why figures of a run get no intervals. With a gap, a contradiction and white errors only the phases get none: their
-// detectors step from sample to sample. With the other reasons no figure gets one.
+// Why figures of a run get no intervals. For a gap, a contradiction or white errors only the phases get none, since
+// their detectors step from sample to sample. For the other reasons no figure gets one.
 enum class withheld {
   nothing,
   times_out_of_order,    // a time that repeats or steps back among the samples
   gap,                   // samples missing between 15 s before the turn and the stop
   contradiction,         // positions and velocities contradict each other by more than the stated accuracy explains
-  white_velocity_noise,  // the velocity's errors have a correlation time too short to be told from the position's
+  white_velocity_noise,  // too short a correlation time to distinguish the velocity's errors from the position's
   too_many_samples,      // the figures depend on more than most_samples
   unsolvable,            // numbers that allow no smooth flight
 };
@@ -41,22 +41,21 @@ struct figure_check {
   bool has_interval = false;
   interval range;           // contains the value
   double missing = 0.0;     // the part of the draws that do not have the figure
-  bool is_bounded = false;  // the gate was crossed in a gap: the range is all that is known, and the value is wrong
+  bool is_bounded = false;  // the gate was crossed in a gap: only the range is known, and the value is wrong
 };
 
 struct run_check {
   std::array<figure_check, figure_count> figures;
   withheld reason = withheld::nothing;
   noise_scale noise;
-  velocity_lag lag;             // as found; taken out of the draws when it is more than chance
-  double contradiction = 0.0;   // m between the step of the position over a second and the integral of the velocity, in
-                                // plan and after the lag: 95 % are less
-  double peak = 0.0;            // of the contradiction along an axis, in proportion to its median
+  velocity_lag lag;             // as found; removed from the draws when it is more than chance
+  double contradiction = 0.0;   // m, the 95 % quantile over a second, in plan and without the lag
+  double peak = 0.0;            // the greatest contradiction along an axis, divided by the median
   double jerk = 0.0;            // m/s3, the greatest of the velocities
-  double roughness = 0.0;       // of the velocity from sample to sample, in proportion to the one its noise should have
+  double roughness = 0.0;       // of the velocity from sample to sample, divided by the one that its noise should have
   std::uint32_t unordered = 0;  // samples whose time is not later than the one before
   double longest_gap = 0.0;     // s between two samples from 15 s before the turn to the stop; 0 for the usual steps
-  double gate_gap = 0.0;        // the same of the samples on either side of a gate
+  double gate_gap = 0.0;        // the same for the samples on either side of a gate
   std::uint32_t draws = 0;
   double failed = 0.0;         // the part of the draws whose analysis fails
   double other_hand = 0.0;     // that turn the other way round

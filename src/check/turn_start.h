@@ -1,4 +1,4 @@
-// Another start of the turn: before jolts that may be noise.
+// An earlier start of the turn, before jolts that may be noise.
 #pragma once
 
 #include <array>
@@ -8,8 +8,9 @@
 
 namespace tarvel {
 
-// The sample that descends least before the start that was found, reached over samples that descend faster than the
-// least so far by at most the jolt (m/s), within 5 s; the start itself when there is none.
+// Searches back from the start that was found, for at most 5 s, while the descent is at most the jolt (m/s) faster than
+// the slowest so far. Returns the sample of slowest descent; the start itself when no earlier sample descends more
+// slowly.
 [[nodiscard]] std::uint32_t start_before_jolts(const swoop &run, double jolt);
 
 struct turn_figure {

@@ -11,11 +11,11 @@ namespace {
 
 constexpr double lag_span = 1.0;  // s
 constexpr int lag_rounds = 4;
-constexpr double greatest_lag = 1.0;        // s; beyond, it is no lag
+constexpr double greatest_lag = 1.0;        // s; a greater estimate is reduced to this
 constexpr double farthest_neighbour = 1.0;  // s
 constexpr double least_change = 2.0;        // m/s, root mean square over a span: less shows no lag
 
-// Sums of a least-squares slope.
+// The sums from which a least-squares slope is computed.
 struct slope_sums {
   double products = 0.0;
   double squares = 0.0;
@@ -58,7 +58,7 @@ double estimate_common_lag(const motion_series &series, std::size_t first, std::
   return lag;
 }
 
-// A cubic through two values with the slopes of their neighbours; part runs from 0 to 1.
+// Interpolates between the values k and k + 1 by a cubic with their slopes; part is 0 at the first and 1 at the second.
 double cubic_between(std::span<const double> times, std::span<const double> values, std::size_t k, double part) {
   const double dt = times[k + 1] - times[k];
   const auto slope = [&](std::size_t i) {

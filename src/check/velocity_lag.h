@@ -14,14 +14,16 @@ struct velocity_lag {
   double vertical = 0.0;
 };
 
-// A lag of L makes the drift of the position change by L times the change of the velocity: least squares over spans of
-// a second between two samples, repeated with the velocities moved by the lag found so far. 0 where the velocity
-// changes too little to tell. work holds as many numbers as the series twice over.
+// Estimates the lag in the samples [first, end). A lag of L changes the drift (see contradiction.h) by L times the
+// change of the velocity. L is fitted by least squares over spans of a second, and repeatedly so with the velocities
+// moved by the lag found so far. 0 when the velocity changes too little. work has room for twice as many numbers as the
+// series has samples.
 [[nodiscard]] velocity_lag estimate_lag(const motion_series &series, std::size_t first, std::size_t end,
                                         std::span<double> work);
 
-// Fills moved with the velocities that a track without the lag would have had: those measured so much later, on a cubic
-// between two samples. Where the next sample is more than a second away or missing, the velocity stays.
+// Fills moved with the velocities that a track without the lag (s) would have had: each is that measured lag seconds
+// later, on a cubic between two samples. Where these are more than a second apart or do not exist, the velocity stays
+// as it was measured.
 void move_velocities(std::span<const double> times, std::span<const double> velocities, double lag,
                      std::span<double> moved);
 
