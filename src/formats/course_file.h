@@ -26,13 +26,14 @@ enum class course_answer { here, no_gate, elsewhere };
 [[nodiscard]] course_answer read_course(std::FILE *stream, const char *name, const char *swoop_file, course &result,
                                         course_link &link, error_slot *error);
 
-// An index that leads back to itself must end somewhere.
+// A limit, since the indexes of several files may refer to each other in a circle.
 constexpr int max_further_course_files = 64;
 
-// Goes from the course file of that name to where indexes lead, through at most 64 further files. read(path, link) reads
-// one as read_course does, and sets the slot when that fails. file is then the one that had the answer, or that failed;
-// the first one's name is cut to the 99 characters that an index may name. Fails with "failed to open file: %s" when the
-// last of these files leads to another, or with a message of read.
+// Reads the course file at path and, as long as an index refers to another file, that file: at most 64 after the first.
+// read(path, link) reads one file as read_course does, and sets the slot when it fails. Sets file to the name of the
+// last file that was read: the one that had the answer, or that failed. The first file's name is cut to 99 characters,
+// the most that an index can contain. Fails with "failed to open file: %s" when the last of these files refers to yet
+// another one, or with a message of read.
 template <typename reader>
 void follow_course_files(const char *path, course_link &file, reader read, error_slot *error) {
   *error = nullptr;

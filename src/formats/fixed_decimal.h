@@ -8,11 +8,11 @@
 
 namespace tarvel {
 
-// The most bytes that print_fixed() writes: a sign, the 309 digits of the largest double, the point and 20 decimals.
+// The most bytes that print_fixed writes: a sign, the 309 digits of the largest double, the point and 20 decimals.
 constexpr int longest_fixed_decimal = 1 + 309 + 1 + 20;
 
-// Writes the same bytes as printf() of "%.*f", without the NUL. decimals is in 0..20. first must have room for the
-// bytes; returns their end.
+// Writes the same bytes as printf of "%.*f", without the NUL. decimals is 0 to 20. first must have room for
+// longest_fixed_decimal bytes. Returns the end of the written ones.
 inline char *print_fixed(char *first, double value, int decimals) {
   if (std::isnan(value)) {
     // libc++ prints "-nan(ind)" and "nan(snan)".

@@ -32,7 +32,8 @@ struct carve_gate {
   vec3 outer;
 };
 
-// The gate at an angle (degrees) along a circle of this radius (m) about (0, radius), which curves towards +y.
+// The gate of this width (m) at an angle (degrees, 0 at the origin) along a circle of this radius (m) whose centre is
+// (0, radius), so that it curves towards +y.
 [[nodiscard]] carve_gate carve_gate_points(double angle, double radius, double width);
 
 }  // namespace tarvel

@@ -20,10 +20,10 @@ struct vec2 {
 [[nodiscard]] vec3 vec3_sub(const vec3 &a, const vec3 &b);
 [[nodiscard]] vec3 vec3_cross(const vec3 &a, const vec3 &b);
 [[nodiscard]] double vec3_length(const vec3 &v);
-// The plan position.
+// The position in plan, without z.
 [[nodiscard]] vec2 vec3_xy(const vec3 &v);
 [[nodiscard]] double distance_3d(const vec3 &a, const vec3 &b);
-// The plan distance, z ignored.
+// The distance in plan, z ignored.
 [[nodiscard]] double distance_2d(const vec3 &a, const vec3 &b);
 
 // b - a: the vector from a to b.

@@ -9,7 +9,7 @@ namespace tarvel {
 
 namespace {
 
-// The length of the text without a last UTF-8 character that is cut short. The first byte of a multi-byte character
+// The length of the text without an incomplete UTF-8 character at its end. The first byte of a multi-byte character
 // begins with as many one bits as the character has bytes, each further byte with a single one bit.
 std::size_t length_of_whole_characters(const char *text, std::size_t length) {
   for (std::size_t back = 1; back <= 3 && back <= length; ++back) {

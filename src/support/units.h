@@ -3,6 +3,7 @@
 
 namespace tarvel {
 
+// 1 / 0.3048 and 3600 / 1609.344, rounded to eight decimals.
 constexpr double feet_per_metre = 3.2808399;
 constexpr double mph_per_mps = 2.23693629;
 constexpr double standard_gravity = 9.80665;  // m/s2, the conventional value of one g
