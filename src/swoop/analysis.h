@@ -9,11 +9,11 @@
 
 namespace tarvel {
 
-// Chooses the frame and fills all results in the record. frame (ECEF to local) is not used for gate type 2, which
-// builds its own; theta (radians) is used only for gate type 0: after a reversal or a speed carve its frame is rotated
-// and the run analysed again. A second call with the same gate type and frame does nothing, except for a course that
-// was not rotated. Fails with "no points found in track", "invalid gate type" or a detector's message; what was found
-// before that stays in the record.
+// Chooses the frame and fills all results in the record. frame (ECEF to local) is not used for gate_type_implicit,
+// which builds its own; theta (radians) is used only for gate_type_course: after a reversal or a speed carve the frame
+// is rotated and the run analysed again. A second call with the same gate type and frame does nothing, except for a
+// course that was not rotated. Fails with "no points found in track", "invalid gate type" or a detector's message; what
+// was found before that stays in the record.
 void analyze_swoop(swoop &run, std::int32_t gate_type, const mat4 &frame, double theta, error_slot *error);
 
 // The angle in radians by which the course is rotated about the vertical for this run: pi for a reversal, plus the

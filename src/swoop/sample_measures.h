@@ -10,18 +10,18 @@
 
 namespace tarvel {
 
-// Above the entry gate.
+// Height above the entry gate.
 [[nodiscard]] inline double height_feet(const gps_point &sample) { return feet_per_metre * sample.pos_local.z; }
 
-// Positive downward.
+// Vertical speed, positive downward.
 [[nodiscard]] inline double descent_mph(const gps_point &sample) { return mph_per_mps * -sample.vel_local.z; }
 
-// mph per second, positive downward.
+// Vertical acceleration, mph per second, positive downward.
 [[nodiscard]] inline double downward_acceleration(const gps_point &sample) { return mph_per_mps * -sample.acc_local.z; }
 
 [[nodiscard]] inline double horizontal_mph(const gps_point &sample) { return mph_per_mps * horizontal_speed(sample); }
 
-// As the logger reported them: height above mean sea level, m; descent, m/s.
+// The values that the logger reported: height above mean sea level, m; vertical speed, m/s, positive downward.
 [[nodiscard]] inline double raw_altitude(const gps_point &sample) { return sample.pos_wgs84.z; }
 [[nodiscard]] inline double raw_descent(const gps_point &sample) { return sample.vel_ltp.z; }
 
@@ -34,7 +34,7 @@ namespace tarvel {
 // The time at which a measure, va at sample a and vb at sample b, crosses a value: interpolated, ms, truncated.
 [[nodiscard]] std::int64_t crossing_time(const gps_point &a, const gps_point &b, double va, double vb, double value);
 
-// A heading difference folded into 0..180 degrees.
+// The difference between two headings in degrees, folded into 0 to 180.
 [[nodiscard]] double folded_heading_change(double from, double to);
 
 }  // namespace tarvel

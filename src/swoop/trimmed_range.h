@@ -5,8 +5,8 @@
 
 namespace tarvel {
 
-// From 10 s before the exit, or without one before the highest point up to the rollout, to 10 s after the stop, or to
-// the end of the track when the touchdown is not at the stop.
+// The samples from 10 s before the exit to 10 s after the stop. For a run without an exit they begin 10 s before the
+// highest point up to the rollout; when the touchdown is not at the stop, they end with the track.
 [[nodiscard]] sample_range trimmed_range(const swoop &run);
 
 }  // namespace tarvel
