@@ -14,10 +14,10 @@ struct jump_phases {
   std::uint32_t exit = 0;
   double exit_height = 0.0;  // m
   std::uint32_t stop = 0;
-  bool has_dive = false;  // below 1,000 ft: first a descent faster than in straight flight, then a slow one
+  bool has_dive = false;  // below 1,000 ft it descends faster than in straight flight, and then slowly
 };
 
-// The last sample is at the height of the ground. Fails with "realloc failed".
+// Finds the phases of a jump whose last sample is at the height of the ground. Fails with "realloc failed".
 [[nodiscard]] jump_phases find_jump_phases(std::span<const gps_point> samples, error_slot *error);
 
 }  // namespace tarvel

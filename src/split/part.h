@@ -20,13 +20,13 @@ struct split_source {
   std::span<const std::uint64_t> rows;
 };
 
-// The name of a jump's file: the number goes before the extension of "day.csv", and to the end of a name that has none.
-// Null when memory is short.
+// The name of a jump's file: the number is put before the extension, "day-2.csv" for "day.csv", or at the end of a name
+// without one. Null when memory is short.
 [[nodiscard]] owned_text part_name(const char *path, unsigned number);
 
-// Writes a part of the track: of text all that stands before the first row, and the bytes from the part's first row to the
-// row behind its last; of a container its samples. Fails with "failed to read file: %s" or a message of the container's; the
-// caller checks the written stream for errors.
+// Writes a part of the track. Of a text track these are the bytes before the first sample's row, and those from the
+// part's first row to the row after its last; of a container, the part's samples. Fails with "failed to read file: %s"
+// or a message of write_swoop_stream; the caller checks the written stream for errors.
 void write_part(const split_source &source, const stretch &part, std::FILE *file, error_slot *error);
 
 }  // namespace tarvel

@@ -12,8 +12,8 @@ struct split_options {
   bool metric = false;
 };
 
-// Ends the program with status 0 after printing the help or the version, and with status 1 after a message about a
-// wrong command line on standard error.
+// Parses the command line. Ends the program with status 0 after --help and --version, and with status 1 and a message
+// on standard error for a wrong command line.
 [[nodiscard]] split_options parse_split_options(int argc, char *argv[]);
 
 }  // namespace tarvel
