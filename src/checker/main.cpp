@@ -1,4 +1,4 @@
-// tarvel-check: how far each figure of a run can be trusted.
+// tarvel-check: prints an interval for each figure of a run, the reasons to doubt it, and a verdict.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -50,7 +50,7 @@ void analyze(swoop &run, const char *track, const check_options &options, error_
   }
 }
 
-// The verdict; none with an error.
+// The worst reason to doubt a run; severity::note after an error.
 severity check_track(const char *path, const check_options &options, error_slot *error) {
   const owned_record<swoop> run = load_run(path, error);
   if (*error) return severity::note;
@@ -93,7 +93,7 @@ int main(int argc, char *argv[]) {
     if (path != options.tracks.front()) std::putchar('\n');
     error = nullptr;
     worst = std::max(worst, check_track(path, options, &error));
-    // The report of a run comes before the messages of the next, also when both streams go to one file.
+    // The report of a run must come before the messages of the next one, also when both streams go to one file.
     std::fflush(stdout);
     if (error == nullptr) continue;
     std::fprintf(stderr, "%s: %s: %s\n", check_program, path, error);

@@ -9,7 +9,7 @@ namespace tarvel {
 
 namespace {
 
-// True when the whole argument is such a number.
+// True when the whole argument is a decimal number.
 template <typename T>
 bool is_number(const char *argument, T &number) {
   const char *const end = argument + std::strlen(argument);

@@ -1,7 +1,7 @@
 // Numbers on the command line of tarvel-check and tarvel-json.
 //
-// Each function fills the number, or fails with a message that names the argument. The whole argument must be a decimal
-// number; for draws and the seed a whole one.
+// Each function fills the number, or fails with a message that quotes the argument. The whole argument must be a
+// decimal number; that of draws and the seed must be an integer.
 #pragma once
 
 #include <cstdint>

@@ -77,7 +77,7 @@ void parse_switches(int argc, char *argv[], check_options &options) {
 
 void parse_check_options(int argc, char *argv[], check_options &options) {
   parse_switches(argc, argv, options);
-  // getopt has moved the words that are no options behind the others.
+  // getopt has moved the operands after the options.
   options.tracks =
       std::span<char *const>(argv, static_cast<std::size_t>(argc)).subspan(static_cast<std::size_t>(optind));
   if (options.tracks.empty()) refuse("no track");

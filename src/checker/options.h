@@ -8,7 +8,7 @@
 
 namespace tarvel {
 
-// What stands before its messages.
+// The program's name in its messages.
 constexpr const char *check_program = "tarvel-check";
 
 struct check_options {
@@ -19,8 +19,8 @@ struct check_options {
   std::span<char *const> tracks;
 };
 
-// Fills the options. Ends the program itself: with status 0 after --help and --version, with status 1 and a message on
-// standard error for a command line that cannot be carried out.
+// Fills the options. Ends the program with status 0 after --help and --version, and with status 1 and a message on
+// standard error for a wrong command line.
 void parse_check_options(int argc, char *argv[], check_options &options);
 
 }  // namespace tarvel

@@ -1,4 +1,4 @@
-// How far the figures of a run can be trusted, as JSON.
+// The check of a run as JSON.
 #pragma once
 
 #include "check/reasons.h"

@@ -1,4 +1,4 @@
-// A sample's time as the logger's clock showed it.
+// The time of a sample on the logger's clock, as text.
 #pragma once
 
 #include <cstdint>

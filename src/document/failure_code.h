@@ -1,4 +1,4 @@
-// Messages as codes that stay when their words change.
+// Codes for messages, which stay the same when the words of a message change.
 #pragma once
 
 #include "support/error_slot.h"

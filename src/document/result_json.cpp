@@ -146,7 +146,7 @@ json figures_as_json(const swoop &run, const display_units &units) {
 json phases_as_json(const swoop &run) {
   json phases = json::object();
   const auto add = [&](const char *name, const moment &found) { phases[name] = moment_as_json(run, found); };
-  // For those that a run may lack, whose index is then 0. The turn is always there, and may begin at sample 0.
+  // For phases that a run may lack; their index is then 0. A run always has a turn, which may begin at sample 0.
   const auto add_if = [&](bool is_found, const char *name, const moment &found) {
     phases[name] = is_found ? moment_as_json(run, found) : json();
   };

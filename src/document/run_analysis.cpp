@@ -10,7 +10,7 @@ void read_run(std::FILE *track, analysed_run &work, run_facts &facts) {
   error_slot *const error = &facts.failure.message;
   work.warnings = text_buffer_create(error);
   if (*error) return;
-  // The reader reports in this slot from here on. Warnings for which memory is short are reported in another.
+  // From here on the reader has this slot to itself, and the warnings report a failed allocation in another.
   error_slot warning_error = nullptr;
   work.warnings.error = &warning_error;
   work.run = swoop_create(track, facts.track_name, work.warnings, error);

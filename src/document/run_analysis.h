@@ -17,20 +17,21 @@ namespace tarvel {
 struct analysed_run {
   text_buffer warnings;
   owned_record<swoop> run;
-  std::optional<course> flown;  // null without a course; its pond turns with the run's frame
+  std::optional<course> flown;  // null without a course; its pond is rotated with the run's frame
   std::optional<checked_run> checked;
 };
 
+// These store the message of a failure in facts.failure.
+
 // Reads the seekable stream of the track facts.track_name. Sets facts.warnings and facts.run. Fails with "malloc()
-// failed" (the warnings) or a message of swoop_create, in facts.failure.
+// failed" (the warnings) or a message of swoop_create.
 void read_run(std::FILE *track, analysed_run &work, run_facts &facts);
 
 // Analyses the run over the course work.flown, or without a course. Sets facts.course and facts.pond. Fails with a
-// message of analyze_swoop, in facts.failure.
+// message of analyze_swoop.
 void analyse_run(analysed_run &work, run_facts &facts);
 
-// Finds how far the figures can be trusted, with the settings facts.asked_check. Sets facts.checked. Fails with a
-// message of check_run, in facts.failure.
+// Checks the analysed run with the settings facts.asked_check. Sets facts.checked. Fails with a message of check_run.
 void check_analysed_run(analysed_run &work, run_facts &facts);
 
 }  // namespace tarvel

@@ -90,7 +90,7 @@ json carve_as_json(const swoop &run) {
   return run.carve_direction == carve_towards_minus_y ? "right" : "left";
 }
 
-// The frame of a gate that was found from the run itself is never turned.
+// A frame that was built from the run itself is never rotated.
 double turned_degrees(const swoop &run) {
   return run.gate_type == gate_type_course ? degrees_from_radians(correction_angle(run)) : 0.0;
 }

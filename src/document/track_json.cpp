@@ -15,7 +15,8 @@ namespace {
 constexpr std::int64_t before_turn = 15'000;  // ms
 constexpr std::int64_t after_stop = 5'000;    // ms
 
-// On either side, also where the clock stands still: 20 seconds at 100 samples a second.
+// The most samples before the turn and after the stop, 20 s at 100 samples a second: a limit for a clock that stands
+// still.
 constexpr std::uint32_t most_samples_around = 2000;
 
 constexpr double per_millimetre = 1000.0;
@@ -85,8 +86,7 @@ std::vector<overview_point> overview_of(std::span<const gps_point> samples) {
   return points;
 }
 
-// The interval that half of the intervals do not exceed. In most tracks it is the first one, to which more than half
-// are equal.
+// The median interval between samples. In most tracks it is the first one, to which more than half are equal.
 std::int64_t median_interval(std::span<const gps_point> samples) {
   const auto interval = [&](std::size_t i) { return elapsed(samples[i - 1].time, samples[i].time); };
   const std::size_t count = samples.size() - 1;

@@ -10,8 +10,8 @@
 
 namespace tarvel {
 
-// The greatest number of points in an overview. A longer track is divided into half as many slices, whose lowest and
-// highest samples are taken, in their order.
+// The greatest number of points in an overview. A track with more samples is divided into half as many slices, and of
+// each the lowest and the highest sample are written, the earlier one first.
 constexpr std::uint32_t overview_points = 4000;
 
 // Appends time and height of the whole track.
@@ -20,7 +20,7 @@ void append_overview(document_text &text, std::span<const gps_point> samples);
 // Appends the samples from 15 seconds before the turn to 5 seconds after the stop, in columns.
 void append_samples(document_text &text, const swoop &run);
 
-// Samples a second, from the interval that half of the samples do not exceed; null when that is not positive.
+// The number of samples a second, from the median interval between samples; null when that is not positive.
 [[nodiscard]] json rate_as_json(std::span<const gps_point> samples);
 
 // The time on the logger's clock; null when the calendar cannot express it.

@@ -1,5 +1,5 @@
-// An input whose digest is computed while it is read, each byte once, so that digest and analysis are of the same
-// bytes. Readers may seek back: a file is then read again, and the bytes of a pipe are kept in memory.
+// An input whose digest is computed while it is read, so that digest and analysis are of the same bytes. Readers may
+// seek back: a file is then read again, but each byte enters the digest once; the bytes of a pipe are kept in memory.
 #pragma once
 
 #include <nettle/sha2.h>
@@ -16,10 +16,10 @@ namespace tarvel {
 struct input_stream {
   int descriptor = -1;              // of a file; the stream closes it
   std::int64_t position = 0;        // in the file
-  std::int64_t digested = 0;        // bytes from the start that the digest has
+  std::int64_t digested = 0;        // number of bytes from the start that are in the digest
   sha256_ctx digest = {};           // of these bytes
-  owned_array<unsigned char> kept;  // from a pipe
-  owned_text buffer;                // of the stream
+  owned_array<unsigned char> kept;  // all bytes of a pipe
+  owned_text buffer;                // the stream's buffer
   file_handle stream;
 };
 

@@ -16,8 +16,8 @@ struct json_options {
   const char *track = nullptr;  // "-" for standard input
 };
 
-// Ends the program itself: with status 0 after --help and --version, with status 2 and a message on standard error for a
-// command line that cannot be carried out.
+// Parses the command line. Ends the program with status 0 after --help and --version, and with status 2 and a message
+// on standard error for a wrong command line.
 [[nodiscard]] json_options parse_json_options(int argc, char *argv[]);
 
 }  // namespace tarvel

@@ -16,7 +16,7 @@ namespace {
 
 enum class measure { length, speed, angle, time };
 
-// One line. A place's second and third line have no name of the phase.
+// One line. In the second and third line of a place the name of the phase is left out.
 struct report_line {
   figure which;
   const char *label;
@@ -76,7 +76,7 @@ double factor_of(const report_line &line, const display_units &units) {
   return line.unit == measure::speed ? units.speed_factor : 1.0;
 }
 
-// Outward, to the digits that are printed; never a minus sign before 0.
+// Rounds the ends outward to the digits that are printed; 0 never has a minus sign.
 double rounded(double value, int decimals, double (*round)(double)) {
   const double steps = decimals == 0 ? 1.0 : decimals == 1 ? 10.0 : 100.0;
   return round(value * steps) / steps + 0.0;
@@ -139,7 +139,7 @@ void print_line(text_buffer &text, const report_line &line, const run_check &che
   text_buffer_printf(text, "\n");
 }
 
-// "2026-05-16 13:05:31", as the logger's clock says; a hyphen for a time that no calendar has.
+// "2026-05-16 13:05:31", the time on the logger's clock; a hyphen for a time that the calendar cannot express.
 struct clock_text {
   char text[32] = "-";
 };
@@ -201,7 +201,7 @@ const char *name_of_verdict(severity worst) {
 
 const char *name_of_weight(severity weight) { return weight == severity::note ? "note" : name_of_verdict(weight); }
 
-// The direction stands behind the degrees.
+// The direction is printed after the degrees, instead of a sign.
 interval shown_range(figure which, const figure_check &each) {
   const bool is_turned = which == figure::degrees && each.value < 0.0;
   return is_turned ? interval{-each.range.high, -each.range.low} : each.range;

@@ -1,4 +1,4 @@
-// The words of a check: each figure with its interval, the reasons to doubt it, and the verdict.
+// The text of a check: each figure with its interval, the reasons to doubt the run, and the verdict.
 #pragma once
 
 #include "check/figures.h"
@@ -25,10 +25,10 @@ namespace tarvel {
 // "note", "doubtful" or "unusable".
 [[nodiscard]] const char *name_of_weight(severity weight);
 
-// The interval of a figure as it is shown: degrees have no direction. Needs an interval.
+// The interval of a figure as it is shown: the degrees of a left-hand turn are positive, too. Needs an interval.
 [[nodiscard]] interval shown_range(figure which, const figure_check &each);
 
-// Its ends as printed: rounded outward.
+// The ends of that interval as printed: rounded outward.
 struct printed_ends {
   char low[328];
   char high[328];

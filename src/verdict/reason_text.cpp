@@ -12,7 +12,7 @@ enum class reason_unit { number, seconds, part, metres, feet, metres_per_second,
 struct reason_words {
   reason_code code;
   reason_unit unit;
-  const char *words;  // behind the figure
+  const char *words;  // after the figure
 };
 
 // In the order of the codes.

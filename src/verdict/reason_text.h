@@ -1,4 +1,4 @@
-// What a reason to doubt a run says to its pilot and its scorer.
+// The sentence that explains a reason to doubt a run to its pilot and its scorer.
 #pragma once
 
 #include "check/reasons.h"
@@ -10,7 +10,7 @@ namespace tarvel {
 // Appends the measured figure in its unit, what it means and what to do.
 void append_reason_sentence(text_buffer &text, const reason &each, const display_units &units);
 
-// The measured figure in m, m/s or s; without a unit for a number, and for a part of 1.
+// The measured figure in m, m/s or s; unit is null for a count and for a part of 1.
 struct reason_value {
   double value = 0.0;
   const char *unit = nullptr;
