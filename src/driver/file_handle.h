@@ -13,12 +13,12 @@ struct file_closer {
 };
 using file_handle = std::unique_ptr<std::FILE, file_closer>;
 
-// Opens a track or course file for reading and protects it as protect_input does. Null with "failed to open file: %s",
-// also for a FIFO, since several readers try a track from its start and a pipe cannot seek, and for the file that
-// standard output goes to; or with "strdup() failed". A directory is read as an empty file.
+// Opens a track or course file for reading and protects it as protect_input does. Null with "strdup() failed" or
+// "failed to open file: %s". The latter is also the message for a FIFO, since several readers read a track from its
+// start and a pipe cannot seek, and for the file that standard output goes to. A directory is read as an empty file.
 [[nodiscard]] file_handle open_input(const char *path, error_slot *error);
 
-// Opens a file that the program has written for reading. Null when that fails, and for a FIFO or a device, from which
+// Opens for reading a file that the program has written. Null when that fails, and for a FIFO or a device, from which
 // the written bytes cannot be read.
 [[nodiscard]] file_handle open_written_file(const char *path);
 
@@ -27,11 +27,11 @@ using file_handle = std::unique_ptr<std::FILE, file_closer>;
 void report_read_error(std::FILE *stream, const char *path, error_slot *error);
 
 // Opens an output and empties it. First renames an input of this call with that name (see set_aside_inputs). When
-// standard error goes to the file, it is redirected to /dev/null. Null with "failed to open file: %s", also for a FIFO
-// without a reader and for the file that standard output goes to, which would otherwise receive both.
+// standard error goes to the file, redirects it to /dev/null. Null with "failed to open file: %s", also for a FIFO
+// without a reader, and for the file that standard output goes to, which would otherwise receive both.
 [[nodiscard]] file_handle open_output(const char *path, error_slot *error);
 
-// The same, but when standard output goes to the file, it is redirected to standard error.
+// The same, but when standard output goes to the file, redirects it to standard error.
 [[nodiscard]] file_handle open_printed_output(const char *path, error_slot *error);
 
 // Creates an output. Null with "file exists: %s" when the name exists, even as a dangling symbolic link, or with

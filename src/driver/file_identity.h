@@ -17,7 +17,7 @@ struct file_identity {
 
 [[nodiscard]] file_identity identity_of(const struct stat &status);
 
-// After a failed lookup the name may refer to any file, also to an input.
+// failed: an error other than a missing file. The name may then refer to any file, also to an input.
 enum class lookup { there, absent, failed };
 
 // stat and lstat. status is set only when the result is lookup::there.

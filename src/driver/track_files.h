@@ -1,6 +1,6 @@
-// Reads and writes tracks, courses and runs by file name. Each function opens a file and calls one for streams; it adds
-// inputs to the protected ones, prints the reader's warnings, and reports I/O errors with the file's name. Some are only
-// used by tests and by programs that use the library.
+// Reads and writes tracks, courses and runs by file name. Each function opens a file and calls one for streams. It adds
+// inputs to the protected ones, prints the reader's warnings, and reports I/O errors with the file's name. Some of
+// these functions are used only by tests and by programs over the library.
 #pragma once
 
 #include <cstdint>
