@@ -20,11 +20,11 @@ struct memory_block {
   std::size_t size = 0;
 };
 
-// A seekable stream over a block that stays where it is, also over one of no bytes, which fmemopen refuses. Null when memory
-// is short.
+// A seekable stream that reads a block, which must not move; the block may be empty, although fmemopen refuses that.
+// Null when memory is short.
 [[nodiscard]] memory_stream open_block(const memory_block &block);
 
-// What write(stream) writes. False when memory is short: the result is as it was.
+// Sets the result to the bytes that write(stream) writes. False when memory is short; the result is then unchanged.
 template <typename writer>
 [[nodiscard]] bool write_block(memory_block &result, writer write) {
   char *data = nullptr;

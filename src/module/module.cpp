@@ -47,7 +47,7 @@ struct split_result {
   stretch_list list;
 };
 
-// A run; the facts point into the rest.
+// A run; the facts point to the other members.
 struct run_result {
   analysed_run work;
   sha256_text digest;
@@ -110,7 +110,7 @@ const tarvel_bytes *output_of(tarvel_file &file) {
   return &file.output;
 }
 
-// What write(stream, error) writes.
+// Sets the result to the bytes that write(stream, error) writes.
 template <typename writer>
 const tarvel_bytes *written_output(tarvel_file &file, writer write) {
   error_slot error = nullptr;
@@ -131,7 +131,7 @@ const tarvel_bytes *no_output(tarvel_file &file, error_slot error) {
   return nullptr;
 }
 
-// What read(stream, warnings, error) makes of the file.
+// Returns the result of read(stream, warnings, error) for the file.
 template <typename reader>
 bool read_file(tarvel_file &file, reader read) {
   error_slot error = nullptr;
@@ -197,7 +197,8 @@ void find_flown_course(const tarvel_file &file, const char *course_name, run_res
 
 bool is_analysed(const tarvel_file &file) { return file.run && file.run->facts.failure.message == nullptr; }
 
-// Of a failed run the whole track. The stop is left out: from there on the pilot may walk.
+// Writes the map from the top of the turn to the stop, for a failed run that of the whole track. The stop itself is
+// left out: from there on the pilot may walk.
 void write_run_map(std::FILE *stream, const swoop &run, bool is_sound) {
   if (is_sound) {
     const gate_ends ends = entry_gate_ends(run.matrix);

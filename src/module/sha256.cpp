@@ -67,7 +67,7 @@ void digest_block(digest_words &digest, const unsigned char *block) {
   for (std::size_t i = 0; i < digest.size(); ++i) digest[i] += added[i];
 }
 
-// The bytes behind the last whole block, a set bit, zeros and the length.
+// The bytes after the last whole block, a set bit, zeros and the length.
 void digest_end(digest_words &digest, std::span<const unsigned char> rest, std::uint64_t size) {
   std::array<unsigned char, 2 *block_size> end = {};
   std::copy(rest.begin(), rest.end(), end.begin());

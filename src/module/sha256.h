@@ -1,12 +1,12 @@
-// SHA-256 (FIPS 180-4) of bytes in memory, for where no library has it. Slower than the processor's own instructions, and
-// fast enough for a file that a person waits for: 100 MB in half a second.
+// SHA-256 (FIPS 180-4) of bytes in memory, for builds without a library that has it. Slower than the processor's own
+// instructions, but fast enough for a file that a user opens: 100 MB in half a second.
 #pragma once
 
 #include <span>
 
 namespace tarvel {
 
-// In hexadecimal.
+// A digest in hexadecimal.
 struct sha256_text {
   char text[65] = {};
 };
