@@ -1,18 +1,18 @@
-// The x axis of the curves: which samples of a run stand on it, and where.
+// The x axis of the curves: which samples of a run are on it, and at which values.
 import { Run, findMark } from "./runs";
 
 export type AxisKind = "time" | "distance" | "height";
 export type Alignment = "entry_gate" | "turn" | "rollout_start" | "touchdown";
 
-// In ascending order of their values, of which no two are equal.
+// The samples of a run that are on the axis, in ascending order of their values, of which no two are equal.
 export interface AxisSamples {
   samples: Int32Array;
   values: Float64Array; // s from the moment of the alignment, m to the gate along the course, or m above the gate
-  places: Int32Array; // of each sample of the run: its index in the others, or -1
+  places: Int32Array; // for each sample of the run its index in samples and values, or -1
 }
 
-// The moment at which runs are laid over each other, in seconds of the run's own time. A run that has no such moment is
-// laid by its gate, its stop, or its first sample.
+// The moment at which runs are aligned, in seconds of the run's own time. A run without this moment is aligned at its
+// gate, without a gate at its stop, otherwise at its first sample.
 export function momentOf(run: Run, alignment: Alignment): number {
   for (const key of [alignment, "entry_gate", "stop"]) {
     const time = findMark(run, key)?.phase.time;
@@ -31,7 +31,7 @@ function gather(run: Run, ascending: number[], values: Float64Array): AxisSample
   };
 }
 
-// Samples whose value lies above that of all samples before them.
+// The samples whose value is greater than that of all samples before them.
 function rising(values: Float64Array): number[] {
   const kept: number[] = [];
   let highest = -Infinity;
@@ -44,7 +44,7 @@ function rising(values: Float64Array): number[] {
   return kept;
 }
 
-// The stretch around the gate in which the run moves along the course: further back it turns, and meets places twice.
+// The stretch around the gate in which the run moves along the course. Farther back it turns and passes places twice.
 function forwards(run: Run): number[] {
   let from = findMark(run, "entry_gate")?.sample ?? run.x.findIndex((x) => x >= 0);
   if (from < 0) from = findMark(run, "rollout_end")?.sample ?? 0;
@@ -64,12 +64,12 @@ export function axisSamples(run: Run, kind: AxisKind, alignment: Alignment): Axi
     case "distance":
       return gather(run, forwards(run).filter((i) => Number.isFinite(run.x[i])), run.x);
     case "height":
-      // Each height once: the samples that are lower than all before them.
+      // Only samples that are lower than all before them, so that each height occurs once.
       return gather(run, rising(run.height.map((height) => -height)).reverse(), run.height);
   }
 }
 
-// The index of the value that lies nearest; the first of two that lie as near. -1 where there are none.
+// The index of the nearest value, the first of two equally near ones; -1 without values.
 export function nearest(values: Float64Array, value: number): number {
   let low = 0;
   let high = values.length;

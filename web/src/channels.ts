@@ -1,4 +1,4 @@
-// What is measured along a run: the name, the quantity and the column of each curve and of each value beside the cursor.
+// The channels of a run: name, quantity and column of each curve and of each value beside the cursor.
 import { Run } from "./runs";
 import { Quantity } from "./units";
 
@@ -10,14 +10,15 @@ export interface Channel {
   of(run: Run): Float64Array;
 }
 
-// Steeper than this, the heading means nothing. A dive of 40 m/s has 3.5 m/s over the ground left at 85 degrees, and an error
-// of 0.3 m/s of that turns the heading by 5 degrees from one sample to the next: 50 degrees a second at 10 samples a second.
+// Degrees. In a steeper dive the heading is meaningless: at 40 m/s and 85 degrees the speed over the ground is 3.5 m/s,
+// and an error of 0.3 m/s turns the heading by 5 degrees from one sample to the next, which is 50 degrees a second at
+// 10 samples a second.
 export const steepestHeading = 85;
 
-// Faster than any canopy turns: what lies beyond is a jump of the heading, and would flatten the curve.
+// Degrees per second; no canopy turns faster. A greater rate is a jump of the heading, and would flatten the curve.
 export const fastestTurn = 200;
 
-// Slower than this, m/s, a pilot stands or stumbles, and the speed's error alone has a direction.
+// m/s; at a lower speed the pilot stands, and the direction is that of the speed's error.
 const leastMotion = 1;
 
 export function hasHeading(run: Run, sample: number): boolean {
@@ -44,5 +45,5 @@ export const verticalAccuracy: Channel = { key: "vacc", name: "vertical accuracy
 export const speedAccuracy: Channel = { key: "sacc", name: "speed accuracy", quantity: "speed", decimals: 2, of: (run) => run.speedAccuracy };
 export const satellites: Channel = { key: "satellites", name: "satellites", quantity: "count", decimals: 0, of: (run) => run.satellites };
 
-// Beside the cursor, in this order.
+// The values beside the cursor, in this order.
 export const cursorChannels = [horizontal, vertical, total, height, distance, offset, diveAngle, turnRate, heading];

@@ -1,4 +1,5 @@
-// How sure the figures are: intervals, the verdict and its reasons. A document has them when tarvel-json was asked for them.
+// The check of a run: intervals, the verdict and its reasons. A document has it when tarvel-json was called with
+// --check.
 import { Figure, RunDocument } from "./document";
 import { element } from "./dom";
 import { Units, fixed } from "./units";
@@ -18,9 +19,9 @@ export interface Reason {
 
 export interface Check {
   verdict: "good" | "doubtful" | "unusable";
-  intervals: Record<string, Interval>; // of the figures that have one
-  bounds: Record<string, Interval>; // of the figures at a gate that was crossed while samples were missing
-  missing: string[]; // why others have none
+  intervals: Record<string, Interval>; // by figure
+  bounds: Record<string, Interval>; // by figure, at a gate that was crossed while samples were missing
+  missing: string[]; // the reasons why other figures have no interval
   reasons: Reason[];
 }
 
@@ -29,13 +30,13 @@ type Unchecked = Record<string, unknown>;
 const isRecord = (value: unknown): value is Unchecked => typeof value === "object" && value !== null && !Array.isArray(value);
 const verdicts = ["good", "doubtful", "unusable"] as const;
 
-// Null without both ends.
+// The interval with these ends; null unless both are numbers.
 function endsOf({ low, high, low_text, high_text }: Unchecked): Interval | null {
   if (typeof low !== "number" || typeof high !== "number") return null;
   return { low, high, lowText: String(low_text ?? ""), highText: String(high_text ?? "") };
 }
 
-// Null for a document without a check.
+// The check of a document; null without one.
 export function checkOf(document: RunDocument): Check | null {
   const source = (document as unknown as Unchecked).check;
   if (!isRecord(source)) return null;
@@ -62,7 +63,7 @@ export function checkOf(document: RunDocument): Check | null {
 const decimalsOfUnit: Record<Figure["unit"], number> = { m: 0, "m/s": 1, s: 2, deg: 0 };
 const quantityOfUnit = { m: "length", "m/s": "speed", s: "time", deg: "angle" } as const;
 
-// Both ends, rounded outward: the document's own texts where they are in these units.
+// Both ends, rounded outward: the texts of the document when they are in these units.
 function endTexts(interval: Interval, figure: Figure, units: Units): [string, string] {
   const quantity = quantityOfUnit[figure.unit];
   const isPrinted = quantity === "time" || quantity === "angle" || figure.text_unit === units.unit(quantity);
@@ -77,7 +78,7 @@ function endTexts(interval: Interval, figure: Figure, units: Units): [string, st
   return [fixed(low, decimals), fixed(high, decimals)];
 }
 
-// Empty where there is neither an interval nor bounds.
+// The interval or the bounds of a figure as text; empty when there are neither.
 export function intervalText(check: Check | null, key: string, figure: Figure, units: Units): string {
   const interval = check?.intervals[key];
   const bounds = check?.bounds[key];
@@ -86,7 +87,7 @@ export function intervalText(check: Check | null, key: string, figure: Figure, u
   return interval ? endTexts(interval, figure, units).join(" … ") : "";
 }
 
-// A value that is only a guess between its bounds.
+// True when only the bounds of the figure are known.
 export function isBounded(check: Check | null, key: string): boolean {
   return check?.bounds[key] !== undefined;
 }
@@ -98,7 +99,7 @@ const words: Record<Check["verdict"], string> = {
 };
 const signs = { good: "✓", doubtful: "?", unusable: "✕", note: "i" };
 
-// Why figures have no interval. Figures that the run does not have are not mentioned.
+// Why figures have no interval, by the document's codes. Figures that the run does not have are not mentioned.
 const whyWords: Record<string, string> = {
   "touchdown-is-stop": "the touchdown is not marked, and the stop is taken for it",
   "times-out-of-order": "the samples' times are not in order",
@@ -118,7 +119,7 @@ function intervalWords(check: Check): string {
   return [given, left, struck].filter((each) => each !== "").join(" ");
 }
 
-// The verdict in a word, for tables.
+// The verdict as one word with a sign, for tables.
 export function verdictMark(verdict: Check["verdict"] | "failed"): HTMLElement {
   const sign = verdict === "failed" ? signs.unusable : signs[verdict];
   return element("span", { class: `mark ${verdict}` }, element("span", { class: "sign", "aria-hidden": "true" }, sign), verdict);
@@ -145,7 +146,7 @@ export function verdictPanel(check: Check, label = ""): HTMLElement {
   );
 }
 
-// One run: its verdict. Several: those on the runs that are not good; the others' stand in the table alone.
+// The verdict of a single run; of several runs, the verdicts that are not good. The table shows the others.
 export function verdictPanels(documents: RunDocument[], labels: string[]): HTMLElement[] {
   const panels: HTMLElement[] = [];
   documents.forEach((document, i) => {

@@ -38,7 +38,7 @@ export function paletteOf(element: Element): Palette {
   };
 }
 
-// The map "plasma" of matplotlib, whose order the colour-blind see too: blue is slow, yellow is fast.
+// The colour map "plasma" of matplotlib, whose order is visible to the colour-blind, too: blue is slow, yellow is fast.
 const plasma = ["0d0887", "46039f", "7201a8", "9c179e", "bd3786", "d8576b", "ed7953", "fb9f3a", "fdca26", "f0f921"].map(
   (code) => [0, 2, 4].map((at) => parseInt(code.slice(at, at + 2), 16)),
 );
@@ -52,7 +52,7 @@ export function speedColour(part: number, palette: Palette): string {
   return `rgb(${mixed.join(",")})`;
 }
 
-// Beyond the last colour, runs have the colours from the first again, with dashes.
+// After the last colour the colours are used again, with dashes.
 export function runColour(run: number, palette: Palette): string {
   return palette.runs[run % mostColours];
 }

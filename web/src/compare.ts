@@ -1,8 +1,8 @@
-// How runs differ at the same place of the course. Lines differ in length, so that a place is the distance to the gate along
-// the course, and what another run did there lies between two of its samples.
+// Compares runs at the same place of the course. Since the lengths of the paths differ, a place is a distance to the
+// gate along the course; the values of another run there are interpolated between two of its samples.
 import { AxisSamples } from "./axis";
 
-// Of a column at a value of the axis, on the straight line between the two samples around it; NaN outside.
+// The value of a column at a value of the axis, interpolated between the two samples around it; NaN outside.
 export function valueAt(axis: AxisSamples, column: Float64Array, value: number): number {
   const { values, samples } = axis;
   let low = 0;

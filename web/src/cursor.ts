@@ -14,7 +14,7 @@ export class Cursor {
     return this.current;
   }
 
-  // source is handed on, so that what moved the cursor does not follow itself.
+  // Passes source to the listeners, so that the one that moved the cursor can ignore the call.
   move(sample: number, source: unknown = null): void {
     const next = Math.max(0, Math.min(this.count - 1, Math.round(sample)));
     if (Number.isNaN(next) || next === this.current) return;

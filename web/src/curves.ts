@@ -7,13 +7,13 @@ import { listenToGestures } from "./gestures";
 import { Panel } from "./panels";
 import { Units, fixed, withUnit } from "./units";
 
-// A stretch of the x axis in its own unit: s or m. Panels that share one show the same stretch.
+// The visible part of the x axis, in s or m. Panels that share a stretch show the same part.
 export class Stretch {
   from: number;
   to: number;
   private readonly listeners: (() => void)[] = [];
 
-  // whole: as far as one can get; first: what is shown first, and by "Fit".
+  // whole: the limits of zooming and panning. first: what is shown at first, and after "Fit".
   constructor(
     private readonly whole: [number, number],
     private readonly first: [number, number],
@@ -73,7 +73,7 @@ interface Plot {
 
 const font = '11px "Segoe UI", system-ui, "Helvetica Neue", Arial, sans-serif';
 
-// As many as tell the ticks apart: 2.5 needs one.
+// The decimals that a tick step needs: one for 2.5.
 function axisDecimals(step: number): number {
   let decimals = 0;
   while (decimals < 4 && Math.abs(step * 10 ** decimals - Math.round(step * 10 ** decimals)) > 1e-6) ++decimals;
@@ -97,15 +97,16 @@ export class Curves {
     options.stretch.listen(() => this.applyStretch());
   }
 
-  // To be called when the panels are in the page, and whenever their size has changed; resize() draws them in that size. All
-  // drawings of a page are measured before the first is drawn, since a drawing makes the browser lay out the page anew.
+  // Call it when the panels are in the page, and after each change of their size; resize() draws them in that size. All
+  // drawings of a page are measured before the first is drawn, since drawing makes the browser compute the layout
+  // again.
   measure(): void {
     for (const plot of this.plots) plot.size = { width: plot.area.clientWidth, height: plot.area.clientHeight };
   }
 
   resize(): void {
     for (const { uplot, size } of this.plots) {
-      // Drawn at once: the browser prints a sheet as soon as it has been made.
+      // Without waiting for the next frame: the browser prints a sheet as soon as it has been made.
       if (size.width > 0 && (size.width !== uplot.width || size.height !== uplot.height)) {
         uplot.batch(() => uplot.setSize(size));
       }
@@ -116,14 +117,14 @@ export class Curves {
     for (const { uplot } of this.plots) uplot.destroy();
   }
 
-  // matched: the sample of each run that belongs to the cursor.
+  // matched: the sample of each run that corresponds to the cursor.
   showCursor(matched: ArrayLike<number>): void {
     this.matched = matched;
     for (const plot of this.plots) this.placeCursor(plot);
   }
 
   private applyStretch(): void {
-    // Once for all movements until the next picture.
+    // Once for all movements before the next frame.
     if (this.isWaiting) return;
     this.isWaiting = true;
     requestAnimationFrame(() => {
@@ -240,7 +241,7 @@ export class Curves {
     return [panel.isOnBase && low === 0 ? 0 : low - rim, high + rim];
   }
 
-  // The phases as lines, and the stretches that are marked.
+  // Draws the phases as lines, and the shaded stretches.
   private drawBehind(uplot: uPlot, panel: Panel): void {
     const { ctx: context, bbox } = uplot;
     context.save();
@@ -268,7 +269,8 @@ export class Curves {
     if (uplot === this.plots?.[0]?.uplot) this.drawNames(uplot);
   }
 
-  // Of the marks, above the first panel; a name that would touch the one before it is left out, the gate's never.
+  // Draws the names of the marks, above the first panel. A name that would touch another one is left out; the gate's
+  // name is drawn first.
   private drawNames(uplot: uPlot): void {
     const { ctx: context, bbox } = uplot;
     const ratio = uPlot.pxRatio;
@@ -298,7 +300,7 @@ export class Curves {
 
   private placeCursor({ panel, uplot, line, dots }: Plot): void {
     const factor = this.options.units.factor(panel.quantity);
-    // Not read from the element, which would make the browser lay out the page.
+    // Not read from the element, since that would make the browser compute the layout.
     const width = uplot.bbox.width / uPlot.pxRatio;
     const height = uplot.bbox.height / uPlot.pxRatio;
     let lineAt = NaN;
@@ -315,7 +317,7 @@ export class Curves {
   }
 }
 
-// A line as it is drawn, and its name.
+// An entry of a key: a piece of the line, and its name.
 export function keyEntry(name: string, colour: string, dash: number[]): HTMLElement {
   const sample = element("canvas", { width: 36, height: 8, "aria-hidden": "true" });
   const context = sample.getContext("2d");

@@ -1,4 +1,4 @@
-// Elements made by code. Text only ever gets in as text, never as markup: names and messages come from files.
+// Creates elements. Text is inserted as text nodes, never as markup, since names and messages come from files.
 
 type Child = Node | string | null;
 type Attributes = Record<string, string | number | boolean>;
@@ -44,7 +44,7 @@ export function choose<T extends string>(
   return element("label", { class: "choice" }, element("span", {}, label), list);
 }
 
-// Buttons of which one is pressed.
+// A group of buttons, one of which is pressed.
 export function segments<T extends string>(
   label: string,
   choices: Choice<T>[],

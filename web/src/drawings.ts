@@ -21,7 +21,7 @@ export function alignmentName(alignment: Alignment): string {
   return alignments.find(({ value }) => value === alignment)!.text;
 }
 
-// From a little before the turn to a little after the stop, and what the axis has at most.
+// Shows a stretch from shortly before the turn to shortly after the stop, within the limits of the axis.
 export function stretchOf(axes: AxisSamples[], runs: Run[], kind: AxisKind): Stretch {
   const ends = axes.flatMap(({ values }) => (values.length > 0 ? [values[0], values[values.length - 1]] : []));
   const least = ends.length > 0 ? Math.min(...ends) : 0;
@@ -38,7 +38,7 @@ export function stretchOf(axes: AxisSamples[], runs: Run[], kind: AxisKind): Str
   return new Stretch(whole, limited[0] < limited[1] ? limited : whole);
 }
 
-// Where the phases of a run stand on its x axis.
+// The phases of a run, at their values on the x axis.
 function marksOn(run: Run, { kind, alignment, axes }: Matching): AxisMark[] {
   const shown = [
     ["turn", "turn"],

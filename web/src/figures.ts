@@ -1,4 +1,4 @@
-// The figures of the report: those that score as tiles, the phases as a table, and several runs beside each other.
+// The figures of the report: scores as tiles, phases as a table, and a table that compares several runs.
 import { Check, checkOf, intervalText, isBounded, verdictMark } from "./check";
 import { Palette, runColour } from "./colours";
 import { RunDocument, Figure } from "./document";
@@ -12,10 +12,10 @@ export function quantityOf(figure: Figure): Quantity {
   return quantities[figure.unit];
 }
 
-// Where these are rounded to 0, the report prints no minus sign; before all others it does.
+// The figures before which the report prints no minus sign when they are rounded to 0.
 const withoutMinusZero = new Set(["rollout_end_back", "rollout_end_offset"]);
 
-// As the report prints it in these units, without the unit. The report's own text where it is in them.
+// A figure as the report prints it in these units, without the unit: the text of the report when it is in these units.
 export function figureText(key: string, figure: Figure, units: Units): string {
   if (figure.value === null) return "–";
   const quantity = quantityOf(figure);
@@ -24,7 +24,7 @@ export function figureText(key: string, figure: Figure, units: Units): string {
   return text === "-0" && withoutMinusZero.has(key) ? "0" : text.replace("-", "−");
 }
 
-// The other's less the first's; empty when one of them has none.
+// The other run's figure less that of the first; empty when one of them has none.
 export function differenceText(first: Figure, other: Figure, units: Units): string {
   if (first.value === null || other.value === null) return "";
   if (first.direction !== other.direction) return "other side";
@@ -49,7 +49,7 @@ const scores: Score[] = [
   { key: "aloft_time", name: "Time aloft during swoop" },
 ];
 
-// A straight run has no carve time; it is not listed there as missing.
+// The carve time is left out when no run has one.
 function scoresOf(documents: RunDocument[]): Score[] {
   const hasCarve = documents.some((each) => each.figures?.carve_time.value != null);
   return scores.filter(({ key }) => key !== "carve_time" || hasCarve);
@@ -71,13 +71,13 @@ const phaseRows: PhaseRow[] = [
   { name: "Max horizontal speed", key: "max_horizontal_speed", speed: "max_horizontal_speed" },
 ];
 
-// As in the report; struck out where the check knows only bounds of it.
+// The figure as in the report; struck out when the check knows only its bounds.
 function valueElement(check: Check | null, key: string, figure: Figure, units: Units): HTMLElement {
   const text = figureText(key, figure, units);
   return element(isBounded(check, key) ? "s" : "span", { "data-figure": key }, text);
 }
 
-// A table that scrolls where it is too wide, below words that do not.
+// A table that scrolls when it is too wide, below a description that does not.
 function described(label: string, words: string, table: HTMLElement): HTMLElement {
   const scroll = element("div", { class: "scroll", tabindex: 0, role: "region", "aria-label": label }, table);
   return element("div", { class: "described" }, element("p", { class: "note" }, words), scroll);
@@ -122,7 +122,7 @@ export function scoreTiles(document: RunDocument, check: Check | null, units: Un
   return list;
 }
 
-// Where each phase is, and how fast; with the differences from another run's.
+// The position and speed of each phase, with the differences from the first run unless that is null.
 export function phaseTable(
   document: RunDocument,
   label: string,
@@ -164,7 +164,7 @@ export function runName(label: string, run: number, palette: Palette): HTMLEleme
   return element("span", { class: "run-name" }, swatch(run, palette), label);
 }
 
-// A line for each run; behind the figures of all but the first, how they differ from it.
+// A line for each run; the figures of each run but the first are followed by their differences from the first.
 export function comparisonTable(documents: RunDocument[], labels: string[], colours: number[], palette: Palette, units: Units): HTMLElement {
   const shown = [
     ...scoresOf(documents),

@@ -1,4 +1,4 @@
-// Wheel, pinch, drag, hover and keys over a drawing, as what they mean.
+// Translates wheel, pinch, drag, hover and keys over a drawing to calls.
 
 export interface Handlers {
   point(x: number, y: number): void; // the mouse over it, or one finger on it
@@ -9,7 +9,7 @@ export interface Handlers {
   fingerPans: boolean; // one finger moves what is zoomed, instead of the cursor
 }
 
-// A page that is being scrolled goes on scrolling when a drawing comes under the wheel.
+// While the page is being scrolled, a drawing that comes under the pointer does not take the wheel.
 const scrollPause = 350; // ms
 let lastScroll = -Infinity;
 window.addEventListener("scroll", () => (lastScroll = performance.now()), { passive: true });

@@ -1,4 +1,4 @@
-// Whose run it is: name, clock time, course, track and program.
+// The facts about a run: name, clock time, course, track and program.
 import { RunDocument } from "./document";
 import { element } from "./dom";
 

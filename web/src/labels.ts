@@ -27,7 +27,7 @@ function contains(box: Box, [x, y]: Point): boolean {
   return x > box.x && x < box.x + box.width && y > box.y && y < box.y + box.height;
 }
 
-// The label's box for a direction: the side that looks at the mark touches the circle around it.
+// The label's box in a direction from the mark: the side that faces the mark touches the circle around it.
 function candidate(mark: Named, angle: number, distance: number): Box {
   const dx = Math.cos(angle);
   const dy = Math.sin(angle);
@@ -39,7 +39,7 @@ function candidate(mark: Named, angle: number, distance: number): Box {
   };
 }
 
-// Whether the line from the mark to its label goes through another label.
+// True when the line from the mark to its label crosses another label.
 function crosses(mark: Named, box: Box, placed: Box[]): boolean {
   const steps = 12;
   const toX = box.x + box.width / 2;
@@ -52,7 +52,7 @@ function crosses(mark: Named, box: Box, placed: Box[]): boolean {
   return false;
 }
 
-// One box a mark, in their order; null where there is no room.
+// A box for each mark, in their order; null for a mark without room for its label.
 export function placeLabels(marks: Named[], path: Point[], area: Box): (Box | null)[] {
   const placed: Box[] = [];
   const circles = marks.map((mark): Box => ({ x: mark.x - 5, y: mark.y - 5, width: 10, height: 10 }));

@@ -67,7 +67,7 @@ class RunPage {
     root.replaceChildren(this.header(), element("main", {}, this.body, first && this.cursor ? new VideoPanel(first, this.cursor, this.closing.signal).root : null));
     document.title = this.labels.join(", ");
     this.addWords();
-    // The figures are on the screen before anything is drawn.
+    // The figures are shown before anything is drawn.
     afterPaint(() => this.closing.signal.aborted || this.addDrawings());
 
     const { signal } = this.closing;
@@ -118,7 +118,7 @@ class RunPage {
     );
   }
 
-  // Everything that depends on units, theme, axis or alignment is made anew.
+  // Makes everything again that depends on units, theme, axis or alignment.
   private refresh(): void {
     this.addWords();
     this.addDrawings();
@@ -158,7 +158,7 @@ class RunPage {
 
   private addViewsAndCurves(cursor: Cursor, matching: Matching, palette: Palette): void {
     const { runs, units, body } = this;
-    // What is zoomed stays so in other units.
+    // A change of units keeps the zoomed stretch.
     this.stretch?.forget();
     const stretch = this.stretch ?? stretchOf(matching.axes, runs, this.kind);
     this.stretch = stretch;
@@ -178,7 +178,7 @@ class RunPage {
     body.append(this.accuracies(() => makeCurves(accuracyPanels(matching, palette), matching, stretch, units, palette, cursor)));
   }
 
-  // Made when they are first looked at.
+  // The curves are made when the section is first opened.
   private accuracies(make: () => Curves): HTMLElement {
     const details = element("details", { class: "more" }, element("summary", {}, element("h2", {}, "Accuracy and satellites")));
     const open = () => {
@@ -195,7 +195,7 @@ class RunPage {
     return details;
   }
 
-  // By place, whatever the axis of the other curves.
+  // The differences are over the distance to the gate, whatever the axis of the other curves is.
   private addDifferences(cursor: Cursor, stretch: Stretch, palette: Palette): void {
     const { runs, units, body } = this;
     const byPlace = this.kind === "distance" ? this.matching! : new Matching(runs, "distance", this.alignment);
@@ -241,13 +241,13 @@ class RunPage {
     );
   }
 
-  // Of all panels of curves.
+  // The key of all panels of curves.
   private key(): HTMLElement {
     const palette = paletteOf(this.root);
     return element("ul", { class: "key" }, ...this.runs.map(({ label }, i) => keyEntry(label, runColour(i, palette), runDash(i))));
   }
 
-  // The control that was used is made anew, too, and gets the focus back; nor does the page jump.
+  // Keeps the focus on the control that was used, which is made again as well, and keeps the scroll position.
   private refreshKeeping(selector: string): void {
     const top = window.scrollY;
     this.refresh();
@@ -287,7 +287,7 @@ class RunPage {
     this.readout?.show(matched);
   }
 
-  // Arrow keys over a drawing. The slider and all other controls have their own.
+  // Handles keys over a drawing. The slider and all other controls handle their own.
   private pressed(event: KeyboardEvent): void {
     const isDrawing = event.target instanceof Element && event.target.matches(".view-area, .plot");
     if (!isDrawing || !this.cursor || event.ctrlKey || event.metaKey || event.altKey) return;
@@ -314,7 +314,7 @@ class RunPage {
   }
 }
 
-// A hidden page is not painted: to wait for a frame would be to wait for ever.
+// A hidden page is not painted: its next frame would come only when it is shown.
 function afterPaint(then: () => void): void {
   if (document.hidden) setTimeout(then);
   else requestAnimationFrame(() => setTimeout(then));

@@ -1,4 +1,5 @@
-// Which sample of each run belongs to the cursor's sample of the first one: the nearest on the x axis of the curves.
+// Finds the sample of each run that corresponds to the cursor's sample of the first run: the nearest on the x axis of
+// the curves.
 import { Alignment, AxisKind, AxisSamples, axisSamples, nearest } from "./axis";
 import { Run } from "./runs";
 
@@ -15,7 +16,8 @@ export class Matching {
     this.times = kind === "time" ? this.axes : runs.map((run) => axisSamples(run, "time", alignment));
   }
 
-  // Of each run, -1 for one that has no samples there. A sample that is not on the axis is matched by its time.
+  // The matching sample of each run, -1 for one without samples. A sample that is not on the axis is matched by its
+  // time.
   of(sample: number): Int32Array {
     const place = this.axes[0].places[sample];
     const axes = place < 0 ? this.times : this.axes;
@@ -32,7 +34,7 @@ export class Matching {
     return this.axes[0].samples[nearest(this.axes[0].values, value)] ?? 0;
   }
 
-  // The sample of the first run that belongs to a sample of another one.
+  // The sample of the first run that corresponds to a sample of another one.
   sampleFor(run: number, sample: number): number {
     if (run === 0) return sample;
     const axes = this.axes[run].places[sample] < 0 ? this.times : this.axes;

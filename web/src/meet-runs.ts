@@ -1,12 +1,12 @@
-// The runs of a meet as its page lists them: what sorts and what is found by words.
+// The runs of a meet as its page lists them: sorting and searching.
 import { Reason } from "./check";
 import { Figure } from "./document";
 import { clockText } from "./head";
 
 export interface MeetRun {
   name: string;
-  page: string | null; // address of its page, relative to the meet's
-  script: string | null; // of the document
+  page: string | null; // address of the run's page, relative to that of the meet
+  script: string | null; // address of the script with the document
   verdict: "good" | "doubtful" | "unusable" | "failed" | null; // null when nothing was checked
   message: string; // why it failed
   reasons: Reason[];
@@ -16,7 +16,7 @@ export interface MeetRun {
   figures: Record<string, Figure>;
 }
 
-// What a column sorts by; null stands last, whichever way it is sorted.
+// The value by which a column sorts; null comes last in ascending and in descending order.
 export type SortKey = (run: MeetRun) => number | string | null;
 
 const verdictOrder = { good: 0, doubtful: 1, unusable: 2, failed: 3 };
@@ -29,7 +29,7 @@ export const sortKeys: Record<"name" | "verdict" | "clock" | "course" | "reasons
   reasons: (run) => reasonTexts(run).join(" ") || null,
 };
 
-// An unusable run stands behind the others, as in the ranking.
+// An unusable run comes after the others, as in the ranking.
 export function figureKey(figure: string): SortKey {
   return (run) => (run.verdict === "unusable" ? null : (run.figures[figure]?.value ?? null));
 }
@@ -40,7 +40,7 @@ function compareKeys(a: number | string, b: number | string): number {
   return typeof a === "number" && typeof b === "number" ? a - b : collator.compare(String(a), String(b));
 }
 
-// Runs with equal keys stand in order of name.
+// Runs with equal keys are sorted by name.
 export function sortRuns(runs: MeetRun[], key: SortKey, isDescending: boolean): MeetRun[] {
   return [...runs].sort((a, b) => {
     const [left, right] = [key(a), key(b)];
@@ -54,7 +54,7 @@ export function reasonTexts(run: MeetRun): string[] {
   return run.reasons.filter((each) => each.severity !== "note").map((each) => each.text);
 }
 
-// Every word occurs somewhere in what the row says.
+// True when every word occurs in the text of the row.
 export function matchesWords(run: MeetRun, words: string): boolean {
   const text = [run.name, run.verdict ?? "", clockText(run.clock), run.course ?? "", ...reasonTexts(run)].join("\n").toLowerCase();
   return words.toLowerCase().split(/\s+/).every((word) => text.includes(word));
@@ -70,14 +70,14 @@ export function tallyText(runs: MeetRun[]): string {
   return `${runs.length} ${runs.length === 1 ? "run" : "runs"}: ${words.join(", ")}`;
 }
 
-// The part of an address that asks for a comparison, and the runs that it names.
+// The fragment of an address that asks for a comparison, with the names of its runs.
 const comparePrefix = "#compare=";
 
 export function compareAddress(names: string[]): string {
   return comparePrefix + names.map(encodeURIComponent).join("&");
 }
 
-// Only runs of this meet that have a document: an address may come from anywhere.
+// Only runs of this meet that have a document, since the address may come from anywhere.
 export function comparedRuns(address: string, runs: MeetRun[]): MeetRun[] {
   if (!address.startsWith(comparePrefix)) return [];
   const wanted = address.slice(comparePrefix.length).split("&");

@@ -80,7 +80,7 @@ export class MeetTable {
     this.fill();
   }
 
-  // In the order of the table.
+  // The ticked runs in the order of the table.
   private names(): string[] {
     return sortRuns(this.runs, this.sorted.key, this.isDescending).map((run) => run.name).filter((name) => this.ticked.has(name));
   }
@@ -107,7 +107,7 @@ export class MeetTable {
     return element("th", { scope: "col", class: column.kind, ...(isSorted ? { "aria-sort": order } : {}) }, sort);
   }
 
-  // The button is made anew, and keeps the focus.
+  // The button is made again, and gets the focus back.
   private sortBy(column: Column): void {
     this.isDescending = column === this.sorted && !this.isDescending;
     this.sorted = column;

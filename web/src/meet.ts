@@ -1,5 +1,5 @@
-// The script that a meet's pages share: the table of its runs, a run, and runs compared. A page from the disk cannot read other
-// files, but can load scripts: each document is the argument of a call in a script of its own.
+// The script that the pages of a meet share: the table of its runs, a run, and a comparison of runs. A page from the
+// disk cannot read other files, but can load scripts: each document is the argument of a call in a script of its own.
 import { RunDocument } from "./document";
 import { element } from "./dom";
 import { Shown, show } from "./main";
@@ -57,7 +57,7 @@ class MeetPage {
     void this.follow();
   }
 
-  // Shows what the address asks for.
+  // Shows the comparison for which the address asks, otherwise the table.
   private async follow(): Promise<void> {
     const address = location.hash;
     const chosen = comparedRuns(address, this.runs);
@@ -80,7 +80,7 @@ class MeetPage {
       }
       documents.push(document);
     }
-    // Tracks may have equal names; those of the runs differ.
+    // Tracks may have equal names; the names of runs differ.
     const areNamed = new Set(documents.map(({ track }) => track.name)).size === documents.length;
     const named = documents.map((each, i) => ({ ...each, track: { ...each.track, name: chosen[i].name } }));
     this.comparison = show(place, areNamed ? documents : named);

@@ -1,9 +1,11 @@
-// A document as tarvel-page puts it into a page, a third shorter: an interval is a list, and a column of the samples a text.
+// A document as tarvel-page puts it into a page, a third shorter: an interval is a list, and a column of the samples a
+// text.
 //
-// The text of a column holds for each value by how much its difference from the value before it is more than the difference
-// before that: a smooth curve gives short numbers. They are in base 36 and separated by commas. 0 is empty, a missing value is
-// an underscore and counts as not there, and before a minus sign that does not follow a comma there is no comma:
-// 100, 200, 310, missing, 420, 520 are "2s,,a,_,,-a", since 100 is 2s, and 10 is a.
+// The text of a column has the second differences of its values: how much the difference from the previous value
+// exceeds the difference before it. For a smooth curve these are short numbers. They are written in base 36 and
+// separated by commas; 0 is written as nothing. A missing value is an underscore, and the differences pass over it. The
+// comma before a minus sign is left out, except after a number that is written as nothing. For example, 100, 200, 310,
+// missing, 420, 520 are "2s,,a,_,,-a": 100 is 2s and 10 is a in base 36.
 import { Column, RunDocument } from "./document";
 
 export function unpackColumn(text: string): Column {
@@ -16,7 +18,8 @@ export function unpackColumn(text: string): Column {
   });
 }
 
-// Both ends, and as printed; or why there is none; or both bounds, and as printed, and why there is no interval.
+// Both ends as numbers and as printed; or the reason why there is no interval; or both bounds, as numbers and as
+// printed, and that reason.
 type PackedInterval = [number, number, string, string] | [number, number, string, string, string] | string;
 
 function unpackInterval(packed: PackedInterval): object {

@@ -1,4 +1,4 @@
-// The page of a file: shows the documents that are in it.
+// The script of a page: shows the documents that the HTML file contains.
 import { RunDocument } from "./document";
 import { show } from "./main";
 import { unpack } from "./packed";

@@ -1,4 +1,4 @@
-// Which curves stand in which panel.
+// The panels and their curves.
 import { AxisSamples, axisSamples } from "./axis";
 import * as channels from "./channels";
 import { Channel } from "./channels";
@@ -24,7 +24,7 @@ export interface Panel {
   curves: Curve[];
   limit: number; // the axis ends there, on either side of 0
   isOnBase: boolean; // the axis contains 0
-  hasKey: boolean; // names its curves, where they are not the runs' own
+  hasKey: boolean; // the panel names its curves, since they are not one for each run
   shades: [number, number][]; // stretches of the x axis
   note: string; // what the shades mean
 }
@@ -49,7 +49,7 @@ function curvesOfRuns(matching: Matching, channel: Channel, palette: Palette): C
   }));
 }
 
-// The curves of one run in one panel, told apart by colours and dashes.
+// Several curves of one run in one panel, distinguished by colours and dashes.
 function curvesOfChannels(matching: Matching, shown: [Channel, string, number[]][]): Curve[] {
   return shown.map(([channel, colour, dash]) => ({
     name: channel.name,
@@ -133,7 +133,7 @@ export function accuracyPanels(matching: Matching, palette: Palette): Panel[] {
   ];
 }
 
-// What each other run is faster or higher than the first at the same distance to the gate.
+// How much faster and higher each other run is than the first at the same distance to the gate.
 export function differencePanels(runs: Run[], palette: Palette): Panel[] {
   const axes = runs.map((run) => axisSamples(run, "distance", "entry_gate"));
   const differences = (channel: Channel): Curve[] =>

@@ -1,5 +1,5 @@
-// One sheet of paper: head, figures, both views and four curves. It is made when the browser is about to print, and gone
-// afterwards.
+// One sheet of paper: head, figures, both views and four curves. It is made when the browser is about to print, and
+// removed afterwards.
 import { axisTitle } from "./curves";
 import { checkOf, verdictPanels } from "./check";
 import { paletteOf } from "./colours";
@@ -14,21 +14,21 @@ import { Units } from "./units";
 
 const look = { pixelRatio: 3, textSize: 10 }; // about 300 dots an inch
 
-// Letter less its margins, in CSS pixels: A4 is higher.
+// The height of a letter page without its margins, in CSS pixels; A4 is higher.
 const sheetHeight = 972;
-const aroundDrawings = 104; // their heads, notes and gaps, and the last line
+const aroundDrawings = 104; // the heads, notes and gaps of the drawings, and the last line
 const leastDrawings = 400;
 const leastZoom = 0.3;
 
 export interface SheetSource {
   documents: RunDocument[];
   labels: string[];
-  colours: number[]; // of each document: its run's, or -1 for one that failed
+  colours: number[]; // for each document the colour of its run, -1 for one that failed
   matching: Matching | null;
   units: Units;
 }
 
-// One run: its verdict with the reasons. Several: which of them are not good.
+// The verdict of a single run, with the reasons; of several runs, a line for each that is not good.
 function verdictLines(documents: RunDocument[], labels: string[]): HTMLElement[] {
   if (documents.length === 1) return verdictPanels(documents, labels);
   return documents.flatMap((document, i) => {
@@ -39,7 +39,7 @@ function verdictLines(documents: RunDocument[], labels: string[]): HTMLElement[]
   });
 }
 
-// Everything is smaller where words, in the width of the paper, leave too little height for the drawings. Returns that height.
+// Reduces the size of everything when the text leaves too little height for the drawings. Returns the height for them.
 function fitWords(paper: HTMLElement, sheet: HTMLElement): number {
   for (let zoom = 1; ; zoom -= 0.05) {
     sheet.style.setProperty("zoom", String(zoom));
@@ -70,7 +70,7 @@ export function addSheet(root: HTMLElement, { documents, labels, colours, matchi
   else if (first.figures) sheet.append(scoreTiles(first, check, units), phaseTable(first, labels[0], check, units));
   if (!matching) return () => paper.remove();
 
-  // The drawings take what the words leave: two rows of curves below one of views.
+  // The drawings get the rest of the height: a row of views takes half of it, two rows of curves a quarter each.
   const left = fitWords(paper, sheet);
   sheet.style.setProperty("--view-height", `${Math.floor(left * 0.5)}px`);
   sheet.style.setProperty("--plot-height", `${Math.floor(left * 0.25)}px`);

@@ -1,4 +1,4 @@
-// From metres to pixels of a view, to one scale in both directions.
+// Projects metres to the pixels of a view, with the same scale in both directions.
 
 export interface Extent {
   left: number;
@@ -14,12 +14,12 @@ export interface Margins {
   bottom: number;
 }
 
-const leastScale = 1 / 50; // px a metre: 20 km across a telephone
-const greatestScale = 200; // half a centimetre a pixel
+const leastScale = 1 / 50; // pixels per metre; a telephone then shows 20 km
+const greatestScale = 200; // pixels per metre
 
 export class Projection {
-  private scale = 1; // px a metre
-  private originX = 0; // pixels, of the place (0, 0)
+  private scale = 1; // pixels per metre
+  private originX = 0; // pixels, position of (0, 0)
   private originY = 0;
   private fittedScale = 1;
   private isFitted = true;
@@ -70,7 +70,7 @@ export class Projection {
     this.isFitted = false;
   }
 
-  // The place under (x, y) stays there.
+  // Zooms around the pixel (x, y), which keeps its place.
   zoom(factor: number, x: number, y: number): void {
     const wanted = Math.max(leastScale, Math.min(greatestScale, this.scale * factor));
     const ratio = wanted / this.scale;
@@ -81,7 +81,7 @@ export class Projection {
   }
 }
 
-// 1, 2 or 5 times a power of ten that is at least this.
+// The least number of the form 1, 2 or 5 times a power of ten that is not less than this.
 export function niceStep(least: number): number {
   const power = 10 ** Math.floor(Math.log10(least));
   for (const factor of [1, 2, 5]) {

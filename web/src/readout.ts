@@ -1,4 +1,5 @@
-// The bar beside the cursor: where it is, what each run measured there, and a slider that moves it by keys.
+// The bar with the values at the cursor: its position, the values of each run there, and a slider that moves it by
+// keys.
 import { cursorChannels } from "./channels";
 import { Palette } from "./colours";
 import { Cursor } from "./cursor";
@@ -16,7 +17,7 @@ export function phaseAt(run: Run, sample: number): string {
     .join(", ");
 }
 
-// Seconds from a run's gate, as they are said.
+// Seconds from a run's gate, in words.
 function timeText(seconds: number): string {
   return withUnit(signed(seconds, 2), "s");
 }

@@ -1,5 +1,5 @@
-// A run as the page draws it: the samples of its document as columns in metres, m/s, seconds and degrees. A value that is
-// missing in the document is NaN.
+// A run as the page draws it: the samples of its document as columns in metres, m/s, seconds and degrees. A value that
+// is missing in the document is NaN.
 import { Column, Phase, RunDocument, Samples } from "./document";
 
 export interface Mark {
@@ -29,7 +29,7 @@ export interface Run {
   verticalAccuracy: Float64Array;
   speedAccuracy: Float64Array;
   satellites: Float64Array;
-  marks: Mark[]; // in order of time; phases that the run has not are left out
+  marks: Mark[]; // in order of time, without phases that the run does not have
 }
 
 const phaseNames: Record<string, string> = {
@@ -67,7 +67,7 @@ function turnedAngle(rate: Float64Array, time: Float64Array): Float64Array {
   return rate.map((value, i) => (i === 0 ? 0 : value * (time[i] - time[i - 1])));
 }
 
-// Whole turns are added where the heading jumps, by the angle that the engine found between the samples.
+// Adds whole turns where the heading jumps, as the engine's turn angles between samples show.
 function unroll(heading: Float64Array, turned: Float64Array, level: number): Float64Array {
   const result = heading.slice();
   for (let i = 1; i < result.length; ++i) {
@@ -84,7 +84,7 @@ export function findMark(run: Run, key: string): Mark | undefined {
   return run.marks.find((mark) => mark.key === key);
 }
 
-// Null for a run that failed.
+// The run of a document; null for one that failed.
 export function makeRun(document: RunDocument, label: string): Run | null {
   const samples = document.samples;
   if (!samples || samples.count === 0) return null;
@@ -120,7 +120,7 @@ export function makeRun(document: RunDocument, label: string): Run | null {
   };
 }
 
-// The file name without folders and extension; with the folders, or a number, where two are equal.
+// The file names without folders and extension; with the folders, or with a number, when two are equal.
 export function labelsOf(names: string[]): string[] {
   const short = names.map((name) => name.replace(/^.*[/\\]/, "").replace(/(.)\.[^.]*$/, "$1"));
   const isUnique = (labels: string[]) => new Set(labels).size === labels.length;
@@ -129,7 +129,7 @@ export function labelsOf(names: string[]): string[] {
   return short.map((name, i) => `${name} (${i + 1})`);
 }
 
-// Where the run is interesting: from the turn to the stop.
+// The samples from the turn to the stop.
 export function turnToStop(run: Run): [number, number] {
   const from = findMark(run, "turn")?.sample ?? 0;
   const to = findMark(run, "stop")?.sample ?? run.count - 1;

@@ -1,4 +1,4 @@
-// What the two views show, in metres: paths, the course, the phases.
+// The content of the two views, in metres: paths, the course, the phases.
 import { Chart } from "./document";
 import { Mark, Run, turnToStop } from "./runs";
 import { feetPerMetre } from "./units";
@@ -27,14 +27,14 @@ export interface SceneMark {
 
 export interface Scene {
   name: string;
-  upwards: string; // what grows upwards
-  roomBelow: number; // px for names
+  upwards: string; // name of the quantity that grows upwards
+  roomBelow: number; // px below the scene, for names
   paths: Path[];
   shapes: Shape[];
   marks: SceneMark[];
 }
 
-// A chart is in the units of the report.
+// Converts the coordinates of a chart, which are in the units of the report.
 function chartPoints(chart: Chart, style: string, divisor: number): { points: Point[]; radius: number } {
   const series = chart.series.find((each) => each.style === style);
   const points: Point[] = [];
@@ -45,7 +45,7 @@ function chartPoints(chart: Chart, style: string, divisor: number): { points: Po
   return { points, radius: (series?.radius ?? 0) / divisor };
 }
 
-// The gates are pairs of poles, and lie one behind the other.
+// The gates are pairs of poles, in the order of the course.
 function gatesOf(run: Run): { gates: [Point, Point][]; radius: number } {
   const chart = run.document.charts?.overhead;
   if (!chart) return { gates: [], radius: 0 };
@@ -80,7 +80,7 @@ function courseFromAbove(run: Run): Shape[] {
   return shapes;
 }
 
-const gateHeight = 2; // m, to be seen in the whole view
+const gateHeight = 2; // m, so that it is visible when the whole view is shown
 
 function courseFromTheSide(run: Run): Shape[] {
   const shapes: Shape[] = [{ kind: "ground", points: [] }];

@@ -1,4 +1,4 @@
-// What the page remembers: units and theme. A page from the disk may have no storage, which then changes nothing.
+// The settings that the page stores: units and theme. A page from the disk may have no storage; it then works without.
 import { System } from "./units";
 
 export type Theme = "auto" | "light" | "dark";

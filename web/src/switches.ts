@@ -1,4 +1,4 @@
-// The switches at the head of a page, for units and theme, and what they remember.
+// The switches at the head of a page for units and theme, which they store.
 import { choose, segments } from "./dom";
 import { Theme, rememberSystem, rememberTheme, rememberedTheme } from "./settings";
 import { System, Units, unitsOf } from "./units";

@@ -1,6 +1,6 @@
-// Units on the page. Inside, all is metres, m/s, seconds and degrees.
+// The units that the page shows. All values inside it are in metres, m/s, seconds and degrees.
 
-// The constants of the report, so that a figure that is shown in the other units has the digits of that report.
+// The constants of the report, so that a figure in other units has the digits of a report in these units.
 export const feetPerMetre = 3.2808399;
 const mphPerMps = 2.23693629;
 
@@ -35,7 +35,7 @@ export function fixed(value: number, decimals: number): string {
   return (/^-0(\.0*)?$/.test(text) ? text.slice(1) : text).replace("-", "−");
 }
 
-// With a sign in front, for differences.
+// A difference, with a sign before it.
 export function signed(value: number, decimals: number): string {
   const text = fixed(value, decimals);
   const isPlus = Number.isFinite(value) && Number(value.toFixed(decimals)) > 0;

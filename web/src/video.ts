@@ -1,5 +1,5 @@
-// A local video beside the run. It is played from the disk and goes nowhere; one frame and one moment of the run, which the
-// user says are the same, lay both over each other.
+// A local video beside the run. It is played from the disk and not sent anywhere. It is synchronised by one frame and
+// one moment of the run, which the user states to be the same.
 import { Cursor } from "./cursor";
 import { button, choose, element } from "./dom";
 import { Run, findMark } from "./runs";
@@ -12,7 +12,7 @@ const speeds = [
   { value: "0.25", text: "quarter speed" },
 ];
 
-// By the name where the system does not know the type.
+// Tests the name when the system does not know the type.
 function isVideo(file: File): boolean {
   return file.type.startsWith("video/") || /\.(mp4|m4v|mov|webm|mkv|avi|mts)$/i.test(file.name);
 }
@@ -101,13 +101,13 @@ export class VideoPanel {
     this.video.currentTime = Math.max(0, this.video.currentTime + frames / 30);
   }
 
-  // The cursor goes where the picture is.
+  // Moves the cursor to the time of the video's frame.
   private follow(time: number): void {
     if (this.offset === null) return;
     this.cursor.move(nearest(this.run.time, time - this.offset), this);
   }
 
-  // With every picture where the browser says so; otherwise with every picture of the screen.
+  // Follows each frame of the video when the browser reports them, otherwise each frame of the screen.
   private watch(): void {
     const next = (time: number) => {
       if (this.video.paused || this.video.ended) return;
@@ -118,7 +118,7 @@ export class VideoPanel {
     else requestAnimationFrame(() => next(this.video.currentTime));
   }
 
-  // The picture goes where the cursor is.
+  // Moves the video to the time of the cursor.
   private seek(sample: number): void {
     if (this.offset === null || !this.video.paused) return;
     const time = this.run.time[sample] + this.offset;

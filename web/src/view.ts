@@ -1,4 +1,4 @@
-// A view of the runs to one scale, on a canvas: from above or from the side.
+// A view of the runs on a canvas, from above or from the side, with one scale.
 import { Palette, runColour, runDash, speedColour } from "./colours";
 import { button, element } from "./dom";
 import { listenToGestures } from "./gestures";
@@ -19,7 +19,7 @@ const pickDistance = 60; // px
 const font = '"Segoe UI", system-ui, "Helvetica Neue", Arial, sans-serif';
 const gridSpace = 64; // px between lines, at the least
 
-// The slowest and the fastest of the first run, between the turn and the stop.
+// The least and the greatest speed of a path between the turn and the stop.
 export function speedRange(path: Path): [number, number] {
   let least = Infinity;
   let greatest = -Infinity;
@@ -69,7 +69,7 @@ export class View {
     this.area.setAttribute("aria-label", `${scene.name}. Arrow keys move the cursor; plus, minus and 0 zoom.`);
     this.canvas.setAttribute("aria-label", `Flight path ${scene.name.toLowerCase()}, with the course and the phases`);
     this.dots = scene.paths.map(() => element("div", { class: "dot", hidden: true }));
-    // The first run is uppermost.
+    // The dot of the first run is above the others.
     this.area.append(this.canvas, ...[...this.dots].reverse());
     const zoomBy = (factor: number) => () => this.zoom(factor, this.width / 2, this.height / 2);
     const closer = button("+", { "aria-label": `Zoom in: ${scene.name}`, class: "tool" }, zoomBy(1.5));
@@ -90,7 +90,7 @@ export class View {
     });
   }
 
-  // To be called when the view is in the page, and whenever its size has changed; resize() draws it in that size.
+  // Call it when the view is in the page, and after each change of its size; resize() draws it in that size.
   measure(): void {
     this.measured = [this.area.clientWidth, this.area.clientHeight];
   }
@@ -114,7 +114,7 @@ export class View {
     this.draw();
   }
 
-  // samples: of each run, or -1 for none.
+  // samples: one for each run, -1 for none.
   showCursor(samples: ArrayLike<number>): void {
     this.samples = Array.from(samples);
     this.placeDots();
@@ -130,7 +130,7 @@ export class View {
     this.draw();
   }
 
-  // The nearest sample on the screen, of the nearest run.
+  // Picks the sample of any run that is nearest on the screen.
   private pickAt(x: number, y: number): void {
     let least = pickDistance * pickDistance;
     let found: [number, number] | null = null;
@@ -203,7 +203,7 @@ export class View {
     }
   }
 
-  // With a rim in the background's colour, to be read over lines.
+  // Draws text with a rim in the background's colour, so that it is legible over lines.
   private text(context: CanvasRenderingContext2D, text: string, x: number, y: number, colour: string): void {
     context.strokeStyle = this.palette.surface;
     context.lineWidth = 3;
@@ -296,7 +296,7 @@ export class View {
     }
   }
 
-  // Broken where a place is missing.
+  // The line is interrupted at samples without a position.
   private strokeSamples(context: CanvasRenderingContext2D, path: Path, from: number, to: number): void {
     context.beginPath();
     let isDown = false;
@@ -349,7 +349,7 @@ export class View {
     });
   }
 
-  // What names should not cover.
+  // The points that names should not cover.
   private screenPath(): Point[] {
     const points: Point[] = [];
     if (this.scene.shapes.some(({ kind }) => kind === "ground")) {
@@ -362,7 +362,7 @@ export class View {
     return points;
   }
 
-  // From the mark to the nearest point of the label's box, where that is not beside it.
+  // Draws a line from the mark to the nearest point of the label's box, unless the box is beside the mark.
   private drawLeader(context: CanvasRenderingContext2D, [x, y]: Point, cx: number, cy: number, box: { width: number; height: number }): void {
     const toX = Math.max(cx - box.width / 2 + 2, Math.min(cx + box.width / 2 - 2, x));
     const toY = Math.max(cy - 6, Math.min(cy + 6, y));
