@@ -27,12 +27,12 @@ class App {
   private readonly rows: Row[] = [];
   private readonly courses: CourseFile[] = [];
   private course = noCourse;
-  private isCourseChosen = false; // by the person, not by what was dropped
+  private isCourseChosen = false; // by the user, not from the dropped files
   private order: Order = { key: "", isDescending: false };
   private system: System = rememberedSystem("imperial");
   private words = "";
   private shown: Shown | null = null;
-  private shownRow: Row | null = null; // alone in the view, and not yet touched
+  private shownRow: Row | null = null; // the only run in the view, until the user presses a key or a button there
   private openings = 0;
   private isDrawing = false;
   private isPressed = false;
@@ -105,7 +105,7 @@ class App {
     addEventListener("dragover", (event) => over(event, true));
     addEventListener("dragleave", (event) => over(event, false));
     addEventListener("drop", (event) => {
-      // A video that is dropped on a run is the run's.
+      // The panel of a run has taken a video that was dropped on it.
       if (event.defaultPrevented) return;
       over(event, false);
       const data = event.dataTransfer;
@@ -132,7 +132,7 @@ class App {
       const isText = /\.txt$/i.test(path) && file.size <= largestCourse;
       const bytes = isText ? new Uint8Array(await file.arrayBuffer()) : null;
       if (bytes && isCourseFile(path, new TextDecoder().decode(bytes))) this.addCourse({ name: path, bytes });
-      // The reports of a folder are no tracks.
+      // Among several files, other texts are reports, not tracks.
       else if (isText && files.length > 1) ++others;
       else added.push(this.addRow(path, file, false));
     }
@@ -162,7 +162,7 @@ class App {
 
   // The job for a row's file, with the present course and units.
   private jobOf(row: Row, check: boolean, isKnown: boolean): Job {
-    // An index names files from its own folder, where a call of the program would stand.
+    // An index names files relative to its own folder, which would be the working directory of a call of tarvel.
     const folder = this.course.replace(/[^/]*$/, "");
     const files = this.courses.filter(({ name }) => name.startsWith(folder)).map(({ name, bytes }) => ({ name: name.slice(folder.length), bytes }));
     const start = this.course === noCourse ? null : this.course.slice(folder.length);
@@ -171,7 +171,7 @@ class App {
     return { name, file: row.file, courses, options: { metric: this.system === "metric", timeAloft: row.timeAloft }, check, isKnown };
   }
 
-  // Analyses the rows; all runs again when that has given another course; then checks them.
+  // Analyses the rows, and all runs again when one of the rows was a new course; then checks the runs.
   private async analyse(rows: Row[], isKnown: boolean): Promise<void> {
     const course = this.course;
     this.toDo += rows.length;
@@ -221,10 +221,10 @@ class App {
         const result = await this.queue.do(this.jobOf(row, true, true), false);
         if (course !== this.course) return;
         if (result.kind !== "day") settleRow(row, result);
-        // The run is on the screen without its verdict.
+        // The run is shown without its verdict: show it again.
         if (this.shownRow === row) await this.open([row], true);
       } catch {
-        // The run stays without a verdict.
+        // The run keeps its figures, without a verdict.
       }
       this.draw();
     }
@@ -245,7 +245,7 @@ class App {
     return documents;
   }
 
-  // isUpdate: they are on the screen already, and more is known of them.
+  // isUpdate: the runs are shown already, and their documents have changed.
   private async open(rows: Row[], isUpdate = false): Promise<void> {
     const opening = ++this.openings;
     const documents = await this.documentsOf(rows);
@@ -272,7 +272,7 @@ class App {
     this.draw();
   }
 
-  // Takes over the units that the page of the run shows, also where the browser remembers none.
+  // Uses the units that the page of the run shows, even when the browser stores no settings.
   private followUnits(): void {
     const pressed = this.view.querySelector<HTMLElement>('[aria-label="Units"] [aria-pressed="true"]');
     if (pressed) this.system = pressed.dataset.value as System;
@@ -302,7 +302,7 @@ class App {
     );
   }
 
-  // Seconds between gate and touchdown, as a judge measured them: the run is analysed again with them.
+  // The field for the seconds between gate and touchdown, as a judge measured them. A change analyses the run again.
   private timeAloftField(row: Row): HTMLElement {
     const value = row.timeAloft === 0 ? "" : String(row.timeAloft / 1000);
     const field = element("input", { type: "number", min: 0, max: longestAloft, step: "any", value, placeholder: "not given" });
@@ -317,7 +317,8 @@ class App {
     return element("label", { class: "choice aloft" }, element("span", {}, "Time aloft, s"), field);
   }
 
-  // Draws once for all recent changes, and not while a button is pressed down: a button that is replaced gets no click.
+  // Draws once for all recent changes, but not while a button is pressed, since a button that is replaced gets no
+  // click.
   private draw(): void {
     if (this.isDrawing) return;
     this.isDrawing = true;

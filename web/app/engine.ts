@@ -1,4 +1,4 @@
-// The engine, compiled to WebAssembly, for scripts: src/module/module.h in their terms. A file that is opened must be freed.
+// The interface of src/module/module.h, compiled to WebAssembly, for scripts. A file that was opened must be freed.
 
 // All addresses and sizes are of 32 bits.
 interface Functions {
@@ -32,8 +32,8 @@ export type Verdict = "good" | "doubtful" | "unusable";
 const verdicts: Verdict[] = ["good", "doubtful", "unusable"];
 
 export interface Courses {
-  start: string | null; // the course file that is read first; null for no course
-  files: { name: string; bytes: Uint8Array }[]; // it, and those that it may lead to
+  start: string | null; // name of the course file that is read first; null for no course
+  files: { name: string; bytes: Uint8Array }[]; // this course file, and those to which it may refer
 }
 
 export interface RunOptions {
@@ -44,11 +44,12 @@ export interface RunOptions {
 const pageSize = 65536;
 const leastMemory = 32 * 1024 * 1024;
 const mostMemory = 4 * 1024 * 1024 * 1024;
-// A row of 60 bytes or more becomes a sample of some 400, in an array that doubles.
+// A row has 60 bytes or more, its sample some 400, and the array of samples is doubled when it is full.
 const memoryPerByte = 12;
 const pieceSize = 8 * 1024 * 1024; // of a file that is read
 
-// The C library asks its host for these. Nothing is written anywhere; the time zone is UTC without being asked for.
+// The functions that the C library imports. They fail, since the engine writes nothing. The time zone is UTC by
+// default.
 const badDescriptor = 8;
 const systemInterface = { fd_close: () => badDescriptor, fd_seek: () => badDescriptor, fd_write: () => badDescriptor };
 
@@ -63,7 +64,7 @@ export class Engine {
     this.functions._initialize();
   }
 
-  // With room at once for a file of that size: growing bit by bit takes long.
+  // Starts with enough memory for a file of this size, since growing the memory in small steps takes long.
   static async start(module: WebAssembly.Module, size: number): Promise<Engine> {
     const wanted = Math.min(leastMemory + memoryPerByte * size, mostMemory);
     const memory = new WebAssembly.Memory({ initial: Math.ceil(wanted / pageSize), maximum: mostMemory / pageSize });
@@ -81,7 +82,7 @@ export class Engine {
     return this.openBlock(name, block, bytes.length);
   }
 
-  // The file is read piece by piece, so that it is in memory once.
+  // Reads the file piece by piece, so that only one copy of it is in memory.
   async openBlob(name: string, blob: Blob): Promise<EngineFile> {
     const block = this.allocate(blob.size);
     for (let at = 0; at < blob.size; at += pieceSize) {
@@ -106,7 +107,7 @@ export class Engine {
     return new EngineFile(this, this.functions, file);
   }
 
-  // Calls use with the address of the text, which is gone afterwards.
+  // Calls use with the address of the text, which is freed afterwards.
   withText<T>(text: string, use: (address: number) => T): T {
     const bytes = new TextEncoder().encode(`${text}\0`);
     const block = this.allocate(bytes.length);
@@ -118,13 +119,13 @@ export class Engine {
     }
   }
 
-  // NUL-terminated.
+  // The NUL-terminated text at an address.
   text(address: number): string {
     const memory = new Uint8Array(this.memory.buffer);
     return new TextDecoder().decode(memory.subarray(address, memory.indexOf(0, address)));
   }
 
-  // A copy of what a tarvel_bytes points to; null for null.
+  // A copy of the bytes to which the tarvel_bytes at an address points; null for null.
   bytes(address: number): Uint8Array | null {
     if (address === 0) return null;
     const [data, size] = new Uint32Array(this.memory.buffer, address, 2);
@@ -165,7 +166,7 @@ export class EngineFile {
     return this.functions.tarvel_split(this.address) !== 0;
   }
 
-  // In the track of an analysed run.
+  // The number of jumps in the track of an analysed run.
   trackJumps(): number {
     return this.functions.tarvel_track_jumps(this.address);
   }
@@ -191,7 +192,7 @@ export class EngineFile {
     return this.engine.bytes(this.functions.tarvel_check(this.address));
   }
 
-  // Of the last check.
+  // The verdict of the last check.
   verdict(): Verdict {
     return verdicts[this.functions.tarvel_verdict(this.address)];
   }

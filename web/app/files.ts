@@ -1,13 +1,13 @@
-// The files that a person drops or chooses, folders among them.
+// The files and folders that the user drops or chooses.
 
 export interface Given {
-  path: string; // with the folders in which it was found, but for the one that was dropped
+  path: string; // relative to the folder that was dropped
   file: File;
 }
 
 export interface Collection {
   files: Given[];
-  leftOut: number; // files of a folder that are no tracks or course files
+  leftOut: number; // number of files in folders that are neither tracks nor course files
 }
 
 const mostAtOnce = 1e9;
@@ -24,7 +24,7 @@ export class Collector {
   leftOut = 0;
   private size = 0;
 
-  // A file that was named is taken whatever it is; of a folder only what tracks and course files are called.
+  // Takes every file that the user named, but of a folder only files with the extensions of tracks and course files.
   add(path: string, file: File, isNamed: boolean): void {
     this.size += file.size;
     if (this.size > mostAtOnce) {
@@ -44,7 +44,7 @@ function fileOf(entry: FileSystemFileEntry): Promise<File> {
   return new Promise((done, failed) => entry.file(done, failed));
 }
 
-// A reader gives a hundred entries at a time.
+// All entries of a folder; a reader returns at most a hundred at a time.
 async function entriesOf(folder: FileSystemDirectoryEntry): Promise<FileSystemEntry[]> {
   const reader = folder.createReader();
   const all: FileSystemEntry[] = [];
@@ -63,7 +63,7 @@ async function addEntry(entry: FileSystemEntry, path: string, isNamed: boolean, 
 }
 
 export async function collectDropped(data: DataTransfer): Promise<Collection> {
-  // Both lists are empty after the first await.
+  // Both lists are copied, since the browser empties them after the first await.
   const entries = [...data.items].map((item) => item.webkitGetAsEntry?.() ?? null);
   const files = [...data.files];
   const into = new Collector();
@@ -77,7 +77,7 @@ export async function collectDropped(data: DataTransfer): Promise<Collection> {
   return into;
 }
 
-// Of an <input>; one for folders gives paths.
+// The files of an <input>; those of one for folders have paths.
 export function collectChosen(files: Iterable<File>): Collection {
   const into = new Collector();
   for (const file of files) {
@@ -87,7 +87,7 @@ export function collectChosen(files: Iterable<File>): Collection {
   return into;
 }
 
-// A course file has rows of a matrix, or entries that send runs to other files. Reports are .txt, too.
+// True for a text with rows of a matrix, or with index entries that refer to other files. Reports are .txt files, too.
 export function isCourseFile(path: string, text: string): boolean {
   return /(^|\/)matrix\.txt$/.test(path) || /^(\[|[*0-9]\S* - \S)/m.test(text);
 }

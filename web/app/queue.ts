@@ -4,7 +4,7 @@ import { FileResult, Job } from "./work";
 interface Answer {
   result?: FileResult;
   error?: string;
-  isUnreadable?: boolean; // by the worker
+  isUnreadable?: boolean; // the worker could not read the file
 }
 
 interface Waiting {
@@ -45,7 +45,7 @@ export class Queue {
     this.worker.postMessage({ id: ++this.count, job }, transfer);
   }
 
-  // In Safari no worker can read the files of a page from the disk: the page reads them then, and hands their bytes over.
+  // In Safari the worker of a page from the disk cannot read files: the page reads them and passes their bytes.
   private async sendBytes(job: Job, file: Blob): Promise<Answer | null> {
     try {
       const bytes = new Uint8Array(await file.arrayBuffer());

@@ -1,19 +1,19 @@
-// The files that the page knows, and what was found in them.
+// The rows of the table: the files that the page was given, and their results.
 import { checkOf } from "../src/check";
 import { RunDocument } from "../src/document";
 import { FileResult, RunResult, WalkResult } from "./work";
 
 export interface Row {
-  number: number; // in the order in which they came
+  number: number; // in the order in which the files were added
   path: string;
   file: Blob;
   state: "waiting" | "done";
-  isPart: boolean; // a jump that was cut out of a day
+  isPart: boolean; // one jump of a track with several
   timeAloft: number; // ms, as a judge measured it; 0 when not given
   run: RunDocument | null; // without samples and charts
-  result: RunResult | WalkResult | null; // null when it is to be made again
+  result: RunResult | WalkResult | null; // null when it was not kept, or must be made again
   walk: WalkResult | null;
-  message: string | null; // of the program
+  message: string | null; // the program's error message
   isTicked: boolean;
 }
 
@@ -26,7 +26,8 @@ export function makeRow(number: number, path: string, file: Blob, isPart: boolea
   return { number, path, file, state, isPart, timeAloft: 0, run: null, result: null, walk: null, message: null, isTicked: false };
 }
 
-// Bytes of results that are kept for all runs together. Beyond that, a result is made again when its run is opened.
+// The most bytes of results that are kept for all runs together. A result that is not kept is made again when its run
+// is opened.
 const mostKept = 200e6;
 let kept = 0;
 

@@ -1,4 +1,4 @@
-// Files that are saved, under the names that the programs give them.
+// Saves files under the names that the programs would use.
 import { Column, RunDocument } from "../src/document";
 
 export function saveFile(name: string, content: BlobPart, type: string): void {
@@ -10,13 +10,13 @@ export function saveFile(name: string, content: BlobPart, type: string): void {
   setTimeout(() => URL.revokeObjectURL(address), 60000);
 }
 
-// As tarvel names its outputs: the three letters behind the point are replaced. Where there are none, which it refuses, an
-// extension is added.
+// The name of an output of tarvel: the three characters after the point are replaced. An extension is added to a name
+// without one, which tarvel refuses.
 export function withExtension(name: string, extension: string): string {
   return /.\..{3}$/.test(name) ? name.slice(0, -3) + extension : `${name}.${extension}`;
 }
 
-// As tarvel-page names its own.
+// The name of the output of tarvel-page.
 export function pageName(name: string): string {
   return `${name.replace(/([^/])\.[^./]*$/, "$1")}.html`;
 }
@@ -27,11 +27,11 @@ const unusedColumns = new Set(["turn_angle", "fix"]);
 const unusedOfPhase = new Set(["horizontal_speed", "vertical_speed", "total_speed"]);
 const placeOfPhase = new Set(["x", "y", "z"]);
 
-const largestPacked = 2 ** 50; // so that no difference of differences is too large for a number
+const largestPacked = 2 ** 50; // so that second differences are exact in a double
 
 const isPackable = (value: number | null) => value === null || (Number.isInteger(value) && Math.abs(value) <= largestPacked);
 
-// What unpackColumn() takes.
+// The text that unpackColumn reads; the column itself when it has other values than integers.
 export function packColumn(column: Column): Column | string {
   if (column.length === 0 || !column.every(isPackable)) return column;
   let last = 0;
@@ -54,14 +54,13 @@ function mapValues(record: object, change: (value: any, name: string) => unknown
   return Object.fromEntries(Object.entries(record).map(([name, value]) => [name, change(value, name)]));
 }
 
-// Its place to a tenth of a millimetre.
+// The phase with its place rounded to a tenth of a millimetre.
 function packedPhase(phase: object | null): unknown {
   return phase && mapValues(without(phase, unusedOfPhase), (value, name) =>
     placeOfPhase.has(name) && value !== null ? Number(value.toFixed(4)) : value);
 }
 
-// Both ends, to a millionth of the unit and outward, and as printed; why there are none, where there are none, and then the
-// bounds, if there are.
+// A PackedInterval of packed.ts; its ends are rounded outward to a millionth of the unit.
 function packedInterval({ bounds, why, ...interval }: any): unknown {
   const { low, high, low_text, high_text } = bounds ?? interval;
   if (low === null || high === null) return why;
@@ -69,7 +68,7 @@ function packedInterval({ bounds, why, ...interval }: any): unknown {
   return bounds ? [...packed, why] : packed;
 }
 
-// What tarvel-page puts into a page of a document.
+// The part of a document that tarvel-page puts into a page.
 export function shownPart(document: RunDocument): Record<string, unknown> {
   const kept = without(document, new Set(["overview"]));
   kept.course = without(document.course, new Set(["frame", "pond"]));
@@ -87,13 +86,13 @@ export function shownPart(document: RunDocument): Record<string, unknown> {
   return kept;
 }
 
-// JSON in ASCII that cannot end the element in which it stands.
+// JSON in ASCII without less-than signs, so that it cannot end the element that contains it.
 export function embedded(documents: unknown): string {
   const escaped = (letter: string) => `\\u${letter.charCodeAt(0).toString(16).padStart(4, "0")}`;
   return JSON.stringify(documents).replace(/[<\u007f-\uffff]/g, escaped);
 }
 
-// The template is a page of tarvel-page with this in the place of its documents.
+// The template is a page of tarvel-page that has this text in the place of the documents.
 export const documentsMark = "TARVEL DOCUMENTS";
 
 export function pageOf(template: string, documents: RunDocument[]): string {

@@ -1,4 +1,5 @@
-// The table of all files: runs with their scores, walks with their course files, failed files with the program's message.
+// The table of all files: runs with their scores, walks with their course files, failed files with the program's
+// message.
 import { clockText } from "../src/head";
 import { button, element } from "../src/dom";
 import { figureText } from "../src/figures";
@@ -41,7 +42,7 @@ function sortValue(row: Row, key: string): number | string | null {
 
 const byName = new Intl.Collator("en", { numeric: true });
 
-// What has no value stays below.
+// Rows without a value come last.
 export function sortRows(rows: Row[], { key, isDescending }: Order): Row[] {
   return [...rows].sort((a, b) => {
     const [first, second] = [sortValue(a, key), sortValue(b, key)];

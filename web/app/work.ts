@@ -1,8 +1,8 @@
-// What the worker does with one file.
+// The work for one file, which the worker does.
 import { RunDocument } from "../src/document";
 import { Courses, Engine, EngineFile, RunOptions } from "./engine";
 
-// A run's outputs, as the programs write them.
+// The outputs of a run, as the programs write them.
 export interface RunResult {
   kind: "run";
   head: RunDocument; // without charts and samples
@@ -34,11 +34,11 @@ export interface Job {
   courses: Courses;
   options: RunOptions;
   check: boolean;
-  // A file of which nothing is known yet may also be a walk, or hold several jumps.
+  // True for a single run; another file may also be a walk, or contain several jumps.
   isKnown: boolean;
 }
 
-// A document has a line for each of its members, and the charts begin the long ones.
+// The members of a document before the charts. Each member has a line, and the long ones begin with the charts.
 function headOf(document: Uint8Array): RunDocument {
   const text = new TextDecoder().decode(document);
   const head = text.slice(0, text.indexOf(',\n"charts":'));
@@ -66,7 +66,7 @@ function dayResult(file: EngineFile, metric: boolean): DayResult | null {
   return { kind: "day", listing, jumps: jumps.filter((jump): jump is NonNullable<typeof jump> => jump !== null) };
 }
 
-// Analysed first: the samples are read once then, but for those of a day or a walk.
+// Every file is first analysed as a run: the samples of a run are then read once, only those of other files twice.
 function resultOf(file: EngineFile, job: Job): FileResult {
   const isSound = file.analyse(job.courses, job.options);
   const count = job.isKnown ? 1 : file.trackJumps();
@@ -78,7 +78,7 @@ function resultOf(file: EngineFile, job: Job): FileResult {
   return isSound || count > 0 ? run : (walkResult(file) ?? run);
 }
 
-// Files that fit share an engine, whose memory is used again.
+// Files of at most this size share an engine, whose memory is used again.
 const sharedSize = 2 * 1024 * 1024;
 
 export class Workbench {
@@ -95,7 +95,7 @@ export class Workbench {
       file.free();
       return result;
     } catch (error) {
-      // An engine whose call did not return is not used again.
+      // An engine in which a call has failed to return is not used again.
       if (engine === this.shared) this.shared = null;
       throw error;
     }
@@ -108,7 +108,7 @@ export class Workbench {
   }
 }
 
-// The buffers of a result, which are handed over to the page and not copied.
+// The buffers of a result, which are transferred to the page without copying.
 export function buffersOf(result: FileResult): ArrayBuffer[] {
   const members: unknown[] = result.kind === "day" ? result.jumps.map(({ bytes }) => bytes) : Object.values(result);
   return members.filter((each): each is Uint8Array => each instanceof Uint8Array).map(({ buffer }) => buffer as ArrayBuffer);

@@ -1,19 +1,19 @@
-// The worker: compiles the engine that it is sent first, and then does one job after the other.
+// The worker: compiles the engine, which is in its first message, and then does one job after another.
 import { Job, Workbench, buffersOf } from "./work";
 
-// Which this compiler does not know yet.
+// Declared here, since the type declarations of Debian's tsc do not have it.
 declare class DecompressionStream implements GenericTransformStream {
   constructor(format: "gzip");
   readonly readable: ReadableStream;
   readonly writable: WritableStream;
 }
 
-// The module, compressed by gzip, in base64. It is compiled while it is unpacked.
+// Compiles the module, which is given in base64 and compressed by gzip. It is compiled while it is unpacked.
 function compile(packed: string): Promise<WebAssembly.Module> {
   const letters = atob(packed);
   const bytes = new Uint8Array(letters.length);
   for (let i = 0; i < letters.length; ++i) bytes[i] = letters.charCodeAt(i);
-  // No Blob: in Safari the worker of a page from the disk cannot read one.
+  // Not through a Blob, which the worker of a page from the disk cannot read in Safari.
   const unpacked = new Response(bytes).body!.pipeThrough(new DecompressionStream("gzip"));
   return WebAssembly.compileStreaming(new Response(unpacked, { headers: { "Content-Type": "application/wasm" } }));
 }
