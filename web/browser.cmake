@@ -1,5 +1,5 @@
-# tarvel.html: Tarvel for browsers, with the engine in it. The engine is compiled to WebAssembly in a build tree of its own,
-# by another compiler. Sanitizers and coverage do not apply to it.
+# tarvel.html: Tarvel for browsers, with the engine in it. The engine is compiled to WebAssembly in a build tree of its
+# own, by another compiler. Sanitizers and coverage do not apply to it.
 if(CMAKE_CXX_FLAGS MATCHES "sanitize|coverage" OR CMAKE_CXX_COMPILER_ID MATCHES Clang)
   return()
 endif()

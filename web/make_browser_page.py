@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """make_browser_page.py TARVEL_PAGE APP_FOLDER ENGINE OUTPUT: puts Tarvel for browsers into one HTML file.
 
-TARVEL_PAGE is tarvel-page beside its page/, from which the template of saved pages comes; APP_FOLDER holds app.js, app.css and
-worker.js. The worker, the engine and the template stand in data blocks, which no browser runs.
+TARVEL_PAGE is tarvel-page beside its page/, from which the template of saved pages comes; APP_FOLDER holds app.js,
+app.css and worker.js. The worker, the engine and the template are in data blocks, which no browser runs.
 """
 import base64
 import gzip
@@ -54,7 +54,7 @@ def main():
     empty = tarvel_page.embedded([])
     before, after = tarvel_page.page_of([]).split(f">{empty}<")
     template = f"{before}>{DOCUMENTS_MARK}<{after}"
-    # Nothing is loaded and nothing sent. The engine is compiled in a worker that the page makes from itself.
+    # The page loads and sends nothing. The engine is compiled in a worker, whose script is a part of the page.
     policy = (f"default-src 'none'; script-src {tarvel_page.digest_source(script)} 'wasm-unsafe-eval'; worker-src blob:; "
               f"style-src {tarvel_page.digest_source(style)}; media-src blob:; base-uri 'none'; form-action 'none'")
     packed = base64.b64encode(gzip.compress(engine.read_bytes(), mtime=0)).decode()

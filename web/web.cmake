@@ -1,14 +1,14 @@
-# The page of a run: checked by tsc, bundled and minified by esbuild into one script and one style sheet. web/tarvel-page puts
-# documents into it.
+# The page of a run: checked by tsc, bundled and minified by esbuild into one script and one style sheet.
+# web/tarvel-page puts documents into it.
 find_program(TARVEL_TSC tsc REQUIRED)
 find_program(TARVEL_ESBUILD esbuild REQUIRED)
 
 file(GLOB tarvel_page_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/web/src/*.ts ${PROJECT_SOURCE_DIR}/web/src/*.css)
 file(GLOB_RECURSE tarvel_page_vendored ${PROJECT_SOURCE_DIR}/web/vendor/uplot/*)
 set(tarvel_page_folder ${PROJECT_BINARY_DIR}/page)
-# What browsers have understood since 2020.
+# The language that browsers have supported since 2020.
 set(esbuild ${TARVEL_ESBUILD} --bundle --minify --target=es2020 --charset=utf8 --log-level=warning)
-# The licence asks for it in every copy.
+# The licence of uPlot requires this notice in every copy.
 set(uplot_notice "/* Contains uPlot, Copyright (c) 2022 Leon Sorokin, used under the MIT License. */")
 
 add_custom_command(
