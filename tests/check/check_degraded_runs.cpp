@@ -2,8 +2,8 @@
 //
 //   check_degraded_runs [--runs N] [--seed S] [--draws D]
 //
-// Each line has the run's number, how it was damaged, the verdict (-1 when the analysis fails), the names of the reasons,
-// and each figure whose interval misses the truth by so much that it is off by more than three half-widths.
+// Each line has the run's number, how it was damaged, the verdict (-1 when the analysis fails), the names of the
+// reasons, and each figure whose interval misses the truth by so much that it is off by more than three half-widths.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>

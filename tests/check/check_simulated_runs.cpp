@@ -2,8 +2,9 @@
 //
 //   check_simulated_runs [--runs N] [--seed S] [--draws D] [--noise NAME] [--even-if-withheld]
 //
-// The truth is what the analysis says of the flight without noise. A simulated flight is too smooth: its greatest speeds
-// lie on plateaus that no logger sees. Fluctuations below 0.7 Hz are therefore added, velocity and position alike.
+// The truth is what the analysis says of the flight without noise. A simulated flight is too smooth: its greatest
+// speeds lie on plateaus that no logger sees. Fluctuations below 0.7 Hz are therefore added, velocity and position
+// alike.
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>

@@ -199,8 +199,8 @@ TEST(run_check_test, gives_up_where_too_much_of_the_track_matters) {
   EXPECT_EQ(check.draws, 0U);
 }
 
-// The descent grows slowly for 4 s, falls by 0.4 m/s, one and a half standard deviations of the noise, and grows into the
-// dive: the detectors find the turn at the fall.
+// The descent grows slowly for 4 s, falls by 0.4 m/s, one and a half standard deviations of the noise, and grows into
+// the dive: the detectors find the turn at the fall.
 TEST(run_check_test, reaches_to_a_turn_that_began_before_a_jolt) {
   std::vector<gps_point> samples = with_velocity_errors(flight_samples());
   const std::uint32_t turn = analysed(samples).top_of_turn;
@@ -217,7 +217,8 @@ TEST(run_check_test, reaches_to_a_turn_that_began_before_a_jolt) {
   EXPECT_GE(height.range.high, run.track[turn - 20].pos_local.z);
 }
 
-// Positions pulled to the north for a time that begins at a sample, by so many metres at the most; velocities follow or not.
+// Positions shifted to the north for a time that begins at a sample, by at most so many metres; the velocities follow
+// or not.
 std::vector<gps_point> pulled_aside(std::uint32_t first, double seconds, double reach, bool is_followed) {
   std::vector<gps_point> samples = with_velocity_errors(flight_samples());
   constexpr double metres_per_degree = 111200.0;

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/checker/program_test.py: tarvel-check prints the figures of tarvel's report within their intervals, doubts tracks
-that were damaged, and tells it by its exit status."""
+"""tests/checker/program_test.py: tarvel-check prints the figures of tarvel's report within their intervals, gives
+reasons to doubt damaged tracks, and returns the verdict as its exit status."""
 import os
 import re
 import subprocess
@@ -107,7 +107,7 @@ class CheckTest(unittest.TestCase):
         self.assertRegex(gate.stdout, r"\nentry gate speed: +---- mph +[\d.]+ \.\. +[\d.]+   bounds: crossed ")
         self.assertIn("\nunusable: gap-at-gate: 1.80 s without samples while ", gate.stdout)
 
-    def test_accuracies_that_nobody_can_score_by(self):
+    def test_accuracies_too_bad_for_scoring(self):
         track = example("straight.csv")
         for name, value, status in (("sAcc", "1.5", DOUBTFUL), ("sAcc", "10.0", UNUSABLE), ("hAcc", "80.0", UNUSABLE),
                                     ("numSV", "5", DOUBTFUL), ("numSV", "3", UNUSABLE)):

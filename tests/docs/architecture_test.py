@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tests/docs/architecture_test.py: the files and names of which docs/architecture.md speaks are there."""
+"""tests/docs/architecture_test.py: the files and names in docs/architecture.md exist."""
 import os
 import re
 import unittest
@@ -29,7 +29,7 @@ def names_in(files):
 
 
 def stale_spans(page):
-    """Code spans that name a file or something in the code, of which there is none."""
+    """Code spans that name a file, or a name in the code, that does not exist."""
     files = list(project_files())
     places = {"/" + str(path) + end for file in files for path in (file, file.with_suffix(""), *file.parents)
               for end in ("", "/")}

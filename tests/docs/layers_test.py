@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""tests/docs/layers_test.py: the picture and the table of the layers in docs/architecture.md show today's link lines."""
+"""tests/docs/layers_test.py: the picture and the table of the layers in docs/architecture.md agree with the link
+lines."""
 import os
 import re
 import sys

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""tests/docs/links_test.py: the targets of all links in the project's Markdown files exist, and pictures can be read."""
+"""tests/docs/links_test.py: the targets of all links in the project's Markdown files exist, and pictures are
+readable."""
 import os
 import tempfile
 import unittest

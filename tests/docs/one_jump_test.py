@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""tests/docs/one_jump_test.py: the manual's statements on a track with two jumps are true, and its commands split one."""
+"""tests/docs/one_jump_test.py: the manual's statements about a track of two jumps are true, and its commands split
+one."""
 import os
 import re
 import subprocess

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""tests/docs/report_lines_test.py: lines of reports and surveys that the manual and the README quote are in golden files."""
+"""tests/docs/report_lines_test.py: quoted lines of reports and surveys in the manual and the README are in golden
+files."""
 import os
 import re
 import unittest

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tests/docs/top_level_test.py: docs/architecture.md explains every entry at the top of the tree, of which there are few."""
+"""tests/docs/top_level_test.py: docs/architecture.md explains every entry at the top of the tree, and these are few."""
 import os
 import re
 import subprocess
@@ -12,7 +12,7 @@ PASSED_OVER = {".git", "build", "demo"}
 
 
 def entries():
-    """What git tracks; without git, as in a source package, what is there."""
+    """The entries that git tracks; without git, as in a source package, those that exist."""
     if (PROJECT / ".git").exists():
         names = subprocess.run(["git", "ls-files", "-z"], cwd=PROJECT, capture_output=True, text=True, check=True).stdout
         return {name.partition("/")[0] for name in names.split("\0") if name}

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/docs/trust_a_figure_test.py: the manual's chapter on tarvel-check has each reason with its weight and limit, and
-its example is the program's output."""
+"""tests/docs/trust_a_figure_test.py: the manual's chapter on tarvel-check has each reason with its weight and limit,
+and its example is the program's output."""
 import os
 import re
 import subprocess

@@ -224,7 +224,7 @@ TEST(file_faults_test, reopens_only_regular_files) {
   const temp_dir dir;
   write_text("matrix.txt", "");
   EXPECT_NE(open_written_file("matrix.txt"), nullptr);
-  EXPECT_EQ(open_written_file("/dev/zero"), nullptr);  // would be read for ever
+  EXPECT_EQ(open_written_file("/dev/zero"), nullptr);  // reading it would never end
   EXPECT_EQ(open_written_file("missing.txt"), nullptr);
 }
 

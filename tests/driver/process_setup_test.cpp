@@ -61,7 +61,7 @@ TEST(process_setup_test, reports_that_no_descriptor_is_left) {
   }
 }
 
-[[noreturn]] void write_to_nobody() {
+[[noreturn]] void write_to_pipe_without_reader() {
   ignore_write_signals();
   int ends[2];
   if (pipe(ends) != 0) std::exit(1);
@@ -70,7 +70,7 @@ TEST(process_setup_test, reports_that_no_descriptor_is_left) {
 }
 
 TEST(process_setup_test, continues_after_a_reader_has_ended) {
-  EXPECT_EXIT(write_to_nobody(), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(write_to_pipe_without_reader(), testing::ExitedWithCode(0), "");
 }
 
 [[noreturn]] void load_zone(const char *zone) {

@@ -35,7 +35,7 @@ class EngineTest(SameOutputs, unittest.TestCase):
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def compare(self, arguments, files):
-        """Calls both programs over the same files (name: bytes) and compares the results. Returns the engine's files."""
+        """Calls both programs over the same files (name: bytes), compares the results, returns the engine's files."""
         outcomes = []
         for name, command in (("tarvel", [tarvel]), ("engine", engine)):
             folder = self.folder / name

@@ -86,9 +86,9 @@ file_map files_here() {
   return files;
 }
 
-// The failing allocator calls the sanitizer's allocator, and is therefore loaded before it. When an allocation fails in a
-// thread of the drawing libraries, that thread may crash; the report of the crash and the search for leaks then wait for
-// each other.
+// The failing allocator calls the sanitizer's allocator, and is therefore loaded before it. When an allocation fails in
+// a thread of the drawing libraries, that thread may crash; the report of the crash and the search for leaks then wait
+// for each other.
 std::string sanitizer_options(const std::string &fault) {
   const bool is_in_drawing = fault.starts_with("drawing");
   return std::string("verify_asan_link_order=0:detect_leaks=") + (is_in_drawing ? "0" : "1");

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """tests/json/documents_test.py: the documents of tarvel-json are valid against the schema, which names every member of
-them; their figures are those of tarvel's report; names, inputs and tracks of any kind leave a whole document.
+them; their figures are those of tarvel's report; names, inputs and tracks of any kind give a complete document.
 
 Needs jsonschema (Debian: python3-jsonschema).
 """

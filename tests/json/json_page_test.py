@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/json/json_page_test.py: tarvel-json(5) explains each member that the schema has, in a section of its own, and each
-failure code; the schema has all codes that the program knows, and each message of an analysis has one.
+"""tests/json/json_page_test.py: tarvel-json(5) explains each member that the schema has, in a section of its own, and
+each failure code; the schema has all codes that the program knows, and each message of an analysis has one.
 """
 import json
 import os

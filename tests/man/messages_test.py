@@ -106,7 +106,7 @@ class MessagesTest(unittest.TestCase):
         self.check([pattern_of(message) for message in {*said, *engine, *OF_FILES}], items("tarvel-split.1"))
 
     def check_command_line(self, options, page):
-        """Against what such a program refuses, and what it says of a number."""
+        """The messages of this program when it is called with wrong command lines and numbers are explained."""
         calls = re.findall(r"refuse\((.*?)\);", (PROJECT / options).read_text())
         messages = [message for call in calls for message in re.findall(r'"(.*?)"', call)]
         self.assertGreater(len(messages), 1)

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/man/options_test.py: each program has the same options in its usage text, in its man page and in its completions
-for bash, zsh and fish; and the three completions describe each option in the same words.
+"""tests/man/options_test.py: each program has the same options in its usage text, in its man page and in its
+completions for bash, zsh and fish; and the three completions describe each option in the same words.
 
 Each completion is run in its shell.
 """
@@ -42,7 +42,7 @@ def letters(words):
 # {option: description} of each shell.
 
 def bash_offers(*words, setup=""):
-    """What the completion offers for the last of these words, a line each."""
+    """The completions of the last of these words, one in each line."""
     script = f"""
         {setup}
         . "{COMPLETIONS}/tarvel.bash"
@@ -127,7 +127,7 @@ class OptionsTest(unittest.TestCase):
 
 
 class BashCompletionTest(unittest.TestCase):
-    """What follows a word, with bash-completion, which lists files, and without it, where bash does."""
+    """The completions after a word, with bash-completion, which lists the files, and without it, when bash does."""
     LIBRARY = ". /usr/share/bash-completion/bash_completion"
     FILES = ("course.txt", "run.csv", "page.html", "results/")
 

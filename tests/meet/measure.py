@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Stands in for Python when scripts/coverage asks what the tests reach of tarvel-meet: measure.py [OPTIONS] PROGRAM ...
+"""Replaces Python while scripts/coverage measures the tests' coverage of tarvel-meet: measure.py [OPTIONS] PROGRAM ...
 
 TARVEL_MEET_COVERAGE names the folder for the counts, one file a process. tarvel-meet calls sys.executable for its
 workers, and python3 on other machines: both are this file. Copies of tarvel-meet count as tarvel-meet itself.

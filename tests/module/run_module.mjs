@@ -1,5 +1,5 @@
-// Runs the module over files: node run_module.mjs tarvel.wasm JOBS. JOBS is a JSON list of what is wanted; the answers go to
-// standard output, a line each. Bytes are in base64.
+// Runs the module over files: node run_module.mjs tarvel.wasm JOBS. JOBS is a JSON list of what is wanted; the answers
+// go to standard output, a line each. Bytes are in base64.
 //
 //   {"work": "analyse", "name", "file", "course": null or its name, "courses": {name: file}, "metric", "aloft", "check"}
 //   {"work": "survey", "name", "file", "pond"}

@@ -1,5 +1,5 @@
-"""wasm_test.py NODE RUNNER MODULE: the module in WebAssembly makes of every example, golden run and seed of the fuzzers what
-the programs make of it on this machine.
+"""wasm_test.py NODE RUNNER MODULE: for every example, golden run and seed of the fuzzers the module in WebAssembly has
+the same outputs as the programs on this machine.
 """
 
 import base64
@@ -26,7 +26,7 @@ def decoded(text):
 
 
 def shown(printed):
-    """As a page shows it: U+FFFD for bytes that are no UTF-8."""
+    """The text as a page shows it, with U+FFFD for bytes that are not UTF-8."""
     return printed.decode(errors="replace")
 
 
@@ -129,7 +129,7 @@ class ModuleTest(SameOutputs, unittest.TestCase):
         self.expect_analysis(job, self.answers([job])[0])
 
     def test_disturbed_runs(self):
-        """Examples with a noise of each run's own: TARVEL_DISTURBED_RUNS of them."""
+        """Examples with random noise: TARVEL_DISTURBED_RUNS of them."""
         runs = [(source / "examples" / name).read_text().splitlines() for name in (
             "carve.csv", "reversed.csv", "straight.csv", "implicit.csv")]
         jobs = []

@@ -107,7 +107,7 @@ class PlantedFaultTest(unittest.TestCase):
         self.assertRegex(outcome.done, r"^8 scenarios, \d+ calls .* outputs compared, 0 differences allowed$")
 
     def prove(self, *words: str) -> tuple[Outcome, str]:
-        """Without making the tracks anew, which takes most of the time."""
+        """Uses the same tracks for all comparisons, since making them takes most of the time."""
         sources, new = self.comparison.sources, str(self.comparison.programs["new"])
         with mock.patch.object(scenarios, "Sources", lambda program: sources):
             with contextlib.redirect_stdout(io.StringIO()) as printed:

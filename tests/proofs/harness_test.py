@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""tests/proofs/harness_test.py: what a call leaves is seen whole, containers are the program's, results are written."""
+"""tests/proofs/harness_test.py: snapshots have everything that a call leaves, containers have the program's bytes, and
+results are written to the notes."""
 from __future__ import annotations
 
 import datetime

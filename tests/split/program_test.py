@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""tests/split/program_test.py: tarvel-split writes the very rows of each jump, so that tarvel reports of a part what it
-reports of the track of that jump alone; and it overwrites nothing."""
+"""tests/split/program_test.py: tarvel-split copies the rows of each jump unchanged, so that the report of a part is
+that of a track with this jump alone; and it overwrites nothing."""
 import itertools
 import os
 import re
@@ -106,7 +106,8 @@ class SplitTest(unittest.TestCase):
                 self.assertEqual(self.parts_of(self.header + b"".join(rows)), expected)
 
     def joined(self, order, with_climb):
-        """A track of these jumps with the logger on between them: the pilot stands at the stop, and perhaps flies up again."""
+        """A track of these jumps with the logger on between them: the pilot stands at the stop, and perhaps flies up
+    again."""
         rows = rows_of(order[0])
         for name in order[1:]:
             rows += standing(rows[-1], 1200)

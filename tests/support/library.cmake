@@ -41,8 +41,8 @@ add_library(tarvel_geographiclib INTERFACE)
 target_include_directories(tarvel_geographiclib SYSTEM INTERFACE ${TARVEL_GEOGRAPHICLIB_FOLDER})
 target_link_libraries(tarvel_geographiclib INTERFACE ${TARVEL_GEOGRAPHICLIB})
 
-# tarvel_script_test(FOLDER/NAME [VARIABLE=value...]): registers tests/FOLDER/NAME.py, or a program of that name without an
-# extension. It finds the programs by these variables, and exits with 77 where a tool that it needs is not installed.
+# tarvel_script_test(FOLDER/NAME [VARIABLE=value...]): registers tests/FOLDER/NAME.py, or a program of that name without
+# an extension. It finds the programs by these variables, and exits with 77 when a tool that it needs is not installed.
 function(tarvel_script_test path)
   set(command ${PROJECT_SOURCE_DIR}/tests/${path})
   if(EXISTS ${command}.py)

@@ -47,7 +47,8 @@ struct simulated_flight {
 // False when the analysis fails.
 [[nodiscard]] bool analyse(swoop &run, const simulated_flight &flight);
 
-// The run without noise. False when it leaves nothing to check: the analysis fails, or a carve does not end in its gate.
+// The run without noise. False when it leaves nothing to check: the analysis fails, or a carve does not end in its
+// gate.
 [[nodiscard]] bool find_truth(const simulated_flight &flight, swoop &truth);
 
 // What both programs of simulated runs are told.
