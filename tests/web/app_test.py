@@ -184,7 +184,7 @@ class AppTest(unittest.TestCase):
         work.run([TARVEL, "carve.csv"])
         self.assertEqual(self.save("Report", "carve.txt"), (work.folder / "carve.txt").read_bytes())
         self.assertEqual(self.save("Map", "carve.kml"), (work.folder / "carve.kml").read_bytes())
-        # To the digits of the report; the C libraries' sines differ in their last bits.
+        # Figures are compared as in the report, since the sines of the two C libraries differ in their last bits.
         found, expected = json.loads(self.save("JSON", "carve.json")), work.document("carve.csv")
         for part in ("track", "charts", "samples", "overview", "warnings", "failure"):
             self.assertEqual(found[part], expected[part])
@@ -205,7 +205,7 @@ class AppTest(unittest.TestCase):
         found = wait_for_rows(2)
         self.assertIn("surveyed", "".join(found["walk.csv"]))
         wait_for(lambda: work.document("carve.csv")["figures"]["entry_gate_speed"]["text"] in rows()["carve.csv"])
-        # The C libraries' sines differ in their last bits, which may turn the last digit of a course.
+        # The sines of the two C libraries differ in their last bits, which may change the last digit of a course.
         number = re.compile(r"-?\d+\.\d+")
         saved, expected = self.save("Course file", "walk.txt").decode(), (PROJECT / "examples/matrix.txt").read_text()
         self.assertEqual(number.sub("", saved).split(), number.sub("", expected).split())
@@ -224,7 +224,7 @@ class AppTest(unittest.TestCase):
         return done.stdout.decode(errors="replace")
 
     def expect_row(self, name, cells):
-        """As the program says it: what is wrong, a figure of the run, or that it is a walk."""
+        """Expects what the program prints in the cells: the error, a figure of the run, or that it is a walk."""
         failure = re.match("(?:WARNING: .*\n)*ERROR: (.*)\n", self.printed(name))
         if failure is None:
             self.assertIn(work.document(name)["figures"]["entry_gate_speed"]["text"].strip(), cells)

@@ -1,4 +1,4 @@
-"""axe-core, which finds what a page keeps from people who cannot see it or use a mouse."""
+"""axe-core, which finds parts of a page that are not accessible without sight or without a mouse."""
 import gzip
 from pathlib import Path
 

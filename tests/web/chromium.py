@@ -1,4 +1,4 @@
-"""Debian's chromium, headless, as the tests of the page drive it: from the disk, and with no host that can be found."""
+"""Starts Debian's chromium, headless and without a network: no host name is resolved."""
 import base64
 import json
 import os
@@ -26,14 +26,14 @@ def start(width=1280, height=900, touch=False, arguments=()):
 
 
 def requests_of(driver):
-    """The addresses that were asked for since the last call."""
+    """The addresses that were requested since the last call."""
     messages = (json.loads(entry["message"])["message"] for entry in driver.get_log("performance"))
     return [message["params"]["request"]["url"] for message in messages
             if message["method"] == "Network.requestWillBeSent"]
 
 
 def console_of(driver):
-    """What was said to the console since the last call, violations of the content policy among it."""
+    """The messages on the console since the last call, among them violations of the content policy."""
     return [entry["message"] for entry in driver.get_log("browser")]
 
 
@@ -43,7 +43,7 @@ def emulate(driver, dark=False):
 
 
 def print_pdf(driver, path, width, height):
-    """On paper of this many inches."""
+    """Prints the page to a PDF file, on paper of this size in inches."""
     printed = driver.execute_cdp_cmd("Page.printToPDF", {
         "paperWidth": width, "paperHeight": height, "printBackground": True})
     path.write_bytes(base64.b64decode(printed["data"]))

@@ -1,4 +1,4 @@
-// Figures and intervals as the page words them.
+// The texts of figures and intervals on the page.
 import assert from "node:assert/strict";
 import { test } from "node:test";
 

@@ -1,4 +1,4 @@
-"""Debian's firefox-esr, headless. Debian has no driver for it: this speaks the protocol (marionette) that a driver would."""
+"""Debian's firefox-esr, headless. Debian has no driver for it, so this uses its protocol (marionette) directly."""
 import json
 import os
 import shutil

@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""tests/web/firefox_test.py: the page of a run in Debian's firefox-esr, from the disk. Exits with 77 where it is not installed."""
+"""tests/web/firefox_test.py: the page of a run in Debian's firefox-esr, from the disk.
+
+Exits with 77 when firefox-esr is not installed.
+"""
 import sys
 import tempfile
 import unittest

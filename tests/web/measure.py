@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""tests/web/measure.py [BUILD]: how long the pages take in chromium, on a processor of a quarter of the speed.
+"""tests/web/measure.py [BUILD]: measures the pages in chromium, at a quarter of the processor's speed.
 
-BUILD is a build tree with the programs, tarvel-page and tarvel.html, without it build/release. The browser slows the threads
-of pages only: the worker of tarvel.html, which reads and analyses, has the whole processor. Needs Debian's python3-selenium.
+BUILD is a build tree with the programs, tarvel-page and tarvel.html, by default build/release. The browser slows only
+the threads of pages: the worker of tarvel.html, which reads and analyses, runs at full speed. Needs Debian's
+python3-selenium.
 """
 import os
 import statistics
@@ -20,10 +21,10 @@ import chromium  # noqa: E402
 from pages import Workplace, wait_for  # noqa: E402
 
 SLOWER = 4
-TIMES = 7  # the first is the browser's own beginning
+TIMES = 7  # the first includes the start of the browser
 MOVES = 300
 
-# From the event to a page that is laid out again, ms, of each move.
+# For each move the time from the event until the layout of the page has been computed again, ms.
 MOVE_CURSOR = """
 const slider = document.querySelector('.readout input');
 const count = Number(slider.max);
@@ -35,7 +36,7 @@ return Array.from({length: arguments[0]}, (_, i) => {
   return performance.now() - begin;
 });"""
 
-# From the choice of the files to the picture that has the figures of the run, ms.
+# The time from the choice of the files to the frame that shows the figures of the run, ms.
 WATCH_FIGURES = """
 addEventListener('change', () => { window.began ??= performance.now(); }, true);
 new MutationObserver((_, observer) => {

@@ -1,4 +1,4 @@
-// The runs of a meet: sorted, found by words, and asked for by an address.
+// The runs of a meet: sorting, searching, and comparisons by the address.
 import assert from "node:assert/strict";
 import { test } from "node:test";
 

@@ -51,7 +51,7 @@ class Workplace:
         return re.findall(r"-?\d+(?:\.\d+)?", self.run([TARVEL, *options, run]).stdout)
 
     def page_of_documents(self, name, *documents, status=0):
-        """A page of these documents, which a program prints in place of tarvel-json."""
+        """A page of these documents, which a script prints in place of tarvel-json."""
         tracks = []
         for number, document in enumerate(documents):
             tracks.append(f"given-{number}.json")

@@ -1,6 +1,6 @@
 // Documents made by hand for the tests of the page's modules.
 
-// A sample each 100 ms; places in m, speeds in m/s. moves: one record a sample, what it has not is 0.
+// A sample each 100 ms; places in m, speeds in m/s. moves has a record for each sample; members that it lacks are 0.
 export function runDocument(moves, { phases = {}, name = "run.csv", metric = false } = {}) {
   const column = (of) => moves.map((move) => (of(move) === null ? null : Math.round((of(move) ?? 0) * 1000)));
   const hundredths = (key) => moves.map((move) => Math.round((move[key] ?? 0) * 100));

@@ -13,7 +13,7 @@ tarvel_module_test(modules_test)
 tarvel_module_test(figures_test)
 tarvel_module_test(meet_runs_test)
 
-# Debian's selenium belongs to Debian's Python. The tests exit with 77 where a browser is not installed.
+# Debian's selenium works with Debian's Python only. The tests exit with 77 when a browser is not installed.
 find_program(TARVEL_DEBIAN_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
 if(NOT TARVEL_DEBIAN_PYTHON)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)

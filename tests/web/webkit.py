@@ -1,4 +1,4 @@
-"""Safari's engine: Debian's WebKitGTK on a display of its own, since it draws to no other."""
+"""Debian's WebKitGTK, the engine of Safari, on a virtual display, since it does not run without one."""
 import os
 import subprocess
 from pathlib import Path
@@ -13,7 +13,7 @@ def is_installed():
 
 
 class WebKit:
-    """browser.driver is selenium's. The language must be one: the engine takes that of the environment, which may be "C"."""
+    """A running browser; `driver` is that of selenium. Sets a language, since the engine does not accept "C"."""
 
     def __init__(self, width=1280, height=900):
         from selenium import webdriver
