@@ -5,7 +5,7 @@
   NAME/STEM.page.html    the page of a run, beside its document NAME/STEM.json
   NAME/STEM.page.js      the document, as the argument of a call: pages from the disk load scripts, but read no files
 
-A run's two files are made anew only when its document has changed, or Tarvel.
+A run's two files are made again only when its document or the version of Tarvel has changed.
 """
 import contextlib
 import hashlib
@@ -33,7 +33,7 @@ OTHER_MARK = "/* Made by tarvel-meet, which replaces it. */"
 # The name of a file while it is written. The folder of a meet is locked, so that no other call uses the name.
 NEW = ".tarvel-meet.new"
 
-# A nonce, since chromium does not check digests of scripts from the disk. It is drawn anew for each page.
+# A nonce, since chromium does not accept the digest of a script from the disk. Each page has a new one.
 PAGE = """{mark}<!doctype html>
 <html lang="en">
 <head>
@@ -97,7 +97,7 @@ def shown_document(data, head):
 
 
 def page_stem(document):
-    """The stem of the page's files. A track of this document cannot have such a name, whatever its extension."""
+    """The stem of the page's files, which a track with this document cannot have, whatever its extension is."""
     return os.path.splitext(document)[0] + ".page"
 
 
@@ -110,7 +110,7 @@ def begins_with(path, mark):
 
 
 def free_name(path):
-    """The name to which a file of the user's is renamed that has the name of one that is written here."""
+    """A free name for a file of the user whose name an output needs."""
     made, number = path.with_name(path.name + ".orig"), 1
     while os.path.lexists(made):
         number += 1
@@ -119,7 +119,7 @@ def free_name(path):
 
 
 def write_file(path, mark, text):
-    """Writes a file, which appears whole or not at all. A file of the user's with that name is renamed first."""
+    """Replaces a file as a whole. A file of the user with that name is renamed first."""
     if os.path.lexists(path) and (os.path.islink(path) or os.path.isdir(path) or not begins_with(path, mark)):
         os.rename(path, free_name(path))
     made = os.path.join(os.path.dirname(path), NEW)
