@@ -2,6 +2,8 @@
 
 --list prints the names of all proofs, and NAME --help the arguments of one. --write writes the result to
 docs/releases/next.md, the notes of the next release. Exit status 1 when there is a finding.
+
+The programs that a proof calls are built first. The variable TARVEL names another one in place of build/release/tarvel.
 """
 from __future__ import annotations
 

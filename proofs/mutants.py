@@ -57,8 +57,8 @@ def targets_in(build_folder: pathlib.Path, words: Iterable[str]) -> tuple[str, .
 
 
 def find_tests(build_folder: pathlib.Path) -> list[Test]:
-    """The tests that judge mutants: of the components and of the fuzz targets. A test with a fixture builds the engine for
-    another machine in the source's own folders."""
+    """The tests that judge mutants: of the components and of the fuzz targets. Tests with a fixture are left out, since
+    they build the engine for another machine in the folders of the source."""
     # ctest does not print the command of a test that has not been built.
     written = (build_folder / "CTestTestfile.cmake").read_text()
     added = re.findall(r"^add_test\(\[=\[(.*?)\]=\] (.*)\)$", written, re.MULTILINE)

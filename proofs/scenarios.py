@@ -2,7 +2,8 @@
 
 A scenario starts from a valid run or walk (an example, a simulated track of the tests), a hostile family or an input of
 a fuzz target. It changes values, text or bytes, adds a course file or a chain of indices, may put something in the
-place of an output, and has one call or two. The same seed and number give the same scenario. """
+place of an output, and has one call or two. The same seed and number give the same scenario.
+"""
 from __future__ import annotations
 
 import math
