@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """scripts/draw_layers.py OUT: draws OUT/layers.svg, the picture of docs/architecture.md.
 
-A box is a component of CMakeLists.txt, a line leads from it to each component that its link line names. A component stands
-one row above the highest that it uses. What each holds is said in the table of docs/architecture.md.
+A box is a component of CMakeLists.txt, and a line leads from it to each component in its link line. A component is one
+row above the highest that it uses. The content of each comes from the table in docs/architecture.md.
 """
 import html
 import re
@@ -16,14 +16,14 @@ PROJECT = Path(__file__).resolve().parents[1]
 Component = namedtuple("Component", "name uses libraries is_engine")
 
 BOX, BOX_HEIGHT = 158, 58
-ROW, GAP, LINE_GAP = 96, 14, 26  # from row to row; between boxes; for a line that passes a row
+ROW, GAP, LINE_GAP = 96, 14, 26  # distance of rows; distance of boxes; width for a line that passes through a row
 INK, GREY, PALE = "#1f2933", "#616e7c", "#9fb3c8"
-# Of a component: inside and edge. Of a program: inside.
+# Colours: fill and edge of a component; fill of a program.
 ENGINE, MACHINE, PROGRAM = ("#f3f8fd", "#3e6fa3"), ("#fffaf0", "#b7791f"), "#8a5a12"
 
 
 def components():
-    """In the order of CMakeLists.txt, in which each is declared behind those that it uses."""
+    """The components in the order of CMakeLists.txt, which declares each after those that it uses."""
     text = re.sub(r"#.*", "", (PROJECT / "CMakeLists.txt").read_text())
     end_of_engine = text.index("if(TARVEL_ENGINE_ONLY)")
     found = []
@@ -63,7 +63,7 @@ def connect(upper, lower):
 
 
 def lay_out(found, mains):
-    """The nodes and the rows in which they stand, from the bottom."""
+    """The nodes, and the rows that they are in, from the bottom."""
     nodes, chains = {}, []
     for each in found:
         row = max((nodes[use].row + 1 for use in each.uses), default=0)
@@ -108,7 +108,7 @@ def swap_neighbours(rows, row):
 
 
 def put_in_order(rows):
-    """Few crossings: each row by the mean place of its neighbours, up and down, and the best order that comes by."""
+    """Reduces crossings: sorts each row by the mean place of its neighbours, up and down, and keeps the best order."""
     best = None
     for sweep in range(24):
         for row in rows if sweep % 2 else rows[::-1]:
@@ -123,7 +123,7 @@ def put_in_order(rows):
 
 
 def spread(row, wanted):
-    """The places nearest to the wanted ones at which nothing overlaps: neighbours that would are moved as one block."""
+    """The places without overlaps that are nearest to the wanted ones; neighbours that touch are moved as one block."""
     blocks = []
     offset = 0.0
     for i, node in enumerate(row):
@@ -142,7 +142,7 @@ def spread(row, wanted):
 
 
 def wanted_place(node):
-    """Among its neighbours. Of a line that passes a row, the straight stretch counts more than its ends."""
+    """The middle of the node's neighbours. For a line through a row, its straight part counts more than its ends."""
     neighbours = node.below + node.above
     if node.name is None:
         neighbours = neighbours + 6 * [other for other in neighbours if other.name is None]
@@ -194,7 +194,7 @@ def draw(found, mains, texts):
     for chain in chains:
         path = f"M{x_of(chain[0]):.1f},{y_of(chain[0]):.1f}"
         for upper, lower in zip(chain, chain[1:]):
-            # Straight through a row, and bent between two.
+            # Lines are straight within a row and bent between two.
             start, end = y_of(upper) + BOX_HEIGHT / 2.0, y_of(lower) - BOX_HEIGHT / 2.0
             middle = (start + end) / 2.0
             path += (f" V{start:.1f} C{x_of(upper):.1f},{middle:.1f} {x_of(lower):.1f},{middle:.1f} "

@@ -94,7 +94,7 @@ def find_standstills(samples):
 
 
 def read_report_points(text):
-    """The lines of the report that give a place: label -> (x, y, z) in feet."""
+    """The places in the report: {label: (x, y, z) in feet}."""
     line = re.compile(r"^([a-z ]+): +(-?\d+) ft AGL, +(-?\d+) ft back, +(-?\d+) ft offset", re.M)
     return {label: (-float(back), -float(offset), float(height)) for label, height, back, offset in line.findall(text)}
 
@@ -164,7 +164,7 @@ class Panel:
         self.picture.line([self.at(x, y) for x, y in points], colour, width, dash)
 
     def arrows(self, points, spacing, colour=INK):
-        """Arrow heads along a path, so many data units apart."""
+        """Arrow heads along a path, at this distance in data units."""
         covered = 0.75 * spacing
         for (x0, y0), (x1, y1) in zip(points, points[1:]):
             covered += math.hypot(x1 - x0, y1 - y0)
@@ -192,7 +192,7 @@ class Panel:
         picture.text(self.left - 42, self.top + self.height / 2, y_title, 12, "middle", turn=-90)
 
     def mark(self, number, point, offset):
-        """A dot on the point, and its number so many pixels away from it."""
+        """A dot on the point, and its number at this distance in pixels."""
         x, y = self.at(*point)
         tag_x, tag_y = x + offset[0], y + offset[1]
         self.picture.line([(x, y), (tag_x, tag_y)], ORANGE, 1.0)
@@ -228,7 +228,7 @@ def turned_clockwise(point, degrees):
 
 
 def crossing(samples, side_of):
-    """Between the first two samples on different sides of a line: x, y, z and time there."""
+    """x, y, z and time of the crossing between the first two samples on different sides of a line."""
     for before, after in zip(samples, samples[1:]):
         a, b = side_of(before), side_of(after)
         if a < 0.0 <= b:
@@ -344,7 +344,7 @@ def nearest(samples, place):
 
 
 def exit_gate_side(to_the_left):
-    """Negative before the line through the exit gate, positive behind it."""
+    """A function of a sample: negative before the line through the exit gate, positive after it."""
     (x0, y0), (x1, y1) = carve_gate(CARVE_DEGREES, to_the_left)
     centre = carve_centre(CARVE_DEGREES, to_the_left)
     normal = (y1 - y0, x0 - x1)

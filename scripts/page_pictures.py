@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""scripts/page_pictures.py FOLDER OUT TARVEL_HTML: pictures of the pages of a folder, as OUT/page.png (carve.html),
-OUT/page-compared.png (compared.html), OUT/meet.png (results/index.html) and OUT/browser.png (tarvel.html with the folder's
-tracks). Needs Debian's chromium and python3-selenium."""
+"""scripts/page_pictures.py FOLDER OUT TARVEL_HTML: pictures of the pages in a folder, as OUT/page.png (carve.html),
+OUT/page-compared.png (compared.html), OUT/meet.png (results/index.html) and OUT/browser.png (tarvel.html with the
+folder's tracks). Needs Debian's chromium and python3-selenium."""
 import base64
 import sys
 from pathlib import Path

@@ -1,4 +1,4 @@
-# Completion of tarvel and the programs beside it for bash. File names are completed by bash-completion when it is loaded.
+# Completion of tarvel and its companions for bash. File names are completed by bash-completion when it is loaded.
 
 # A line an option: its names, what follows it, what it does.
 declare -gA _tarvel_options=(
@@ -83,8 +83,8 @@ _tarvel_read_options() {
   done <<<"${_tarvel_options[$1]}"
 }
 
-# Sets value to what follows the word $1. Letters may share a hyphen: the first that takes a value takes the rest of the word,
-# or the next word.
+# Sets value to the kind of value that follows the word $1. Letters may share a hyphen: the first that takes a value
+# takes the rest of the word, or the next word.
 _tarvel_find_value() {
   local i
   value=${follows[$1]:-nothing}
