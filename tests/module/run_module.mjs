@@ -1,7 +1,8 @@
 // Runs the module over files: node run_module.mjs tarvel.wasm JOBS. JOBS is a JSON list of what is wanted; the answers
 // go to standard output, a line each. Bytes are in base64.
 //
-//   {"work": "analyse", "name", "file", "course": null or its name, "courses": {name: file}, "metric", "aloft", "check"}
+//   {"work": "analyse", "name", "file", "course": null or its name, "courses": {name: file}, "metric", "aloft",
+//    "check"}
 //   {"work": "survey", "name", "file", "pond"}
 //   {"work": "split", "name", "file", "metric"}
 import { readFileSync } from "node:fs";
