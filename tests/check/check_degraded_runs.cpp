@@ -60,12 +60,12 @@ void scale_accuracy(measured_run &run, random_source &source) {
   scale_statement(run, static_cast<float>(std::exp(between(source, 0.0, 3.0))));
 }
 
-// The logger is worse than it says.
+// The logger states smaller errors than it has.
 void falsify_accuracy(measured_run &run, random_source &source) {
   scale_statement(run, static_cast<float>(std::exp(-between(source, 0.0, 3.0))));
 }
 
-// Positions are pulled aside for some seconds and come back, and the velocities follow in a part of the runs.
+// Positions are shifted for some seconds and come back; in a part of the runs the velocities follow.
 void splice_multipath(measured_run &run, random_source &source) {
   const std::size_t first = some_sample_of_run(run, source);
   const std::size_t count = samples_of_seconds(run, between(source, 0.6, 6.0));
@@ -89,7 +89,7 @@ void splice_multipath(measured_run &run, random_source &source) {
   }
 }
 
-// Horizontal and vertical velocities as they were so long before.
+// Replaces the horizontal and the vertical velocities by those of up to 0.4 s before.
 void delay_velocities(measured_run &run, random_source &source) {
   const double lags[2] = {between(source, 0.0, 0.4), between(source, 0.0, 0.4)};
   const std::vector<gps_point> punctual = run.points;

@@ -21,7 +21,7 @@ const noise_case noise_cases[] = {
 
 constexpr stated_noise stated = {0.03, {0.5, 2.0}};
 
-// What a track of endless length has, by the double sum over the trapezoids' weights.
+// The mean square in a track of endless length, as a double sum over the weights of the trapezoids.
 double integrated(double step, double span, double memory) {
   const int steps = static_cast<int>(std::lround(span / step));
   double sum = 0.0;

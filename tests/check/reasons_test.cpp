@@ -33,7 +33,7 @@ bool has(const run_verdict &verdict, reason_code code) {
   return std::any_of(reasons.begin(), reasons.end(), [&](const reason &each) { return each.code == code; });
 }
 
-// What a case changes of a sound run and its check; the reason that follows is the only one beside the note that the
+// A change to a sound run and its check. The reason that follows is the only one, except for the note that the
 // touchdown is the stop.
 struct reason_case {
   reason_code code;

@@ -47,7 +47,7 @@ TEST(run_document_test, has_all_members_of_a_run_that_failed) {
   EXPECT_TRUE(document["track"]["form"].is_null());
 }
 
-// What the analysis found before it failed is not shown: later stages might have corrected it.
+// Results from before the failure of the analysis are not shown, since later stages might have corrected them.
 TEST(run_document_test, shows_the_track_of_an_analysis_that_failed) {
   const swoop run = hand_made_swoop();
   run_facts facts = facts_of(&run);

@@ -1,4 +1,4 @@
-// No output may destroy an input, whatever names the two have.
+// No output may overwrite an input, whatever names the two have.
 #include "driver/protected_inputs.h"
 
 #include <fcntl.h>

@@ -43,7 +43,7 @@ class standard_output_test : public testing::Test {
   const std::string walk_ = walk_text(sparse_walk(walk_marks(), walk_place()).samples);
 };
 
-// Charts say when they were drawn.
+// A PDF contains the time of its creation.
 std::string without_date(std::string content) {
   const std::size_t begin = content.find("/CreationDate (D:");
   if (begin != std::string::npos) content.erase(begin, content.find(')', begin) - begin);

@@ -1,5 +1,5 @@
-// Four corners to one height. On the equator at longitude 0 an ECEF x is the semi-major axis and the height, so that
-// the heights of the rows are met to the bit.
+// Levels four corners. On the equator at longitude 0 the ECEF x is the sum of the semi-major axis and the height, so
+// that the heights of the rows are exact.
 #include <gtest/gtest.h>
 
 #include <cmath>

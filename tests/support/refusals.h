@@ -13,9 +13,9 @@
 
 namespace tarvel {
 
-// What a stage says when all but the first 0, 1, 2, ... requests are refused, until it succeeds: each message once, in
-// the order in which they come. attempt(granted) sets the limit, runs the stage, expects an untouched output after a
-// failure and a whole one otherwise, and returns the message, null for success.
+// The messages of a stage when all requests but the first 0, 1, 2, ... are refused, until it succeeds: each message
+// once, in the order in which they come. attempt(granted) sets the limit, runs the stage, expects an unchanged output
+// after a failure and a complete one otherwise, and returns the message, null for success.
 template <typename action>
 [[nodiscard]] std::vector<std::string> messages_of_refusals(action attempt) {
   std::vector<std::string> messages;

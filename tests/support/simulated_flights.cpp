@@ -71,7 +71,7 @@ class fluctuation {
   wave waves_[8];
 };
 
-// They end in the last two seconds before the stop.
+// The part of the fluctuations at a time: they decrease to 0 in the last two seconds before the stop.
 double liveliness(double t, double stop) {
   if (t >= stop) return 0.0;
   return t <= stop - 2.0 ? 1.0 : (stop - t) / 2.0;

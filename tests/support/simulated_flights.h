@@ -1,4 +1,5 @@
-// Simulated flights with natural fluctuations and the errors of a logger, to measure how well a check does.
+// Simulated flights with natural fluctuations and the errors of a logger, to measure how good the results of a check
+// are.
 #pragma once
 
 #include <cstdint>
@@ -13,17 +14,17 @@
 
 namespace tarvel {
 
-// How the noise differs from what a check takes for usual.
+// A kind of noise, as differences from the noise that a check assumes.
 struct noise_kind {
   const char *name = "usual";
-  double memory = 2.0;  // s that a velocity's error lasts
-  double stated = 1.0;  // of the speed accuracy that holds, the one that is stated
-  double lag = 0.0;     // s that velocities are late
+  double memory = 2.0;  // s, the correlation time of the velocity's error
+  double stated = 1.0;  // the stated speed accuracy, as a part of the true one
+  double lag = 0.0;     // s by which velocities are late
   double wander = 1.0;
-  int degrees = 4;  // of the t that the common scale gives; 0: one scale for all
+  int degrees = 4;  // degrees of freedom of the t distribution of the errors; 0: all flights have the same scale
 };
 
-// Null for a name that there is none of.
+// The kind of noise of this name; null when there is none.
 [[nodiscard]] const noise_kind *noise_named(const char *name);
 
 enum class run_kind { straight, carve, reversed, without_course };
@@ -40,18 +41,18 @@ struct simulated_flight {
 [[nodiscard]] double between(random_source &source, double low, double high);
 [[nodiscard]] simulated_flight random_flight(random_source &source, run_kind kind, double rate);
 
-// As a logger writes it: with errors, rounded to the digits of its files.
+// The flight as a logger writes it: with errors, rounded to the digits of its files.
 [[nodiscard]] std::vector<gps_point> measured_points(const simulated_flight &flight, const noise_kind &noise,
                                                      random_source &source);
 
-// False when the analysis fails.
+// Analyses the run over the flight's course. False when that fails.
 [[nodiscard]] bool analyse(swoop &run, const simulated_flight &flight);
 
-// The run without noise. False when it leaves nothing to check: the analysis fails, or a carve does not end in its
-// gate.
+// Analyses the flight without noise. False when there is nothing to check: the analysis fails, or a carve does not end
+// in its gate.
 [[nodiscard]] bool find_truth(const simulated_flight &flight, swoop &truth);
 
-// What both programs of simulated runs are told.
+// The options that both programs of simulated runs have.
 struct run_settings {
   int runs = 100;
   std::uint64_t seed = 1;
@@ -61,7 +62,7 @@ struct run_settings {
 // Takes --runs, --seed or --draws and its value; false for any other option.
 bool take_setting(run_settings &given, const std::string &option, const char *value);
 
-// Calls check_one(number, source) for each run, each with random numbers of its own. False means that a flight left
+// Calls check_one(number, source) for each run, with separate random numbers. When it returns false, the flight left
 // nothing to check: another one is tried, up to 20 times.
 template <typename action>
 void check_runs(const run_settings &given, action check_one) {
