@@ -13,7 +13,7 @@ namespace {
 constexpr double least_lag = 0.03;   // s
 constexpr double before_turn = 2.0;  // s; the lag is sought from there to the stop
 
-// A logger that states less is not believed.
+// The least errors of a logger; smaller stated ones are replaced by these.
 constexpr double least_stated_speed = 0.02;    // m/s
 constexpr double least_stated_position = 0.1;  // m
 
