@@ -20,7 +20,7 @@ foreach(machine wasm aarch64)
   add_test(NAME engine/${machine}
     COMMAND Python3::Interpreter -B ${CMAKE_CURRENT_LIST_DIR}/engine_test.py
       ${tarvel_run_${machine}} ${tarvel_${machine}_tree}/engine_program)
-  set_tests_properties(engine/build_${machine} PROPERTIES FIXTURES_SETUP engine_${machine} TIMEOUT 900)
-  set_tests_properties(engine/${machine} PROPERTIES FIXTURES_REQUIRED engine_${machine} TIMEOUT 300
+  set_tests_properties(engine/build_${machine} PROPERTIES FIXTURES_SETUP engine_${machine} TIMEOUT 900 COST 100)
+  set_tests_properties(engine/${machine} PROPERTIES FIXTURES_REQUIRED engine_${machine} TIMEOUT 300 COST 50
     ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_JSON_PROGRAM=$<TARGET_FILE:tarvel-json>;TARVEL_CHECK_PROGRAM=$<TARGET_FILE:tarvel-check>")
 endforeach()

@@ -13,5 +13,5 @@ foreach(name ReportTest ResumeTest AgainTest ReturnTest FolderTest FailureTest U
   set_tests_properties(meet/${name} PROPERTIES
     ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAM=$<TARGET_FILE:tarvel>;TARVEL_MEET_RUNS=${tarvel_meet_runs};PYTHONDONTWRITEBYTECODE=1;${tarvel_sanitizer_options}"
     SKIP_RETURN_CODE 77
-    TIMEOUT 300)
+    TIMEOUT 300 COST 50)
 endforeach()

@@ -14,5 +14,5 @@ add_test(NAME module/bundle_runner
 set_tests_properties(module/bundle_runner PROPERTIES FIXTURES_SETUP module_runner)
 add_test(NAME module/wasm_test COMMAND Python3::Interpreter -B ${CMAKE_CURRENT_LIST_DIR}/wasm_test.py
   ${TARVEL_NODE} ${tarvel_module_runner} ${PROJECT_BINARY_DIR}/wasm/tarvel.wasm)
-set_tests_properties(module/wasm_test PROPERTIES FIXTURES_REQUIRED module_runner TIMEOUT 1800
+set_tests_properties(module/wasm_test PROPERTIES FIXTURES_REQUIRED module_runner TIMEOUT 1800 COST 50
   ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;TARVEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEL_PROGRAMS=${PROJECT_BINARY_DIR};PYTHONPATH=${PROJECT_SOURCE_DIR}/tests/engine")
