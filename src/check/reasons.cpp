@@ -242,6 +242,16 @@ descents descents_of(const swoop &run) {
   return found;
 }
 
+// From the stop to the latest time behind it. A clock that is set back later does not shorten it.
+double seconds_behind_stop(const swoop &run) {
+  const gps_point &stop = run.track[run.stop];
+  double seconds = 0.0;
+  for (const gps_point &sample : samples_of(run, {run.stop, run.track_len})) {
+    seconds = std::max(seconds, seconds_between(stop, sample));
+  }
+  return seconds;
+}
+
 void judge_flight(const swoop &run, run_verdict &verdict) {
   const descents found = descents_of(run);
   const double dive = run.max_vert_speed != 0 ? descent_mph(run.track[run.max_vert_speed]) : 0.0;
@@ -249,7 +259,7 @@ void judge_flight(const swoop &run, run_verdict &verdict) {
   add_above(verdict, reason_code::too_fast_for_canopy, dive);
   const double stop_height = height_feet(run.track[run.stop]);
   add_above(verdict, reason_code::ends_in_air, std::max(stop_height - found.lowest_from_turn_on, stop_height));
-  add_below(verdict, reason_code::ends_early, seconds_between(run.track[run.stop], run.track[run.track_len - 1]));
+  add_below(verdict, reason_code::ends_early, seconds_behind_stop(run));
   add_above(verdict, reason_code::several_runs, found.count);
   if (run.plane_exit != 0) add_below(verdict, reason_code::exit_of_another_run, found.lowest_before_turn);
 }

@@ -145,6 +145,18 @@ TEST(reasons_test, tell_a_gap_and_one_at_the_gate) {
   EXPECT_NEAR(verdict.reasons[1].measured, 1.8, 1e-9);
 }
 
+TEST(reasons_test, count_what_was_recorded_before_the_clock_was_set_back) {
+  swoop run = sound_run();
+  const run_check check = check_of_run(run);
+  for (std::uint32_t i = run.track_len - 5; i < run.track_len; ++i) run.track[i].time -= 86400000;
+  EXPECT_FALSE(has(judge_run(run, check), reason_code::ends_early));
+  run.track[run.stop + 1].time = run.track[run.track_len - 1].time;
+  run.track_len = run.stop + 2;
+  const run_verdict verdict = judge_run(run, check);
+  ASSERT_TRUE(has(verdict, reason_code::ends_early));
+  EXPECT_EQ(verdict.reasons[0].measured, 0.0);
+}
+
 // The gate is that of the first run, the turn that of the second, which dives faster.
 TEST(reasons_test, tell_the_gate_of_another_run) {
   std::vector<gps_point> samples = with_velocity_errors(flight_samples());
