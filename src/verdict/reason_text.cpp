@@ -56,7 +56,8 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
      "times the roughness that the noise should have, so that the phases get no intervals; set the logger to a dynamic "
      "mode for flight"},
     {reason_code::not_drawn, reason_unit::number,
-     "samples matter to the figures, too many to draw, so that no intervals are given; cut the track to the one run"},
+     "samples matter to the figures, too many to draw, so that no intervals are given; take the one run out of the "
+     "track with tarvel-split -w"},
     {reason_code::unsolvable, reason_unit::number,
      "samples matter to the figures, and some hold numbers that allow no flight, so that no intervals are given; copy "
      "the track from the logger again"},
@@ -85,12 +86,14 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
      "above the ground at the stop, so that it is none; let the logger run until you stand"},
     {reason_code::ends_early, reason_unit::seconds,
      "recorded behind the stop; let the logger run until you stand for some seconds"},
-    {reason_code::several_runs, reason_unit::number, "descents in this track; cut it to the one run"},
+    {reason_code::several_runs, reason_unit::number,
+     "descents; take the one run out of the track with tarvel-split -w"},
     {reason_code::exit_of_another_run, reason_unit::feet,
-     "at the lowest between the exit and the turn: the exit is that of an earlier run; cut the track to the one run"},
+     "at the lowest between the exit and the turn: the exit is that of an earlier run; take the one run out of the "
+     "track with tarvel-split -w"},
     {reason_code::gate_of_another_run, reason_unit::seconds,
-     "from the landing that gives the gate to this turn: the gate is that of an earlier run; cut the track to the one "
-     "run"},
+     "from the landing that gives the gate to this turn: the gate is that of an earlier run; take the one run out of "
+     "the track with tarvel-split -w"},
     {reason_code::levelled_high, reason_unit::feet,
      "above the ground at the end of the rollout; do not compare this distance with others"},
     {reason_code::gate_not_crossed, reason_unit::metres,

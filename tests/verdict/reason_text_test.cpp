@@ -57,5 +57,13 @@ TEST(reason_text_test, has_words_for_each_reason) {
   }
 }
 
+TEST(reason_text_test, names_the_program_that_takes_a_run_out_of_a_track) {
+  for (const reason_code code : {reason_code::not_drawn, reason_code::several_runs, reason_code::exit_of_another_run,
+                                 reason_code::gate_of_another_run}) {
+    const std::string sentence = sentence_of({code, 2.0});
+    EXPECT_TRUE(sentence.ends_with("; take the one run out of the track with tarvel-split -w")) << sentence;
+  }
+}
+
 }  // namespace
 }  // namespace tarvel
