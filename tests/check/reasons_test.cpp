@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <set>
 #include <string>
 
@@ -123,6 +124,101 @@ TEST(reasons_test, follow_from_what_is_measured) {
     EXPECT_TRUE(has(verdict, c.code));
     EXPECT_EQ(verdict.worst, c.worst);
     EXPECT_EQ(verdict.count, 2U);
+  }
+}
+
+// A value on the limit, for which the reason is not given, the next one beyond, and where to put them.
+struct limit_case {
+  reason_code code;
+  double at;
+  double beyond;
+  void (*set)(swoop &run, run_check &check, double value);
+};
+
+double above(double limit) { return std::nextafter(limit, 1e9); }
+
+// Of a single-precision field.
+double just_above(float limit) { return static_cast<double>(std::nextafter(limit, 1e9F)); }
+
+void widen(run_check &check, figure which, double width) {
+  check.figures[index_of(which)] = {0.0, true, {0.0, width}, 0.0};
+}
+
+const limit_case limit_cases[] = {
+    {reason_code::gap, 0.5, above(0.5), [](swoop &, run_check &c, double v) { c.longest_gap = v; }},
+    {reason_code::gap_at_gate, 0.5, above(0.5), [](swoop &, run_check &c, double v) { c.gate_gap = v; }},
+    {reason_code::few_satellites, 7.0, 6.0,
+     [](swoop &r, run_check &, double v) { flown(r).numsv = static_cast<std::uint8_t>(v); }},
+    {reason_code::no_satellites, 4.0, 3.0,
+     [](swoop &r, run_check &, double v) { flown(r).numsv = static_cast<std::uint8_t>(v); }},
+    {reason_code::fix_lost, 3.0, 2.0,
+     [](swoop &r, run_check &, double v) { flown(r).gpsfix = static_cast<std::uint8_t>(v); }},
+    {reason_code::poor_accuracy, 1.0, just_above(1.0F),
+     [](swoop &r, run_check &, double v) { flown(r).sacc = static_cast<float>(v); }},
+    {reason_code::poor_accuracy, 5.0, just_above(5.0F),
+     [](swoop &r, run_check &, double v) { flown(r).hacc = static_cast<float>(v); }},
+    {reason_code::poor_accuracy, 8.0, just_above(8.0F),
+     [](swoop &r, run_check &, double v) { flown(r).vacc = static_cast<float>(v); }},
+    {reason_code::no_accuracy, 3.0, just_above(3.0F),
+     [](swoop &r, run_check &, double v) { flown(r).sacc = static_cast<float>(v); }},
+    {reason_code::contradiction, 1.5, above(1.5), [](swoop &, run_check &c, double v) { c.contradiction = v; }},
+    {reason_code::no_agreement, 3.0, above(3.0), [](swoop &, run_check &c, double v) { c.contradiction = v; }},
+    {reason_code::passing_contradiction, 10.0, above(10.0), [](swoop &, run_check &c, double v) { c.peak = v; }},
+    {reason_code::impossible_jerk, 100.0, above(100.0), [](swoop &, run_check &c, double v) { c.jerk = v; }},
+    {reason_code::noise_beyond_statement, 1.5, above(1.5), [](swoop &, run_check &c, double v) { c.noise.ratio = v; }},
+    {reason_code::noise_far_beyond_statement, 3.0, above(3.0),
+     [](swoop &, run_check &c, double v) { c.noise.ratio = v; }},
+    {reason_code::draws_fail, 0.05, above(0.05), [](swoop &, run_check &c, double v) { c.failed = v; }},
+    {reason_code::wide_gate_speed, 2.5, above(2.5),
+     [](swoop &, run_check &c, double v) { widen(c, figure::entry_gate_speed, v); }},
+    {reason_code::wide_distance, 15.0, above(15.0),
+     [](swoop &, run_check &c, double v) { widen(c, figure::distance_to_stop, v); }},
+    {reason_code::wide_carve_time, 1.5, above(1.5),
+     [](swoop &, run_check &c, double v) { widen(c, figure::carve_time, v); }},
+    {reason_code::figures_missing, 0.05, above(0.05),
+     [](swoop &, run_check &c, double v) { c.figures[index_of(figure::entry_gate_speed)].missing = v; }},
+    {reason_code::rotation_undecided, 0.025, above(0.025), [](swoop &, run_check &c, double v) { c.other_hand = v; }},
+    {reason_code::rotation_uncertain, 0.1, above(0.1), [](swoop &, run_check &c, double v) { c.other_degrees = v; }},
+    {reason_code::horizontal_lag, 0.09, above(0.09), [](swoop &, run_check &c, double v) { c.lag.horizontal = v; }},
+    {reason_code::horizontal_lag, -0.09, -above(0.09), [](swoop &, run_check &c, double v) { c.lag.horizontal = v; }},
+    {reason_code::vertical_lag, 0.09, above(0.09), [](swoop &, run_check &c, double v) { c.lag.vertical = v; }},
+    {reason_code::no_dive, from_mph(25.0), from_mph_below(25.0),
+     [](swoop &r, run_check &, double v) { r.track[r.max_vert_speed].vel_local.z = -v; }},
+    {reason_code::too_fast_for_canopy, from_mph(110.0), from_mph_above(110.0),
+     [](swoop &r, run_check &, double v) { r.track[r.max_vert_speed].vel_local.z = -v; }},
+    {reason_code::ends_in_air, from_feet(100.0), from_feet_above(100.0),
+     [](swoop &r, run_check &, double v) {
+       for (std::uint32_t i = r.top_of_turn; i < r.track_len; ++i) r.track[i].pos_local.z = 0.0;
+       r.track[r.stop].pos_local.z = v;
+     }},
+    {reason_code::ends_early, 500.0, 499.0,
+     [](swoop &r, run_check &, double v) {
+       r.track_len = r.stop + 2;
+       r.track[r.stop + 1].time = r.track[r.stop].time + static_cast<std::int64_t>(v);
+     }},
+    {reason_code::several_runs, from_feet_below(3000.0), from_feet(3000.0),
+     [](swoop &r, run_check &, double v) { r.track[r.track_len - 2].pos_local.z = v; }},
+    {reason_code::exit_of_another_run, from_feet(200.0), from_feet_below(200.0),
+     [](swoop &r, run_check &, double v) { r.track[r.top_of_turn - 1].pos_local.z = v; }},
+    {reason_code::beside_the_gate, 5.0, above(5.0), [](swoop &r, run_check &, double v) { r.entry_gate_ypos = v; }},
+    {reason_code::beside_the_gate, -5.0, -above(5.0), [](swoop &r, run_check &, double v) { r.entry_gate_ypos = v; }},
+    {reason_code::far_from_gate, 100.0, above(100.0),
+     [](swoop &r, run_check &, double v) {
+       r.entry_gate = 0;
+       for (std::uint32_t i = r.rollout; i <= r.stop; ++i) r.track[i].pos_local = {v, 0.0, 0.0};
+     }},
+};
+
+TEST(reasons_test, are_given_just_beyond_their_limits) {
+  const run_check sound = check_of_run(sound_run());
+  for (const limit_case &c : limit_cases) {
+    SCOPED_TRACE(std::string(rule_of(c.code).name));
+    for (const double value : {c.at, c.beyond}) {
+      swoop run = sound_run();
+      run_check check = sound;
+      c.set(run, check, value);
+      EXPECT_EQ(has(judge_run(run, check), c.code), value == c.beyond) << value;
+    }
   }
 }
 
