@@ -269,8 +269,9 @@ void judge_implicit_gate(const swoop &run, run_verdict &verdict) {
   error_slot error = nullptr;
   const implicit_landing found = find_implicit_landing(run, &error);
   if (error != nullptr || found.landing >= run.top_of_turn) return;
-  add_above(verdict, reason_code::gate_of_another_run,
-            seconds_between(run.track[found.landing], run.track[run.top_of_turn]));
+  // Negative where the clock was set back in between.
+  const double seconds = seconds_between(run.track[found.landing], run.track[run.top_of_turn]);
+  add_above(verdict, reason_code::gate_of_another_run, std::fabs(seconds));
 }
 
 void judge_course(const swoop &run, run_verdict &verdict) {

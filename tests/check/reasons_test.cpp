@@ -253,20 +253,24 @@ TEST(reasons_test, count_what_was_recorded_before_the_clock_was_set_back) {
   EXPECT_EQ(verdict.reasons[0].measured, 0.0);
 }
 
-// The gate is that of the first run, the turn that of the second, which dives faster.
+// The gate is that of the first run, the turn that of the second, which dives faster. The clock may have been set back
+// in between.
 TEST(reasons_test, tell_the_gate_of_another_run) {
-  std::vector<gps_point> samples = with_velocity_errors(flight_samples());
-  const std::int64_t landed = samples.back().time;
-  for (gps_point sample : with_velocity_errors(flight_samples())) {
-    sample.time += 3600000;
-    sample.vel_ltp.z *= 1.1;
-    samples.push_back(sample);
+  for (const std::int64_t pause : {3600000, -3600000}) {
+    SCOPED_TRACE(pause);
+    std::vector<gps_point> samples = with_velocity_errors(flight_samples());
+    const std::size_t first_run = samples.size();
+    for (gps_point sample : with_velocity_errors(flight_samples())) {
+      sample.time += pause;
+      sample.vel_ltp.z *= 1.1;
+      samples.push_back(sample);
+    }
+    const swoop run = analysed(samples, gate_type_implicit);
+    ASSERT_GT(run.top_of_turn, first_run);
+    const run_verdict verdict = judge_run(run, run_check());
+    EXPECT_TRUE(has(verdict, reason_code::gate_of_another_run));
+    EXPECT_EQ(verdict.worst, severity::unusable);
   }
-  const swoop run = analysed(samples, gate_type_implicit);
-  ASSERT_GT(run.track[run.top_of_turn].time, landed);
-  const run_verdict verdict = judge_run(run, run_check());
-  EXPECT_TRUE(has(verdict, reason_code::gate_of_another_run));
-  EXPECT_EQ(verdict.worst, severity::unusable);
 }
 
 TEST(reasons_test, doubt_distances_of_who_levels_out_high) {
