@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
+#include <string_view>
 
 #include "check/reasons.h"
 #include "check/run_check.h"
@@ -22,6 +23,15 @@ using namespace tarvel;
 constexpr int doubtful_status = 2;
 constexpr int unusable_status = 3;
 
+// A call may have several runs, so that each line has the name of its run.
+void print_warnings(const char *path, std::string_view warnings) {
+  while (!warnings.empty()) {
+    const std::size_t length = std::min(warnings.find('\n'), warnings.size() - 1) + 1;
+    std::fprintf(stderr, "%s: %s: %.*s", check_program, path, static_cast<int>(length), warnings.data());
+    warnings.remove_prefix(length);
+  }
+}
+
 owned_record<swoop> load_run(const char *path, error_slot *error) {
   const tarvel::file_handle stream = open_input(path, error);
   if (!stream) return nullptr;
@@ -32,7 +42,7 @@ owned_record<swoop> load_run(const char *path, error_slot *error) {
     return nullptr;
   }
   owned_record<swoop> run = swoop_create(stream.get(), path, warnings, error);
-  std::fputs(warnings.data.get(), stderr);
+  print_warnings(path, warnings.data.get());
   if (*error == nullptr) *error = warning_error;
   report_read_error(stream.get(), path, error);
   return run;

@@ -167,9 +167,15 @@ class CheckTest(unittest.TestCase):
             done = subprocess.run([CHECK, "carve.csv"], cwd=self.place, stdout=full, stderr=subprocess.PIPE, check=False)
         self.assertEqual((done.returncode, done.stderr), (ERROR, b"ERROR: failed to write file: standard output\n"))
 
-    def test_warnings_are_told_on_standard_error(self):
-        done = self.check_track(example("straight.csv").replace("heading", "colour", 1))
-        self.assertEqual((done.returncode, done.stderr), (GOOD, "WARNING: unknown field (colour)\n"))
+    def test_warnings_are_told_on_standard_error_with_their_run(self):
+        track = example("straight.csv").replace("heading", "colour", 1)
+        (self.place / "first.csv").write_text(track)
+        (self.place / "second.csv").write_text(track.replace("cAcc", "shade", 1))
+        done = self.check("first.csv", "second.csv")
+        self.assertEqual((done.returncode, done.stderr),
+                         (GOOD, "tarvel-check: first.csv: WARNING: unknown field (colour)\n"
+                                "tarvel-check: second.csv: WARNING: unknown field (colour)\n"
+                                "tarvel-check: second.csv: WARNING: unknown field (shade)\n"))
 
     def test_command_lines_that_cannot_be_carried_out(self):
         hint = "Try 'tarvel-check --help'.\n"
