@@ -180,6 +180,23 @@ class DocumentTest(unittest.TestCase):
         self.assertEqual([name for name, each in intervals.items() if each["bounds"]],
                          ["entry_gate_speed", "carve_time"])
 
+    def test_an_exit_gate_crossed_in_a_gap_has_bounds(self):
+        rows = (self.place / "carve.csv").read_text().splitlines(keepends=True)
+        whole = self.document_of("carve.csv")
+        gate = whole["phases"]["exit_gate"]["index"] + HEADER_LINES
+        (self.place / "gap.csv").write_text("".join(rows[:gate - 4] + rows[gate + 6:]))
+        check = self.document_of("--check", "--draws", "60", "gap.csv")["check"]
+        self.assertEqual(check["verdict"], "unusable")
+        bounds = {name: each["bounds"] for name, each in check["intervals"].items() if each["bounds"]}
+        self.assertEqual(list(bounds), ["carve_time", "exit_gate_speed"])
+        for name, each in bounds.items():
+            self.assertLess(each["low"], whole["figures"][name]["value"])
+            self.assertGreater(each["high"], whole["figures"][name]["value"])
+        # The entry gate is known: all 1.1 s are those of the exit gate, where one g may change the speed.
+        self.assertAlmostEqual(bounds["carve_time"]["high"] - bounds["carve_time"]["low"], 1.1, places=6)
+        self.assertAlmostEqual(bounds["exit_gate_speed"]["high"] - bounds["exit_gate_speed"]["low"], 9.80665 * 1.1,
+                               places=6)
+
     def test_the_phases_lie_on_the_track(self):
         document = self.document_of("carve.csv")
         samples, phases = document["samples"], document["phases"]
