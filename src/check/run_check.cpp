@@ -8,6 +8,7 @@
 #include "check/measured_flight.h"
 #include "check/random_draws.h"
 #include "check/turn_start.h"
+#include "support/time.h"
 
 namespace tarvel {
 
@@ -165,6 +166,30 @@ void bound_crossings(const swoop &run, double usual, run_check &check) {
   if (run.exit_gate_time != 0) bound_carve(run, usual, check);
 }
 
+// Finds a gap, and returns how long a step between samples may be without being one.
+double find_gap(std::span<const double> times, double step, run_check &check) {
+  const double usual = greatest_usual_step(step);
+  const double longest = longest_step(times);
+  if (longest > usual) check.longest_gap = longest;
+  return usual;
+}
+
+// For a run whose figures depend on too many samples: finds gaps, and draws nothing. False when memory is short.
+bool check_undrawn(const swoop &run, run_check &check) {
+  check.reason = withheld::too_many_samples;
+  const std::span<const gps_point> samples = samples_of(run, {run.top_of_turn, run.stop + 1});
+  const std::size_t count = samples.size();
+  owned_array<double> times;
+  owned_array<double> work;
+  if (!try_resize(times, count) || !try_resize(work, count)) return false;
+  for (std::size_t k = 0; k < count; ++k) {
+    times[k] = static_cast<double>(elapsed(samples[0].time, samples[k].time)) / 1000.0;
+  }
+  const std::span<const double> all(times.get(), count);
+  bound_crossings(run, find_gap(all, usual_step(all, {work.get(), count}), check), check);
+  return true;
+}
+
 withheld reason_in(const run_check &check) {
   if (check.longest_gap > 0.0) return withheld::gap;
   if (check.noise.ratio > greatest_ratio) return withheld::contradiction;
@@ -207,7 +232,7 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
   if (*error) return;
   check.samples = flight.window.run.track_len;
   if (!flight.window.is_enough) {
-    check.reason = withheld::too_many_samples;
+    if (!check_undrawn(run, check)) *error = "failed to allocate memory for swoop";
     return;
   }
   flight_draws draws;
@@ -218,9 +243,7 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
     return;
   }
   const double step = usual_step(flown_times(flight), {flight.work.get(), flight.series.count});
-  const double usual = greatest_usual_step(step);
-  const double longest = longest_step(flown_times(flight));
-  if (longest > usual) check.longest_gap = longest;
+  const double usual = find_gap(flown_times(flight), step, check);
   check.unordered = count_unordered(flight.series);
   check.reason = reason_against(flight, check);
   if (check.reason != withheld::nothing) return bound_crossings(run, usual, check);

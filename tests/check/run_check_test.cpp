@@ -191,12 +191,28 @@ TEST(run_check_test, bounds_what_was_crossed_in_a_gap) {
 }
 
 // At the stop the logger goes on seeing a speed, and the pilot turns away 15 minutes later.
+std::vector<gps_point> flight_that_stops_late() {
+  return flight_samples({{4.0, 2.0, 0.0, 0.0}, {900.0, 2.0, 0.0, 0.0}, {1.0, 0.0, 0.0, 0.0}});
+}
+
 TEST(run_check_test, gives_up_where_too_much_of_the_track_matters) {
-  const swoop run = analysed(flight_samples({{4.0, 2.0, 0.0, 0.0}, {900.0, 2.0, 0.0, 0.0}, {1.0, 0.0, 0.0, 0.0}}));
-  const run_check check = checked(run, few_draws_anyway);
+  const run_check check = checked(analysed(flight_that_stops_late()), few_draws_anyway);
   EXPECT_EQ(check.reason, withheld::too_many_samples);
   EXPECT_GT(check.samples, most_samples);
   EXPECT_EQ(check.draws, 0U);
+  EXPECT_EQ(check.longest_gap, 0.0);
+  EXPECT_FALSE(check_of(check, figure::entry_gate_speed).is_bounded);
+}
+
+TEST(run_check_test, bounds_what_was_crossed_in_a_gap_also_without_draws) {
+  std::vector<gps_point> samples = flight_that_stops_late();
+  const std::uint32_t gate = analysed(samples).entry_gate;
+  samples.erase(samples.begin() + gate - 1, samples.begin() + gate + 4);
+  const run_check check = checked(analysed(samples), few_draws);
+  EXPECT_EQ(check.reason, withheld::too_many_samples);
+  EXPECT_NEAR(check.longest_gap, 1.2, 1e-9);
+  EXPECT_NEAR(check.gate_gap, 1.2, 1e-9);
+  EXPECT_TRUE(check_of(check, figure::entry_gate_speed).is_bounded);
 }
 
 // The descent grows slowly for 4 s, falls by 0.4 m/s, one and a half standard deviations of the noise, and grows into
@@ -270,16 +286,19 @@ TEST(run_check_test, measures_noise_without_drawing) {
 }
 
 TEST(run_check_test, says_when_memory_is_short) {
-  const swoop run = analysed(with_velocity_errors(flight_samples()));
-  const auto attempt = [&](std::size_t granted) {
-    run_check check;
-    error_slot error = nullptr;
-    const allocation_limit limit(granted);
-    check_run(run, {.draws = 3}, check, &error);
-    EXPECT_EQ(check.draws, error == nullptr ? 3U : 0U);
-    return error;
-  };
-  EXPECT_EQ(messages_of_refusals(attempt), std::vector<std::string>{"failed to allocate memory for swoop"});
+  for (const std::uint32_t drawn : {3U, 0U}) {
+    SCOPED_TRACE(drawn);
+    const swoop run = analysed(drawn == 0 ? flight_that_stops_late() : with_velocity_errors(flight_samples()));
+    const auto attempt = [&](std::size_t granted) {
+      run_check check;
+      error_slot error = nullptr;
+      const allocation_limit limit(granted);
+      check_run(run, {.draws = 3}, check, &error);
+      EXPECT_EQ(check.draws, error == nullptr ? drawn : 0U);
+      return error;
+    };
+    EXPECT_EQ(messages_of_refusals(attempt), std::vector<std::string>{"failed to allocate memory for swoop"});
+  }
 }
 
 }  // namespace
