@@ -1,5 +1,6 @@
 // Saves files under the names that the programs would use.
 import { Column, RunDocument } from "../src/document";
+import { packedLetters } from "../src/packed";
 
 export function saveFile(name: string, content: BlobPart, type: string): void {
   const address = URL.createObjectURL(new Blob([content], { type }));
@@ -31,6 +32,13 @@ const largestPacked = 2 ** 50; // so that second differences are exact in a doub
 
 const isPackable = (value: number | null) => value === null || (Number.isInteger(value) && Math.abs(value) <= largestPacked);
 
+function packNumber(number: number): string {
+  let rest = number >= 0 ? 2 * number : -2 * number - 1;
+  let letters = "";
+  for (; rest >= 32; rest = Math.floor(rest / 32)) letters += packedLetters[32 + (rest % 32)];
+  return letters + packedLetters[rest];
+}
+
 // The text that unpackColumn reads; the column itself when it has other values than integers.
 export function packColumn(column: Column): Column | string {
   if (column.length === 0 || !column.every(isPackable)) return column;
@@ -41,9 +49,9 @@ export function packColumn(column: Column): Column | string {
     const change = value - last - step;
     step = value - last;
     last = value;
-    return change === 0 ? "" : change.toString(36);
+    return packNumber(change);
   });
-  return parts.join(",").replace(/(\w),-/g, "$1-");
+  return parts.join("");
 }
 
 function without(record: object, names: Set<string>): Record<string, unknown> {

@@ -1,21 +1,32 @@
-// A document as tarvel-page puts it into a page, a third shorter: an interval is a list, and a column of the samples a
-// text.
+// A document as tarvel-page puts it into a page, where it takes less room: an interval is a list, and a column of the
+// samples a text.
 //
 // The text of a column has the second differences of its values: how much the difference from the previous value
-// exceeds the difference before it. For a smooth curve these are short numbers. They are written in base 36 and
-// separated by commas; 0 is written as nothing. A missing value is an underscore, and the differences pass over it. The
-// comma before a minus sign is left out, except after a number that is written as nothing. For example, 100, 200, 310,
-// missing, 420, 520 are "2s,,a,_,,-a": 100 is 2s and 10 is a in base 36.
+// exceeds the difference before it. For a smooth curve these are small. 0, -1, 1, -2, 2, ... are numbered 0, 1, 2, 3,
+// 4, ..., and that number is written in base 32, the lowest digit first. The last digit of a number is one of the first
+// 32 letters below, any other one of the second 32. A missing value is an underscore, and the differences pass over it.
+// For example, 100, 200, 310, missing, 420, 520 are "oGAU_AT": 100 is number 200 = 6 * 32 + 8, and 10 is number 20.
 import { Column, RunDocument } from "./document";
 
+export const packedLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 export function unpackColumn(text: string): Column {
-  let value = 0;
-  let step = 0;
-  return text.split(/,|(?=-)/).map((part) => {
-    if (part === "_") return null;
-    step += part === "" ? 0 : parseInt(part, 36);
-    return (value += step);
-  });
+  const column: Column = [];
+  let [value, step, number, weight] = [0, 0, 0, 1];
+  for (const letter of text) {
+    if (letter === "_") {
+      column.push(null);
+      continue;
+    }
+    const digit = packedLetters.indexOf(letter);
+    number += (digit % 32) * weight;
+    weight *= 32;
+    if (digit >= 32) continue;
+    step += number % 2 === 0 ? number / 2 : -(number + 1) / 2;
+    column.push((value += step));
+    [number, weight] = [0, 1];
+  }
+  return column;
 }
 
 // Both ends as numbers and as printed; or the reason why there is no interval; or both bounds, as numbers and as
