@@ -112,6 +112,10 @@ def press(text):
     raise AssertionError(f"no button {text}")
 
 
+def press_of(name):
+    driver.find_element(By.CSS_SELECTOR, f'button[aria-label="{name}"]').click()
+
+
 class QuietTest(unittest.TestCase):
     def test_nothing_is_loaded_and_nothing_is_said(self):
         pages = [work.page("carve.html", "carve.csv"), work.page("metric.html", "-m", "straight.csv"),
@@ -353,18 +357,42 @@ class CursorTest(unittest.TestCase):
                 ActionChains(driver).send_keys(key).perform()
                 self.assertEqual(cursor_sample(), expected, f"{selector} {key!r}")
 
-    def test_curves_are_zoomed_together_and_the_views_alone(self):
-        put_cursor(self.document["phases"]["entry_gate"]["index"] - self.samples["first"])
+    def test_keys_zoom_all_curves_at_the_cursor(self):
         lines = "return [...document.querySelectorAll('.cursor-line:not([hidden])')].map(each => each.style.transform)"
-        before = script(lines)
-        plots = driver.find_elements(By.CSS_SELECTOR, ".plot")
-        script("arguments[0].focus()", plots[1])
+        gate = self.document["phases"]["entry_gate"]["index"] - self.samples["first"]
+
+        def lines_at(sample):
+            put_cursor(sample)
+            places = {float(each[11:-3]) for each in script(lines)}
+            self.assertEqual(len(places), 1, "all panels show the same stretch")
+            return places.pop()
+
+        before, behind = lines_at(gate), lines_at(gate + 10)
+        put_cursor(gate)
+        script("document.querySelectorAll('.plot')[1].focus()")
         ActionChains(driver).send_keys("+++").perform()
-        wait_for(lambda: script(lines) != before)
-        after = script(lines)
-        self.assertEqual(len(set(after)), 1, "all panels show the same stretch")
+        wait_for(lambda: abs((lines_at(gate + 10) - before) / (behind - before) - 1.25 ** 3) < 0.01)
+        self.assertAlmostEqual(lines_at(gate), before, delta=0.1)
         ActionChains(driver).send_keys("0").perform()
-        wait_for(lambda: script(lines) == before)
+        wait_for(lambda: abs(lines_at(gate + 10) - behind) < 0.1)
+        put_cursor(gate)
+        press_of("Zoom in: curves")
+        wait_for(lambda: abs((lines_at(gate + 10) - before) / (behind - before) - 1.5) < 0.01)
+        press_of("Fit: curves")
+
+    def test_keys_and_buttons_zoom_a_view_at_the_cursor(self):
+        put_cursor(self.document["phases"]["touchdown"]["index"] - self.samples["first"])
+        for name in ("From above", "From the side"):
+            area = driver.find_element(By.CSS_SELECTOR, f'[aria-label^="{name}."]')
+            dot = area.find_element(By.CSS_SELECTOR, ".dot")
+            drawing = "return arguments[0].querySelector('canvas').toDataURL()"
+            before, drawn = dot.rect, script(drawing, area)
+            for _ in range(6):
+                press_of(f"Zoom in: {name}")
+            area.send_keys("++")
+            self.assertAlmostEqual(dot.rect["x"], before["x"], delta=1)
+            self.assertAlmostEqual(dot.rect["y"], before["y"], delta=1)
+            self.assertTrue(script(drawing, area) != drawn, "the view is zoomed")
 
     def test_a_drag_moves_a_view(self):
         area = driver.find_element(By.CSS_SELECTOR, ".view-area")

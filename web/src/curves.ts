@@ -33,6 +33,11 @@ export class Stretch {
     for (const listener of this.listeners) listener();
   }
 
+  // The value stays in its place.
+  zoom(factor: number, value: number): void {
+    this.set(value - (value - this.from) / factor, value + (this.to - value) / factor);
+  }
+
   fit(): void {
     this.set(...this.first);
   }
@@ -113,6 +118,18 @@ export class Curves {
     }
   }
 
+  // The value of the axis at which buttons and keys zoom: the cursor's, or the middle when it is outside.
+  private centre(): number {
+    const { from, to } = this.options.stretch;
+    const { axis } = this.plots[0].panel.curves[0];
+    const value = axis.values[axis.places[this.matched[0] ?? -1] ?? -1];
+    return value >= from && value <= to ? value : (from + to) / 2;
+  }
+
+  zoom(factor: number): void {
+    this.options.stretch.zoom(factor, this.centre());
+  }
+
   destroy(): void {
     for (const { uplot } of this.plots) uplot.destroy();
   }
@@ -160,9 +177,10 @@ export class Curves {
     listenToGestures(area, {
       point: (x) => this.options.pick(valueAt(x)),
       pan: (dx) => this.pan(valueAt(0) - valueAt(dx)),
-      zoom: (factor, x) => this.zoom(factor, valueAt(x)),
+      zoom: (factor, x) => this.options.stretch.zoom(factor, valueAt(x)),
       fit: () => this.options.stretch.fit(),
       isZoomed: () => this.options.stretch.isZoomed,
+      centre: () => [uplot.over.offsetLeft + uplot.valToPos(this.centre() * this.xFactor, "x"), 0],
       fingerPans: false,
     });
     return plot;
@@ -171,11 +189,6 @@ export class Curves {
   private pan(by: number): void {
     const { stretch } = this.options;
     stretch.set(stretch.from + by, stretch.to + by);
-  }
-
-  private zoom(factor: number, value: number): void {
-    const { stretch } = this.options;
-    stretch.set(value - (value - stretch.from) / factor, value + (stretch.to - value) / factor);
   }
 
   private dataOf(panel: Panel): uPlot.AlignedData {

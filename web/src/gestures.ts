@@ -6,6 +6,7 @@ export interface Handlers {
   zoom(factor: number, x: number, y: number): void;
   fit(): void;
   isZoomed(): boolean;
+  centre(): [number, number]; // what stays in its place when keys zoom
   fingerPans: boolean; // one finger moves what is zoomed, instead of the cursor
 }
 
@@ -95,9 +96,8 @@ export function listenToGestures(area: HTMLElement, handlers: Handlers): void {
   });
   area.addEventListener("keydown", (event) => {
     if (event.ctrlKey || event.metaKey || event.altKey) return;
-    const middle: [number, number] = [area.clientWidth / 2, area.clientHeight / 2];
-    if (event.key === "+" || event.key === "=") handlers.zoom(1.25, ...middle);
-    else if (event.key === "-") handlers.zoom(0.8, ...middle);
+    if (event.key === "+" || event.key === "=") handlers.zoom(1.25, ...handlers.centre());
+    else if (event.key === "-") handlers.zoom(0.8, ...handlers.centre());
     else if (event.key === "0") handlers.fit();
     else return;
     event.preventDefault();

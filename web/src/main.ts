@@ -171,7 +171,7 @@ class RunPage {
       element("div", { class: "views" }, ...this.views.map((view) => view.root)),
       runs.length === 1 ? this.speedLegend(palette) : "",
       this.readout.root,
-      this.curveTools(stretch),
+      this.curveTools(stretch, flight),
       flight.root,
     );
     if (runs.length > 1) this.addDifferences(cursor, stretch, palette);
@@ -209,12 +209,8 @@ class RunPage {
     );
   }
 
-  private curveTools(stretch: Stretch): HTMLElement {
-    const zoomBy = (factor: number) => () => {
-      const middle = (stretch.from + stretch.to) / 2;
-      const half = (stretch.to - stretch.from) / 2 / factor;
-      stretch.set(middle - half, middle + half);
-    };
+  private curveTools(stretch: Stretch, flight: Curves): HTMLElement {
+    const zoomBy = (factor: number) => () => flight.zoom(factor);
     return element(
       "div",
       { class: "curve-tools" },

@@ -71,7 +71,7 @@ export class View {
     this.dots = scene.paths.map(() => element("div", { class: "dot", hidden: true }));
     // The dot of the first run is above the others.
     this.area.append(this.canvas, ...[...this.dots].reverse());
-    const zoomBy = (factor: number) => () => this.zoom(factor, this.width / 2, this.height / 2);
+    const zoomBy = (factor: number) => () => this.zoom(factor, ...this.centre());
     const closer = button("+", { "aria-label": `Zoom in: ${scene.name}`, class: "tool" }, zoomBy(1.5));
     const away = button("−", { "aria-label": `Zoom out: ${scene.name}`, class: "tool" }, zoomBy(1 / 1.5));
     const whole = button("Fit", { "aria-label": `Fit: ${scene.name}`, class: "tool" }, () => this.fit());
@@ -86,6 +86,7 @@ export class View {
       zoom: (factor, x, y) => this.zoom(factor, x, y),
       fit: () => this.fit(),
       isZoomed: () => this.projection.isCloser,
+      centre: () => this.centre(),
       fingerPans: true,
     });
   }
@@ -148,15 +149,25 @@ export class View {
     if (found) this.options.pick(...(found as [number, number]));
   }
 
+  // Of the cursor on this run; null outside of the view.
+  private dotPlace(run: number): Point | null {
+    const sample = this.samples[run] ?? -1;
+    if (sample < 0) return null;
+    const x = this.projection.x(this.scene.paths[run].x[sample]);
+    const y = this.projection.y(this.scene.paths[run].y[sample]);
+    return x >= 0 && x <= this.width && y >= 0 && y <= this.height ? [x, y] : null;
+  }
+
+  // Buttons and keys zoom at the cursor: by keys, each place of the run can be reached that way.
+  private centre(): Point {
+    return this.dotPlace(0) ?? [this.width / 2, this.height / 2];
+  }
+
   private placeDots(): void {
     this.dots.forEach((dot, run) => {
-      const sample = this.samples[run] ?? -1;
-      const path = this.scene.paths[run];
-      const x = sample < 0 ? NaN : this.projection.x(path.x[sample]);
-      const y = sample < 0 ? NaN : this.projection.y(path.y[sample]);
-      const isInside = x >= 0 && x <= this.width && y >= 0 && y <= this.height;
-      dot.hidden = !isInside;
-      if (isInside) dot.style.transform = `translate(${x}px, ${y}px)`;
+      const place = this.dotPlace(run);
+      dot.hidden = place === null;
+      if (place) dot.style.transform = `translate(${place[0]}px, ${place[1]}px)`;
     });
   }
 
