@@ -556,12 +556,26 @@ class AccessTest(unittest.TestCase):
         self.assertLess(sum(int(part) for part in colour[4:-1].split(",")), 150)
         chromium.emulate(driver)
 
-    def test_nothing_is_cut_off_at_twice_the_size(self):
+    def open_in_width(self, width, page):
         driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
-            "width": 640, "height": 450, "deviceScaleFactor": 2, "mobile": False})
-        open_page(work.page("several.html", "carve.csv", "straight.csv"))
+            "width": width, "height": 450, "deviceScaleFactor": 2, "mobile": False})
+        self.addCleanup(driver.execute_cdp_cmd, "Emulation.clearDeviceMetricsOverride", {})
+        open_page(page)
+
+    def test_nothing_is_cut_off_at_twice_the_size(self):
+        self.open_in_width(640, work.page("several.html", "carve.csv", "straight.csv"))
         self.assertLessEqual(script("return document.documentElement.scrollWidth"), 640)
-        driver.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
+
+    def test_no_value_is_wider_than_its_place(self):
+        page = work.page("metric.html", "-m", "carve.csv")
+        self.addCleanup(script, "localStorage.clear()")
+        for width in (1600, 1280, 1231, 1230, 1000, 640, 360, 320):
+            with self.subTest(width):
+                self.open_in_width(width, page)
+                press("m, km/h")
+                put_cursor(script("return Math.round(document.querySelector('.readout input').max * 0.66)"))
+                self.assertEqual(script("""return [...document.querySelectorAll('.tile dd, dl.values dt, dl.values dd')]
+                    .filter(each => each.scrollWidth > each.clientWidth + 1).map(each => each.textContent)"""), [])
 
 
 class TelephoneTest(unittest.TestCase):
