@@ -18,6 +18,8 @@ export interface ViewOptions {
 const pickDistance = 60; // px
 const font = '"Segoe UI", system-ui, "Helvetica Neue", Arial, sans-serif';
 const gridSpace = 64; // px between lines, at the least
+const numbersLeft = 42; // px, where the numbers of the grid stand and no line of it
+const numbersBelow = 18;
 
 // The least and the greatest speed of a path between the turn and the stop.
 export function speedRange(path: Path): [number, number] {
@@ -202,15 +204,17 @@ export class View {
     context.textBaseline = "bottom";
     for (let k = from(p.metresX(0)); k <= to(p.metresX(this.width)); ++k) {
       const x = Math.round(p.x((k * step) / factor)) + 0.5;
-      strokeLine(context, [x, 0], [x, this.height]);
-      if (x > 44 && x < this.width - 16) context.fillText(fixed(k * step, decimals), x, this.height - 3);
+      if (x < numbersLeft) continue;
+      strokeLine(context, [x, 0], [x, this.height - numbersBelow]);
+      if (x < this.width - 16) context.fillText(fixed(k * step, decimals), x, this.height - 3);
     }
     context.textAlign = "left";
     context.textBaseline = "middle";
     for (let k = from(p.metresY(this.height)); k <= to(p.metresY(0)); ++k) {
       const y = Math.round(p.y((k * step) / factor)) + 0.5;
-      strokeLine(context, [0, y], [this.width, y]);
-      if (y > 8 && y < this.height - 22) context.fillText(fixed(k * step, decimals), 4, y);
+      if (y > this.height - numbersBelow) continue;
+      strokeLine(context, [numbersLeft, y], [this.width, y]);
+      if (y > 8 && y < this.height - numbersBelow - 4) context.fillText(fixed(k * step, decimals), 4, y);
     }
   }
 
@@ -239,7 +243,7 @@ export class View {
         const y = this.projection.y(0);
         context.strokeStyle = palette.muted;
         context.lineWidth = 1.5;
-        strokeLine(context, [0, y], [this.width, y]);
+        strokeLine(context, [numbersLeft, y], [this.width, y]);
         return;
       }
       case "pond":
