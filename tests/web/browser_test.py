@@ -487,6 +487,16 @@ class ComparisonTest(unittest.TestCase):
         self.assertEqual(len(set(colours)), 2)
         self.assertEqual(texts(".curve-tools .key li"), ["carve", "straight"])
 
+    def test_the_tables_say_what_stands_below_a_figure(self):
+        open_page(work.page("several.html", "carve.csv", "straight.csv"))
+        self.assertEqual(texts(".described > .note"), [
+            "Below a figure: how it differs from the first run's, and the interval that holds its true value in about 95 of 100 runs.",
+            "Phases: height above the gate, distance back from it, offset to the right of the centre line",
+            "Phases: height above the gate, distance back from it, offset to the right of the centre line; "
+            "below each, how it differs from the first run's"])
+        open_page(work.page("several.html", "--no-check", "carve.csv", "straight.csv"))
+        self.assertEqual(texts(".described > .note")[0], "Below a figure: how it differs from the first run's.")
+
     def test_eight_runs_are_told_apart(self):
         runs = ["carve.csv", "straight.csv", "reversed.csv", "tagged.csv"] * 2
         open_page(work.page("eight.html", *runs))

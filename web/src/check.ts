@@ -111,8 +111,14 @@ const whyWords: Record<string, string> = {
   "missing-in-all-draws": "no other track with the same noise has the figure",
 };
 
+export const intervalMeaning = "the interval that holds its true value in about 95 of 100 runs";
+
+export function hasIntervals(check: Check | null): boolean {
+  return check !== null && Object.keys(check.intervals).length > 0;
+}
+
 function intervalWords(check: Check): string {
-  const given = Object.keys(check.intervals).length > 0 ? "Below a figure: the interval that holds its true value in about 95 of 100 runs." : "";
+  const given = hasIntervals(check) ? `Below a figure: ${intervalMeaning}.` : "";
   const causes = check.missing.filter((why) => why !== "not-found").map((why) => whyWords[why] ?? why);
   const left = causes.length === 0 ? "" : `${given === "" ? "No figure has an interval" : "Where there is none"}: ${causes.join("; ")}.`;
   const struck = Object.keys(check.bounds).length > 0 ? "Struck out: a gate was crossed while samples were missing, and only the bounds are known." : "";

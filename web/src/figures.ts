@@ -1,5 +1,5 @@
 // The figures of the report: scores as tiles, phases as a table, and a table that compares several runs.
-import { Check, checkOf, intervalText, isBounded, verdictMark } from "./check";
+import { Check, checkOf, hasIntervals, intervalMeaning, intervalText, isBounded, verdictMark } from "./check";
 import { Palette, runColour } from "./colours";
 import { RunDocument, Figure } from "./document";
 import { element } from "./dom";
@@ -151,7 +151,9 @@ export function phaseTable(
     body.append(line);
   }
   table.append(body);
-  return described(`Phases of ${label}`, "Phases: height above the gate, distance back from it, offset to the right of the centre line", table);
+  const differences = first ? "; below each, how it differs from the first run's" : "";
+  const words = `Phases: height above the gate, distance back from it, offset to the right of the centre line${differences}`;
+  return described(`Phases of ${label}`, words, table);
 }
 
 function swatch(run: number, palette: Palette): HTMLElement {
@@ -200,5 +202,6 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
     body.append(line);
   });
   const table = element("table", { class: "figures comparison" }, element("thead", {}, head), body);
-  return described("Runs compared", "Figures, and how they differ from those of the first run", table);
+  const intervals = documents.some((each) => hasIntervals(checkOf(each))) ? `, and ${intervalMeaning}` : "";
+  return described("Runs compared", `Below a figure: how it differs from the first run's${intervals}.`, table);
 }
