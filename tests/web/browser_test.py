@@ -649,7 +649,7 @@ class PrintTest(unittest.TestCase):
 
     def test_one_sheet_holds_the_run(self):
         words = ["carve", "2026-05-16 13:08:48", "76.8", "2.88", "39.1 mph at the exit gate", "right-hand", "4955",
-                 "From above", "From the side", "Speed, mph", "Dive angle", "Turn rate", "Heading",
+                 "From above", "offset to the left over distance to the gate, ft", "From the side", "Speed, mph", "Dive angle", "Turn rate", "Heading",
                  work.document("carve.csv")["track"]["sha256"]]
         page = work.page("carve.html", "carve.csv")
         self.check(page, 8.27, 11.69, words)
@@ -681,7 +681,7 @@ class PrintTest(unittest.TestCase):
         for documents in ([document], [document] * 8):
             page = work.page_of_documents("check.html", *documents)
             for width, height in ((8.27, 11.69), (8.5, 11)):
-                self.check(page, width, height, ["indeed", "oubtful", "reason-7", "From the side", "Turn rate"])
+                self.check(page, width, height, ["indeed", "oubtful", "what was measured", "From the side", "Turn rate"])
 
     def test_a_failed_run_prints_its_message(self):
         self.check(work.page("walk.html", "walk.csv", status=1), 8.27, 11.69, ["could not detect pattern entry"])
