@@ -649,7 +649,7 @@ class PrintTest(unittest.TestCase):
 
     def test_one_sheet_holds_the_run(self):
         words = ["carve", "2026-05-16 13:08:48", "76.8", "2.88", "39.1 mph at the exit gate", "right-hand", "4955",
-                 "From above", "offset to the left over distance to the gate, ft", "From the side", "Speed, mph", "Dive angle", "Turn rate", "Heading",
+                 "From above", "offset to the left over distance to the gate, ft", "From the side", "total speed 1 mph", "Speed, mph", "Dive angle", "Turn rate", "Heading",
                  work.document("carve.csv")["track"]["sha256"]]
         page = work.page("carve.html", "carve.csv")
         self.check(page, 8.27, 11.69, words)

@@ -1,14 +1,15 @@
 // The views and the curves of some runs in one set of units, on the screen or on paper.
 import { Alignment, AxisKind, AxisSamples, momentOf } from "./axis";
-import { Palette } from "./colours";
+import { Palette, speedColour } from "./colours";
 import { Cursor } from "./cursor";
 import { AxisMark, Curves, Stretch, axisTitle } from "./curves";
+import { element } from "./dom";
 import { Matching } from "./matching";
 import { Panel } from "./panels";
 import { Run, findMark, turnToStop } from "./runs";
-import { sceneFromAbove, sceneFromTheSide } from "./scene";
-import { Units } from "./units";
-import { View, ViewOptions } from "./view";
+import { pathOf, sceneFromAbove, sceneFromTheSide } from "./scene";
+import { Units, show } from "./units";
+import { View, ViewOptions, speedRange } from "./view";
 
 export const alignments: { value: Alignment; text: string }[] = [
   { value: "entry_gate", text: "gate" },
@@ -81,4 +82,13 @@ export function makeViews(
 ): View[] {
   const pick = (run: number, sample: number) => cursor?.move(matching.sampleFor(run, sample));
   return [sceneFromAbove(matching.runs), sceneFromTheSide(matching.runs)].map((scene) => new View(scene, { units, palette, pixelRatio, textSize, pick }));
+}
+
+// The colours of the flight path of one run.
+export function speedLegend(run: Run, units: Units, palette: Palette): HTMLElement {
+  const [least, greatest] = speedRange(pathOf(run, run.y));
+  const bar = element("span", { class: "ramp", "aria-hidden": "true" });
+  const stops = Array.from({ length: 11 }, (_, i) => speedColour(i / 10, palette));
+  bar.style.background = `linear-gradient(to right, ${stops.join(",")})`;
+  return element("p", { class: "legend" }, "total speed ", show(least, "speed", 0, units), bar, show(greatest, "speed", 0, units));
 }

@@ -1,12 +1,12 @@
 // The page of one run, or of several compared with the first.
 import { Alignment, AxisKind } from "./axis";
 import { checkOf, verdictPanels } from "./check";
-import { Palette, paletteOf, runColour, runDash, speedColour } from "./colours";
+import { Palette, paletteOf, runColour, runDash } from "./colours";
 import { Cursor } from "./cursor";
 import { Curves, Stretch, axisTitle, keyEntry } from "./curves";
 import { RunDocument } from "./document";
 import { button, choose, element, segments } from "./dom";
-import { alignmentName, alignments, makeCurves, makeViews, stretchOf } from "./drawings";
+import { alignmentName, alignments, makeCurves, makeViews, speedLegend, stretchOf } from "./drawings";
 import { comparisonTable, phaseTable, runName, scoreTiles } from "./figures";
 import { factList, failurePanel, warningList } from "./head";
 import { Matching } from "./matching";
@@ -16,9 +16,9 @@ import { Readout } from "./readout";
 import { Run, findMark, labelsOf, makeRun } from "./runs";
 import { applyTheme, darkSystem, themeList, unitSwitch } from "./switches";
 import { Theme, rememberedSystem, rememberedTheme } from "./settings";
-import { Units, show as showValue, unitsOf } from "./units";
+import { Units, unitsOf } from "./units";
 import { VideoPanel } from "./video";
-import { View, speedRange } from "./view";
+import { View } from "./view";
 
 export interface Shown {
   // Removes the page from its root, and its listeners from the window.
@@ -169,7 +169,7 @@ class RunPage {
 
     body.append(
       element("div", { class: "views" }, ...this.views.map((view) => view.root)),
-      runs.length === 1 ? this.speedLegend(palette) : "",
+      runs.length === 1 ? speedLegend(runs[0], units, palette) : "",
       this.readout.root,
       this.curveTools(stretch, flight),
       flight.root,
@@ -249,24 +249,6 @@ class RunPage {
     this.refresh();
     this.root.querySelector<HTMLElement>(selector)?.focus({ preventScroll: true });
     window.scrollTo(window.scrollX, top);
-  }
-
-  private speedLegend(palette: Palette): HTMLElement {
-    const run = this.runs[0];
-    const path = { x: run.x, y: run.y, speed: run.total, from: 0, to: 0 };
-    [path.from, path.to] = [findMark(run, "turn")?.sample ?? 0, findMark(run, "stop")?.sample ?? run.count - 1];
-    const [least, greatest] = speedRange(path);
-    const bar = element("span", { class: "ramp", "aria-hidden": "true" });
-    const stops = Array.from({ length: 11 }, (_, i) => speedColour(i / 10, palette));
-    bar.style.background = `linear-gradient(to right, ${stops.join(",")})`;
-    return element(
-      "p",
-      { class: "legend" },
-      "total speed ",
-      showValue(least, "speed", 0, this.units),
-      bar,
-      showValue(greatest, "speed", 0, this.units),
-    );
   }
 
   private resize(): void {

@@ -5,7 +5,7 @@ import { checkOf, verdictPanels } from "./check";
 import { paletteOf } from "./colours";
 import { RunDocument } from "./document";
 import { element } from "./dom";
-import { alignmentName, makeCurves, makeViews, stretchOf } from "./drawings";
+import { alignmentName, makeCurves, makeViews, speedLegend, stretchOf } from "./drawings";
 import { comparisonTable, phaseTable, scoreTiles } from "./figures";
 import { clockText, courseText, failurePanel } from "./head";
 import { Matching } from "./matching";
@@ -16,7 +16,7 @@ const look = { pixelRatio: 3, textSize: 10 }; // about 300 dots an inch
 
 // The height of a letter page without its margins, in CSS pixels; A4 is higher.
 const sheetHeight = 972;
-const aroundDrawings = 104; // the heads, notes and gaps of the drawings, and the last line
+const aroundDrawings = 118; // the heads, notes and gaps of the drawings, the legend, and the last line
 const leastDrawings = 400;
 const leastZoom = 0.3;
 
@@ -76,6 +76,7 @@ export function addSheet(root: HTMLElement, { documents, labels, colours, matchi
   sheet.style.setProperty("--plot-height", `${Math.floor(left * 0.25)}px`);
   const views = makeViews(matching, units, palette, look, null);
   sheet.append(element("div", { class: "views" }, ...views.map((view) => view.root)));
+  if (matching.runs.length === 1) sheet.append(speedLegend(matching.runs[0], units, palette));
   const panels = flightPanels(matching, palette);
   const four = matching.runs.length === 1 ? panels : panels.filter(({ title }) => !/^(Total|Heading)/.test(title));
   const curves = makeCurves(four.slice(0, 4), matching, stretchOf(matching.axes, matching.runs, matching.kind), units, palette, null);

@@ -115,7 +115,7 @@ function marksOf(runs: Run[], place: (mark: Mark) => Point): SceneMark[] {
   return marks;
 }
 
-function pathOf(run: Run, y: Float64Array): Path {
+export function pathOf(run: Run, y: Float64Array): Path {
   const [from, to] = turnToStop(run);
   return { x: run.x, y, speed: run.total, from, to };
 }
