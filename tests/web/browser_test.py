@@ -742,6 +742,14 @@ class VideoTest(unittest.TestCase):
         expected = script("return document.querySelector('video').currentTime") - 1.0 + touchdown
         self.assertAlmostEqual(times[cursor_sample()], expected, delta=0.16)
 
+    def test_it_stays_beside_the_curves(self):
+        script("document.querySelectorAll('.plot')[2].scrollIntoView({block: 'center'})")
+        plot, video = script("""return ['.plot', 'video'].map(each => {
+            const {left, right, top, bottom} = document.querySelector(each).getBoundingClientRect();
+            return {left, right, top, bottom}; })""")
+        self.assertLess(plot["right"], video["left"])
+        self.assertTrue(video["top"] >= 0 and video["bottom"] <= script("return innerHeight"), video)
+
     def test_nothing_is_sent(self):
         page = (work.folder / "carve.html").as_uri()
         # The film from its file, and the pictures of the browser's own buttons.

@@ -72,7 +72,7 @@ class RunPage {
 
     const { signal } = this.closing;
     const resized = new ResizeObserver(() => this.resize());
-    resized.observe(root);
+    for (const each of [root, this.body]) resized.observe(each);
     signal.addEventListener("abort", () => resized.disconnect());
     darkSystem.addEventListener("change", () => this.changeTheme(rememberedTheme()), { signal });
     window.addEventListener("beforeprint", () => this.makeSheet(), { signal });

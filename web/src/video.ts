@@ -84,6 +84,7 @@ export class VideoPanel {
     this.video.src = this.address;
     this.video.hidden = false;
     this.tools.hidden = false;
+    this.root.parentElement?.classList.add("with-video");
     this.say("Find the frame of a moment of the run, and set it.");
   }
 
