@@ -291,11 +291,14 @@ class AppTest(unittest.TestCase):
     def test_a_track_of_two_jumps_is_split(self):
         head, units, *first = (work.folder / "straight.csv").read_text().splitlines(keepends=True)
         second = (work.folder / "carve.csv").read_text().splitlines(keepends=True)[2:]
-        (work.folder / "day.csv").write_text("".join([head, units, *first, *second]))
-        choose(work.folder / "matrix.txt", work.folder / "day.csv")
-        found = wait_for_rows(2)
-        self.assertEqual(sorted(found), ["day-1.csv", "day-2.csv"])
-        self.assertIn("day.csv holds 2 jumps", status())
+        for name in ("day.csv", "eve.csv"):
+            (work.folder / name).write_text("".join([head, units, *first, *second]))
+        (work.folder / "note.txt").write_text("no track")
+        choose(*(work.folder / name for name in ("matrix.txt", "day.csv", "eve.csv", "note.txt")))
+        found = wait_for_rows(4)
+        self.assertEqual(sorted(found), ["day-1.csv", "day-2.csv", "eve-1.csv", "eve-2.csv"])
+        for words in ("1 other file was left out", "day.csv holds 2 jumps", "eve.csv holds 2 jumps"):
+            self.assertIn(words, status())
         self.assertIn(work.document("carve.csv")["figures"]["entry_gate_speed"]["text"], found["day-2.csv"])
 
     def test_a_folder_of_three_gigabytes_is_refused_with_a_word(self):

@@ -191,7 +191,7 @@ class App {
         const at = this.rows.indexOf(row);
         if (at >= 0) this.rows.splice(at, 1);
         for (const { name, bytes } of result.jumps) jumps.push(this.addRow(folder + name, new Blob([bytes]), true));
-        this.words = `${row.path} holds ${result.jumps.length} jumps, which are listed one by one.`;
+        this.words = `${this.words} ${row.path} holds ${result.jumps.length} jumps, which are listed one by one.`.trim();
       } else {
         settleRow(row, result);
         if (result.kind === "walk") this.addCourse({ name: withExtension(row.path, "txt"), bytes: result.course });
