@@ -1,5 +1,5 @@
 // The rows of the table: the files that the page was given, and their results.
-import { checkOf } from "../src/check";
+import { Check, checkOf } from "../src/check";
 import { RunDocument } from "../src/document";
 import { FileResult, RunResult, WalkResult } from "./work";
 
@@ -59,6 +59,6 @@ export function isSound(row: Row): boolean {
   return row.run !== null && row.run.failure === null;
 }
 
-export function verdictOf(row: Row): string | null {
+export function verdictOf(row: Row): Check["verdict"] | null {
   return row.run ? (checkOf(row.run)?.verdict ?? null) : null;
 }

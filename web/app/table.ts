@@ -1,5 +1,6 @@
 // The table of all files: runs with their scores, walks with their course files, failed files with the program's
 // message.
+import { verdictMark } from "../src/check";
 import { clockText } from "../src/head";
 import { button, element } from "../src/dom";
 import { figureText } from "../src/figures";
@@ -95,9 +96,7 @@ function walkCells(row: Row, actions: Actions): HTMLElement {
 
 function verdictCell(row: Row): HTMLElement {
   const verdict = verdictOf(row);
-  const signs: Record<string, string> = { good: "✓", doubtful: "?", unusable: "✕" };
-  if (!verdict) return element("td", {}, element("span", { class: "note" }, "…"));
-  return element("td", {}, element("span", { class: `mark ${verdict}` }, element("span", { "aria-hidden": "true" }, `${signs[verdict]} `), verdict));
+  return element("td", {}, verdict ? verdictMark(verdict) : element("span", { class: "note" }, "…"));
 }
 
 function runCells(row: Row, units: Units): HTMLElement[] {
