@@ -71,7 +71,7 @@ export class Readout {
   private table(momentName: string, palette: Palette): HTMLElement {
     const head = element("tr", {}, element("th", { scope: "col" }, "Run"));
     for (const [name, unit] of this.columnNames(momentName)) {
-      head.append(element("th", { scope: "col" }, name, element("span", { class: "unit" }, unit === "" ? "" : ` ${unit}`)));
+      head.append(element("th", { scope: "col" }, name, element("span", { class: "unit" }, unit === "" ? "" : `, ${unit}`)));
     }
     const body = element("tbody");
     const keys = ["time", ...cursorChannels.map((channel) => channel.key)];
