@@ -602,6 +602,8 @@ class TelephoneTest(unittest.TestCase):
             open_page(work.page("phone.html", *arguments), self.phone)
             script("for (const each of document.querySelectorAll('details')) each.open = true", browser=self.phone)
             self.assertLessEqual(script("return document.documentElement.scrollWidth", browser=self.phone), 360)
+            self.assertEqual(script("""return [...document.querySelectorAll('.phase-tables .scroll')]
+                .filter(each => each.scrollWidth > each.clientWidth).length""", browser=self.phone), 0)
             self.assertEqual(chromium.console_of(self.phone), [])
             self.assertEqual(axe_findings(self.phone), [])
 
