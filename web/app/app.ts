@@ -314,7 +314,7 @@ class App {
       this.bar.querySelector("input")?.focus();
       void this.check([row]);
     });
-    return element("label", { class: "choice aloft" }, element("span", {}, "Time aloft, s"), field);
+    return element("label", { class: "choice aloft" }, element("span", {}, "Time aloft (-t), s"), field);
   }
 
   // Draws once for all recent changes, but not while a button is pressed, since a button that is replaced gets no

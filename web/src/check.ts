@@ -93,7 +93,7 @@ export function isBounded(check: Check | null, key: string): boolean {
 }
 
 const words: Record<Check["verdict"], string> = {
-  good: "Good: the figures can be scored by.",
+  good: "Good: this run can be scored.",
   doubtful: "Doubtful: read the reasons before you score this run.",
   unusable: "Unusable: do not score this run.",
 };
