@@ -7,7 +7,7 @@ import * as channels from "../../web/src/channels.ts";
 import { valueAt } from "../../web/src/compare.ts";
 import { Cursor } from "../../web/src/cursor.ts";
 import { placeLabels } from "../../web/src/labels.ts";
-import { Matching } from "../../web/src/matching.ts";
+import { Matching, originName } from "../../web/src/matching.ts";
 import { unpack, unpackColumn } from "../../web/src/packed.ts";
 import { packColumn } from "../../web/app/saved.ts";
 import { differencePanels, flightPanels } from "../../web/src/panels.ts";
@@ -79,6 +79,17 @@ test("a run without the phase of the alignment is laid by its gate, its stop or 
   assert.equal(momentOf(make(moves, { phases: { entry_gate: 3, stop: 6 } }), "turn"), 0.3);
   assert.equal(momentOf(make(moves, { phases: { stop: 6 } }), "turn"), 0.6);
   assert.equal(momentOf(make(moves, {}), "turn"), 0);
+});
+
+test("the seconds of each run are counted from a phase that it has", () => {
+  const [all, noGate] = [make(moves, { phases }), makeRun(runDocument(moves, { phases: { turn: 1, stop: 6 } }), "late")];
+  const name = (runs, alignment) => originName(new Matching(runs, "time", alignment));
+  assert.equal(name([all], "entry_gate"), "gate");
+  assert.equal(name([all], "rollout_start"), "gate");
+  assert.equal(name([noGate], "entry_gate"), "stop");
+  assert.equal(name([noGate], "turn"), "start of turn");
+  assert.equal(name([make(moves, {})], "turn"), "first sample");
+  assert.equal(name([all, noGate, all], "touchdown"), "touchdown (late: stop)");
 });
 
 test("the nearest value is found at the ends, between and at equal distance", () => {

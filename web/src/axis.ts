@@ -1,5 +1,5 @@
 // The x axis of the curves: which samples of a run are on it, and at which values.
-import { Run, findMark } from "./runs";
+import { Mark, Run, findMark } from "./runs";
 
 export type AxisKind = "time" | "distance" | "height";
 export type Alignment = "entry_gate" | "turn" | "rollout_start" | "touchdown";
@@ -11,14 +11,16 @@ export interface AxisSamples {
   places: Int32Array; // for each sample of the run its index in samples and values, or -1
 }
 
-// The moment at which runs are aligned, in seconds of the run's own time. A run without this moment is aligned at its
-// gate, without a gate at its stop, otherwise at its first sample.
+// The phase at which a run is aligned: that of the alignment, or its gate or its stop where it has none. A run without
+// any of them is aligned at its first sample.
+export function originOf(run: Run, alignment: Alignment): Mark | undefined {
+  return [alignment, "entry_gate", "stop"].map((key) => findMark(run, key)).find((mark) => mark && mark.phase.time !== null);
+}
+
+// The moment at which a run is aligned, in seconds of its own time.
 export function momentOf(run: Run, alignment: Alignment): number {
-  for (const key of [alignment, "entry_gate", "stop"]) {
-    const time = findMark(run, key)?.phase.time;
-    if (time !== undefined && time !== null) return time / 1000;
-  }
-  return run.time[0];
+  const time = originOf(run, alignment)?.phase.time ?? null;
+  return time === null ? run.time[0] : time / 1000;
 }
 
 function gather(run: Run, ascending: number[], values: Float64Array): AxisSamples {

@@ -346,8 +346,8 @@ export function keyEntry(name: string, colour: string, dash: number[]): HTMLElem
   return element("li", {}, sample, element("span", {}, name));
 }
 
-export function axisTitle(kind: AxisKind, alignmentName: string, units: Units): string {
+export function axisTitle(kind: AxisKind, origin: string, units: Units): string {
   const length = withUnit("", units.unit("length")).trim();
-  if (kind === "time") return `seconds from the ${alignmentName}`;
+  if (kind === "time") return `seconds from the ${origin}`;
   return kind === "distance" ? `distance to the gate along the course, ${length}` : `height above the gate, ${length}`;
 }

@@ -1,26 +1,15 @@
 // The views and the curves of some runs in one set of units, on the screen or on paper.
-import { Alignment, AxisKind, AxisSamples, momentOf } from "./axis";
+import { AxisKind, AxisSamples, momentOf } from "./axis";
 import { Palette, speedColour } from "./colours";
 import { Cursor } from "./cursor";
 import { AxisMark, Curves, Stretch, axisTitle } from "./curves";
 import { element } from "./dom";
-import { Matching } from "./matching";
+import { Matching, originName } from "./matching";
 import { Panel } from "./panels";
 import { Run, findMark, turnToStop } from "./runs";
 import { pathOf, sceneFromAbove, sceneFromTheSide } from "./scene";
 import { Units, show } from "./units";
 import { View, ViewOptions, speedRange } from "./view";
-
-export const alignments: { value: Alignment; text: string }[] = [
-  { value: "entry_gate", text: "gate" },
-  { value: "turn", text: "start of turn" },
-  { value: "rollout_start", text: "start of rollout" },
-  { value: "touchdown", text: "touchdown" },
-];
-
-export function alignmentName(alignment: Alignment): string {
-  return alignments.find(({ value }) => value === alignment)!.text;
-}
 
 // Shows a stretch from shortly before the turn to shortly after the stop, within the limits of the axis.
 export function stretchOf(axes: AxisSamples[], runs: Run[], kind: AxisKind): Stretch {
@@ -64,7 +53,7 @@ function marksOn(run: Run, { kind, alignment, axes }: Matching): AxisMark[] {
 export function makeCurves(panels: Panel[], matching: Matching, stretch: Stretch, units: Units, palette: Palette, cursor: Cursor | null): Curves {
   return new Curves(panels, {
     kind: matching.kind,
-    axisTitle: axisTitle(matching.kind, alignmentName(matching.alignment), units),
+    axisTitle: axisTitle(matching.kind, originName(matching), units),
     stretch,
     units,
     palette,

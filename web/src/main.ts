@@ -1,19 +1,19 @@
 // The page of one run, or of several compared with the first.
-import { Alignment, AxisKind } from "./axis";
+import { Alignment, AxisKind, originOf } from "./axis";
 import { checkOf, verdictPanels } from "./check";
 import { Palette, paletteOf, runColour, runDash } from "./colours";
 import { Cursor } from "./cursor";
 import { Curves, Stretch, axisTitle, keyEntry } from "./curves";
 import { RunDocument } from "./document";
 import { button, choose, element, segments } from "./dom";
-import { alignmentName, alignments, makeCurves, makeViews, speedLegend, stretchOf } from "./drawings";
+import { makeCurves, makeViews, speedLegend, stretchOf } from "./drawings";
 import { comparisonTable, phaseTable, runName, scoreTiles } from "./figures";
 import { factList, failurePanel, warningList } from "./head";
-import { Matching } from "./matching";
+import { Matching, alignments, originName } from "./matching";
 import { accuracyPanels, differencePanels, flightPanels } from "./panels";
 import { addSheet } from "./print";
 import { Readout } from "./readout";
-import { Run, findMark, labelsOf, makeRun } from "./runs";
+import { Run, labelsOf, makeRun } from "./runs";
 import { applyTheme, darkSystem, themeList, unitSwitch } from "./switches";
 import { Theme, rememberedSystem, rememberedTheme } from "./settings";
 import { Units, unitsOf } from "./units";
@@ -59,7 +59,7 @@ class RunPage {
     this.colours = made.map((run) => (run ? this.runs.indexOf(run) : -1));
     this.units = unitsOf(rememberedSystem(documents[0].program.options.metric ? "metric" : "imperial"));
     const first = this.runs[0];
-    this.cursor = first ? new Cursor(first.count, findMark(first, "entry_gate")?.sample ?? 0) : null;
+    this.cursor = first ? new Cursor(first.count, originOf(first, "entry_gate")?.sample ?? 0) : null;
     this.cursor?.listen((sample) => this.showCursor(sample));
 
     applyTheme(rememberedTheme());
@@ -163,7 +163,7 @@ class RunPage {
     const stretch = this.stretch ?? stretchOf(matching.axes, runs, this.kind);
     this.stretch = stretch;
     this.views = makeViews(matching, units, palette, { pixelRatio: Math.max(1, window.devicePixelRatio), textSize: 12 }, cursor);
-    this.readout = new Readout(matching, cursor, units, alignmentName(this.alignment), palette);
+    this.readout = new Readout(matching, cursor, units, originName(matching), palette);
     const flight = makeCurves(flightPanels(matching, palette), matching, stretch, units, palette, cursor);
     this.curves = [flight];
 
@@ -204,7 +204,7 @@ class RunPage {
     this.curves.push(group);
     body.append(
       element("h2", {}, "Differences at the same place"),
-      element("p", { class: "note" }, `Each run less ${this.labels[0]}, over ${axisTitle("distance", "gate", units)}.`),
+      element("p", { class: "note" }, `Each run less ${this.labels[0]}, over ${axisTitle("distance", "", units)}.`),
       group.root,
     );
   }
@@ -233,7 +233,7 @@ class RunPage {
         button("Fit", { class: "tool", "aria-label": "Fit: curves" }, () => stretch.fit()),
       ),
       this.runs.length > 1 ? this.key() : null,
-      element("p", { class: "note axis-title" }, `x axis: ${axisTitle(this.kind, alignmentName(this.alignment), this.units)}`),
+      element("p", { class: "note axis-title" }, `x axis: ${axisTitle(this.kind, originName(this.matching!), this.units)}`),
     );
   }
 

@@ -1,6 +1,6 @@
 // Finds the sample of each run that corresponds to the cursor's sample of the first run: the nearest on the x axis of
 // the curves.
-import { Alignment, AxisKind, AxisSamples, axisSamples, nearest } from "./axis";
+import { Alignment, AxisKind, AxisSamples, axisSamples, nearest, originOf } from "./axis";
 import { Run } from "./runs";
 
 export class Matching {
@@ -41,4 +41,23 @@ export class Matching {
     const place = axes[run].places[sample];
     return place < 0 ? 0 : axes[0].samples[nearest(axes[0].values, axes[run].values[place])];
   }
+}
+
+export const alignments: { value: Alignment; text: string }[] = [
+  { value: "entry_gate", text: "gate" },
+  { value: "turn", text: "start of turn" },
+  { value: "rollout_start", text: "start of rollout" },
+  { value: "touchdown", text: "touchdown" },
+];
+
+function originText(run: Run, alignment: Alignment): string {
+  const origin = originOf(run, alignment);
+  return origin ? (alignments.find(({ value }) => value === origin.key)?.text ?? origin.name) : "first sample";
+}
+
+// From where the seconds of the runs are counted.
+export function originName({ runs, alignment }: Matching): string {
+  const name = originText(runs[0], alignment);
+  const others = runs.filter((run) => originText(run, alignment) !== name).map((run) => `${run.label}: ${originText(run, alignment)}`);
+  return others.length === 0 ? name : `${name} (${others.join(", ")})`;
 }

@@ -5,10 +5,10 @@ import { checkOf, verdictPanels } from "./check";
 import { paletteOf } from "./colours";
 import { RunDocument } from "./document";
 import { element } from "./dom";
-import { alignmentName, makeCurves, makeViews, speedLegend, stretchOf } from "./drawings";
+import { makeCurves, makeViews, speedLegend, stretchOf } from "./drawings";
 import { comparisonTable, phaseTable, scoreTiles } from "./figures";
 import { clockText, courseText, failurePanel } from "./head";
-import { Matching } from "./matching";
+import { Matching, originName } from "./matching";
 import { flightPanels } from "./panels";
 import { Units } from "./units";
 
@@ -83,7 +83,7 @@ export function addSheet(root: HTMLElement, { documents, labels, colours, matchi
   sheet.append(curves.root);
   for (const drawing of [...views, curves]) drawing.measure();
   for (const drawing of [...views, curves]) drawing.resize();
-  const axis = axisTitle(matching.kind, alignmentName(matching.alignment), units);
+  const axis = axisTitle(matching.kind, originName(matching), units);
   sheet.append(line(`Curves over ${axis}. SHA-256 of the track: ${first.track.sha256 ?? "unknown"}`));
   return () => {
     curves.destroy();

@@ -32,7 +32,7 @@ export class Readout {
     private readonly matching: Matching,
     private readonly cursor: Cursor,
     private readonly units: Units,
-    momentName: string,
+    origin: string,
     palette: Palette,
   ) {
     const first = matching.runs[0];
@@ -44,22 +44,22 @@ export class Readout {
       "section",
       { class: "readout", "aria-label": "Values at the cursor" },
       element("div", { class: "readout-head" }, previous, this.slider, next, this.phase),
-      matching.runs.length === 1 ? this.cells1(momentName) : this.table(momentName, palette),
+      matching.runs.length === 1 ? this.cells1(origin) : this.table(origin, palette),
     );
   }
 
-  private columnNames(momentName: string): [string, string][] {
+  private columnNames(origin: string): [string, string][] {
     return [
-      [`from the ${momentName}`, "s"],
+      [`from the ${origin}`, "s"],
       ...cursorChannels.map((channel): [string, string] => [channel.name, this.units.unit(channel.quantity)]),
     ];
   }
 
-  private cells1(momentName: string): HTMLElement {
+  private cells1(origin: string): HTMLElement {
     const list = element("dl", { class: "values" });
     const row: HTMLElement[] = [];
     const keys = ["time", ...cursorChannels.map((channel) => channel.key)];
-    this.columnNames(momentName).forEach(([name], i) => {
+    this.columnNames(origin).forEach(([name], i) => {
       const cell = element("dd", { "data-channel": keys[i] });
       row.push(cell);
       list.append(element("div", {}, element("dt", {}, name), cell));
@@ -68,9 +68,9 @@ export class Readout {
     return list;
   }
 
-  private table(momentName: string, palette: Palette): HTMLElement {
+  private table(origin: string, palette: Palette): HTMLElement {
     const head = element("tr", {}, element("th", { scope: "col" }, "Run"));
-    for (const [name, unit] of this.columnNames(momentName)) {
+    for (const [name, unit] of this.columnNames(origin)) {
       head.append(element("th", { scope: "col" }, name, element("span", { class: "unit" }, unit === "" ? "" : `, ${unit}`)));
     }
     const body = element("tbody");
