@@ -213,7 +213,7 @@ class QuietTest(unittest.TestCase):
         self.assertEqual(script("return document.querySelectorAll('img, script').length"), 2)
         self.assertEqual(texts("h1"), [name[2:-4] + " (1)"])
         self.assertIn(f"{name}, speed carve to the right", texts(".facts dd"))
-        self.assertIn(name, texts(".warnings li"))
+        self.assertEqual(texts(".warnings li"), [f"Warning: {name}"])
         self.assertIn(name, texts(".failed"))
         self.assertNotEqual(driver.title, "run")
 

@@ -49,5 +49,5 @@ export function failurePanel(document: RunDocument): HTMLElement | null {
 
 export function warningList(document: RunDocument): HTMLElement | null {
   if (document.warnings.length === 0) return null;
-  return element("ul", { class: "warnings" }, ...document.warnings.map((text) => element("li", {}, text)));
+  return element("ul", { class: "warnings" }, ...document.warnings.map((text) => element("li", {}, `Warning: ${text}`)));
 }
