@@ -490,12 +490,21 @@ class ComparisonTest(unittest.TestCase):
     def test_the_tables_say_what_stands_below_a_figure(self):
         open_page(work.page("several.html", "carve.csv", "straight.csv"))
         self.assertEqual(texts(".described > .note"), [
-            "Below a figure: how it differs from the first run's, and the interval that holds its true value in about 95 of 100 runs.",
+            "Below a figure: how it differs from that of carve, and the interval that holds its true value in about 95 of 100 runs.",
             "Phases: height above the gate, distance back from it, offset to the right of the centre line",
             "Phases: height above the gate, distance back from it, offset to the right of the centre line; "
-            "below each, how it differs from the first run's"])
+            "below each, how it differs from carve"])
         open_page(work.page("several.html", "--no-check", "carve.csv", "straight.csv"))
-        self.assertEqual(texts(".described > .note")[0], "Below a figure: how it differs from the first run's.")
+        self.assertEqual(texts(".described > .note")[0], "Below a figure: how it differs from that of carve.")
+
+    def test_after_a_run_that_failed_the_others_are_compared_with_the_next(self):
+        open_page(work.page("failed.html", "walk.csv", "carve.csv", "straight.csv", status=1))
+        rows = script("return [...document.querySelectorAll('.comparison tbody tr')].map(row => row.querySelectorAll('.difference').length)")
+        self.assertEqual((rows[0], rows[1]), (0, 0))
+        self.assertGreater(rows[2], 5)
+        self.assertIn("how it differs from that of carve", texts(".described > .note")[0])
+        self.assertIn("how it differs from carve", texts(".described > .note")[2])
+        self.assertTrue([text for text in texts(".note") if text.startswith("Each run less carve")])
 
     def test_eight_runs_are_told_apart(self):
         runs = ["carve.csv", "straight.csv", "reversed.csv", "tagged.csv"] * 2

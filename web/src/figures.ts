@@ -128,7 +128,7 @@ export function phaseTable(
   label: string,
   check: Check | null,
   units: Units,
-  first: RunDocument | null = null,
+  reference: { document: RunDocument; label: string } | null = null,
 ): HTMLElement {
   const figures = document.figures;
   const heads = [`Height, ${units.unit("length")}`, `Back, ${units.unit("length")}`, `Offset, ${units.unit("length")}`, `Speed, ${units.unit("speed")}`];
@@ -144,14 +144,14 @@ export function phaseTable(
     for (const key of keys) {
       const figure = figures?.[key];
       const text = figure ? element("span", { "data-figure": key }, figureText(key, figure, units)) : "";
-      const other = first?.figures?.[key];
+      const other = reference?.document.figures?.[key];
       const difference = figure && other ? element("span", { class: "difference" }, differenceText(other, figure, units)) : null;
       line.append(element("td", {}, text, difference, figure ? intervalNote(check, key, figure, units) : null));
     }
     body.append(line);
   }
   table.append(body);
-  const differences = first ? "; below each, how it differs from the first run's" : "";
+  const differences = reference ? `; below each, how it differs from ${reference.label}` : "";
   const words = `Phases: height above the gate, distance back from it, offset to the right of the centre line${differences}`;
   return described(`Phases of ${label}`, words, table);
 }
@@ -164,6 +164,11 @@ function swatch(run: number, palette: Palette): HTMLElement {
 
 export function runName(label: string, run: number, palette: Palette): HTMLElement {
   return element("span", { class: "run-name" }, swatch(run, palette), label);
+}
+
+// The run that the others are compared with: the first that did not fail, -1 where all failed.
+export function referenceOf(documents: RunDocument[]): number {
+  return documents.findIndex(({ figures }) => figures !== null);
 }
 
 // A line for each run; the figures of each run but the first are followed by their differences from the first.
@@ -180,7 +185,8 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
     head.append(element("th", { scope: "col" }, unit === "" ? name : `${name}, ${unit}`));
   }
   const body = element("tbody");
-  const first = documents[0].figures;
+  const reference = referenceOf(documents);
+  const first = documents[reference]?.figures ?? null;
   documents.forEach((document, i) => {
     const name = colours[i] < 0 ? element("span", { class: "run-name" }, labels[i]) : runName(labels[i], colours[i], palette);
     const check = checkOf(document);
@@ -188,7 +194,7 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
     if (document.failure) line.append(element("td", { colspan: shown.length, class: "failed" }, document.failure.message));
     for (const { key } of document.failure ? [] : shown) {
       const figure = document.figures?.[key];
-      const difference = figure && first && i > 0 ? differenceText(first[key], figure, units) : "";
+      const difference = figure && first && i !== reference ? differenceText(first[key], figure, units) : "";
       line.append(
         element(
           "td",
@@ -202,6 +208,10 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
     body.append(line);
   });
   const table = element("table", { class: "figures comparison" }, element("thead", {}, head), body);
-  const intervals = documents.some((each) => hasIntervals(checkOf(each))) ? `, and ${intervalMeaning}` : "";
-  return described("Runs compared", `Below a figure: how it differs from the first run's${intervals}.`, table);
+  const hasDifferences = documents.some(({ figures }, i) => figures && i !== reference);
+  const below = [
+    ...(hasDifferences ? [`how it differs from that of ${labels[reference]}`] : []),
+    ...(documents.some((each) => hasIntervals(checkOf(each))) ? [intervalMeaning] : []),
+  ];
+  return described("Runs compared", below.length === 0 ? "Figures" : `Below a figure: ${below.join(", and ")}.`, table);
 }

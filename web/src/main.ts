@@ -7,7 +7,7 @@ import { Curves, Stretch, axisTitle, keyEntry } from "./curves";
 import { RunDocument } from "./document";
 import { button, choose, element, segments } from "./dom";
 import { makeCurves, makeViews, speedLegend, stretchOf } from "./drawings";
-import { comparisonTable, phaseTable, runName, scoreTiles } from "./figures";
+import { comparisonTable, phaseTable, referenceOf, runName, scoreTiles } from "./figures";
 import { factList, failurePanel, warningList } from "./head";
 import { Matching, alignments, originName } from "./matching";
 import { accuracyPanels, differencePanels, flightPanels } from "./panels";
@@ -142,13 +142,14 @@ class RunPage {
 
   private addDrawings(): void {
     const { cursor, matching, documents, body, units } = this;
-    const [first] = documents;
+    const reference = referenceOf(documents);
     if (cursor && matching) this.addViewsAndCurves(cursor, matching, paletteOf(this.root));
     const phases = element("div", { class: "phase-tables" });
     documents.forEach((document, i) => {
       if (!document.figures) return;
       const name = documents.length > 1 ? element("h3", {}, runName(this.labels[i], this.colours[i], paletteOf(this.root))) : null;
-      const table = phaseTable(document, this.labels[i], checkOf(document), units, i === 0 ? null : first);
+      const other = i === reference ? null : { document: documents[reference], label: this.labels[reference] };
+      const table = phaseTable(document, this.labels[i], checkOf(document), units, other);
       phases.append(element("section", { class: "panel" }, name, table));
     });
     body.append(phases);
@@ -204,7 +205,7 @@ class RunPage {
     this.curves.push(group);
     body.append(
       element("h2", {}, "Differences at the same place"),
-      element("p", { class: "note" }, `Each run less ${this.labels[0]}, over ${axisTitle("distance", "", units)}.`),
+      element("p", { class: "note" }, `Each run less ${runs[0].label}, over ${axisTitle("distance", "", units)}.`),
       group.root,
     );
   }
