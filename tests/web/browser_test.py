@@ -483,6 +483,7 @@ class ComparisonTest(unittest.TestCase):
         open_page(work.page("several.html", "carve.csv", "straight.csv", "walk.csv", status=1))
         self.assertEqual(texts(".comparison tbody .run-name"), ["carve", "straight", "walk"])
         self.assertIn("could not detect pattern entry", texts(".failed"))
+        self.assertEqual(texts(".comparison .mark"), ["✓good", "✓good", "✕failed"])
         colours = script("return [...document.querySelectorAll('.comparison .swatch')].map(each => each.style.backgroundColor)")
         self.assertEqual(len(set(colours)), 2)
         self.assertEqual(texts(".curve-tools .key li"), ["carve", "straight"])

@@ -163,7 +163,7 @@ function swatch(run: number, palette: Palette): HTMLElement {
 }
 
 export function runName(label: string, run: number, palette: Palette): HTMLElement {
-  return element("span", { class: "run-name" }, swatch(run, palette), label);
+  return element("span", { class: "run-name" }, swatch(run, palette), element("span", {}, label));
 }
 
 // The run that the others are compared with: the first that did not fail, -1 where all failed.
@@ -190,7 +190,8 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
   documents.forEach((document, i) => {
     const name = colours[i] < 0 ? element("span", { class: "run-name" }, labels[i]) : runName(labels[i], colours[i], palette);
     const check = checkOf(document);
-    const line = element("tr", {}, element("th", { scope: "row" }, name, check && verdictMark(check.verdict)));
+    const mark = document.failure ? "failed" : check?.verdict;
+    const line = element("tr", {}, element("th", { scope: "row" }, name, mark ? verdictMark(mark) : null));
     if (document.failure) line.append(element("td", { colspan: shown.length, class: "failed" }, document.failure.message));
     for (const { key } of document.failure ? [] : shown) {
       const figure = document.figures?.[key];

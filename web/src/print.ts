@@ -34,8 +34,8 @@ function verdictLines(documents: RunDocument[], labels: string[]): HTMLElement[]
   return documents.flatMap((document, i) => {
     const check = checkOf(document);
     if (!check || check.verdict === "good") return [];
-    const reasons = check.reasons.filter(({ severity }) => severity !== "note").map(({ text }) => text);
-    return [element("p", { class: "note" }, `${labels[i]} is ${check.verdict}: ${reasons.join(". ")}.`)];
+    const reasons = check.reasons.filter(({ severity }) => severity !== "note").map(({ text }) => text.replace(/[^.?!]$/, "$&."));
+    return [element("p", { class: "note" }, `${labels[i]} is ${check.verdict}: ${reasons.join(" ")}`)];
   });
 }
 
