@@ -39,11 +39,13 @@ class Parts(html.parser.HTMLParser):
 
 
 def packed_numbers(text):
-    """The numbers in the text of a column without missing values: digits below 32 end one, and odd ones are negative."""
+    """The numbers in the text of a column without missing values: digits below 32 end one, and odd ones are negative. A
+    number after a point counts zeros."""
     letters = string.ascii_uppercase + string.ascii_lowercase + string.digits + "+/"
-    for number in re.findall(r"[g-z0-9+/]*[A-Za-f]", text):
+    for point, number in re.findall(r"(\.?)([g-z0-9+/]*[A-Za-f])", text):
         value = sum(letters.index(letter) % 32 << 5 * place for place, letter in enumerate(number))
-        yield -(value // 2) - 1 if value % 2 else value // 2
+        integer = -(value // 2) - 1 if value % 2 else value // 2
+        yield from [0] * integer if point else [integer]
 
 
 class PageProgramTest(unittest.TestCase):

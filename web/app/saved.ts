@@ -39,6 +39,9 @@ function packNumber(number: number): string {
   return letters + packedLetters[rest];
 }
 
+// No other number has an A for its last digit, which is its highest one.
+const zeros = /AAA+/g;
+
 // The text that unpackColumn reads; the column itself when it has other values than integers.
 export function packColumn(column: Column): Column | string {
   if (column.length === 0 || !column.every(isPackable)) return column;
@@ -51,7 +54,7 @@ export function packColumn(column: Column): Column | string {
     last = value;
     return packNumber(change);
   });
-  return parts.join("");
+  return parts.join("").replace(zeros, ({ length }) => `.${packNumber(length)}`);
 }
 
 function without(record: object, names: Set<string>): Record<string, unknown> {

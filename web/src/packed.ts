@@ -5,6 +5,7 @@
 // exceeds the difference before it. For a smooth curve these are small. 0, -1, 1, -2, 2, ... are numbered 0, 1, 2, 3,
 // 4, ..., and that number is written in base 32, the lowest digit first. The last digit of a number is one of the first
 // 32 letters below, any other one of the second 32. A missing value is an underscore, and the differences pass over it.
+// A point before a number says that so many second differences are 0: ".K" are 5 of them. Fewer than 3 are written out.
 // For example, 100, 200, 310, missing, 420, 520 are "oGAU_AT": 100 is number 200 = 6 * 32 + 8, and 10 is number 20.
 import { Column, RunDocument } from "./document";
 
@@ -13,18 +14,19 @@ export const packedLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwx
 export function unpackColumn(text: string): Column {
   const column: Column = [];
   let [value, step, number, weight] = [0, 0, 0, 1];
+  let isCount = false;
   for (const letter of text) {
-    if (letter === "_") {
-      column.push(null);
-      continue;
-    }
+    if (letter === "_") column.push(null);
+    if (letter === ".") isCount = true;
     const digit = packedLetters.indexOf(letter);
+    if (digit < 0) continue;
     number += (digit % 32) * weight;
     weight *= 32;
     if (digit >= 32) continue;
-    step += number % 2 === 0 ? number / 2 : -(number + 1) / 2;
-    column.push((value += step));
-    [number, weight] = [0, 1];
+    const integer = number % 2 === 0 ? number / 2 : -(number + 1) / 2;
+    if (!isCount) step += integer;
+    for (let count = isCount ? integer : 1; count > 0; --count) column.push((value += step));
+    [number, weight, isCount] = [0, 1, false];
   }
   return column;
 }
