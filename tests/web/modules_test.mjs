@@ -10,7 +10,7 @@ import { placeLabels } from "../../web/src/labels.ts";
 import { Matching, originName } from "../../web/src/matching.ts";
 import { unpack, unpackColumn } from "../../web/src/packed.ts";
 import { packColumn } from "../../web/app/saved.ts";
-import { differencePanels, flightPanels } from "../../web/src/panels.ts";
+import { accuracyPanels, differencePanels, flightPanels } from "../../web/src/panels.ts";
 import { Projection, niceStep } from "../../web/src/projection.ts";
 import { labelsOf, makeRun } from "../../web/src/runs.ts";
 import { sceneFromAbove } from "../../web/src/scene.ts";
@@ -249,6 +249,14 @@ test("names are told apart", () => {
   assert.deepEqual(labelsOf(["day/1/carve.csv", "b.tvl", "noext", ".csv"]), ["carve", "b", "noext", ".csv"]);
   assert.deepEqual(labelsOf(["1/a.csv", "2/a.csv"]), ["1/a.csv", "2/a.csv"]);
   assert.deepEqual(labelsOf(["-", "-"]), ["- (1)", "- (2)"]);
+});
+
+test("each accuracy has an axis of its own", () => {
+  for (const runs of [[make(moves, { phases })], [make(moves, { phases }), make(moves, { phases })]]) {
+    const panels = accuracyPanels(new Matching(runs, "time", "entry_gate"), palette);
+    assert.deepEqual(panels.map(({ title }) => title), ["Horizontal accuracy", "Vertical accuracy", "Accuracy of the speed", "Satellites"]);
+    assert.deepEqual(panels.map(({ curves }) => curves.length), Array(4).fill(runs.length));
+  }
 });
 
 test("numbers have a minus sign, and none before 0", () => {

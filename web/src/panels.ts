@@ -109,28 +109,13 @@ export function flightPanels(matching: Matching, palette: Palette): Panel[] {
 }
 
 export function accuracyPanels(matching: Matching, palette: Palette): Panel[] {
-  const places: Panel[] =
-    matching.runs.length === 1
-      ? [
-          panel(
-            "Accuracy of the position",
-            channels.horizontalAccuracy,
-            curvesOfChannels(matching, [
-              [channels.verticalAccuracy, palette.vertical, [8, 4]],
-              [channels.horizontalAccuracy, palette.horizontal, []],
-            ]),
-            { isOnBase: true, hasKey: true },
-          ),
-        ]
-      : [
-          panel("Horizontal accuracy", channels.horizontalAccuracy, curvesOfRuns(matching, channels.horizontalAccuracy, palette), { isOnBase: true }),
-          panel("Vertical accuracy", channels.verticalAccuracy, curvesOfRuns(matching, channels.verticalAccuracy, palette), { isOnBase: true }),
-        ];
-  return [
-    ...places,
-    panel("Accuracy of the speed", channels.speedAccuracy, curvesOfRuns(matching, channels.speedAccuracy, palette), { isOnBase: true }),
-    panel("Satellites", channels.satellites, curvesOfRuns(matching, channels.satellites, palette), { isOnBase: true }),
+  const shown: [string, Channel][] = [
+    ["Horizontal accuracy", channels.horizontalAccuracy],
+    ["Vertical accuracy", channels.verticalAccuracy],
+    ["Accuracy of the speed", channels.speedAccuracy],
+    ["Satellites", channels.satellites],
   ];
+  return shown.map(([title, channel]) => panel(title, channel, curvesOfRuns(matching, channel, palette), { isOnBase: true }));
 }
 
 // How much faster and higher each other run is than the first at the same distance to the gate.
