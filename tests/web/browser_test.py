@@ -505,7 +505,7 @@ class ComparisonTest(unittest.TestCase):
         self.assertGreater(rows[2], 5)
         self.assertIn("how it differs from that of carve", texts(".described > .note")[0])
         self.assertIn("how it differs from carve", texts(".described > .note")[2])
-        self.assertTrue([text for text in texts(".note") if text.startswith("Each run less carve")])
+        self.assertTrue([text for text in texts(".note") if text.startswith("Each run minus carve")])
 
     def test_eight_runs_are_told_apart(self):
         runs = ["carve.csv", "straight.csv", "reversed.csv", "tagged.csv"] * 2

@@ -205,7 +205,7 @@ class RunPage {
     this.curves.push(group);
     body.append(
       element("h2", {}, "Differences at the same place"),
-      element("p", { class: "note" }, `Each run less ${runs[0].label}, over ${axisTitle("distance", "", units)}.`),
+      element("p", { class: "note" }, `Each run minus ${runs[0].label}, over ${axisTitle("distance", "", units)}.`),
       group.root,
     );
   }

@@ -85,7 +85,7 @@ export class VideoPanel {
     this.video.hidden = false;
     this.tools.hidden = false;
     this.root.parentElement?.classList.add("with-video");
-    this.say("Find the frame of a moment of the run, and set it.");
+    this.say("Find the frame that shows a moment of the run, such as the touchdown, and press Set.");
   }
 
   private setOffset(): void {
