@@ -105,10 +105,10 @@ const whyWords: Record<string, string> = {
   "times-out-of-order": "the samples' times are not in order",
   gap: "samples are missing",
   contradiction: "positions and speeds contradict each other",
-  "white-noise": "the positions are rougher than the logger's noise",
+  "white-noise": "the errors of the speeds are new in each sample",
   "too-many-samples": "the run has too many samples",
-  unsolvable: "the noise could not be worked out",
-  "missing-in-all-draws": "no other track with the same noise has the figure",
+  unsolvable: "some samples have numbers that no flight can have",
+  "missing-in-all-draws": "none of the tracks drawn with the same noise has the figure",
 };
 
 export const intervalMeaning = "the interval that holds its true value in about 95 of 100 runs";
