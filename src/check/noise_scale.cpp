@@ -16,7 +16,6 @@ namespace tarvel {
 namespace {
 
 constexpr std::size_t span_count = contradiction_spans.size();
-constexpr std::size_t one_second = 2;  // index in contradiction_spans
 
 constexpr double shortest_memory = 0.125;  // s
 constexpr double memory_step = 1.4142135623730951;

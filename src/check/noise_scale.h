@@ -14,6 +14,7 @@ namespace tarvel {
 // Spans (s) over which positions are compared with integrated velocities; 0 is one sample. Short ones show the size of
 // the velocity's errors and the wander of the position, long ones the correlation time of the velocity's errors.
 constexpr std::array<double, 4> contradiction_spans = {0.0, 0.4, 1.0, 3.0};
+constexpr std::size_t one_second = 2;  // index in contradiction_spans
 
 // What is assumed of a logger before its track is measured: the velocity's error along an axis as a part of its stated
 // accuracy, the position's error along an axis likewise, the wander of the position as a part of that error, and the
