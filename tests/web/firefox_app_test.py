@@ -5,12 +5,11 @@ Exits with 77 when firefox-esr is not installed.
 """
 import os
 import sys
-import tempfile
 import unittest
 from pathlib import Path
 
 import firefox
-from pages import Workplace, wait_for
+from pages import BrowserTest, wait_for
 
 if not firefox.is_installed():
     sys.exit(77)
@@ -18,17 +17,8 @@ if not firefox.is_installed():
 APP = Path(os.environ["TARVEL_BROWSER_PAGE"])
 
 
-class FirefoxAppTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.temporary = tempfile.TemporaryDirectory()
-        cls.work = Workplace(cls.temporary.name)
-        cls.browser = firefox.Firefox()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.stop()
-        cls.temporary.cleanup()
+class FirefoxAppTest(BrowserTest):
+    start = firefox.Firefox
 
     def script(self, text, *arguments):
         return self.browser.execute_script(text, *arguments)

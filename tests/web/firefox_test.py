@@ -4,29 +4,18 @@
 Exits with 77 when firefox-esr is not installed.
 """
 import sys
-import tempfile
 import unittest
 
 import axe
 import firefox
-from pages import Workplace, wait_for
+from pages import BrowserTest, wait_for
 
 if not firefox.is_installed():
     sys.exit(77)
 
 
-
-class FirefoxTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.temporary = tempfile.TemporaryDirectory()
-        cls.work = Workplace(cls.temporary.name)
-        cls.browser = firefox.Firefox()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.stop()
-        cls.temporary.cleanup()
+class FirefoxTest(BrowserTest):
+    start = firefox.Firefox
 
     def open(self, page):
         self.browser.get(page.as_uri())

@@ -5,7 +5,6 @@ Exits with 77 where the browser or selenium is not installed.
 """
 import os
 import sys
-import tempfile
 import unittest
 import warnings
 from pathlib import Path
@@ -17,7 +16,7 @@ except ImportError:
 
 import axe
 import webkit
-from pages import Workplace, wait_for
+from pages import BrowserTest, wait_for
 
 if not webkit.is_installed():
     sys.exit(77)
@@ -25,18 +24,13 @@ if not webkit.is_installed():
 APP = os.environ.get("TARVEL_BROWSER_PAGE")
 
 
-class WebKitTest(unittest.TestCase):
+class WebKitTest(BrowserTest):
+    start = webkit.WebKit
+
     @classmethod
     def setUpClass(cls):
         warnings.simplefilter("ignore", DeprecationWarning)  # of selenium, about how this driver is named
-        cls.temporary = tempfile.TemporaryDirectory()
-        cls.work = Workplace(cls.temporary.name)
-        cls.browser = webkit.WebKit()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.stop()
-        cls.temporary.cleanup()
+        super().setUpClass()
 
     def script(self, text, *arguments):
         return self.browser.driver.execute_script(text, *arguments)
