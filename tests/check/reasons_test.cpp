@@ -6,6 +6,7 @@
 #include <cmath>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "support/checked_flight.h"
 
@@ -219,6 +220,18 @@ TEST(reasons_test, are_given_just_beyond_their_limits) {
       c.set(run, check, value);
       EXPECT_EQ(has(judge_run(run, check), c.code), value == c.beyond) << value;
     }
+  }
+}
+
+// A recording may begin below the height to which a later descent must have climbed, but not below the pattern's.
+TEST(reasons_test, count_a_descent_that_begins_with_the_recording) {
+  for (const auto &[height, is_descent] :
+       {std::pair(from_feet(2500.0), true), std::pair(from_feet_below(2500.0), false)}) {
+    swoop run = sound_run();
+    for (std::uint32_t i = 0; i < run.top_of_turn; ++i) run.track[i].pos_local.z = from_feet(2400.0);
+    run.track[0].pos_local.z = height;
+    run.track[run.track_len - 2].pos_local.z = 1000.0;
+    EXPECT_EQ(has(judge_run(run, run_check()), reason_code::several_runs), is_descent);
   }
 }
 

@@ -105,6 +105,26 @@ TEST(run_check_test, says_how_many_draws_lack_a_figure) {
   EXPECT_EQ(check_of(check, figure::carve_time).missing, 1.0);
 }
 
+TEST(run_check_test, gives_no_interval_of_a_figure_that_only_draws_have) {
+  swoop run = run_of(with_velocity_errors(flight_samples()));
+  mat4 beside = simulated_frame();
+  beside.m[1][3] += 15.3;
+  error_slot error = nullptr;
+  analyze_swoop(run, gate_type_course, beside, 0.0, &error);
+  ASSERT_EQ(run.entry_gate, 0U);
+  const run_check check = checked(run, {.draws = 200});
+  EXPECT_LT(check_of(check, figure::entry_gate_speed).missing, 1.0);
+  EXPECT_FALSE(check_of(check, figure::entry_gate_speed).has_interval);
+}
+
+TEST(run_check_test, counts_the_draws_that_turn_the_other_way_round) {
+  const std::vector<flight_leg> swoop_and_rest = {{6.0, 0.0, 0.0, 0.0}, {20.0, 0.0, 0.0, 0.0}};
+  const run_check check = checked(analysed(with_velocity_errors(flight_samples(swoop_and_rest, 0.0))), {.draws = 100});
+  EXPECT_GT(check.other_hand, 0.0);
+  EXPECT_LT(check.other_hand, 1.0);
+  EXPECT_EQ(check.other_degrees, 0.0);
+}
+
 TEST(run_check_test, leaves_the_run_as_it_is) {
   const swoop run = analysed(with_velocity_errors(flight_samples()));
   const swoop same = analysed(with_velocity_errors(flight_samples()));
@@ -172,6 +192,20 @@ TEST(run_check_test, gives_no_intervals_where_they_would_not_hold) {
 
 TEST(run_check_test, measures_the_gap) {
   EXPECT_NEAR(checked(analysed(with_gap()), few_draws).longest_gap, 1.0, 1e-12);
+}
+
+// Every third sample, so that a usual step takes 0.6 s; in straight flight one takes longer.
+swoop slow_run(std::int64_t longer) {
+  const std::vector<gps_point> all = with_velocity_errors(flight_samples());
+  std::vector<gps_point> samples;
+  for (std::size_t k = 0; k < all.size(); k += 3) samples.push_back(all[k]);
+  for (std::size_t k = 200; k < samples.size(); ++k) samples[k].time += longer;
+  return analysed(samples);
+}
+
+TEST(run_check_test, takes_1_6_usual_steps_of_a_slow_logger_for_no_gap) {
+  EXPECT_EQ(checked(slow_run(350), few_draws).longest_gap, 0.0);
+  EXPECT_NEAR(checked(slow_run(370), few_draws).longest_gap, 0.97, 1e-9);
 }
 
 TEST(run_check_test, bounds_what_was_crossed_in_a_gap) {

@@ -11,11 +11,12 @@
 
 namespace tarvel {
 
-// 4 s level, 3 s of fall, 2 s of opening, 120 s of descent, 4 s of dive through 270 degrees, 4 s of rollout, the gate;
-// then the swoop and what the pilot does on the ground.
-[[nodiscard]] inline std::vector<gps_point> flight_samples(const std::vector<flight_leg> &from_the_gate_on) {
-  std::vector<flight_leg> legs = {{4.0, 40.0, 0.0, 0.0},   {3.0, 30.0, 30.0, 0.0},  {2.0, 15.0, 6.0, 0.0},
-                                  {120.0, 15.0, 6.0, 0.0}, {4.0, 15.0, 30.0, 67.5}, {4.0, 25.0, 0.0, 0.0}};
+// 4 s level, 3 s of fall, 2 s of opening, 120 s of descent, 4 s of dive through 270 degrees or at another rate (degrees
+// per second), 4 s of rollout, the gate; then the swoop and what the pilot does on the ground.
+[[nodiscard]] inline std::vector<gps_point> flight_samples(const std::vector<flight_leg> &from_the_gate_on,
+                                                           double turn_rate = 67.5) {
+  std::vector<flight_leg> legs = {{4.0, 40.0, 0.0, 0.0},   {3.0, 30.0, 30.0, 0.0},       {2.0, 15.0, 6.0, 0.0},
+                                  {120.0, 15.0, 6.0, 0.0}, {4.0, 15.0, 30.0, turn_rate}, {4.0, 25.0, 0.0, 0.0}};
   legs.insert(legs.end(), from_the_gate_on.begin(), from_the_gate_on.end());
   return logged(fly(legs, 6), simulated_frame());
 }
