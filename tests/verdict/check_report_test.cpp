@@ -100,9 +100,56 @@ TEST(check_report_test, gives_reasons_and_the_verdict) {
   EXPECT_TRUE(contains(text, "verdict: unusable\n")) << text;
 }
 
-TEST(check_report_test, prints_every_figure_once) {
-  const std::string text = report_of(short_run(), empty_check(), {});
-  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2 + static_cast<std::ptrdiff_t>(figure_count) + 1 + 1);
+constexpr const char *a_length = "      12 m         11 ..      14";
+constexpr const char *a_speed = "    44.4 km/h    40.3 ..    47.2";
+constexpr const char *a_time = "   12.34 sec    11.20 ..   13.11";
+constexpr const char *an_angle = "      12 deg       11 ..      14   right-hand in all draws";
+
+struct expected_line {
+  const char *label;
+  const char *behind;
+};
+
+const expected_line expected_lines[] = {
+    {"entry gate speed:       ", a_speed},  {"distance to stop:       ", a_length},
+    {"touchdown estimate:     ", a_length}, {"  speed:                ", a_speed},
+    {"speed carve time:       ", a_time},   {"  speed:                ", a_speed},
+    {"degrees of rotation:    ", an_angle}, {"time to execute turn:   ", a_time},
+    {"time during rollout:    ", a_time},   {"time aloft during swoop:", a_time},
+    {"exited airplane:        ", a_length}, {"initiated turn:         ", a_length},
+    {"  back:                 ", a_length}, {"  offset:               ", a_length},
+    {"max vertical speed:     ", a_length}, {"  back:                 ", a_length},
+    {"  offset:               ", a_length}, {"  speed:                ", a_speed},
+    {"started rollout:        ", a_length}, {"  back:                 ", a_length},
+    {"  offset:               ", a_length}, {"  speed:                ", a_speed},
+    {"finished rollout:       ", a_length}, {"  back:                 ", a_length},
+    {"  offset:               ", a_length}, {"max total speed:        ", a_length},
+    {"  back:                 ", a_length}, {"  offset:               ", a_length},
+    {"  speed:                ", a_speed},  {"max horizontal speed:   ", a_length},
+    {"  back:                 ", a_length}, {"  offset:               ", a_length},
+    {"  speed:                ", a_speed},
+};
+
+TEST(check_report_test, prints_every_figure_in_its_unit) {
+  run_check check = empty_check();
+  for (figure_check &each : check.figures) each = {12.343, true, {11.204, 13.106}, 0.0};
+  std::string expected = ": 1970-01-01 00:00:00, 5 samples a second, 12 to 15 satellites\n\n";
+  for (const expected_line &line : expected_lines) expected += std::string(line.label) + line.behind + "\n";
+  EXPECT_EQ(report_of(short_run(), check, {}), expected + "\nverdict: good\n");
+}
+
+TEST(check_report_test, gives_no_interval_of_a_touchdown_that_is_the_stop) {
+  swoop run = short_run();
+  run.touchdown_time = run.track[run.stop].time;
+  run_check check = empty_check();
+  for (figure_check &each : check.figures) each = {12.343, true, {11.204, 13.106}, 0.0};
+  const std::string text = report_of(run, check, {});
+  EXPECT_TRUE(contains(text,
+                       "touchdown estimate:           12 m   is the stop: nobody marked the touchdown\n"
+                       "  speed:                    44.4 km/h   at the stop\n"))
+      << text;
+  EXPECT_TRUE(contains(text, "time aloft during swoop:   12.34 sec   at the stop\n")) << text;
+  EXPECT_TRUE(contains(text, "distance to stop:             12 m         11 ..      14\n")) << text;
 }
 
 TEST(check_report_test, says_when_memory_is_short) {
