@@ -136,6 +136,12 @@ TEST(stretches_test, wrong_heights_on_the_ground_are_no_descent) {
   for (const stretch_kind kind : kinds_of(track)) EXPECT_EQ(kind, stretch_kind::ground);
 }
 
+TEST(stretches_test, vertical_speeds_without_a_fall_are_no_descent) {
+  recording track = standing_behind(point_at(meadow), 600);
+  for (std::size_t i = 100; i < 200; ++i) track[i].vel_ltp.z = 5.0;
+  EXPECT_EQ(kinds_of(track), kinds{stretch_kind::ground});
+}
+
 // Takes off on the ground below the run's first sample, and climbs to it.
 recording with_climb(const gps_point &rest, const recording &run) {
   const vec3 &exit = run.front().pos_wgs84;
