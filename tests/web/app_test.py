@@ -322,6 +322,16 @@ class AppTest(unittest.TestCase):
         self.assertEqual(script("return document.documentElement.dataset.theme"), "dark")
         self.assertEqual(script("return document.cookie"), "")
 
+    def test_the_table_is_printed(self):
+        choose(*(work.folder / name for name in ("matrix.txt", "carve.csv", "straight.csv")))
+        wait_for_rows(2)
+        wait_for(lambda: len(script("return document.querySelectorAll('.files .mark')")) == 2)
+        pdf = work.folder / "table.pdf"
+        chromium.print_pdf(driver, pdf, 8.27, 11.69)
+        text = subprocess.run(["pdftotext", "-layout", pdf, "-"], capture_output=True, text=True, check=True).stdout
+        self.assertRegex(text, r"carve\.csv .* 76\.8 +2\.88 +210 +210 +270 +8\.90 +3\.04\n")
+        self.assertNotIn("Choose files", text)
+
     def test_axe_finds_nothing(self):
         def findings():
             script(axe.SCRIPT)
