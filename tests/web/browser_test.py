@@ -477,7 +477,7 @@ class ComparisonTest(unittest.TestCase):
         self.assertEqual(number(first["offset"]), -number(other["offset"]))
         self.assertEqual(number(first["rate"]), -number(other["rate"]))
         self.assertEqual(first["total"], other["total"])
-        self.assertIn("other side", self.differences())
+        self.assertEqual(texts(".comparison .side"), ["left-hand", "right-hand"])
 
     def test_runs_have_lines_colours_and_names_of_their_own(self):
         open_page(work.page("several.html", "carve.csv", "straight.csv", "walk.csv", status=1))

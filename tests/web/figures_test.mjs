@@ -23,7 +23,8 @@ test("a figure is the report's text in the report's units, and has its digits in
   assert.equal(differenceText(speed, { ...speed, value: 35.34647685744649 }, metric), "+3.6");
   assert.equal(differenceText(speed, speed, imperial), "0.0");
   const turn = { value: 270, unit: "deg", text: "270", text_unit: "deg", direction: "left-hand" };
-  assert.equal(differenceText(turn, { ...turn, direction: "right-hand" }, imperial), "other side");
+  assert.equal(differenceText(turn, { ...turn, direction: "right-hand" }, imperial), "");
+  assert.equal(differenceText(turn, { ...turn, value: 450 }, imperial), "+180");
 });
 
 test("an interval is the document's text in its units, and rounded outward in the others", () => {

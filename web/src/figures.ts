@@ -24,10 +24,9 @@ export function figureText(key: string, figure: Figure, units: Units): string {
   return text === "-0" && withoutMinusZero.has(key) ? "0" : text.replace("-", "−");
 }
 
-// The other run's figure less that of the first; empty when one of them has none.
+// The other run's figure less that of the first; empty when one of them has none, and for turns to different sides.
 export function differenceText(first: Figure, other: Figure, units: Units): string {
-  if (first.value === null || other.value === null) return "";
-  if (first.direction !== other.direction) return "other side";
+  if (first.value === null || other.value === null || first.direction !== other.direction) return "";
   const quantity = quantityOf(first);
   return signed((other.value - first.value) * units.factor(quantity), decimals[quantity]);
 }
@@ -201,6 +200,7 @@ export function comparisonTable(documents: RunDocument[], labels: string[], colo
           "td",
           {},
           figure ? valueElement(check, key, figure, units) : element("span", { "data-figure": key }, "–"),
+          figure?.direction ? element("span", { class: "side" }, figure.direction) : null,
           difference === "" ? null : element("span", { class: "difference" }, difference),
           figure ? intervalNote(check, key, figure, units) : null,
         ),
