@@ -251,6 +251,12 @@ test("names are told apart", () => {
   assert.deepEqual(labelsOf(["-", "-"]), ["- (1)", "- (2)"]);
 });
 
+test("the names of gate, touchdown and turn are placed before the others", () => {
+  const run = make(moves, { phases: { turn: 1, rollout_start: 2, entry_gate: 3, touchdown: 6, stop: 6 } });
+  const ranks = sceneFromAbove([run]).marks.map(({ name, rank }) => [name, rank]);
+  assert.deepEqual(ranks, [["start of turn", 2], ["start of rollout", 3], ["entry gate", 0], ["touchdown, stop", 1]]);
+});
+
 test("each accuracy has an axis of its own", () => {
   for (const runs of [[make(moves, { phases })], [make(moves, { phases }), make(moves, { phases })]]) {
     const panels = accuracyPanels(new Matching(runs, "time", "entry_gate"), palette);

@@ -21,6 +21,7 @@ export interface Shape {
 
 export interface SceneMark {
   name: string;
+  rank: number; // of the name: those of lower ranks get the places nearest to their marks
   at: Point;
   run: number;
 }
@@ -94,6 +95,13 @@ function courseFromTheSide(run: Run): Shape[] {
   return shapes;
 }
 
+const firstNames = ["entry_gate", "touchdown", "turn"];
+
+function rankOf({ key }: Mark): number {
+  const rank = firstNames.indexOf(key);
+  return rank < 0 ? firstNames.length : rank;
+}
+
 // Phases of the same moment share one mark.
 function marksOf(runs: Run[], place: (mark: Mark) => Point): SceneMark[] {
   const marks: SceneMark[] = [];
@@ -105,8 +113,9 @@ function marksOf(runs: Run[], place: (mark: Mark) => Point): SceneMark[] {
       const same = byTime.get(mark.phase.time);
       if (same) {
         same.name += `, ${mark.name}`;
+        same.rank = Math.min(same.rank, rankOf(mark));
       } else {
-        const made = { name: mark.name, at, run: index };
+        const made = { name: mark.name, rank: rankOf(mark), at, run: index };
         byTime.set(mark.phase.time, made);
         marks.push(made);
       }

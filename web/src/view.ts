@@ -335,7 +335,7 @@ export class View {
     const onScreen = this.scene.marks
       .map((mark) => ({ ...mark, at: [this.projection.x(mark.at[0]), this.projection.y(mark.at[1])] as Point }))
       .filter((mark) => isInside(mark.at));
-    const named = onScreen.filter((mark) => mark.run === 0);
+    const named = onScreen.filter((mark) => mark.run === 0).sort((a, b) => a.rank - b.rank);
     const { textSize } = this.options;
     context.font = `600 ${textSize}px ${font}`;
     const boxes = placeLabels(
