@@ -4,12 +4,15 @@
 Exits with 77 where chromium, its driver or selenium is not installed.
 """
 import base64
+import functools
+import http.server
 import json
 import os
 import re
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 from pathlib import Path
@@ -250,6 +253,28 @@ class AppTest(unittest.TestCase):
                 (work.folder / "matrix.txt").write_bytes(course)  # a survey has left another
                 failed += len(cells) == 3
         self.assertGreater(failed, 150)
+
+    def test_it_works_from_a_web_server(self):
+        asked = []
+
+        class Handler(http.server.SimpleHTTPRequestHandler):
+            def log_request(self, *_):
+                asked.append(self.path)
+
+        handler = functools.partial(Handler, directory=APP.parent)
+        with http.server.ThreadingHTTPServer(("127.0.0.1", 0), handler) as server:
+            threading.Thread(target=server.serve_forever, daemon=True).start()
+            browser = chromium.start(arguments=["--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1"])
+            try:
+                browser.get(f"http://127.0.0.1:{server.server_port}/{APP.name}")
+                names = (str(work.folder / name) for name in ("matrix.txt", "carve.csv"))
+                browser.find_element(By.ID, "files").send_keys("\n".join(names))
+                wait_for(lambda: browser.execute_script("return document.querySelector('.verdict') !== null"))
+                self.assertEqual(chromium.console_of(browser), [])
+            finally:
+                browser.quit()
+                server.shutdown()
+        self.assertEqual(asked, [f"/{APP.name}"])
 
     def test_a_bad_course_file_has_the_programs_message_beside_the_run(self):
         folder = PROJECT / "tests/fuzz/seeds/course_file"
