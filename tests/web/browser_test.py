@@ -291,6 +291,8 @@ class FiguresTest(unittest.TestCase):
         open_page(work.page_of_documents("check.html", good, document))
         self.assertEqual(texts(".comparison .mark"), ["✓good", "?doubtful"])
         self.assertEqual(texts(".verdict .whose"), ["straight:"])
+        self.assertEqual(texts(".verdict p.note"), [
+            "Where a figure has no interval: the touchdown is not marked, and the stop is taken for it."])
         self.assertEqual(axe_findings(), [])
 
     def test_without_a_check(self):
@@ -450,6 +452,7 @@ class ComparisonTest(unittest.TestCase):
             self.assertEqual(cursor_values(0), cursor_values(1))
 
     def test_a_run_that_is_moved_differs_by_what_it_was_moved(self):
+        self.addCleanup(script, "localStorage.clear()")
         document = work.document("straight.csv")
         moved = copy.deepcopy(document)
         # 2 m higher and 3 m further to the left.

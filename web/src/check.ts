@@ -117,10 +117,12 @@ export function hasIntervals(check: Check | null): boolean {
   return check !== null && Object.keys(check.intervals).length > 0;
 }
 
-function intervalWords(check: Check): string {
-  const given = hasIntervals(check) ? `Below a figure: ${intervalMeaning}.` : "";
+// Of several runs, the table says what an interval is.
+function intervalWords(check: Check, isOneOfSeveral: boolean): string {
+  const given = hasIntervals(check) && !isOneOfSeveral ? `Below a figure: ${intervalMeaning}.` : "";
   const causes = check.missing.filter((why) => why !== "not-found").map((why) => whyWords[why] ?? why);
-  const left = causes.length === 0 ? "" : `${given === "" ? "No figure has an interval" : "Where there is none"}: ${causes.join("; ")}.`;
+  const where = hasIntervals(check) ? "Where a figure has no interval" : "No figure has an interval";
+  const left = causes.length === 0 ? "" : `${where}: ${causes.join("; ")}.`;
   const struck = Object.keys(check.bounds).length > 0 ? "Struck out: a gate was crossed while samples were missing, and only the bounds are known." : "";
   return [given, left, struck].filter((each) => each !== "").join(" ");
 }
@@ -141,7 +143,7 @@ function reasonItem({ code, severity, text }: Reason): HTMLElement {
 }
 
 export function verdictPanel(check: Check, label = ""): HTMLElement {
-  const note = intervalWords(check);
+  const note = intervalWords(check, label !== "");
   const name = label === "" ? null : element("span", { class: "whose" }, `${label}:`);
   return element(
     "section",
