@@ -503,6 +503,7 @@ class ComparisonTest(unittest.TestCase):
 
     def test_after_a_run_that_failed_the_others_are_compared_with_the_next(self):
         open_page(work.page("failed.html", "walk.csv", "carve.csv", "straight.csv", status=1))
+        wait_for(lambda: texts(".readout"))
         rows = script("return [...document.querySelectorAll('.comparison tbody tr')].map(row => row.querySelectorAll('.difference').length)")
         self.assertEqual((rows[0], rows[1]), (0, 0))
         self.assertGreater(rows[2], 5)
