@@ -621,6 +621,13 @@ class TelephoneTest(unittest.TestCase):
             self.assertEqual(chromium.console_of(self.phone), [])
             self.assertEqual(axe_findings(self.phone), [])
 
+    def test_a_name_is_not_broken_for_its_verdict(self):
+        document = work.document("straight.csv", "--check")
+        document["check"]["verdict"] = "doubtful"
+        open_page(work.page_of_documents("check.html", work.document("carve.csv", "--check"), document), self.phone)
+        height = script("return document.querySelector('.verdict .whose').offsetHeight", browser=self.phone)
+        self.assertLess(height, 30, "one line")
+
     def box_of(self, selector):
         element = self.phone.find_element(By.CSS_SELECTOR, selector)
         script("arguments[0].scrollIntoView({block: 'center'})", element, browser=self.phone)

@@ -144,11 +144,11 @@ function reasonItem({ code, severity, text }: Reason): HTMLElement {
 
 export function verdictPanel(check: Check, label = ""): HTMLElement {
   const note = intervalWords(check, label !== "");
-  const name = label === "" ? null : element("span", { class: "whose" }, `${label}:`);
+  const name = label === "" ? [] : [element("span", { class: "whose" }, `${label}:`), " "];
   return element(
     "section",
     { class: `verdict ${check.verdict}`, "aria-label": label === "" ? "Verdict" : `Verdict on ${label}` },
-    element("p", {}, element("span", { class: "sign", "aria-hidden": "true" }, signs[check.verdict]), name, element("strong", {}, words[check.verdict])),
+    element("p", {}, element("span", { class: "sign", "aria-hidden": "true" }, signs[check.verdict]), element("span", {}, ...name, element("strong", {}, words[check.verdict]))),
     check.reasons.length > 0 ? element("ul", { class: "reasons" }, ...check.reasons.map(reasonItem)) : null,
     note === "" ? null : element("p", { class: "note" }, note),
   );
