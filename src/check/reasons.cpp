@@ -94,6 +94,8 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::far_from_gate, "far-from-gate", severity::unusable, 100.0},
     // m from the gate's centre; the gate is 10 m wide.
     {reason_code::beside_the_gate, "beside-the-gate", severity::doubtful, 5.0},
+    // mph at the last sample, whose place is taken for the touchdown: a pilot who walks has not come back to it yet.
+    {reason_code::touchdown_moves, "touchdown-moves", severity::doubtful, 2.0},
     {reason_code::touchdown_is_stop, "touchdown-is-stop", severity::note, 0.0},
 }};
 
@@ -294,6 +296,16 @@ void judge_course(const swoop &run, run_verdict &verdict) {
   add(verdict, is_far ? reason_code::far_from_gate : reason_code::gate_not_crossed, nearest);
 }
 
+// A touchdown that a judge has timed is not at the last sample.
+void judge_touchdown(const swoop &run, run_verdict &verdict) {
+  const gps_point &last = run.track[run.track_len - 1];
+  if (!is_touchdown_marked(run)) {
+    add(verdict, reason_code::touchdown_is_stop, run.touchdown_distance);
+  } else if (run.touchdown_distance == last.pos_local.x) {
+    add_above(verdict, reason_code::touchdown_moves, horizontal_mph(last));
+  }
+}
+
 }  // namespace
 
 const reason_rule &rule_of(reason_code code) { return rules[static_cast<std::size_t>(code)]; }
@@ -307,9 +319,7 @@ run_verdict judge_run(const swoop &run, const run_check &check) {
   judge_lag(check, verdict);
   judge_flight(run, verdict);
   judge_course(run, verdict);
-  if (!is_touchdown_marked(run)) {
-    add(verdict, reason_code::touchdown_is_stop, run.touchdown_distance);
-  }
+  judge_touchdown(run, verdict);
   return verdict;
 }
 

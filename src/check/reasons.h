@@ -54,6 +54,7 @@ enum class reason_code : std::size_t {
   gate_not_crossed,
   far_from_gate,
   beside_the_gate,
+  touchdown_moves,
   touchdown_is_stop,
 };
 constexpr std::size_t reason_count = static_cast<std::size_t>(reason_code::touchdown_is_stop) + 1;

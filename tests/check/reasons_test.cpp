@@ -145,6 +145,14 @@ void widen(run_check &check, figure which, double width) {
   check.figures[index_of(which)] = {0.0, true, {0.0, width}, 0.0};
 }
 
+// The pilot has come back from the stop to where the track ends.
+void end_at_touchdown(swoop &run, const vec3 &velocity) {
+  gps_point &last = run.track[run.track_len - 1];
+  run.touchdown_time = run.track[run.stop].time - 1000;
+  run.touchdown_distance = last.pos_local.x;
+  last.vel_local = velocity;
+}
+
 const limit_case limit_cases[] = {
     {reason_code::gap, 0.5, above(0.5), [](swoop &, run_check &c, double v) { c.longest_gap = v; }},
     {reason_code::gap_at_gate, 0.5, above(0.5), [](swoop &, run_check &c, double v) { c.gate_gap = v; }},
@@ -191,6 +199,10 @@ const limit_case limit_cases[] = {
      [](swoop &r, run_check &, double v) {
        for (std::uint32_t i = r.top_of_turn; i < r.track_len; ++i) r.track[i].pos_local.z = 0.0;
        r.track[r.stop].pos_local.z = v;
+     }},
+    {reason_code::touchdown_moves, from_mph(2.0), from_mph_above(2.0),
+     [](swoop &r, run_check &, double v) {
+       end_at_touchdown(r, {0.0, v, 0.5});
      }},
     {reason_code::ends_early, 500.0, 499.0,
      [](swoop &r, run_check &, double v) {
@@ -292,6 +304,14 @@ TEST(reasons_test, doubt_distances_of_who_levels_out_high) {
   EXPECT_TRUE(has(judge_run(run, run_check()), reason_code::levelled_high));
   run.bottom_zpos = from_feet(15.0);
   EXPECT_FALSE(has(judge_run(run, run_check()), reason_code::levelled_high));
+}
+
+TEST(reasons_test, do_not_doubt_a_touchdown_that_a_judge_has_timed) {
+  swoop run = sound_run();
+  end_at_touchdown(run, {3.0, 0.0, 0.0});
+  EXPECT_TRUE(has(judge_run(run, run_check()), reason_code::touchdown_moves));
+  run.touchdown_distance += 5.0;
+  EXPECT_FALSE(has(judge_run(run, run_check()), reason_code::touchdown_moves));
 }
 
 TEST(reasons_test, tell_from_how_many_samples_on_nothing_is_drawn) {

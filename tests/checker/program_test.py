@@ -62,11 +62,16 @@ class CheckTest(unittest.TestCase):
         return self.check(*options, "run.csv")
 
     def test_the_examples_are_good(self):
-        for options, name in (((), "straight"), ((), "carve"), ((), "reversed"), (("-i",), "implicit"), ((), "tagged")):
+        for options, name in (((), "straight"), ((), "carve"), ((), "reversed"), (("-i",), "implicit"), (("-t", "5"), "tagged")):
             with self.subTest(name):
                 done = self.check(*options, f"{name}.csv")
                 self.assertEqual((done.returncode, done.stderr), (GOOD, ""))
                 self.assertTrue(done.stdout.endswith("\nverdict: good\n"), done.stdout)
+
+    def test_a_touchdown_at_which_the_pilot_walks_is_doubtful(self):
+        done = self.check("tagged.csv")
+        self.assertEqual((done.returncode, done.stderr), (DOUBTFUL, ""))
+        self.assertIn("\ndoubtful: touchdown-moves: 3 mph at the end of the track", done.stdout)
 
     def test_figures_are_those_of_the_report_and_lie_in_their_intervals(self):
         for options in ((), ("-m",)):
