@@ -50,6 +50,7 @@ enum class reason_code : std::size_t {
   several_runs,
   exit_of_another_run,
   gate_of_another_run,
+  levelled_slow,
   levelled_high,
   gate_not_crossed,
   far_from_gate,

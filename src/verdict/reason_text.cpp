@@ -94,6 +94,8 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::gate_of_another_run, reason_unit::seconds,
      "from the landing that gives the gate to this turn: the gate is that of an earlier run; take the one run out of "
      "the track with tarvel-split -w"},
+    {reason_code::levelled_slow, reason_unit::mph,
+     "over the ground at the end of the rollout: this is no swoop, or against a strong wind"},
     {reason_code::levelled_high, reason_unit::feet,
      "above the ground at the end of the rollout; do not compare this distance with others"},
     {reason_code::gate_not_crossed, reason_unit::metres,

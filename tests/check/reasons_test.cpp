@@ -200,6 +200,10 @@ const limit_case limit_cases[] = {
        for (std::uint32_t i = r.top_of_turn; i < r.track_len; ++i) r.track[i].pos_local.z = 0.0;
        r.track[r.stop].pos_local.z = v;
      }},
+    {reason_code::levelled_slow, from_mph(25.0), from_mph_below(25.0),
+     [](swoop &r, run_check &, double v) {
+       r.track[r.bottom_of_turn].vel_local = {v, 0.0, -1.0};
+     }},
     {reason_code::touchdown_moves, from_mph(2.0), from_mph_above(2.0),
      [](swoop &r, run_check &, double v) {
        end_at_touchdown(r, {0.0, v, 0.5});

@@ -32,6 +32,7 @@ const sentence_case sentence_cases[] = {
     {reason_code::contradiction, 1.6, false, "5.2 ft between"},
     {reason_code::levelled_high, 49.2126, false, "49 ft above"},
     {reason_code::levelled_high, 49.2126, true, "15 m above"},
+    {reason_code::levelled_slow, 8.0, false, "8 mph over the ground"},
     {reason_code::touchdown_moves, 3.0, true, "5 km/h at the end"},
     {reason_code::wide_gate_speed, 3.0, true, "10.8 km/h from end to end"},
     {reason_code::wide_gate_speed, 3.0, false, "6.7 mph from end to end"},
