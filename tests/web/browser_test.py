@@ -316,7 +316,7 @@ class CursorTest(unittest.TestCase):
             "horizontal": level * MPH_PER_MPS, "vertical": -s["vz"][i] / 1000 * MPH_PER_MPS,
             "total": math.hypot(level, s["vz"][i] / 1000) * MPH_PER_MPS,
             "height": s["z"][i] / 1000 * FEET_PER_METRE, "distance": s["x"][i] / 1000 * FEET_PER_METRE,
-            "offset": s["y"][i] / 1000 * FEET_PER_METRE,
+            "offset": -s["y"][i] / 1000 * FEET_PER_METRE,
             "dive": s["dive_angle"][i] / 100, "rate": s["turn_rate"][i] / 100, "heading": s["heading"][i] / 100}
 
     def check(self, i):

@@ -33,7 +33,7 @@ export const vertical: Channel = { key: "vertical", name: "vertical", quantity: 
 export const total: Channel = { key: "total", name: "total", quantity: "speed", decimals: 1, of: (run) => run.total };
 export const height: Channel = { key: "height", name: "height", quantity: "length", decimals: 1, of: (run) => run.height };
 export const distance: Channel = { key: "distance", name: "to the gate", quantity: "length", decimals: 1, of: (run) => run.x };
-export const offset: Channel = { key: "offset", name: "to the left", quantity: "length", decimals: 1, of: (run) => run.y };
+export const offset: Channel = { key: "offset", name: "to the right", quantity: "length", decimals: 1, of: (run) => run.offset };
 export const diveAngle: Channel = { key: "dive", name: "dive angle", quantity: "angle", decimals: 1, of: (run) => run.diveAngle };
 export const diveAngleCurve: Channel = { ...diveAngle, of: (run) => inMotion(run, run.diveAngle) };
 export const turnRate: Channel = { key: "rate", name: "turn rate", quantity: "rate", decimals: 1, of: (run) => run.turnRate };

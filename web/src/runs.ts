@@ -17,6 +17,7 @@ export interface Run {
   time: Float64Array; // since the track's first sample
   x: Float64Array; // along the course, 0 at the gate
   y: Float64Array; // to the left of it
+  offset: Float64Array; // to the right, as in the report
   height: Float64Array;
   horizontal: Float64Array;
   vertical: Float64Array; // downwards
@@ -104,6 +105,7 @@ export function makeRun(document: RunDocument, label: string): Run | null {
     time,
     x: scaled(samples.x, 1000),
     y: scaled(samples.y, 1000),
+    offset: scaled(samples.y, -1000),
     height: scaled(samples.z, 1000),
     horizontal,
     vertical,
