@@ -17,7 +17,6 @@ constexpr double before_turn = 2.0;  // s; the lag is sought from there to the s
 constexpr double least_stated_speed = 0.02;    // m/s
 constexpr double least_stated_position = 0.1;  // m
 
-
 // s. Positions that are pulled aside for a shorter or longer time contradict the velocities most over such a span.
 constexpr std::array<double, 3> peak_spans = {0.4, 1.0, 3.0};
 
