@@ -455,7 +455,7 @@ class ComparisonTest(unittest.TestCase):
         self.addCleanup(script, "localStorage.clear()")
         document = work.document("straight.csv")
         moved = copy.deepcopy(document)
-        # 2 m higher and 3 m further to the left.
+        # 2 m higher and 3 m further to the left, which the offset counts as negative.
         moved["samples"]["z"] = [value + 2000 for value in moved["samples"]["z"]]
         moved["samples"]["y"] = [value + 3000 for value in moved["samples"]["y"]]
         moved["figures"]["turn_altitude"]["value"] += 2
@@ -464,7 +464,7 @@ class ComparisonTest(unittest.TestCase):
         put_cursor(200)
         first, other = cursor_values(0), cursor_values(1)
         self.assertAlmostEqual(number(other["height"]) - number(first["height"]), 2.0, delta=0.11)
-        self.assertAlmostEqual(number(other["offset"]) - number(first["offset"]), 3.0, delta=0.11)
+        self.assertAlmostEqual(number(other["offset"]) - number(first["offset"]), -3.0, delta=0.11)
         self.assertEqual(first["horizontal"], other["horizontal"])
         self.assertIn("+2", self.differences())
 
