@@ -23,7 +23,7 @@ double widening_of(figure which) {
     // Where the turn may have begun before a jolt, the ends reach to that start as well.
     case figure::turn_height:
     case figure::turn_back:
-    case figure::turn_offset: return 0.95;
+    case figure::turn_offset:
 
     case figure::distance_to_stop: return 0.95;
 
