@@ -76,6 +76,8 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::no_dive, "no-dive", severity::unusable, 25.0},
     // mph: no canopy dives faster, but a pilot in free fall does.
     {reason_code::too_fast_for_canopy, "too-fast-for-canopy", severity::unusable, 110.0},
+    // mph over the ground at the end of the rollout: straight landings are as slow, and flights that are no swoops.
+    {reason_code::levelled_slow, "levelled-slow", severity::doubtful, 25.0},
     // ft of the stop above the gate, or above the lowest point from the turn to the end of the track.
     {reason_code::ends_in_air, "ends-in-air", severity::unusable, 100.0},
     // s recorded after the stop: only they show that the pilot stood.
@@ -87,8 +89,6 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     // s to the turn from the landing at which the gate of a run without a course is put. A landing before the turn
     // ended another run.
     {reason_code::gate_of_another_run, "gate-of-another-run", severity::unusable, 0.0},
-    // mph over the ground at the end of the rollout: straight landings are as slow, and flights that are no swoops.
-    {reason_code::levelled_slow, "levelled-slow", severity::doubtful, 25.0},
     // ft above the ground at the end of the rollout: from higher up, the distance flown level is not that of the swoop.
     {reason_code::levelled_high, "levelled-high", severity::doubtful, 15.0},
     {reason_code::gate_not_crossed, "gate-not-crossed", severity::doubtful, 0.0},
@@ -261,12 +261,12 @@ void judge_flight(const swoop &run, run_verdict &verdict) {
   const double dive = run.max_vert_speed != 0 ? descent_mph(run.track[run.max_vert_speed]) : 0.0;
   add_below(verdict, reason_code::no_dive, dive);
   add_above(verdict, reason_code::too_fast_for_canopy, dive);
+  add_below(verdict, reason_code::levelled_slow, horizontal_mph(run.track[run.bottom_of_turn]));
   const double stop_height = height_feet(run.track[run.stop]);
   add_above(verdict, reason_code::ends_in_air, std::max(stop_height - found.lowest_from_turn_on, stop_height));
   add_below(verdict, reason_code::ends_early, seconds_behind_stop(run));
   add_above(verdict, reason_code::several_runs, found.count);
   if (run.plane_exit != 0) add_below(verdict, reason_code::exit_of_another_run, found.lowest_before_turn);
-  add_below(verdict, reason_code::levelled_slow, horizontal_mph(run.track[run.bottom_of_turn]));
 }
 
 // The frame is made from the first landing of the track, the figures from its fastest dive.

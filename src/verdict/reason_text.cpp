@@ -82,6 +82,8 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::no_dive, reason_unit::mph, "of descent at the most: this is no swoop; score another track"},
     {reason_code::too_fast_for_canopy, reason_unit::mph,
      "of descent, faster than any canopy dives; is this a fall, or a flight in a suit?"},
+    {reason_code::levelled_slow, reason_unit::mph,
+     "over the ground at the end of the rollout: this is no swoop, or against a strong wind"},
     {reason_code::ends_in_air, reason_unit::feet,
      "above the ground at the stop, so that it is none; let the logger run until you stand"},
     {reason_code::ends_early, reason_unit::seconds,
@@ -94,8 +96,6 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::gate_of_another_run, reason_unit::seconds,
      "from the landing that gives the gate to this turn: the gate is that of an earlier run; take the one run out of "
      "the track with tarvel-split -w"},
-    {reason_code::levelled_slow, reason_unit::mph,
-     "over the ground at the end of the rollout: this is no swoop, or against a strong wind"},
     {reason_code::levelled_high, reason_unit::feet,
      "above the ground at the end of the rollout; do not compare this distance with others"},
     {reason_code::gate_not_crossed, reason_unit::metres,

@@ -318,6 +318,26 @@ TEST(reasons_test, do_not_doubt_a_touchdown_that_a_judge_has_timed) {
   EXPECT_FALSE(has(judge_run(run, run_check()), reason_code::touchdown_moves));
 }
 
+// A run without a course that lands straight, 65 ft up, behind another run, in a track that ends early.
+TEST(reasons_test, come_in_the_order_of_their_codes) {
+  swoop run = sound_run(gate_type_implicit);
+  run.track[run.max_vert_speed].vel_local.z = -from_mph_below(25.0);
+  run.track[run.bottom_of_turn].vel_local = {from_mph_below(25.0), 0.0, -1.0};
+  run.track[run.top_of_turn - 1].pos_local.z = 10.0;
+  run.bottom_zpos = from_feet(65.0);
+  run.track_len = run.stop + 1;
+  run_check check;
+  check.longest_gap = 2.0;
+  check.jerk = 200.0;
+  check.other_hand = 0.5;
+  check.lag.vertical = 0.2;
+  const run_verdict verdict = judge_run(run, check);
+  const auto reasons = reasons_of(verdict);
+  EXPECT_GE(reasons.size(), 8U);
+  EXPECT_TRUE(
+      std::is_sorted(reasons.begin(), reasons.end(), [](const reason &a, const reason &b) { return a.code < b.code; }));
+}
+
 TEST(reasons_test, tell_from_how_many_samples_on_nothing_is_drawn) {
   EXPECT_EQ(rule_of(reason_code::not_drawn).limit, most_samples);
 }
