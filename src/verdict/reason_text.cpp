@@ -83,7 +83,7 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::too_fast_for_canopy, reason_unit::mph,
      "of descent, faster than any canopy dives; is this a fall, or a flight in a suit?"},
     {reason_code::levelled_slow, reason_unit::mph,
-     "over the ground at the end of the rollout: this is no swoop, or against a strong wind"},
+     "over the ground at the end of the rollout; score it only if it was a swoop against a strong wind"},
     {reason_code::ends_in_air, reason_unit::feet,
      "above the ground at the stop, so that it is none; let the logger run until you stand"},
     {reason_code::ends_early, reason_unit::seconds,
@@ -105,7 +105,7 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::beside_the_gate, reason_unit::metres,
      "from the gate's centre, beyond its half width; judge by eye whether the run was through the gate"},
     {reason_code::touchdown_moves, reason_unit::mph,
-     "at the end of the track, whose place is taken for the touchdown; stand there till the end, or use -t"},
+     "at the end of the track, whose place is taken for the touchdown; stand there until the track ends, or use -t"},
     {reason_code::touchdown_is_stop, reason_unit::metres,
      "from the gate to the stop, which is taken for the touchdown: nobody marked it; stand there, or use -t"},
 }};
