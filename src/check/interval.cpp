@@ -20,12 +20,11 @@ double widening_of(figure which) {
     case figure::degrees:
     case figure::time_aloft: return 1.05;
 
-    // Where the turn may have begun before a jolt, the ends reach to that start as well.
+    case figure::distance_to_stop:
+    // Where the turn may have begun before a jolt, the ends of these reach to that start as well.
     case figure::turn_height:
     case figure::turn_back:
-    case figure::turn_offset:
-
-    case figure::distance_to_stop: return 0.95;
+    case figure::turn_offset: return 0.95;
 
     // Most of its interval is the resolution, half a step, which needs no widening.
     case figure::max_horizontal_back: return 0.9;

@@ -1,5 +1,5 @@
-// The quantile is Wichura's algorithm AS 241 (PPND16): three ratios of polynomials of degree 7, one for the middle 85
-// %, two for the tails.
+// The quantile is Wichura's algorithm AS 241 (PPND16): three ratios of polynomials of degree 7, one for the middle
+// 85 percent, two for the tails.
 #include "check/random_draws.h"
 
 #include <cmath>

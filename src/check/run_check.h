@@ -20,8 +20,8 @@ constexpr std::uint32_t most_samples = 4000;
 struct check_settings {
   std::uint32_t draws = 400;
   std::uint64_t seed = 1;
-  bool even_if_withheld =
-      false;  // also compute intervals that are withheld, to measure how often they contain the truth
+  // Also compute intervals that are withheld, to measure how often they contain the truth.
+  bool even_if_withheld = false;
 };
 
 // Why figures of a run get no intervals. For a gap, a contradiction or white errors only the phases get none, since
