@@ -4,9 +4,7 @@ import os
 import re
 import shutil
 import subprocess
-import tempfile
 import time
-import unittest
 from pathlib import Path
 
 PROJECT = Path(os.environ["TARVEL_SOURCE_DIR"])
@@ -76,19 +74,3 @@ class Workplace:
             made.append(",".join(row[column] for column in columns))
         (self.folder / other).write_text("\n".join(made) + "\n")
         return other
-
-
-class BrowserTest(unittest.TestCase):
-    """Tests in a browser that start() starts, with a folder of tracks."""
-    start = None
-
-    @classmethod
-    def setUpClass(cls):
-        cls.temporary = tempfile.TemporaryDirectory()
-        cls.work = Workplace(cls.temporary.name)
-        cls.browser = cls.start()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.stop()
-        cls.temporary.cleanup()

@@ -36,6 +36,15 @@ class WebKit:
             self.display.terminate()
             raise
 
+    def get(self, address):
+        self.driver.get(address)
+
+    def execute_script(self, text, *arguments):
+        return self.driver.execute_script(text, *arguments)
+
+    def execute_async_script(self, text, *arguments):
+        return self.driver.execute_async_script(text, *arguments)
+
     def stop(self):
         self.driver.quit()
         self.display.terminate()
