@@ -1,4 +1,4 @@
-"""engine_test.py RUNNER... PROGRAM: the engine built for another machine has the same outputs as tarvel on this one."""
+"""engine_test.py MACHINE RUNNER... PROGRAM: the engine built for another machine gives the outputs of tarvel."""
 
 import hashlib
 import os
@@ -9,25 +9,24 @@ import sys
 import tempfile
 import unittest
 
+from engines import ProcessEngine, WasmEngine
 from same_outputs import SameOutputs
 
 source = pathlib.Path(os.environ["TARVEL_SOURCE_DIR"])
 tarvel = os.environ["TARVEL_PROGRAM"]
 tarvel_json = os.environ["TARVEL_JSON_PROGRAM"]
 tarvel_check = os.environ["TARVEL_CHECK_PROGRAM"]
-engine = []
 
 runs = ("carve", "implicit", "reversed", "straight", "tagged")
 document_options = ((), ("-m",), ("-i",), ("-i", "-m"), ("-t", "5"))
 options = ((), ("-m",), ("-d",), ("-i",), ("-i", "-m", "-d"), ("-t", "5"))
 
 
-def outcome(command, folder):
-    """Exit status and output of a call in the folder, and the files that it leaves there, except charts."""
-    done = subprocess.run(command, cwd=folder, stdout=subprocess.PIPE, stdin=subprocess.DEVNULL, timeout=240)
+def files_in(folder):
+    """The files that a call left, except charts."""
     files = {file.name: file.read_bytes() for file in folder.iterdir() if file.suffix != ".pdf"}
     files.pop("charts.txt", None)
-    return done.returncode, done.stdout, files
+    return files
 
 
 class EngineTest(SameOutputs, unittest.TestCase):
@@ -37,16 +36,15 @@ class EngineTest(SameOutputs, unittest.TestCase):
     def compare(self, arguments, files):
         """Calls both programs over the same files (name: bytes), compares the results, returns the engine's files."""
         outcomes = []
-        for name, command in (("tarvel", [tarvel]), ("engine", engine)):
+        for name, program in (("tarvel", ProcessEngine([tarvel])), ("engine", engine)):
             folder = self.folder / name
             shutil.rmtree(folder, ignore_errors=True)
             folder.mkdir()
             for file, content in files.items():
                 (folder / file).write_bytes(content)
-            outcomes.append(outcome([*command, *arguments], folder))
-        (status, printed, left), (engine_status, engine_printed, engine_left) = outcomes
-        self.assertEqual(printed.decode(), engine_printed.decode())
-        self.assertEqual(status, engine_status)
+            outcomes.append((program.call(arguments, folder), files_in(folder)))
+        (printed, left), (engine_printed, engine_left) = outcomes
+        self.assertEqual(printed, engine_printed)
         self.assertEqual(sorted(left), sorted(engine_left))
         for name in left:
             with self.subTest(file=name):
@@ -69,10 +67,10 @@ class EngineTest(SameOutputs, unittest.TestCase):
                 with self.subTest(run=run, options=given):
                     for name, content in self.example(f"{run}.csv", "matrix.txt").items():
                         (self.folder / name).write_bytes(content)
-                    _, native, _ = outcome([tarvel_check, *given, f"{run}.csv"], self.folder)
-                    _, other, _ = outcome([*engine, "-k", *given, f"{run}.csv"], self.folder)
+                    _, native = ProcessEngine([tarvel_check]).call([*given, f"{run}.csv"], self.folder)
+                    _, other = engine.call(["-k", *given, f"{run}.csv"], self.folder)
                     # The far run has no gate; tarvel-check then prints on standard error.
-                    self.assertEqual(native.decode(), "" if other.startswith(b"ERROR: ") else other.decode())
+                    self.assertEqual(native, "" if other.startswith("ERROR: ") else other)
 
     def test_golden_runs(self):
         golden = source / "tests" / "golden" / "driver"
@@ -96,8 +94,8 @@ class EngineTest(SameOutputs, unittest.TestCase):
         digests = ["-s", hashlib.sha256(files[arguments[-1]]).hexdigest(),
                    "-c", hashlib.sha256(files["matrix.txt"]).hexdigest()]
         native = subprocess.run([tarvel_json, *arguments], cwd=folder, capture_output=True, timeout=240)
-        other = subprocess.run([*engine, *digests, *arguments], cwd=folder, capture_output=True, timeout=240)
-        self.assertEqual(native.returncode, other.returncode)
+        status, _ = engine.call([*digests, *arguments], folder)
+        self.assertEqual(native.returncode, status)
         printed = native.stdout, (folder / "document.json").read_bytes()
         self.expect_same_documents(*printed)
 
@@ -138,5 +136,5 @@ class EngineTest(SameOutputs, unittest.TestCase):
 
 
 if __name__ == "__main__":
-    engine = sys.argv[1:]
-    unittest.main(argv=sys.argv[:1], verbosity=2)
+    with {"wasm": WasmEngine, "aarch64": ProcessEngine}[sys.argv[1]](sys.argv[2:]) as engine:
+        unittest.main(argv=sys.argv[:1], verbosity=2)

@@ -20,7 +20,7 @@ set(tarvel_build_aarch64 sh -c "${CMAKE_COMMAND} --preset aarch64 && ${CMAKE_COM
 foreach(machine wasm aarch64)
   add_test(NAME engine/build_${machine} COMMAND ${tarvel_build_${machine}} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   add_test(NAME engine/${machine}
-    COMMAND Python3::Interpreter -B ${CMAKE_CURRENT_LIST_DIR}/engine_test.py
+    COMMAND Python3::Interpreter -B ${CMAKE_CURRENT_LIST_DIR}/engine_test.py ${machine}
       ${tarvel_run_${machine}} ${tarvel_${machine}_tree}/engine_program)
   set_tests_properties(engine/build_${machine} PROPERTIES FIXTURES_SETUP engine_${machine} TIMEOUT 900 COST 100)
   set_tests_properties(engine/${machine} PROPERTIES FIXTURES_REQUIRED engine_${machine} TIMEOUT 300 COST 50
