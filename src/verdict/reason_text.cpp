@@ -48,8 +48,7 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
      "m/s3 of jerk at the most, more than a canopy can do: reflected signals; compare with a second logger"},
     {reason_code::noise_beyond_statement, reason_unit::number,
      "times the noise that the logger states, so that the phases get no intervals; compare with a second logger to "
-     "know "
-     "them"},
+     "know them"},
     {reason_code::noise_far_beyond_statement, reason_unit::number,
      "times the noise that the logger states: it does not know its reception; compare with a second logger"},
     {reason_code::white_noise, reason_unit::number,
