@@ -283,10 +283,13 @@ class FiguresTest(unittest.TestCase):
         self.assertIn("the stop is taken for it", texts(".verdict p.note")[0])
         document["check"]["verdict"] = "doubtful"
         document["check"]["reasons"].append({
-            "code": "poor-accuracy", "severity": "doubtful", "value": 3, "unit": None, "text": "compare with a second logger"})
+            "code": "wide-distance", "severity": "doubtful", "value": 4.0, "unit": "m", "text": "13.1 ft wide"})
         open_page(work.page_of_documents("check.html", document))
         self.assertIn("Doubtful", texts(".verdict strong")[0])
         self.assertEqual(texts(".reasons li strong"), ["note", "doubtful"])
+        for system, sentence in (("metric", "4.0 m wide"), ("imperial", "13.1 ft wide")):
+            script(f"document.querySelector('[data-value={system}]').click()")
+            self.assertIn(sentence, texts(".reasons li")[1].replace("\u00a0", " "))
         good = {**work.document("carve.csv", "--check")}
         open_page(work.page_of_documents("check.html", good, document))
         self.assertEqual(texts(".comparison .mark"), ["✓good", "?doubtful"])

@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 
-import { checkOf, intervalText, isBounded } from "../../web/src/check.ts";
+import { checkOf, intervalText, isBounded, sentenceOf } from "../../web/src/check.ts";
 import { differenceText, figureText } from "../../web/src/figures.ts";
 import { imperial, metric } from "../../web/src/units.ts";
 import { runDocument } from "./sample_run.mjs";
@@ -43,7 +43,7 @@ test("an interval is the document's text in its units, and rounded outward in th
         exit_gate_speed: { ...without, why: "gap", bounds: { low: 17.0, high: 24.0, low_text: "38.0", high_text: "53.7" } },
         rotation: "?",
       },
-      reasons: [{ code: "gap", severity: "note", value: 1, unit: "s", text: "words" }],
+      reasons: [{ code: "gap", severity: "note", value: 1, unit: "s", text: "words" }, "?", { text: 1, value: "?" }],
     },
   };
   const check = checkOf(source);
@@ -60,7 +60,27 @@ test("an interval is the document's text in its units, and rounded outward in th
   assert.deepEqual(["exit_gate_speed", "entry_gate_speed"].map((key) => isBounded(check, key)), [true, false]);
   assert.equal(isBounded(null, "exit_gate_speed"), false);
   assert.deepEqual(check.missing, ["touchdown-is-stop", "not-found"]);
-  assert.deepEqual(check.reasons, [{ code: "gap", severity: "note", text: "words" }]);
+  assert.deepEqual(check.reasons, [
+    { code: "gap", severity: "note", value: 1, unit: "s", text: "words" },
+    { code: "", severity: "note", value: null, unit: null, text: "1" },
+  ]);
   assert.equal(checkOf(runDocument([{ x: 1 }])), null);
   assert.equal(checkOf({ ...source, check: null }), null);
+});
+
+test("a reason has its value in the units that are shown, with the digits of the document's", () => {
+  const sentence = (value, unit, text, units) => sentenceOf({ code: "", severity: "note", value, unit, text }, units);
+  assert.equal(sentence(4.0, "m", "13.1 ft from end to end", imperial), "13.1 ft from end to end");
+  assert.equal(sentence(4.0, "m", "13.1 ft from end to end", metric), "4.0\u00a0m from end to end");
+  assert.equal(sentence(4.0, "m", "4.0 m from end to end", imperial), "13.1\u00a0ft from end to end");
+  assert.equal(sentence(-0.5, "m", "-2 ft above the ground", metric), "−1\u00a0m above the ground");
+  assert.equal(sentence(8.0, "m/s", "18 mph of descent", metric), "29\u00a0km/h of descent");
+  for (const [value, unit, text] of [
+    [1.5, "s", "1.50 s without samples"],
+    [5.0, null, "5 satellites at the fewest"],
+    [4.0, "m", "words"],
+    [null, "m", "13.1 ft wide"],
+  ]) {
+    assert.equal(sentence(value, unit, text, metric), text);
+  }
 });

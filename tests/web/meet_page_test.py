@@ -56,7 +56,8 @@ def changed(text, change):
 def doubtful(document):
     document["check"]["verdict"] = "doubtful"
     document["check"]["reasons"] = [
-        {"code": "gap", "severity": "doubtful", "value": 1, "unit": "s", "text": f"{HOSTILE} without samples"}]
+        {"code": "gap", "severity": "doubtful", "value": 1, "unit": "s", "text": f"{HOSTILE} without samples"},
+        {"code": "wide-distance", "severity": "doubtful", "value": 4.0, "unit": "m", "text": "13.1 ft wide"}]
 
 
 class Meet:
@@ -125,11 +126,12 @@ class TableTest(unittest.TestCase):
             "return [...document.querySelectorAll('.runs tbody tr')].map(row => [...row.cells].slice(2).map(each => each.textContent))")))
         self.assertEqual(rows["10"][:6], ["✓good", "2026-05-16 13:08:48", "76.8", "2.88", "39.1", "210"])
         self.assertEqual(rows["10"][-1], "")
-        self.assertEqual((rows["2/odd"][0], rows["2/odd"][-1]), ("?doubtful", f"{HOSTILE} without samples"))
+        self.assertEqual((rows["2/odd"][0], rows["2/odd"][-1]), ("?doubtful", f"{HOSTILE} without samples13.1 ft wide"))
         self.assertEqual((rows["walk"][0], rows["walk"][-1]), ("✕failed", "could not detect pattern entry"))
         self.assertEqual((rows[f"lost {HOSTILE}"][0], rows[f"lost {HOSTILE}"][-1]), ("✕failed", "no result came back"))
         script("document.querySelector('[data-value=metric]').click()")
         self.assertIn("123.6", texts(".runs .figure"))
+        self.assertIn("4.0\u00a0m wide", texts(".runs li"))
         script("document.querySelector('[data-value=imperial]').click()")
 
     def test_it_is_sorted_by_a_click_and_by_keys(self):

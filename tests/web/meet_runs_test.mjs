@@ -3,6 +3,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 
 import { compareAddress, comparedRuns, figureKey, matchesWords, sortKeys, sortRuns, tallyText } from "../../web/src/meet-runs.ts";
+import { imperial, metric } from "../../web/src/units.ts";
 
 function run(name, more = {}) {
   return { name, page: null, script: `${name}.js`, verdict: "good", message: "", reasons: [], clock: null, course: null, metric: false, figures: {}, ...more };
@@ -38,12 +39,14 @@ test("each word is found anywhere in a row, but no word across two cells, and no
     verdict: "doubtful",
     clock: "2026-05-16T13:08:48.661",
     reasons: [
-      { code: "gap", severity: "doubtful", text: "Samples missing" },
-      { code: "lag", severity: "note", text: "behind" },
+      { code: "gap", severity: "doubtful", value: 1, unit: "s", text: "1.00 s: samples missing" },
+      { code: "wide-distance", severity: "doubtful", value: 4, unit: "m", text: "13.1 ft wide" },
+      { code: "lag", severity: "note", value: null, unit: null, text: "behind" },
     ],
   });
-  for (const words of ["", " 101 ", "DOUBT samples", "2026-05-16 13:08"]) assert.ok(matchesWords(one, words), words);
-  for (const words of ["101 gone", "101doubtful", "behind"]) assert.ok(!matchesWords(one, words), words);
+  for (const words of ["", " 101 ", "DOUBT samples", "2026-05-16 13:08"]) assert.ok(matchesWords(one, words, imperial), words);
+  for (const words of ["101 gone", "101doubtful", "behind"]) assert.ok(!matchesWords(one, words, imperial), words);
+  assert.deepEqual([imperial, metric].map((units) => matchesWords(one, "13.1", units)), [true, false]);
 });
 
 test("an address brings up runs of the meet that have documents, and nothing else", () => {

@@ -2,7 +2,7 @@
 // --check.
 import { Figure, RunDocument } from "./document";
 import { element } from "./dom";
-import { Units, fixed } from "./units";
+import { Units, fixed, show } from "./units";
 
 export interface Interval {
   low: number; // in the unit of the figure's value
@@ -14,7 +14,9 @@ export interface Interval {
 export interface Reason {
   code: string;
   severity: "note" | "doubtful" | "unusable";
-  text: string;
+  value: number | null;
+  unit: string | null; // of the value: m, m/s, s; null for a count and for a part of 1
+  text: string; // begins with the value in the units of the document
 }
 
 export interface Check {
@@ -55,7 +57,9 @@ export function checkOf(document: RunDocument): Check | null {
   for (const value of Array.isArray(source.reasons) ? source.reasons : []) {
     if (!isRecord(value)) continue;
     const severity = value.severity === "doubtful" || value.severity === "unusable" ? value.severity : "note";
-    check.reasons.push({ code: String(value.code ?? ""), severity, text: String(value.text ?? "") });
+    const measured = typeof value.value === "number" ? value.value : null;
+    const unit = typeof value.unit === "string" ? value.unit : null;
+    check.reasons.push({ code: String(value.code ?? ""), severity, value: measured, unit, text: String(value.text ?? "") });
   }
   return check;
 }
@@ -127,41 +131,50 @@ function intervalWords(check: Check, isOneOfSeveral: boolean): string {
   return [given, left, struck].filter((each) => each !== "").join(" ");
 }
 
+// The text of a reason, which begins with its value in these units.
+export function sentenceOf({ value, unit, text }: Reason, units: Units): string {
+  const quantity = unit === "m" ? "length" : unit === "m/s" ? "speed" : null;
+  const printed = /^-?\d+(?:\.(\d+))? (ft|m|mph|km\/h) /.exec(text);
+  if (quantity === null || value === null || !printed || printed[2] === units.unit(quantity)) return text;
+  return `${show(value, quantity, printed[1]?.length ?? 0, units)} ${text.slice(printed[0].length)}`;
+}
+
 // The verdict as one word with a sign, for tables.
 export function verdictMark(verdict: Check["verdict"] | "failed"): HTMLElement {
   const sign = verdict === "failed" ? signs.unusable : signs[verdict];
   return element("span", { class: `mark ${verdict}` }, element("span", { class: "sign", "aria-hidden": "true" }, sign), verdict);
 }
 
-function reasonItem({ code, severity, text }: Reason): HTMLElement {
+function reasonItem(reason: Reason, units: Units): HTMLElement {
+  const { code, severity } = reason;
   return element(
     "li",
     { class: severity },
     element("span", { class: "sign", "aria-hidden": "true" }, signs[severity]),
-    element("span", {}, element("strong", {}, severity), `: ${text} `, element("code", {}, `(${code})`)),
+    element("span", {}, element("strong", {}, severity), `: ${sentenceOf(reason, units)} `, element("code", {}, `(${code})`)),
   );
 }
 
-export function verdictPanel(check: Check, label = ""): HTMLElement {
+function verdictPanel(check: Check, units: Units, label = ""): HTMLElement {
   const note = intervalWords(check, label !== "");
   const name = label === "" ? [] : [element("span", { class: "whose" }, `${label}:`), " "];
   return element(
     "section",
     { class: `verdict ${check.verdict}`, "aria-label": label === "" ? "Verdict" : `Verdict on ${label}` },
     element("p", {}, element("span", { class: "sign", "aria-hidden": "true" }, signs[check.verdict]), element("span", {}, ...name, element("strong", {}, words[check.verdict]))),
-    check.reasons.length > 0 ? element("ul", { class: "reasons" }, ...check.reasons.map(reasonItem)) : null,
+    check.reasons.length > 0 ? element("ul", { class: "reasons" }, ...check.reasons.map((each) => reasonItem(each, units))) : null,
     note === "" ? null : element("p", { class: "note" }, note),
   );
 }
 
 // The verdict of a single run; of several runs, the verdicts that are not good. The table shows the others.
-export function verdictPanels(documents: RunDocument[], labels: string[]): HTMLElement[] {
+export function verdictPanels(documents: RunDocument[], labels: string[], units: Units): HTMLElement[] {
   const panels: HTMLElement[] = [];
   documents.forEach((document, i) => {
     const check = checkOf(document);
     if (!check) return;
-    if (documents.length === 1) panels.push(verdictPanel(check));
-    else if (check.verdict !== "good") panels.push(verdictPanel(check, labels[i]));
+    if (documents.length === 1) panels.push(verdictPanel(check, units));
+    else if (check.verdict !== "good") panels.push(verdictPanel(check, units, labels[i]));
   });
   return panels;
 }

@@ -1,7 +1,8 @@
 // The runs of a meet as its page lists them: sorting and searching.
-import { Reason } from "./check";
+import { Reason, sentenceOf } from "./check";
 import { Figure } from "./document";
 import { clockText } from "./head";
+import { Units, unitsOf } from "./units";
 
 export interface MeetRun {
   name: string;
@@ -26,7 +27,7 @@ export const sortKeys: Record<"name" | "verdict" | "clock" | "course" | "reasons
   verdict: (run) => (run.verdict === null ? null : verdictOrder[run.verdict]),
   clock: (run) => run.clock,
   course: (run) => run.course,
-  reasons: (run) => reasonTexts(run).join(" ") || null,
+  reasons: (run) => reasonTexts(run, unitsOf("metric")).join(" ") || null,
 };
 
 // An unusable run comes after the others, as in the ranking.
@@ -49,14 +50,14 @@ export function sortRuns(runs: MeetRun[], key: SortKey, isDescending: boolean): 
   });
 }
 
-export function reasonTexts(run: MeetRun): string[] {
+export function reasonTexts(run: MeetRun, units: Units): string[] {
   if (run.message !== "") return [run.message];
-  return run.reasons.filter((each) => each.severity !== "note").map((each) => each.text);
+  return run.reasons.filter((each) => each.severity !== "note").map((each) => sentenceOf(each, units));
 }
 
 // True when every word occurs in the text of the row.
-export function matchesWords(run: MeetRun, words: string): boolean {
-  const text = [run.name, run.verdict ?? "", clockText(run.clock), run.course ?? "", ...reasonTexts(run)].join("\n").toLowerCase();
+export function matchesWords(run: MeetRun, words: string, units: Units): boolean {
+  const text = [run.name, run.verdict ?? "", clockText(run.clock), run.course ?? "", ...reasonTexts(run, units)].join("\n").toLowerCase();
   return words.toLowerCase().split(/\s+/).every((word) => text.includes(word));
 }
 

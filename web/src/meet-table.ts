@@ -22,8 +22,8 @@ function figureColumn(figure: string, title: string): Column {
   return { title, key: figureKey(figure), kind: "figure", cell, figure };
 }
 
-function reasonList(run: MeetRun): Node | string {
-  const texts = reasonTexts(run);
+function reasonList(run: MeetRun, units: Units): Node | string {
+  const texts = reasonTexts(run, units);
   return texts.length === 0 ? "" : element("ul", {}, ...texts.map((text) => element("li", {}, text)));
 }
 
@@ -87,7 +87,7 @@ export class MeetTable {
 
   private fill(): void {
     this.head.replaceChildren(element("th", { scope: "col", class: "tick" }, element("span", { class: "note" }, "Pick")), ...columns.map((column) => this.headCell(column)));
-    const runs = sortRuns(this.runs, this.sorted.key, this.isDescending).filter((run) => matchesWords(run, this.words));
+    const runs = sortRuns(this.runs, this.sorted.key, this.isDescending).filter((run) => matchesWords(run, this.words, this.units));
     this.rows.replaceChildren(...runs.map((run) => this.row(run)));
     this.shown.textContent = runs.length === this.runs.length ? "" : `${runs.length} of ${this.runs.length} shown`;
   }

@@ -1,7 +1,7 @@
 // One sheet of paper: head, figures, both views and four curves. It is made when the browser is about to print, and
 // removed afterwards.
 import { axisTitle } from "./curves";
-import { checkOf, verdictPanels } from "./check";
+import { checkOf, sentenceOf, verdictPanels } from "./check";
 import { paletteOf } from "./colours";
 import { RunDocument } from "./document";
 import { element } from "./dom";
@@ -29,12 +29,13 @@ export interface SheetSource {
 }
 
 // The verdict of a single run, with the reasons; of several runs, a line for each that is not good.
-function verdictLines(documents: RunDocument[], labels: string[]): HTMLElement[] {
-  if (documents.length === 1) return verdictPanels(documents, labels);
+function verdictLines(documents: RunDocument[], labels: string[], units: Units): HTMLElement[] {
+  if (documents.length === 1) return verdictPanels(documents, labels, units);
   return documents.flatMap((document, i) => {
     const check = checkOf(document);
     if (!check || check.verdict === "good") return [];
-    const reasons = check.reasons.filter(({ severity }) => severity !== "note").map(({ text }) => text.replace(/[^.?!]$/, "$&."));
+    const doubts = check.reasons.filter(({ severity }) => severity !== "note");
+    const reasons = doubts.map((each) => sentenceOf(each, units).replace(/[^.?!]$/, "$&."));
     return [element("p", { class: "note" }, `${labels[i]} is ${check.verdict}: ${reasons.join(" ")}`)];
   });
 }
@@ -65,7 +66,7 @@ export function addSheet(root: HTMLElement, { documents, labels, colours, matchi
   root.append(paper);
   const palette = paletteOf(paper);
   const check = checkOf(first);
-  sheet.append(...verdictLines(documents, labels));
+  sheet.append(...verdictLines(documents, labels, units));
   if (documents.length > 1) sheet.append(comparisonTable(documents, labels, colours, palette, units));
   else if (first.figures) sheet.append(scoreTiles(first, check, units), phaseTable(first, labels[0], check, units));
   if (!matching) return () => paper.remove();
