@@ -213,9 +213,12 @@ class QuietTest(unittest.TestCase):
         self.assertEqual(script("return document.querySelectorAll('img, script').length"), 2)
         self.assertEqual(texts("h1"), [name[2:-4] + " (1)"])
         self.assertIn(f"{name}, speed carve to the right", texts(".facts dd"))
-        self.assertEqual(texts(".warnings li"), [f"Warning: {name}"])
+        label = name[2:-4]
+        self.assertEqual(texts(".warnings li"), [f"Warning about {label} (1): {name}", f"Warning about {label} (2): {name}"])
         self.assertIn(name, texts(".failed"))
         self.assertNotEqual(driver.title, "run")
+        open_page(work.page_of_documents("hostile.html", document))
+        self.assertEqual(texts(".warnings li"), [f"Warning: {name}"])
 
 
 class FiguresTest(unittest.TestCase):

@@ -47,7 +47,9 @@ export function failurePanel(document: RunDocument): HTMLElement | null {
   );
 }
 
-export function warningList(document: RunDocument): HTMLElement | null {
-  if (document.warnings.length === 0) return null;
-  return element("ul", { class: "warnings" }, ...document.warnings.map((text) => element("li", {}, `Warning: ${text}`)));
+// The warnings of all runs; of several runs, each with the run's label.
+export function warningList(documents: RunDocument[], labels: string[]): HTMLElement | null {
+  const about = (i: number) => (documents.length === 1 ? "" : ` about ${labels[i]}`);
+  const texts = documents.flatMap(({ warnings }, i) => warnings.map((text) => `Warning${about(i)}: ${text}`));
+  return texts.length === 0 ? null : element("ul", { class: "warnings" }, ...texts.map((text) => element("li", {}, text)));
 }

@@ -133,7 +133,7 @@ class RunPage {
     const { documents, units, body } = this;
     const [first] = documents;
     const palette = paletteOf(this.root);
-    const parts = [failurePanel(first), warningList(first), ...verdictPanels(documents, this.labels, units)];
+    const parts = [failurePanel(first), warningList(documents, this.labels), ...verdictPanels(documents, this.labels, units)];
     body.append(...parts.filter((part): part is HTMLElement => part !== null));
     if (documents.length > 1) body.append(element("section", { class: "panel" }, comparisonTable(documents, this.labels, this.colours, palette, units)));
     else if (first.figures) body.append(scoreTiles(first, checkOf(first), units));
