@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "document/check_json.h"
+#include "document/checked_run.h"
 #include "document/run_document.h"
 #include "support/memory.h"
 #include "support/text_buffer.h"

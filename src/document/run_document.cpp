@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "document/chart_json.h"
+#include "document/check_json.h"
 #include "document/document_text.h"
 #include "document/failure_code.h"
 #include "document/json_values.h"

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "document/check_json.h"
+#include "document/checked_run.h"
 #include "support/error_slot.h"
 #include "support/memory.h"
 #include "support/text_buffer.h"

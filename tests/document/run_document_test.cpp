@@ -7,6 +7,7 @@
 #include <string>
 
 #include "document/failure_code.h"
+#include "document/json_values.h"
 #include "support/hand_made_swoop.h"
 #include "support/refusals.h"
 
