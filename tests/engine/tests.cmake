@@ -16,7 +16,7 @@ set(tarvel_wasm_tree ${PROJECT_BINARY_DIR}/wasm)
 set(tarvel_build_wasm ${CMAKE_COMMAND} --build ${tarvel_wasm_tree} --target engine_program)
 # On ARM char is unsigned, so the preset unsigned-char is not tested here.
 set(tarvel_aarch64_tree ${PROJECT_SOURCE_DIR}/build/aarch64)
-set(tarvel_build_aarch64 sh -c "${CMAKE_COMMAND} --preset aarch64 && ${CMAKE_COMMAND} --build --preset aarch64")
+set(tarvel_build_aarch64 sh -c "${CMAKE_COMMAND} --preset aarch64 && ${CMAKE_COMMAND} --build --preset aarch64 --target engine_program")
 foreach(machine wasm aarch64)
   add_test(NAME engine/build_${machine} COMMAND ${tarvel_build_${machine}} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   add_test(NAME engine/${machine}

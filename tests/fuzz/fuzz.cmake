@@ -6,6 +6,7 @@
 # target fail is reduced and becomes a seed. `scripts/fuzz --keep` writes the corpus; building the replay unpacks it.
 
 if(TARVEL_FUZZERS)
+  add_custom_target(fuzzers)
   add_library(tarvel_reused_memory OBJECT tests/fuzz/reused_memory.cpp)
   target_compile_options(tarvel_reused_memory PRIVATE -fno-sanitize=all)
   target_link_options(tarvel_reused_memory INTERFACE -fsanitize=fuzzer -Wl,--wrap=realloc,--wrap=free)
@@ -22,6 +23,7 @@ function(tarvel_fuzzer name)
   if(TARVEL_FUZZERS)
     add_executable(${name}_fuzzer tests/fuzz/${name}_fuzzer.cpp)
     target_link_libraries(${name}_fuzzer PRIVATE ${fuzzer_USES} tarvel_reused_memory tarvel_build_options)
+    add_dependencies(fuzzers ${name}_fuzzer)
   endif()
   if(TARVEL_TESTS)
     add_executable(${name}_replay tests/fuzz/${name}_fuzzer.cpp)
