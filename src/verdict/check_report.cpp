@@ -159,8 +159,16 @@ void print_head(text_buffer &text, const swoop &run) {
   const double rate = seconds > 0.0 ? static_cast<double>(samples.size() - 1) / seconds : 0.0;
   const auto [fewest, most] = std::minmax_element(
       samples.begin(), samples.end(), [](const gps_point &a, const gps_point &b) { return a.numsv < b.numsv; });
-  text_buffer_printf(text, "%s: %s, %.3g samples a second, %d to %d satellites\n\n", run.file ? run.file.get() : "",
-                     clock_text_of(run.track[0].time).text, rate, fewest->numsv, most->numsv);
+  char rate_text[32];
+  std::snprintf(rate_text, sizeof rate_text, "%.3g", rate);
+  text_buffer_printf(text, "%s: %s, %s %s a second, ", run.file ? run.file.get() : "",
+                     clock_text_of(run.track[0].time).text, rate_text,
+                     std::strcmp(rate_text, "1") == 0 ? "sample" : "samples");
+  if (fewest->numsv == most->numsv) {
+    text_buffer_printf(text, "%d %s\n\n", most->numsv, most->numsv == 1 ? "satellite" : "satellites");
+  } else {
+    text_buffer_printf(text, "%d to %d satellites\n\n", fewest->numsv, most->numsv);
+  }
 }
 
 void print_reason(text_buffer &text, const reason &each, const display_units &units) {

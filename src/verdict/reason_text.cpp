@@ -7,7 +7,19 @@ namespace tarvel {
 
 namespace {
 
-enum class reason_unit { number, seconds, part, metres, feet, metres_per_second, mph };
+// The last three are numbers of these, which may be 1.
+enum class reason_unit {
+  number,
+  seconds,
+  part,
+  metres,
+  feet,
+  metres_per_second,
+  mph,
+  samples,
+  satellites,
+  clock_steps,
+};
 
 struct reason_words {
   reason_code code;
@@ -21,19 +33,19 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
      "without samples between 15 s before the turn and the stop; wear the logger where it sees the sky"},
     {reason_code::gap_at_gate, reason_unit::seconds,
      "without samples while a gate was crossed: what is given are bounds; judge that score by eye"},
-    {reason_code::clock_steps_back, reason_unit::number,
-     "steps of the clock back between the turn and the stop; copy the track from the logger again"},
-    {reason_code::times_repeat, reason_unit::number,
-     "samples at the time of the one before, between the turn and the stop; copy the track from the logger again"},
-    {reason_code::times_out_of_order, reason_unit::number,
-     "samples at or before the time of the one before, so that no intervals are given; copy the track from the logger "
+    {reason_code::clock_steps_back, reason_unit::clock_steps,
+     "of the clock back between the turn and the stop; copy the track from the logger again"},
+    {reason_code::times_repeat, reason_unit::samples,
+     "at the time of the one before, between the turn and the stop; copy the track from the logger again"},
+    {reason_code::times_out_of_order, reason_unit::samples,
+     "at or before the time of the one before, so that no intervals are given; copy the track from the logger "
      "again"},
-    {reason_code::fix_lost, reason_unit::number,
-     "samples between the turn and the stop without a position in three dimensions; do not score this run"},
-    {reason_code::few_satellites, reason_unit::number,
-     "satellites at the fewest; switch the logger on minutes before the exit, under the open sky"},
-    {reason_code::no_satellites, reason_unit::number,
-     "satellites at the fewest, too few for a position; do not score this run"},
+    {reason_code::fix_lost, reason_unit::samples,
+     "between the turn and the stop without a position in three dimensions; do not score this run"},
+    {reason_code::few_satellites, reason_unit::satellites,
+     "at the fewest; switch the logger on minutes before the exit, under the open sky"},
+    {reason_code::no_satellites, reason_unit::satellites,
+     "at the fewest, too few for a position; do not score this run"},
     {reason_code::poor_accuracy, reason_unit::number,
      "times the usual accuracy at the worst; compare with a second logger before scoring"},
     {reason_code::no_accuracy, reason_unit::number, "times the usual accuracy at the worst; do not score this run"},
@@ -125,6 +137,10 @@ struct shown_figure {
   const char *unit;
 };
 
+shown_figure counted(double count, const char *one, const char *several) {
+  return {count, 0, count == 1.0 ? one : several};
+}
+
 shown_figure shown(const reason &each, const display_units &units) {
   const double feet = units.length_factor / feet_per_metre;
   const double mph = units.speed_factor / mph_per_mps;
@@ -136,6 +152,9 @@ shown_figure shown(const reason &each, const display_units &units) {
     case reason_unit::feet: return {each.measured * feet, 0, units.length};
     case reason_unit::metres_per_second: return {each.measured * units.speed_factor, 1, units.speed};
     case reason_unit::mph: return {each.measured * mph, 0, units.speed};
+    case reason_unit::samples: return counted(each.measured, " sample", " samples");
+    case reason_unit::satellites: return counted(each.measured, " satellite", " satellites");
+    case reason_unit::clock_steps: return counted(each.measured, " step", " steps");
   }
   return {each.measured, std::floor(each.measured) == each.measured ? 0 : 1, ""};
 }
@@ -159,7 +178,10 @@ void append_reason_sentence(text_buffer &text, const reason &each, const display
 reason_value value_of(const reason &each) {
   switch (words_of(each.code).unit) {
     case reason_unit::number:
-    case reason_unit::part: break;
+    case reason_unit::part:
+    case reason_unit::samples:
+    case reason_unit::satellites:
+    case reason_unit::clock_steps: break;
     case reason_unit::seconds: return {each.measured, "s"};
     case reason_unit::metres: return {each.measured, "m"};
     case reason_unit::feet: return {each.measured / feet_per_metre, "m"};

@@ -345,6 +345,12 @@ class ReportTest(MeetTest):
         self.assertRegex(text, r"(?m)^3 runs: 3 analysed, 0 failed, \d doubtful, \d unusable$")
         self.assertNotRegex(text, r"(straight|carve)  [?X]")
 
+    def test_counts_one_run_as_one(self):
+        self.add_tracks("straight")
+        output = self.meet("--no-check", "tracks")
+        self.assertTrue(output.startswith("1 run (0 done before): 1 analysed, 0 failed; see "), output)
+        self.assertTrue((self.folder / "results/meet.txt").read_text().startswith("1 run: 1 analysed, 0 failed\n"))
+
     def test_gives_bounds_of_what_was_crossed_in_a_gap_and_no_half_width(self):
         lines = (EXAMPLES / "carve.csv").read_text().splitlines(keepends=True)
         gate = self.document_by_hand("carve.csv")["phases"]["entry_gate"]["index"] + 2
@@ -1019,7 +1025,7 @@ class FolderTest(MeetTest):
         lines = text.split("\r\n") + (self.folder / results / "meet.txt").read_bytes().decode().split("\n")
         self.assertEqual([line for line in lines if not line.isprintable()], [])
         output = self.meet("-c", "matrix.txt", "-o", results, "-l", f"{results}/meet.csv")
-        self.assertIn(f"{len(names)} runs ({len(names)} of them done before)", output)
+        self.assertIn(f"{len(names)} runs ({len(names)} done before)", output)
         self.assertTrue(output.removesuffix("\n").isprintable(), output)
         self.assertEqual((self.folder / results / "meet.csv").read_bytes().decode(), text)
 

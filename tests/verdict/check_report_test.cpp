@@ -63,6 +63,19 @@ TEST(check_report_test, prints_in_the_units_of_the_report) {
   EXPECT_TRUE(contains(report_of(short_run(), check, {}, false), "67.1 mph     65.9 ..    68.3\n"));
 }
 
+TEST(check_report_test, counts_one_as_one) {
+  swoop run = short_run();
+  for (gps_point &sample : std::span(run.track.get(), run.track_len)) {
+    sample.time *= 5;
+    sample.numsv = 1;
+  }
+  EXPECT_TRUE(contains(report_of(run, empty_check(), {}), ", 1 sample a second, 1 satellite\n"));
+  run.track[run.stop].numsv = 0;
+  EXPECT_TRUE(contains(report_of(run, empty_check(), {}), ", 1 sample a second, 0 to 1 satellites\n"));
+  run.track[run.stop].time += 100;
+  EXPECT_TRUE(contains(report_of(run, empty_check(), {}), ", 0.989 samples a second, "));
+}
+
 TEST(check_report_test, says_where_draws_differ) {
   run_check check = empty_check();
   check.figures[index_of(figure::degrees)] = {-270.4, true, {-282.3, -263.8}, 0.0};
