@@ -109,5 +109,5 @@ int main(int argc, char *argv[]) {
     std::fprintf(stderr, "%s: %s: %s\n", check_program, path, error);
     has_failed = true;
   }
-  exit_program(has_failed ? EXIT_FAILURE : status_of(worst));
+  exit_program(has_failed ? EXIT_FAILURE : status_of(worst), check_program);
 }

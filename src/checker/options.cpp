@@ -48,7 +48,7 @@ constexpr option long_options[] = {
 
 [[noreturn]] void exit_with_hint() {
   std::fputs("Try 'tarvel-check --help'.\n", stderr);
-  exit_program(EXIT_FAILURE);
+  exit_program(EXIT_FAILURE, check_program);
 }
 
 [[noreturn]] void refuse(const char *message) {
@@ -60,13 +60,13 @@ void parse_switches(int argc, char *argv[], check_options &options) {
   for (int found = 0; (found = getopt_long(argc, argv, "himt:", long_options, nullptr)) != -1;) {
     error_slot error = nullptr;
     switch (found) {
-      case 'h': std::fputs(help, stdout); exit_program(EXIT_SUCCESS);
+      case 'h': std::fputs(help, stdout); exit_program(EXIT_SUCCESS, check_program);
       case 'i': options.implicit_gate = true; break;
       case 'm': options.metric = true; break;
       case 't': parse_time_aloft(optarg, options.time_aloft, &error); break;
       case draws_option: parse_draws(optarg, options.settings.draws, &error); break;
       case seed_option: parse_seed(optarg, options.settings.seed, &error); break;
-      case version_option: std::printf("%s %s\n", check_program, version); exit_program(EXIT_SUCCESS);
+      case version_option: std::printf("%s %s\n", check_program, version); exit_program(EXIT_SUCCESS, check_program);
       default: exit_with_hint();
     }
     if (error) refuse(error);

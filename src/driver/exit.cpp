@@ -5,11 +5,11 @@
 
 namespace tarvel {
 
-void exit_program(int status) {
+void exit_program(int status, const char *prefix) {
   const bool had_error = std::ferror(stdout) != 0;
   const bool is_closed = std::fclose(stdout) == 0;
   if (had_error || !is_closed) {
-    std::fputs("ERROR: failed to write file: standard output\n", stderr);
+    std::fprintf(stderr, "%s: %s\n", prefix, "failed to write file: standard output");
     status = EXIT_FAILURE;
   }
   std::exit(status);
@@ -24,7 +24,7 @@ void fatal_error(error_slot message) {
 void fail_program(const char *program, error_slot message) {
   if (message == nullptr) return;
   std::fprintf(stderr, "%s: %s\n", program, message);
-  exit_program(EXIT_FAILURE);
+  exit_program(EXIT_FAILURE, program);
 }
 
 }  // namespace tarvel

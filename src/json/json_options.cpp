@@ -53,17 +53,17 @@ constexpr option long_options[] = {
 
 [[noreturn]] void exit_with_hint() {
   std::fputs("Try 'tarvel-json --help'.\n", stderr);
-  exit_program(usage_error);
+  exit_program(usage_error, json_program);
 }
 
 [[noreturn]] void refuse(const char *message) {
-  std::fprintf(stderr, "tarvel-json: %s\n", message);
+  std::fprintf(stderr, "%s: %s\n", json_program, message);
   exit_with_hint();
 }
 
 [[noreturn]] void print_and_exit(const char *words) {
   std::fputs(words, stdout);
-  exit_program(EXIT_SUCCESS);
+  exit_program(EXIT_SUCCESS, json_program);
 }
 
 // The options as far as they are parsed. --draws and --seed count only with --check, which may come after them.
@@ -87,7 +87,7 @@ given_switches parse_switches(int argc, char *argv[]) {
       case check_option: given.is_checked = true; break;
       case draws_option: parse_draws(optarg, given.settings.draws, &error); break;
       case seed_option: parse_seed(optarg, given.settings.seed, &error); break;
-      case version_option: std::printf("tarvel-json %s\n", version); exit_program(EXIT_SUCCESS);
+      case version_option: std::printf("%s %s\n", json_program, version); exit_program(EXIT_SUCCESS, json_program);
       default: exit_with_hint();
     }
     if (error) refuse(error);

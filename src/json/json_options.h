@@ -8,6 +8,8 @@
 
 namespace tarvel {
 
+constexpr const char *json_program = "tarvel-json";
+
 struct json_options {
   bool implicit_gate = false;
   bool metric = false;

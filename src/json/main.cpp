@@ -81,7 +81,7 @@ owned_text copy_version_number() {
 
 void set_facts(json_run &run, const json_options &options) {
   run.version_number = copy_version_number();
-  run.facts.program = "tarvel-json";
+  run.facts.program = json_program;
   run.facts.version = run.version_number ? run.version_number.get() : "";
   run.facts.implicit_gate = options.implicit_gate;
   run.facts.metric = options.metric;
@@ -130,6 +130,6 @@ int main(int argc, char *argv[]) {
   const owned_text document = make_document(run);
   const error_slot failure = run.facts.failure.message;
   if (document) std::fputs(document.get(), stdout);
-  if (failure) std::fprintf(stderr, "tarvel-json: %s\n", failure);
-  exit_program(failure ? EXIT_FAILURE : EXIT_SUCCESS);
+  if (failure) std::fprintf(stderr, "%s: %s\n", json_program, failure);
+  exit_program(failure ? EXIT_FAILURE : EXIT_SUCCESS, json_program);
 }

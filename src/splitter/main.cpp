@@ -56,5 +56,5 @@ int main(int argc, char *argv[]) {
   load_time_zone(&error);
   if (!error) split_track(options, &error);
   fail_program(split_program, error);
-  exit_program(EXIT_SUCCESS);
+  exit_program(EXIT_SUCCESS, split_program);
 }

@@ -33,7 +33,7 @@ constexpr option long_options[] = {
 
 [[noreturn]] void exit_with_hint() {
   std::fputs("Try 'tarvel-split --help' for more information.\n", stderr);
-  exit_program(EXIT_FAILURE);
+  exit_program(EXIT_FAILURE, split_program);
 }
 
 [[noreturn]] void exit_with_message(const char *message) {
@@ -49,8 +49,8 @@ split_options parse_split_options(int argc, char *argv[]) {
     switch (found) {
       case 'm': options.metric = true; break;
       case 'w': options.write = true; break;
-      case 'h': std::fputs(usage, stdout); exit_program(EXIT_SUCCESS);
-      case 'V': std::printf("%s %s\n", split_program, version); exit_program(EXIT_SUCCESS);
+      case 'h': std::fputs(usage, stdout); exit_program(EXIT_SUCCESS, split_program);
+      case 'V': std::printf("%s %s\n", split_program, version); exit_program(EXIT_SUCCESS, split_program);
       default: exit_with_hint();
     }
   }

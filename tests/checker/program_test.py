@@ -168,9 +168,11 @@ class CheckTest(unittest.TestCase):
         self.assertEqual({path: path.read_bytes() for path in self.place.iterdir()}, before)
 
     def test_what_is_printed_must_get_out(self):
-        with open("/dev/full", "w", encoding="ascii") as full:
-            done = subprocess.run([CHECK, "carve.csv"], cwd=self.place, stdout=full, stderr=subprocess.PIPE, check=False)
-        self.assertEqual((done.returncode, done.stderr), (ERROR, b"ERROR: failed to write file: standard output\n"))
+        for argument in ("carve.csv", "--help", "--version"):
+            with open("/dev/full", "w", encoding="ascii") as full:
+                done = subprocess.run([CHECK, argument], cwd=self.place, stdout=full, stderr=subprocess.PIPE, check=False)
+            self.assertEqual((done.returncode, done.stderr),
+                             (ERROR, b"tarvel-check: failed to write file: standard output\n"))
 
     def test_warnings_are_told_on_standard_error_with_their_run(self):
         track = example("straight.csv").replace("heading", "colour", 1)

@@ -33,6 +33,22 @@ TEST(exit_test, fails_when_output_is_lost) {
   }
 }
 
+TEST(exit_test, tells_lost_output_with_the_name_of_the_program) {
+  EXPECT_EXIT(
+      {
+        print_to("/dev/full", _IOFBF);
+        exit_program(EXIT_SUCCESS, "tarvel-split");
+      },
+      testing::ExitedWithCode(1), "^tarvel-split: failed to write file: standard output\n$");
+  EXPECT_EXIT(
+      {
+        print_to("/dev/full", _IOFBF);
+        fail_program("tarvel-split", "file exists: day-1.csv");
+      },
+      testing::ExitedWithCode(1),
+      "^tarvel-split: file exists: day-1.csv\ntarvel-split: failed to write file: standard output\n$");
+}
+
 TEST(exit_test, goes_on_without_an_error) {
   EXPECT_EXIT(
       {

@@ -382,11 +382,11 @@ class DocumentTest(unittest.TestCase):
         self.assertIn(f"version {document['program']['version']} ", self.call("--version").stdout.decode())
 
     def test_an_output_that_is_full(self):
-        with open("/dev/full", "wb") as full:
-            done = subprocess.run([TARVEL_JSON, "carve.csv"], cwd=self.place, stdout=full, stderr=subprocess.PIPE,
-                                  check=False)
-        self.assertEqual(done.returncode, 1)
-        self.assertIn(b"failed to write file: standard output", done.stderr)
+        for argument in ("carve.csv", "--help", "--version"):
+            with open("/dev/full", "wb") as full:
+                done = subprocess.run([TARVEL_JSON, argument], cwd=self.place, stdout=full, stderr=subprocess.PIPE,
+                                      check=False)
+            self.assertEqual((done.returncode, done.stderr), (1, b"tarvel-json: failed to write file: standard output\n"))
 
 
 if __name__ == "__main__":

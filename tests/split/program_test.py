@@ -211,7 +211,7 @@ class SplitTest(unittest.TestCase):
         self.assertFalse((self.place / "day-1.csv").exists())
         with open("/dev/full", "w", encoding="ascii") as full:
             done = subprocess.run([SPLIT, "day.csv"], cwd=self.place, stdout=full, stderr=subprocess.PIPE, check=False)
-        self.assertEqual((done.returncode, done.stderr), (1, b"ERROR: failed to write file: standard output\n"))
+        self.assertEqual((done.returncode, done.stderr), (1, b"tarvel-split: failed to write file: standard output\n"))
 
     def test_failures_are_told_on_standard_error(self):
         (self.place / "no.csv").write_text("no track\n")
