@@ -162,7 +162,7 @@ void print_head(text_buffer &text, const swoop &run) {
   char rate_text[32];
   std::snprintf(rate_text, sizeof rate_text, "%.3g", rate);
   text_buffer_printf(text, "%s: %s, %s %s a second, ", run.file ? run.file.get() : "",
-                     clock_text_of(run.track[0].time).text, rate_text,
+                     clock_text_of(run.track[run.top_of_turn].time).text, rate_text,
                      std::strcmp(rate_text, "1") == 0 ? "sample" : "samples");
   if (fewest->numsv == most->numsv) {
     text_buffer_printf(text, "%d %s\n\n", most->numsv, most->numsv == 1 ? "satellite" : "satellites");

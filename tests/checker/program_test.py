@@ -89,7 +89,15 @@ class CheckTest(unittest.TestCase):
 
     def test_the_first_line_tells_which_run_it_is(self):
         self.assertEqual(self.check("carve.csv").stdout.splitlines()[0],
-                         "carve.csv: 2026-05-16 13:05:31, 10 samples a second, 13 to 17 satellites")
+                         "carve.csv: 2026-05-16 13:08:35, 10 samples a second, 13 to 17 satellites")
+
+    def test_the_first_line_has_the_time_of_the_run_that_is_analysed(self):
+        # The dive of the later jump is faster, so that it is analysed.
+        later = example("carve.csv")
+        earlier = example("straight.csv").replace("2026-05-16T", "2026-05-15T")
+        day = self.check_track(earlier + "".join(later.splitlines(keepends=True)[HEADER_LINES:]))
+        alone = self.check_track(later)
+        self.assertEqual(day.stdout.splitlines()[0], alone.stdout.splitlines()[0])
 
     def test_the_sense_of_the_turn(self):
         self.assertRegex(self.check("carve.csv").stdout, r"degrees of rotation: +270 deg .* right-hand in all draws\n")

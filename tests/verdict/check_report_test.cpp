@@ -63,6 +63,15 @@ TEST(check_report_test, prints_in_the_units_of_the_report) {
   EXPECT_TRUE(contains(report_of(short_run(), check, {}, false), "67.1 mph     65.9 ..    68.3\n"));
 }
 
+// In a track of several jumps the first sample is that of another jump.
+TEST(check_report_test, begins_with_the_time_of_the_turn) {
+  swoop run = short_run();
+  run.track[0].time -= 7200000;
+  EXPECT_TRUE(contains(report_of(run, empty_check(), {}), ": 1970-01-01 00:00:00, 5 samples a second, "));
+  run.top_of_turn = 5;
+  EXPECT_TRUE(contains(report_of(run, empty_check(), {}), ": 1970-01-01 00:00:01, 5 samples a second, "));
+}
+
 TEST(check_report_test, counts_one_as_one) {
   swoop run = short_run();
   for (gps_point &sample : std::span(run.track.get(), run.track_len)) {
