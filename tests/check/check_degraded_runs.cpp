@@ -1,6 +1,6 @@
 // Damages simulated runs whose truth is known and checks them: one line a run, for scripts/check_degraded.
 //
-//   check_degraded_runs [--runs N] [--seed S] [--draws D]
+//   check_degraded_runs [--runs N] [--seed S] [--rate R] [--draws D]
 //
 // Each line has the run's number, how it was damaged, the verdict (-1 when the analysis fails), the names of the
 // reasons, and each figure whose interval misses the truth by so much that it is off by more than three half-widths.
@@ -188,7 +188,8 @@ std::string names_of(const run_verdict &verdict) {
 bool check_one(int number, random_source &source, const run_settings &given) {
   constexpr double rates[] = {5.0, 10.0, 20.0};
   const auto kind = static_cast<run_kind>(source.uniform() * 4.0);
-  const simulated_flight flight = random_flight(source, kind, rates[static_cast<int>(source.uniform() * 3.0)]);
+  const double rate = rates[static_cast<int>(source.uniform() * 3.0)];
+  const simulated_flight flight = random_flight(source, kind, given.rate > 0.0 ? given.rate : rate);
   swoop truth;
   if (!find_truth(flight, truth)) return false;
   const damage &done = damages[static_cast<std::size_t>(number) % std::size(damages)];

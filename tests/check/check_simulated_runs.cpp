@@ -1,6 +1,6 @@
 // Checks simulated runs whose truth is known: one line for each figure of each run, for scripts/check_coverage.
 //
-//   check_simulated_runs [--runs N] [--seed S] [--draws D] [--noise NAME] [--even-if-withheld]
+//   check_simulated_runs [--runs N] [--seed S] [--rate R] [--draws D] [--noise NAME] [--even-if-withheld]
 //
 // The truth is what the analysis says of the flight without noise. A simulated flight is too smooth: its greatest
 // speeds lie on plateaus that no logger sees. Fluctuations below 0.7 Hz are therefore added, velocity and position
@@ -36,13 +36,14 @@ void print_check(int number, run_kind kind, double rate, const figure_values &tr
                  const run_verdict &verdict, double seconds) {
   std::printf(
       "run %d %s %g reason=%d ratio=%.3f scale=%.3f wander_h=%.3f wander_v=%.3f memory=%.3f lag_h=%.3f lag_v=%.3f "
-      "rough=%.2f peak=%.2f "
+      "rough=%.2f peak=%.2f jerk=%.1f contradiction=%.3f "
       "failed=%.4f other_hand=%.4f other_degrees=%.4f samples=%u seconds=%.3f verdict=%d "
       "names=%s\n",
       number, kind_names[static_cast<int>(kind)], rate, static_cast<int>(check.reason), check.noise.ratio,
       check.noise.velocity, check.noise.wander[0], check.noise.wander[1], check.noise.memory.velocity,
-      check.lag.horizontal, check.lag.vertical, check.roughness, check.peak, check.failed, check.other_hand,
-      check.other_degrees, check.samples, seconds, static_cast<int>(verdict.worst), names_of(verdict).c_str());
+      check.lag.horizontal, check.lag.vertical, check.roughness, check.peak, check.jerk, check.contradiction,
+      check.failed, check.other_hand, check.other_degrees, check.samples, seconds, static_cast<int>(verdict.worst),
+      names_of(verdict).c_str());
   for (std::size_t i = 0; i < figure_count; ++i) {
     const figure_check &each = check.figures[i];
     std::printf("%zu %.9g %.9g %d %.9g %.9g %.4f\n", i, truth[i], each.value, each.has_interval, each.range.low,
@@ -50,14 +51,14 @@ void print_check(int number, run_kind kind, double rate, const figure_values &tr
   }
 }
 
-double rate_of(int number) {
+double rate_of(int number, const settings &given) {
   constexpr double rates[] = {5.0, 10.0, 20.0};
-  return rates[number / 4 % 3];
+  return given.rate > 0.0 ? given.rate : rates[number / 4 % 3];
 }
 
 // False when the noise or the flight leaves nothing to check.
 bool check_one(int number, random_source &source, const settings &given) {
-  const simulated_flight flight = random_flight(source, static_cast<run_kind>(number % 4), rate_of(number));
+  const simulated_flight flight = random_flight(source, static_cast<run_kind>(number % 4), rate_of(number, given));
   swoop truth;
   if (!find_truth(flight, truth)) return false;
   swoop measured = run_of(measured_points(flight, given.noise, source));

@@ -1,5 +1,6 @@
 #include "support/simulated_flights.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -102,6 +103,12 @@ void add_fluctuations(std::vector<course_sample> &samples, const simulated_run &
   }
 }
 
+void keep_every(int nth, std::vector<course_sample> &samples) {
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < samples.size(); i += static_cast<std::size_t>(nth)) samples[kept++] = samples[i];
+  samples.resize(kept);
+}
+
 std::vector<gps_point> exact_points(const simulated_run &run, const std::vector<course_sample> &samples) {
   std::vector<gps_point> points(samples.size());
   for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -166,9 +173,14 @@ double between(random_source &source, double low, double high) { return low + (h
 simulated_flight random_flight(random_source &source, run_kind kind, double rate) {
   simulated_flight flight;
   flight.kind = kind;
-  flight.run = random_run(source, kind, rate);
+  // A flight is integrated in parts of the time between samples, which must be short.
+  constexpr double lowest_rate = 5.0;
+  const int every = std::max(static_cast<int>(std::ceil(lowest_rate / rate)), 1);
+  flight.run = random_run(source, kind, every * rate);
   std::vector<course_sample> samples = flown_samples(flight.run);
   add_fluctuations(samples, flight.run, source);
+  keep_every(every, samples);
+  flight.run.rate = rate;
   flight.exact = exact_points(flight.run, samples);
   flight.flown = course_of(flight.run);
   return flight;
@@ -245,6 +257,8 @@ bool take_setting(run_settings &given, const std::string &option, const char *va
     given.runs = std::atoi(value);
   } else if (option == "--seed") {
     given.seed = std::strtoull(value, nullptr, 10);
+  } else if (option == "--rate") {
+    given.rate = std::atof(value);
   } else if (option == "--draws") {
     given.check.draws = static_cast<std::uint32_t>(std::atoi(value));
   } else {

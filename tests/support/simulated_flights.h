@@ -56,10 +56,11 @@ struct simulated_flight {
 struct run_settings {
   int runs = 100;
   std::uint64_t seed = 1;
+  double rate = 0.0;  // samples a second of all runs; 0: 5, 10 and 20
   check_settings check;
 };
 
-// Takes --runs, --seed or --draws and its value; false for any other option.
+// Takes --runs, --seed, --rate or --draws and its value; false for any other option.
 bool take_setting(run_settings &given, const std::string &option, const char *value);
 
 // Calls check_one(number, source) for each run, with separate random numbers. When it returns false, the flight left
