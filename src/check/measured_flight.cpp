@@ -29,6 +29,19 @@ std::span<const double> flown(const measured_flight &flight, const owned_array<d
   return {values.get() + first, flight.window.noise_end - first};
 }
 
+// Fills drift with the contradiction along an axis, from this sample on.
+void accumulate_along(const measured_flight &flight, std::size_t axis, std::size_t first, std::span<double> drift) {
+  accumulate_contradiction(times_of(flight.series).subspan(first, drift.size()),
+                           {flight.series.positions[axis].get() + first, drift.size()},
+                           {flight.series.velocities[axis].get() + first, drift.size()}, drift);
+}
+
+// Adds the squared errors of the integral along an axis, from this sample on.
+void add_errors_along(const measured_flight &flight, std::size_t axis, std::size_t first, std::span<double> errors) {
+  add_integration_errors(times_of(flight.series).subspan(first, errors.size()),
+                         {flight.series.velocities[axis].get() + first, errors.size()}, errors);
+}
+
 // Two seconds before the turn.
 std::size_t first_of_lag(const measured_flight &flight) {
   const std::size_t turn = flight.window.run.top_of_turn;
@@ -62,7 +75,7 @@ double jerk_at(const measured_flight &flight, std::size_t k) {
 }  // namespace
 
 bool fill_series(measured_flight &flight) {
-  return series_of(samples_of(flight.window.run), flight.series) && try_resize(flight.work, 3 * flight.series.count);
+  return series_of(samples_of(flight.window.run), flight.series) && try_resize(flight.work, 4 * flight.series.count);
 }
 
 double stated_velocity_sigma(const gps_point &sample) {
@@ -108,8 +121,7 @@ noise_scale measure_noise(measured_flight &flight, const stated_noise &stated, d
   measured.duration = times.back() - times.front();
   measured.step = step;
   for (std::size_t axis = 0; axis < axis_count; ++axis) {
-    accumulate_contradiction(times, flown(flight, flight.series.positions[axis]),
-                             flown(flight, flight.series.velocities[axis]), drift);
+    accumulate_along(flight, axis, flight.window.closely.first, drift);
     const std::size_t group = group_of(axis);
     for (std::size_t j = 0; j < contradiction_spans.size(); ++j) {
       const span_contradiction found = contradiction_over(times, drift, contradiction_spans[j]);
@@ -125,13 +137,15 @@ double measure_peak(measured_flight &flight) {
   const std::size_t count = end - first;
   const std::span<const double> times = times_of(flight.series).subspan(first, count);
   const std::span<double> drift(flight.work.get(), count);
-  const std::span<double> work(drift.data() + count, count);
+  const std::span<double> squared_errors(drift.data() + count, count);
+  const std::span<double> work(squared_errors.data() + count, count);
   double peak = 0.0;
   for (std::size_t axis = 0; axis < axis_count; ++axis) {
-    accumulate_contradiction(times, {flight.series.positions[axis].get() + first, count},
-                             {flight.series.velocities[axis].get() + first, count}, drift);
+    accumulate_along(flight, axis, first, drift);
+    std::fill(squared_errors.begin(), squared_errors.end(), 0.0);
+    add_errors_along(flight, axis, first, squared_errors);
     for (const double span : peak_spans) {
-      peak = std::max(peak, contradiction_peak(times, drift, flown_times(flight).size(), span, work));
+      peak = std::max(peak, contradiction_peak(times, drift, squared_errors, flown_times(flight).size(), span, work));
     }
   }
   return peak;
@@ -151,12 +165,15 @@ double measure_contradiction(measured_flight &flight) {
   const std::span<const double> times = flown_times(flight);
   const std::span<double> north(flight.work.get(), times.size());
   const std::span<double> east(north.data() + times.size(), times.size());
-  const std::span<double> work(east.data() + times.size(), times.size());
+  const std::span<double> squared_errors(east.data() + times.size(), times.size());
+  const std::span<double> work(squared_errors.data() + times.size(), times.size());
+  std::fill(squared_errors.begin(), squared_errors.end(), 0.0);
   for (const std::size_t axis : {axis_north, axis_east}) {
-    accumulate_contradiction(times, flown(flight, flight.series.positions[axis]),
-                             flown(flight, flight.series.velocities[axis]), axis == axis_north ? north : east);
+    const std::span<double> drift = axis == axis_north ? north : east;
+    accumulate_along(flight, axis, flight.window.closely.first, drift);
+    add_errors_along(flight, axis, flight.window.closely.first, squared_errors);
   }
-  return contradiction_quantile(times, north, east, contradiction_spans[one_second], most, work);
+  return contradiction_quantile(times, north, east, squared_errors, contradiction_spans[one_second], most, work);
 }
 
 double measure_roughness(measured_flight &flight) {

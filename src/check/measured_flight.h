@@ -17,7 +17,7 @@ namespace tarvel {
 struct measured_flight {
   check_window window;
   motion_series series;
-  owned_array<double> work;  // three times as long as the series; scratch space of each call
+  owned_array<double> work;  // four times as long as the series; scratch space of each call
 };
 
 // Fills the series from the window. False when memory is short.
@@ -47,11 +47,12 @@ struct measured_flight {
 // The scale of the noise. step is the usual time between samples, s. Needs the lag removed.
 [[nodiscard]] noise_scale measure_noise(measured_flight &flight, const stated_noise &stated, double step);
 
-// The 95 % quantile of the horizontal contradiction over a second, m. Needs the lag removed.
+// The 95 % quantile of the horizontal contradiction over a second, m, without what may be errors of the integral. Needs
+// the lag removed.
 [[nodiscard]] double measure_contradiction(measured_flight &flight);
 
-// The greatest contradiction along an axis over 0.4, 1 or 3 s, from before the turn to after the stop, divided by the
-// median of those up to the stop. Needs the lag removed.
+// The greatest contradiction along an axis over 0.4, 1 or 3 s, from before the turn to after the stop and without what
+// may be errors of the integral, divided by the median of those up to the stop. Needs the lag removed.
 [[nodiscard]] double measure_peak(measured_flight &flight);
 
 // The greatest jerk of the velocities before the stop, m/s3, from accelerations that are means over 0.4 s. Samples

@@ -59,12 +59,71 @@ TEST(contradiction_test, says_nothing_of_a_gap) {
 TEST(contradiction_test, sees_a_second_that_stands_out) {
   const std::vector<double> times = {0.0, 1.0, 2.0, 3.0, 4.0, 5.0};
   const std::vector<double> drift = {0.0, 0.1, 0.2, 1.4, 1.5, 1.4};  // steps of 0.1 but for one of 1.2
+  const std::vector<double> exact(times.size());
   std::vector<double> work(times.size());
-  EXPECT_NEAR(contradiction_peak(times, drift, times.size(), 1.0, work), 12.0, 1e-9);
-  EXPECT_EQ(contradiction_peak(times, drift, times.size(), 9.0, work), 0.0);
+  EXPECT_NEAR(contradiction_peak(times, drift, exact, times.size(), 1.0, work), 12.0, 1e-9);
+  EXPECT_EQ(contradiction_peak(times, drift, exact, times.size(), 9.0, work), 0.0);
   // Only the first two steps are usual; the great one counts all the same.
-  EXPECT_NEAR(contradiction_peak(times, drift, 3, 1.0, work), 12.0, 1e-9);
-  EXPECT_EQ(contradiction_peak(times, drift, 1, 1.0, work), 0.0);
+  EXPECT_NEAR(contradiction_peak(times, drift, exact, 3, 1.0, work), 12.0, 1e-9);
+  EXPECT_EQ(contradiction_peak(times, drift, exact, 1, 1.0, work), 0.0);
+}
+
+// The step of 1.2 may be an error of the integral by 0.5; the median stays.
+TEST(contradiction_test, lets_no_error_of_the_integral_stand_out) {
+  const std::vector<double> times = {0.0, 1.0, 2.0, 3.0, 4.0, 5.0};
+  const std::vector<double> drift = {0.0, 0.1, 0.2, 1.4, 1.5, 1.4};
+  const std::vector<double> squared_errors = {0.0, 0.0, 0.0, 0.25, 0.25, 0.25};
+  std::vector<double> work(times.size());
+  EXPECT_NEAR(contradiction_peak(times, drift, squared_errors, times.size(), 1.0, work), 7.0, 1e-9);
+}
+
+double fourth_power(int k) { return 1.0 * k * k * k * k; }
+
+// The fourth differences of k to the fourth power are 24.
+TEST(contradiction_test, expects_errors_of_the_integral_where_samples_are_far_apart) {
+  const auto errors_at_steps_of = [](double step) {
+    std::vector<double> times;
+    std::vector<double> velocities;
+    for (int k = 0; k < 8; ++k) {
+      times.push_back(step * k);
+      velocities.push_back(fourth_power(k));
+    }
+    std::vector<double> squared_errors(times.size(), 0.5);
+    add_integration_errors(times, velocities, squared_errors);
+    return squared_errors;
+  };
+  const std::vector<double> slow = errors_at_steps_of(0.5);
+  for (std::size_t k = 0; k < slow.size(); ++k) EXPECT_NEAR(slow[k], 0.5 + 0.25 * static_cast<double>(k), 1e-12) << k;
+  EXPECT_EQ(errors_at_steps_of(0.25), std::vector<double>(8, 0.5));
+  EXPECT_EQ(errors_at_steps_of(1.25), std::vector<double>(8, 0.5));  // nothing is known of such a step
+}
+
+// At 12 m/s the integral over a step is wrong by 1.3 m.
+TEST(contradiction_test, sees_none_in_a_turn_by_100_degrees_a_sample) {
+  series north;
+  series east;
+  const double rate = 100.0 * 3.141592653589793 / 180.0;
+  for (int k = 0; k < 40; ++k) {
+    const double t = k;
+    north.times.push_back(t);
+    north.positions.push_back(12.0 / rate * std::sin(rate * t));
+    north.velocities.push_back(12.0 * std::cos(rate * t));
+    east.positions.push_back(-12.0 / rate * std::cos(rate * t));
+    east.velocities.push_back(12.0 * std::sin(rate * t));
+  }
+  east.times = north.times;
+  const std::vector<double> exact(40);
+  std::vector<double> errors(40);
+  std::vector<double> work(40);
+  add_integration_errors(north.times, north.velocities, errors);
+  add_integration_errors(east.times, east.velocities, errors);
+  const auto most = [&](const std::vector<double> &squared_errors) {
+    return contradiction_quantile(north.times, drift_of(north), drift_of(east), squared_errors, 1.0, 0.9, work);
+  };
+  EXPECT_NEAR(most(exact), 1.3, 0.1);
+  EXPECT_EQ(most(errors), 0.0);
+  for (std::size_t k = 20; k < 40; ++k) north.positions[k] += 10.0;
+  EXPECT_GT(contradiction_quantile(north.times, drift_of(north), drift_of(east), errors, 1.0, 1.0, work), 4.0);
 }
 
 TEST(contradiction_test, takes_the_sample_nearest_to_a_span) {
@@ -91,12 +150,13 @@ TEST(contradiction_test, knows_how_long_most_steps_are) {
   std::vector<double> east(12);
   for (int i = 0; i <= 11; ++i) times.push_back(i);
   for (int i = 0; i <= 10; ++i) north.push_back(north.back() + i);
+  const std::vector<double> exact(12);
   std::vector<double> work(12);
-  EXPECT_EQ(contradiction_quantile(times, north, east, 1.0, 0.95, work), 9.0);
-  EXPECT_EQ(contradiction_quantile(times, north, east, 1.0, 1.0, work), 10.0);
+  EXPECT_EQ(contradiction_quantile(times, north, east, exact, 1.0, 0.95, work), 9.0);
+  EXPECT_EQ(contradiction_quantile(times, north, east, exact, 1.0, 1.0, work), 10.0);
   east.back() = 30.0;
-  EXPECT_NEAR(contradiction_quantile(times, north, east, 1.0, 1.0, work), std::sqrt(1000.0), 1e-12);
-  EXPECT_EQ(contradiction_quantile(times, north, east, 20.0, 0.95, work), 0.0);
+  EXPECT_NEAR(contradiction_quantile(times, north, east, exact, 1.0, 1.0, work), std::sqrt(1000.0), 1e-12);
+  EXPECT_EQ(contradiction_quantile(times, north, east, exact, 20.0, 0.95, work), 0.0);
 }
 
 // Third differences of 1, -1, 1, -1, ... are 8; those of a parabola are 0.

@@ -292,6 +292,21 @@ TEST(run_check_test, finds_positions_pulled_aside_behind_the_stop) {
   EXPECT_EQ(pulled.contradiction, sound.contradiction);  // measured before the stop
 }
 
+std::vector<gps_point> every_fifth(const std::vector<gps_point> &samples) {
+  std::vector<gps_point> kept;
+  for (std::size_t k = 0; k < samples.size(); k += 5) kept.push_back(samples[k]);
+  return kept;
+}
+
+// At a sample a second the velocities do not tell the way in a turn by 100 degrees a second.
+TEST(run_check_test, takes_no_turn_between_samples_for_a_contradiction) {
+  const swoop run =
+      analysed(every_fifth(with_velocity_errors(flight_samples({{6.0, 0.0, 0.0, 0.0}, {20.0, 0.0, 0.0, 0.0}}, 100.0))));
+  const run_check sound = checked(run, {.draws = 0});
+  EXPECT_LT(sound.peak, 10.0);
+  EXPECT_LT(sound.contradiction, 1.0);
+}
+
 // 10 m within 1.6 s are 77 m/s2 at the most, and as much the other way half a turn later.
 TEST(run_check_test, measures_a_jerk_that_contradicts_nothing) {
   const std::uint32_t rollout = analysed(flight_samples()).rollout;
