@@ -9,9 +9,6 @@ namespace {
 
 constexpr double longest_known_step = 1.0;  // s; what was flown over a longer one is not in the velocities
 
-// s. In a turn of 110 degrees a second at 12 m/s the integral over such a step is right to a centimetre.
-constexpr double longest_exact_step = 0.3;
-
 // The rate of change at a sample, from its neighbours.
 double slope_at(std::span<const double> times, std::span<const double> values, std::size_t k) {
   const std::size_t before = k == 0 ? 0 : k - 1;

@@ -52,6 +52,8 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::noise_beyond_statement, "noise-beyond-statement", severity::note, 1.5},
     {reason_code::noise_far_beyond_statement, "noise-far-beyond-statement", severity::doubtful, 3.0},
     {reason_code::white_noise, "white-noise", severity::doubtful, 0.0},
+    // s between samples: farther apart, the velocities of a flight differ as much as velocities with white noise.
+    {reason_code::sparse_samples, "sparse-samples", severity::note, 0.3},
     // Samples that the figures depend on. Drawing more takes longer than half a second.
     {reason_code::not_drawn, "not-drawn", severity::doubtful, 4000.0},
     // The same, when there are infinite or absurd numbers among them.
@@ -184,9 +186,11 @@ void judge_noise(const run_check &check, run_verdict &verdict) {
   add_above(verdict, reason_code::passing_contradiction, check.peak);
   add_above(verdict, reason_code::impossible_jerk, check.jerk);
   const bool is_far_beyond = check.noise.ratio > rule_of(reason_code::noise_far_beyond_statement).limit;
-  if (!is_far_beyond) add_above(verdict, reason_code::noise_beyond_statement, check.noise.ratio);
+  const bool is_sparse = check.reason == withheld::sparse_samples;
+  if (!is_far_beyond && !is_sparse) add_above(verdict, reason_code::noise_beyond_statement, check.noise.ratio);
   add_above(verdict, reason_code::noise_far_beyond_statement, check.noise.ratio);
   if (check.reason == withheld::white_velocity_noise) add(verdict, reason_code::white_noise, check.roughness);
+  if (is_sparse) add(verdict, reason_code::sparse_samples, check.step);
   if (check.reason == withheld::too_many_samples) add(verdict, reason_code::not_drawn, check.samples);
   if (check.reason == withheld::unsolvable) add(verdict, reason_code::unsolvable, check.samples);
 }

@@ -32,6 +32,7 @@ enum class reason_code : std::size_t {
   noise_beyond_statement,
   noise_far_beyond_statement,
   white_noise,
+  sparse_samples,
   not_drawn,
   unsolvable,
   draws_fail,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "check/contradiction.h"
 #include "check/crossing_bounds.h"
 #include "check/flight_draws.h"
 #include "check/measured_flight.h"
@@ -18,6 +19,10 @@ constexpr double greatest_ratio = 1.5;
 constexpr double shortest_memory = 0.5;  // s
 // White errors of the velocity hardly change its integral, but show as differences from sample to sample.
 constexpr double greatest_roughness = 4.0;
+
+// s. In simulated runs with a sample every 0.5 s the intervals of the phases hold; with one a second the errors of the
+// integral hide the noise, and half of the intervals of the greatest speeds and of the degrees miss the truth.
+constexpr double longest_measured_step = 0.6;
 
 // A gap is more than half a second and more than half as long again as the usual step.
 constexpr double least_gap = 0.5;
@@ -92,19 +97,24 @@ drawn_counts draw_runs(const swoop &run, const check_settings &settings, measure
   return counts;
 }
 
+// The speed at touchdown is that of a stretch in which the pilot stops within a second or two.
+bool is_withheld(const run_check &check, figure which) {
+  if (check.reason == withheld::sparse_samples && which == figure::touchdown_speed) return true;
+  return check.reason != withheld::nothing && !is_score(which);
+}
+
 void fill_intervals(const swoop &run, const drawn_counts &counts, const check_settings &settings, double *rows,
                     run_check &check) {
   const figure_values resolutions = resolutions_of(run);
   const std::uint32_t draws = settings.draws;
   // A touchdown that is not marked is the stop, and the interval of the stop says nothing about it.
   const bool is_touchdown_told = is_touchdown_marked(run) || settings.even_if_withheld;
-  const bool are_phases_told = check.reason == withheld::nothing || settings.even_if_withheld;
   const auto part_of = [&](std::size_t count) { return static_cast<double>(count) / draws; };
   for (std::size_t i = 0; i < figure_count; ++i) {
     figure_check &figure_of_run = check.figures[i];
     figure_of_run.missing = part_of(draws - counts.present[i]);
     if (counts.present[i] == 0 || !std::isfinite(figure_of_run.value)) continue;
-    if (!are_phases_told && !is_score(static_cast<figure>(i))) continue;
+    if (!settings.even_if_withheld && is_withheld(check, static_cast<figure>(i))) continue;
     if (!is_touchdown_told && depends_on_touchdown(static_cast<figure>(i))) continue;
     const std::span<double> drawn(rows + i * draws, counts.present[i]);
     const interval range = interval_of(drawn, widening_of(static_cast<figure>(i)));
@@ -192,10 +202,12 @@ bool check_undrawn(const swoop &run, run_check &check) {
 
 withheld reason_in(const run_check &check) {
   if (check.longest_gap > 0.0) return withheld::gap;
+  if (check.step > longest_measured_step) return withheld::sparse_samples;
   if (check.noise.ratio > greatest_ratio) return withheld::contradiction;
-  if (check.noise.memory.velocity < shortest_memory || check.roughness > greatest_roughness)
-    return withheld::white_velocity_noise;
-  return withheld::nothing;
+  const bool is_white = check.noise.memory.velocity < shortest_memory || check.roughness > greatest_roughness;
+  if (!is_white) return withheld::nothing;
+  // Between samples so far apart, velocities of a flight differ as if they had such errors.
+  return check.step > longest_exact_step ? withheld::sparse_samples : withheld::white_velocity_noise;
 }
 
 // Measures noise and lag, and decides whether the phases get intervals.
@@ -210,6 +222,7 @@ void measure(measured_flight &flight, const stated_noise &stated, double step, r
   // count as rough.
   const double memory = std::min(check.noise.memory.velocity, stated_memory.velocity);
   check.roughness = roughness / expected_roughness(check.noise.velocity * mean_velocity_sigma(flight), step, memory);
+  check.step = step;
   check.reason = reason_in(check);
 }
 

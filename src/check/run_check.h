@@ -32,6 +32,7 @@ enum class withheld {
   gap,                   // samples missing between 15 s before the turn and the stop
   contradiction,         // positions and velocities contradict each other by more than the stated accuracy explains
   white_velocity_noise,  // too short a correlation time to distinguish the velocity's errors from the position's
+  sparse_samples,        // samples too far apart to distinguish the velocity's errors from the flight
   too_many_samples,      // the figures depend on more than most_samples
   unsolvable,            // numbers that allow no smooth flight
 };
@@ -52,6 +53,7 @@ struct run_check {
   double contradiction = 0.0;   // m, the 95 % quantile over a second, in plan and without the lag
   double peak = 0.0;            // the greatest contradiction along an axis, divided by the median
   double jerk = 0.0;            // m/s3, the greatest of the velocities
+  double step = 0.0;            // s, the usual time between samples
   double roughness = 0.0;       // of the velocity from sample to sample, divided by the one that its noise should have
   std::uint32_t unordered = 0;  // samples whose time is not later than the one before
   double longest_gap = 0.0;     // s between two samples from 15 s before the turn to the stop; 0 for the usual steps

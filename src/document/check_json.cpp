@@ -54,6 +54,7 @@ const char *name_of(withheld reason) {
     case withheld::gap: return "gap";
     case withheld::contradiction: return "contradiction";
     case withheld::white_velocity_noise: return "white-noise";
+    case withheld::sparse_samples: return "sparse-samples";
     case withheld::too_many_samples: return "too-many-samples";
     case withheld::unsolvable: return "unsolvable";
   }

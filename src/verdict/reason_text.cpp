@@ -66,6 +66,9 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
     {reason_code::white_noise, reason_unit::number,
      "times the roughness that the noise should have, so that the phases get no intervals; set the logger to a dynamic "
      "mode for flight"},
+    {reason_code::sparse_samples, reason_unit::seconds,
+     "between samples: too far apart to distinguish noise from flight, so that the phases get no intervals; set the "
+     "logger to five samples a second or more"},
     {reason_code::not_drawn, reason_unit::number,
      "samples matter to the figures, too many to draw, so that no intervals are given; take the one run out of the "
      "track with tarvel-split -w"},

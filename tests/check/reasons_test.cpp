@@ -64,6 +64,7 @@ const reason_case reason_cases[] = {
     {reason_code::noise_far_beyond_statement, severity::doubtful, [](swoop &, run_check &c) { c.noise.ratio = 3.1; }},
     {reason_code::white_noise, severity::doubtful,
      [](swoop &, run_check &c) { c.reason = withheld::white_velocity_noise; }},
+    {reason_code::sparse_samples, severity::note, [](swoop &, run_check &c) { c.reason = withheld::sparse_samples; }},
     {reason_code::times_out_of_order, severity::doubtful,
      [](swoop &, run_check &c) { c.reason = withheld::times_out_of_order; }},
     {reason_code::not_drawn, severity::doubtful, [](swoop &, run_check &c) { c.reason = withheld::too_many_samples; }},
@@ -225,6 +226,20 @@ const limit_case limit_cases[] = {
        for (std::uint32_t i = r.rollout; i <= r.stop; ++i) r.track[i].pos_local = {v, 0.0, 0.0};
      }},
 };
+
+// Between sparse samples the contradiction is not that of noise.
+TEST(reasons_test, do_not_doubt_the_stated_noise_of_sparse_samples) {
+  const swoop run = sound_run();
+  run_check check = check_of_run(run);
+  check.reason = withheld::sparse_samples;
+  check.step = 1.0;
+  check.noise.ratio = 2.0;
+  const run_verdict verdict = judge_run(run, check);
+  EXPECT_EQ(verdict.worst, severity::note);
+  EXPECT_FALSE(has(verdict, reason_code::noise_beyond_statement));
+  ASSERT_TRUE(has(verdict, reason_code::sparse_samples));
+  EXPECT_EQ(verdict.reasons[0].measured, 1.0);
+}
 
 TEST(reasons_test, are_given_just_beyond_their_limits) {
   const run_check sound = check_of_run(sound_run());

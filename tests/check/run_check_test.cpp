@@ -164,6 +164,12 @@ std::vector<gps_point> without_accuracy() {
   return samples;
 }
 
+std::vector<gps_point> every(std::size_t nth, const std::vector<gps_point> &samples) {
+  std::vector<gps_point> kept;
+  for (std::size_t k = 0; k < samples.size(); k += nth) kept.push_back(samples[k]);
+  return kept;
+}
+
 const withheld_case withheld_cases[] = {
     {"a sound track", [] { return with_velocity_errors(flight_samples()); }, withheld::nothing},
     {"a gap", with_gap, withheld::gap},
@@ -173,6 +179,10 @@ const withheld_case withheld_cases[] = {
     {"twice the stated errors", [] { return with_velocity_errors(flight_samples(), 2.5); }, withheld::contradiction},
     {"errors that are new in each sample", [] { return with_velocity_errors(flight_samples(), 1.0, 0.001); },
      withheld::white_velocity_noise},
+    {"the same, 0.4 s apart", [] { return every(2, with_velocity_errors(flight_samples(), 1.0, 0.001)); },
+     withheld::sparse_samples},
+    {"a sample every 0.6 s", [] { return every(3, with_velocity_errors(flight_samples())); }, withheld::nothing},
+    {"a sample every 0.8 s", [] { return every(4, with_velocity_errors(flight_samples())); }, withheld::sparse_samples},
 };
 
 TEST(run_check_test, gives_no_intervals_where_they_would_not_hold) {
@@ -196,9 +206,7 @@ TEST(run_check_test, measures_the_gap) {
 
 // Every third sample, so that a usual step takes 0.6 s; in straight flight one takes longer.
 swoop slow_run(std::int64_t longer) {
-  const std::vector<gps_point> all = with_velocity_errors(flight_samples());
-  std::vector<gps_point> samples;
-  for (std::size_t k = 0; k < all.size(); k += 3) samples.push_back(all[k]);
+  std::vector<gps_point> samples = every(3, with_velocity_errors(flight_samples()));
   for (std::size_t k = 200; k < samples.size(); ++k) samples[k].time += longer;
   return analysed(samples);
 }
@@ -292,19 +300,23 @@ TEST(run_check_test, finds_positions_pulled_aside_behind_the_stop) {
   EXPECT_EQ(pulled.contradiction, sound.contradiction);  // measured before the stop
 }
 
-std::vector<gps_point> every_fifth(const std::vector<gps_point> &samples) {
-  std::vector<gps_point> kept;
-  for (std::size_t k = 0; k < samples.size(); k += 5) kept.push_back(samples[k]);
-  return kept;
-}
-
 // At a sample a second the velocities do not tell the way in a turn by 100 degrees a second.
 TEST(run_check_test, takes_no_turn_between_samples_for_a_contradiction) {
   const swoop run =
-      analysed(every_fifth(with_velocity_errors(flight_samples({{6.0, 0.0, 0.0, 0.0}, {20.0, 0.0, 0.0, 0.0}}, 100.0))));
+      analysed(every(5, with_velocity_errors(flight_samples({{6.0, 0.0, 0.0, 0.0}, {20.0, 0.0, 0.0, 0.0}}, 100.0))));
   const run_check sound = checked(run, {.draws = 0});
   EXPECT_LT(sound.peak, 10.0);
   EXPECT_LT(sound.contradiction, 1.0);
+}
+
+// The pilot stands at the touchdown until the track ends.
+TEST(run_check_test, gives_no_interval_of_a_touchdown_speed_between_sparse_samples) {
+  swoop run = analysed(every(5, with_velocity_errors(flight_samples())));
+  ++run.touchdown_time;
+  const run_check check = checked(run, few_draws);
+  EXPECT_TRUE(check_of(check, figure::touchdown_distance).has_interval);
+  EXPECT_FALSE(check_of(check, figure::touchdown_speed).has_interval);
+  EXPECT_TRUE(check_of(checked(run, few_draws_anyway), figure::touchdown_speed).has_interval);
 }
 
 // 10 m within 1.6 s are 77 m/s2 at the most, and as much the other way half a turn later.

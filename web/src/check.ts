@@ -110,6 +110,7 @@ const whyWords: Record<string, string> = {
   gap: "samples are missing",
   contradiction: "positions and speeds contradict each other",
   "white-noise": "the errors of the speeds are new in each sample",
+  "sparse-samples": "the samples are too far apart",
   "too-many-samples": "the run has too many samples",
   unsolvable: "some samples have numbers that no flight can have",
   "missing-in-all-draws": "none of the tracks drawn with the same noise has the figure",
