@@ -28,11 +28,6 @@ struct font_closer {
 };
 using font_handle = std::unique_ptr<PangoFontDescription, font_closer>;
 
-struct loaded_font_closer {
-  void operator()(PangoFont *font) const noexcept { g_object_unref(font); }
-};
-using loaded_font_handle = std::unique_ptr<PangoFont, loaded_font_closer>;
-
 // Pairs cairo_save with cairo_restore.
 class saved_context {
  public:

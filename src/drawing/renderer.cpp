@@ -247,11 +247,13 @@ void draw_chart(cairo_t *cr, const chart *source, std::uint32_t cell) {
 }
 
 bool has_readable_font(cairo_t *cr) {
+  // The font of a text, which pango knows from the charts: for a description alone it would look for fonts anew.
   const layout_handle text = make_text_layout(cr, lay_out_cell(cr, 1).font_size);
-  PangoContext *const context = pango_layout_get_context(text.get());
-  const loaded_font_handle font(pango_context_load_font(context, pango_layout_get_font_description(text.get())));
-  if (!font) return true;
-  cairo_scaled_font_t *const letters = pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(font.get()));
+  pango_layout_set_text(text.get(), "0", -1);
+  const GSList *const runs = pango_layout_get_line_readonly(text.get(), 0)->runs;
+  PangoFont *const font = runs != nullptr ? static_cast<PangoLayoutRun *>(runs->data)->item->analysis.font : nullptr;
+  if (font == nullptr) return true;
+  cairo_scaled_font_t *const letters = pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(font));
   return letters != nullptr && cairo_scaled_font_status(letters) == CAIRO_STATUS_SUCCESS;
 }
 
