@@ -99,6 +99,9 @@ constexpr std::array<reason_rule, reason_count> rules = {{
     {reason_code::far_from_gate, "far-from-gate", severity::unusable, 100.0},
     // m from the gate's centre; the gate is 10 m wide.
     {reason_code::beside_the_gate, "beside-the-gate", severity::doubtful, 5.0},
+    // ft between the heights of the stop and of the course's gate: the logger's error of one recording is smaller. The
+    // scores do not depend on heights.
+    {reason_code::heights_differ, "heights-differ", severity::note, 30.0},
     // mph at the last sample, whose place is taken for the touchdown: a pilot who walks has not come back to it yet.
     {reason_code::touchdown_moves, "touchdown-moves", severity::doubtful, 2.0},
     {reason_code::touchdown_is_stop, "touchdown-is-stop", severity::note, 0.0},
@@ -304,6 +307,15 @@ void judge_course(const swoop &run, run_verdict &verdict) {
   add(verdict, is_far ? reason_code::far_from_gate : reason_code::gate_not_crossed, nearest);
 }
 
+// A pilot who stands is on the ground, whose height the walk of the course has measured as well. A stop higher up is in
+// the air.
+void judge_course_height(const swoop &run, run_verdict &verdict) {
+  if (run.gate_type == gate_type_implicit) return;
+  const double height = height_feet(run.track[run.stop]);
+  const bool is_off = std::fabs(height) > rule_of(reason_code::heights_differ).limit;
+  if (is_off && height <= rule_of(reason_code::ends_in_air).limit) add(verdict, reason_code::heights_differ, height);
+}
+
 // A touchdown that a judge has timed is not at the last sample.
 void judge_touchdown(const swoop &run, run_verdict &verdict) {
   const gps_point &last = run.track[run.track_len - 1];
@@ -327,6 +339,7 @@ run_verdict judge_run(const swoop &run, const run_check &check) {
   judge_lag(check, verdict);
   judge_flight(run, verdict);
   judge_course(run, verdict);
+  judge_course_height(run, verdict);
   judge_touchdown(run, verdict);
   return verdict;
 }

@@ -56,6 +56,7 @@ enum class reason_code : std::size_t {
   gate_not_crossed,
   far_from_gate,
   beside_the_gate,
+  heights_differ,
   touchdown_moves,
   touchdown_is_stop,
 };

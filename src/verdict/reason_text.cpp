@@ -118,6 +118,9 @@ constexpr std::array<reason_words, reason_count> words_of_reasons = {{
      "between the run and the gate: this is not the run's course; give the right one, or use -i"},
     {reason_code::beside_the_gate, reason_unit::metres,
      "from the gate's centre, beyond its half width; judge by eye whether the run was through the gate"},
+    {reason_code::heights_differ, reason_unit::feet,
+     "from the gate up to the stop: unless the ground rises by it, all heights of this run are wrong by as much, the "
+     "scores are not; survey the course again, on the day of the run"},
     {reason_code::touchdown_moves, reason_unit::mph,
      "at the end of the track, whose place is taken for the touchdown; stand there until the track ends, or use -t"},
     {reason_code::touchdown_is_stop, reason_unit::metres,

@@ -96,6 +96,7 @@ const reason_case reason_cases[] = {
      [](swoop &r, run_check &) { r.track[r.top_of_turn - 1].pos_local.z = 10.0; }},
     {reason_code::ends_early, severity::doubtful, [](swoop &r, run_check &) { r.track_len = r.stop + 1; }},
     {reason_code::beside_the_gate, severity::doubtful, [](swoop &r, run_check &) { r.entry_gate_ypos = -5.1; }},
+    {reason_code::heights_differ, severity::note, [](swoop &r, run_check &) { r.track[r.stop].pos_local.z = -15.0; }},
     {reason_code::gate_not_crossed, severity::doubtful, [](swoop &r, run_check &) { r.entry_gate = 0; }},
     {reason_code::far_from_gate, severity::unusable,
      [](swoop &r, run_check &) {
@@ -220,12 +221,26 @@ const limit_case limit_cases[] = {
      [](swoop &r, run_check &, double v) { r.track[r.top_of_turn - 1].pos_local.z = v; }},
     {reason_code::beside_the_gate, 5.0, above(5.0), [](swoop &r, run_check &, double v) { r.entry_gate_ypos = v; }},
     {reason_code::beside_the_gate, -5.0, -above(5.0), [](swoop &r, run_check &, double v) { r.entry_gate_ypos = v; }},
+    {reason_code::heights_differ, from_feet(30.0), from_feet_above(30.0),
+     [](swoop &r, run_check &, double v) { r.track[r.stop].pos_local.z = v; }},
+    {reason_code::heights_differ, -from_feet(30.0), -from_feet_above(30.0),
+     [](swoop &r, run_check &, double v) { r.track[r.stop].pos_local.z = v; }},
     {reason_code::far_from_gate, 100.0, above(100.0),
      [](swoop &r, run_check &, double v) {
        r.entry_gate = 0;
        for (std::uint32_t i = r.rollout; i <= r.stop; ++i) r.track[i].pos_local = {v, 0.0, 0.0};
      }},
 };
+
+TEST(reasons_test, compare_the_heights_of_course_and_run_on_the_ground) {
+  swoop run = sound_run();
+  run.track[run.stop].pos_local.z = from_feet_above(100.0);
+  EXPECT_TRUE(has(judge_run(run, check_of_run(run)), reason_code::ends_in_air));
+  EXPECT_FALSE(has(judge_run(run, check_of_run(run)), reason_code::heights_differ));
+  swoop without_course = sound_run(gate_type_implicit);
+  without_course.track[without_course.stop].pos_local.z = -15.0;
+  EXPECT_FALSE(has(judge_run(without_course, check_of_run(without_course)), reason_code::heights_differ));
+}
 
 // Between sparse samples the contradiction is not that of noise.
 TEST(reasons_test, do_not_doubt_the_stated_noise_of_sparse_samples) {
