@@ -159,14 +159,14 @@ class Copy:
 
     def judge(self, mutant: Mutant) -> str:
         """Returns "caught", "survived" or "not compiled"."""
-        path, text = self.tree / mutant.file, (ROOT / mutant.file).read_text()
+        path = self.tree / mutant.file
         folder = pathlib.Path(mutant.file).parent.name
         try:
             for is_own in (True, False):
                 tests = [test for test in self.tests if (test.folder == folder) == is_own]
-                path.write_text(text)
+                path.write_text(mutant.text)
                 self.prepare(tests)
-                path.write_text(text[:mutant.start] + mutant.replacement + text[mutant.end:])
+                path.write_text(mutant.mutated_text)
                 built = subprocess.run(self.building(tests), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
                 if built.returncode != 0:
                     return "not compiled"
@@ -174,7 +174,7 @@ class Copy:
                     return "caught"
             return "survived"
         finally:
-            path.write_text(text)
+            path.write_text(mutant.text)
 
     def in_order(self, file: str, tests: Iterable[Test]) -> list[Test]:
         """The tests that are named after the file first; among equals, the fastest first."""
@@ -204,7 +204,7 @@ def judge_all(groups: Iterable[list[Mutant]]) -> Verdicts:
 def show(heading: str, mutants: Iterable[Mutant], every: Mapping[str, list[Mutant]]) -> None:
     """Prints mutants as entries of the list."""
     for mutant in sorted(mutants):
-        entry = entry_of(mutant, every[mutant.file])
+        entry = entry_of(mutant)
         print(f"{heading}line {mutant.line}\n{entry.file}: {entry.function}\n- {entry.original}\n+ {entry.mutated}")
 
 

@@ -2,6 +2,9 @@
 digit, flipped signs, removed negations. Also the list of mutants that behave like the original."""
 from __future__ import annotations
 
+import dataclasses
+import decimal
+import functools
 import hashlib
 import pathlib
 import re
@@ -15,7 +18,6 @@ MOST_PER_FILE = {".cpp": 24, ".h": 8}  # fewer for headers, since many files mus
 # These have hardly any code, and almost all files include them.
 LEFT_OUT = ("src/swoop/swoop.h", "src/chart/chart.h")
 COMPONENTS = tuple(sorted(path.name for path in (ROOT / "src").iterdir() if path.is_dir()))
-NEAR = 160  # how many characters before and after a change an entry of the list may use to identify it
 
 TOKEN = re.compile(
     r"""(?P<space>\s+)
@@ -46,100 +48,97 @@ class Token(NamedTuple):
     start: int
 
 
-class Mutant(NamedTuple):
+# The beginning of a declaration outside functions and records, which clang-format never indents, up to its name.
+DECLARATION = re.compile(r"^(?:\[\[.*?\]\]\s*)*[A-Za-z_].*?(\w+)\s*(?:[({=;[]|:(?!:))", re.MULTILINE | re.DOTALL)
+
+
+def flat(text: str) -> str:
+    return re.sub(r"\s+", " ", text)
+
+
+@functools.lru_cache(100)
+def declarations(text: str) -> list[tuple[int, str]]:
+    """The start and the name of each."""
+    return [(match.start(), match[1]) for match in DECLARATION.finditer(text)]
+
+
+def declared(text: str, name: str) -> str:
+    """The text of the declarations of a name, with single blanks."""
+    starts = declarations(text)
+    ends = [start for start, _ in starts[1:]] + [len(text)]
+    return "".join(flat(text[start:end]) for (start, found), end in zip(starts, ends) if found == name)
+
+
+@dataclasses.dataclass(frozen=True, order=True)
+class Mutant:
+    """A text in which one token is replaced."""
     file: str
-    line: int
     start: int
     end: int
     replacement: str
-    original: str  # the line
-    mutated: str
-    function: str  # or the record or the constant
-    before: str  # the text near the token, with single blanks
-    token: str
-    behind: str
+    text: str  # before the change
 
-    def change(self, width: int) -> tuple[str, str]:
-        """The original and the mutated source text, with this number of words before the token and about as many
-        after."""
-        left, right = self.before.split(" "), self.behind.split(" ")
-        a = " ".join(left[-width - (left[-1] == ""):])
-        b = " ".join(right[:max(width - 1, 1) + (right[0] == "")])
-        return a + self.token + b, a + self.replacement + b
+    @property
+    def token(self) -> str:
+        return self.text[self.start:self.end]
+
+    @property
+    def mutated_text(self) -> str:
+        return self.text[:self.start] + self.replacement + self.text[self.end:]
+
+    @property
+    def line(self) -> int:
+        return self.text.count("\n", 0, self.start) + 1
+
+    @property
+    def original(self) -> str:
+        """The line before the change."""
+        return self.text.split("\n")[self.line - 1].strip()
+
+    @property
+    def mutated(self) -> str:
+        return self.mutated_text.split("\n")[self.line - 1].strip()
+
+    @property
+    def function(self) -> str:
+        """Or the record or the constant."""
+        return next(name for start, name in reversed(declarations(self.text)) if start <= self.start)
 
 
 class Entry(NamedTuple):
     """An entry in the list of mutants that behave like the original for every input."""
     file: str
     function: str
-    original: str
+    original: str  # a part of the function, with single blanks, that occurs once in it
     mutated: str
 
     def names(self, mutant: Mutant) -> bool:
-        """True when the mutant makes this change in this context."""
         if (self.file, self.function) != (mutant.file, mutant.function):
             return False
-        for found in re.finditer(re.escape(mutant.token), self.original):
-            a, b = self.original[:found.start()], self.original[found.end():]
-            if self.mutated == a + mutant.replacement + b and mutant.before.endswith(a) and mutant.behind.startswith(b):
-                return True
-        return False
+        before, after = (declared(text, self.function) for text in (mutant.text, mutant.mutated_text))
+        return before.count(self.original) == 1 and before.replace(self.original, self.mutated) == after
 
 
 def read_entries(path: pathlib.Path) -> list[Entry]:
     """Reads paragraphs of "file: function", "- original", "+ mutated" and the reason."""
     entries = []
-    for paragraph in re.split(r"\n\s*\n", path.read_text()):
-        lines = [line for line in paragraph.split("\n") if line and not line.startswith("#")]
-        if not lines:
-            continue
-        file, _, function = lines[0].partition(": ")
-        if len(lines) < 4 or not function or not lines[1].startswith("- ") or not lines[2].startswith("+ "):
+    for paragraph in re.split(r"\n\s*\n", path.read_text())[1:]:
+        parts = re.match(r"(.+?): (.+)\n- (.+)\n\+ (.+)\n.", paragraph)
+        if not parts:
             sys.exit(f"{path.name}: no file, function, original, change and reason in\n{paragraph}")
-        entries.append(Entry(file, function, lines[1][2:], lines[2][2:]))
+        entries.append(Entry(*parts.groups()))
     return entries
 
 
-def entry_of(mutant: Mutant, others: Sequence[Mutant]) -> Entry:
+def entry_of(mutant: Mutant) -> Entry:
     """The shortest entry that names this mutant and no other."""
-    for width in range(2, NEAR):
-        entry = Entry(mutant.file, mutant.function, *mutant.change(width))
-        if not any(entry.names(other) for other in others if other != mutant):
+    before, behind = (flat(text).split(" ") for text in (mutant.text[:mutant.start], mutant.text[mutant.end:]))
+    for words in range(2, 30):
+        a, b = " ".join(before[-words:]), " ".join(behind[:words])
+        entry = Entry(mutant.file, mutant.function, a + mutant.token + b, a + mutant.replacement + b)
+        if entry.names(mutant):
             break
     return entry
-
-
-# The function around each token
-
-
-def name_of(head: Sequence[Token]) -> str:
-    """The name that a declaration declares: a function, a record or a value. The declaration may be incomplete."""
-    texts = [token.text for token in head]
-    for keyword in ("namespace", "enum", "struct", "class", "union"):
-        if keyword in texts and "(" not in texts:
-            rest = [t for t in texts[texts.index(keyword) + 1:] if t not in ("class", "final")]
-            return rest[0] if keyword != "namespace" and rest else ""
-    end = min((texts.index(mark) for mark in ("(", "=", "[") if mark in texts), default=len(texts))
-    names = [token.text for token in head[:end] if token.kind == "word"]
-    return names[-1] if names else ""
-
-
-def owners(code: Sequence[Token]) -> list[str]:
-    """For each token the name of the outermost function around it, otherwise of the record, otherwise of the value."""
-    found, start = [], 0
-    open_names: list[tuple[str, bool]] = []  # of each brace, and whether it is a function's
-    for i, token in enumerate(code):
-        inside = next((name for name, is_function in open_names if is_function), "")
-        record = next((name for name, _ in reversed(open_names) if name), "")
-        found.append(inside or record or name_of(code[start:i]))
-        if token.text == "{":
-            head = code[start:i]
-            open_names.append((name_of(head), any(t.text == "(" for t in head)) if not inside else ("", False))
-        elif token.text == "}" and open_names:
-            open_names.pop()
-        if token.text in ("{", "}", ";"):
-            start = i + 1
-    return found
 
 
 # The mutants of a text
@@ -160,19 +159,12 @@ def other_integers(number: str) -> list[str]:
 
 def other_reals(number: str) -> list[str]:
     """One more and one less in the last of at most 15 digits; a change after these may round to the same number."""
-    match = re.match(r"([\d.]+)([eE][+-]?\d+)?([fFlL]*)", number)
+    match = re.match(r"([\d.]+)(.*)", number)
     assert match
-    mantissa, exponent, suffix = match.groups(default="")
-    kept, seen = "", 0
-    for c in mantissa:
-        if seen == 15:
-            break
-        kept += c
-        seen += c != "." and (seen > 0 or c != "0")
-    decimals = len(kept.partition(".")[2])
-    scaled = int(kept.replace(".", ""))
-    values = [scaled + 1] + ([scaled - 1] if scaled > 0 else [])
-    return [f"{v / 10**decimals:.{max(decimals, 1)}f}{exponent}{suffix}" for v in values]
+    value = decimal.Context(prec=15, rounding=decimal.ROUND_DOWN).create_decimal(match[1])
+    last_place = value.adjusted() - len(value.as_tuple().digits) + 1
+    step = decimal.Decimal(1).scaleb(last_place)
+    return [f"{other:.{max(-last_place, 1)}f}{match[2]}" for other in (value + step, value - step) if other >= 0]
 
 
 def is_real(number: str) -> bool:
@@ -211,7 +203,6 @@ def replacements(text: str, code: Sequence[Token], i: int) -> Sequence[str]:
 def mutants_of(name: str, text: str) -> Iterator[Mutant]:
     lines = text.split("\n")
     code = [token for token in tokens_of(text) if token.kind not in ("space", "comment", "preprocessor")]
-    functions = owners(code)
     brackets, is_asserted = 0, False
     for i, (_, token, start) in enumerate(code):
         is_tight = start > 0 and not text[start - 1].isspace()
@@ -223,17 +214,9 @@ def mutants_of(name: str, text: str) -> Iterator[Mutant]:
             brackets += 1
         elif token in (">", ">>") and is_tight and brackets > 0:
             brackets = max(0, brackets - len(token))
-        elif brackets == 0 and not is_asserted:
-            number = text.count("\n", 0, start)
-            line, at, end = lines[number], start - text.rfind("\n", 0, start) - 1, start + len(token)
-            if is_initial_value(name, line):
-                continue
-            before = re.sub(r"\s+", " ", text[max(0, start - 2 * NEAR):start])[-NEAR:]
-            behind = re.sub(r"\s+", " ", text[end:end + 2 * NEAR])[:NEAR]
+        elif brackets == 0 and not is_asserted and not is_initial_value(name, lines[text.count("\n", 0, start)]):
             for new in replacements(text, code, i):
-                mutated = line[:at] + new + line[at + len(token):]
-                yield Mutant(name, number + 1, start, end, new, line.strip(), mutated.strip(), functions[i], before,
-                             token, behind)
+                yield Mutant(name, start, start + len(token), new, text)
 
 
 def choose(mutants: Sequence[Mutant]) -> list[Mutant]:

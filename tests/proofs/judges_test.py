@@ -186,7 +186,7 @@ class MutantsTest(unittest.TestCase):
         moved = SOURCE.replace("  if (p.a", "  // A comment.\n\n    if (p.a").replace(" && count", " &&\n        count")
         after = list(mutations.mutants_of("src/x.cpp", moved))
         for mutant in self.every:
-            entry = mutations.entry_of(mutant, self.every)
+            entry = mutations.entry_of(mutant)
             self.assertEqual([m for m in self.every if entry.names(m)], [mutant])
             self.assertEqual([(m.replacement, m.token) for m in after if entry.names(m)],
                              [(mutant.replacement, mutant.token)])
@@ -199,7 +199,7 @@ class MutantsTest(unittest.TestCase):
     def test_a_survivor_and_a_wrong_entry_are_findings(self) -> None:
         first, second, *rest = self.every
         verdicts = {mutant: "caught" for mutant in rest}
-        listed = [mutations.entry_of(first, self.every)]
+        listed = [mutations.entry_of(first)]
         cases: list[tuple[str, list[mutations.Entry], int]] = [
             ("caught", [], 0), ("survived", [], 1), ("survived", listed, 0), ("caught", listed, 1),
             ("caught", [mutations.Entry("src/x.cpp", "gone", "a < b", "a <= b")], 1)]
