@@ -167,6 +167,7 @@ class Conditions:
     """The environment, streams, limits and user of a call."""
     environment: Mapping[str, str] = dataclasses.field(default_factory=dict)
     out: int | IO[bytes] = subprocess.PIPE
+    err: int = subprocess.PIPE
     limits: Mapping[int, int] = dataclasses.field(default_factory=dict)  # those of resource.setrlimit
     closed: Iterable[int] = ()  # standard streams
     user: int | None = None
@@ -187,15 +188,16 @@ def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Co
 
     user = under.user
     process = subprocess.Popen(words, executable=executable, cwd=folder, env=under.environment,
-                               stdin=subprocess.DEVNULL, stdout=under.out, stderr=subprocess.PIPE, preexec_fn=prepare,
+                               stdin=subprocess.DEVNULL, stdout=under.out, stderr=under.err, preexec_fn=prepare,
                                start_new_session=True, user=user, group=user, extra_groups=None if user is None else [])
+    is_over = True
     try:
         printed, err = process.communicate(timeout=under.timeout)
-        return Result(process.returncode, printed or b"", err)
     except subprocess.TimeoutExpired:
+        is_over = False
         os.killpg(process.pid, signal.SIGKILL)
         printed, err = process.communicate()
-        return Result(None, printed or b"", err)
+    return Result(process.returncode if is_over else None, printed or b"", err or b"")
 
 
 def environment_in(home: pathlib.Path, zone: str = "UTC") -> dict[str, str]:

@@ -22,18 +22,18 @@ import re
 import resource
 import shlex
 import shutil
-import signal
 import subprocess
+import time
 from collections.abc import Iterable, Mapping, Sequence
 from typing import NamedTuple
 
-from proofs.harness import CORES, ROOT, WORK, Outcome, in_parallel
+from proofs.harness import CORES, ROOT, WORK, Conditions, Outcome, execute, in_parallel
 from proofs.mutations import COMPONENTS, Entry, Mutant, all_mutants, choose, entry_of, read_entries
 
 # Without tests/faults, whose allocator identifies the program by its addresses: here the program is in shared
 # libraries.
 JUDGES = (*COMPONENTS, "fuzz")
-LEAST_TIMEOUT = 20  # processor seconds for one test program
+LEAST_TIMEOUT = 20  # processor seconds for one test program; other load does not make it look as if it hangs
 LONGEST_WAIT = 600  # seconds, for a test program that sleeps
 # An index out of bounds ends the program, as with the sanitizers.
 FLAGS = "-O0 -w -D_GLIBCXX_ASSERTIONS -fsanitize=bounds -fsanitize-undefined-trap-on-error"
@@ -91,11 +91,6 @@ def copy_project(tree: pathlib.Path) -> None:
             shutil.copy(source, target)
 
 
-def limit_resources(seconds: int) -> None:
-    for kind, most in {**LIMITS, resource.RLIMIT_CPU: seconds}.items():
-        resource.setrlimit(kind, (most, most))
-
-
 class Copy:
     """A copy of the project, built with shared libraries: a mutant relinks one library and no test."""
 
@@ -121,16 +116,11 @@ class Copy:
         new = [test for test in tests if test not in self.durations]
         if new:
             self.run_or_stop(self.building(new))
-            self.durations |= {test: self.time(test) for test in new}
-
-    def time(self, test: Test) -> float:
-        """Processor seconds, which do not depend on other load: a slow test must not look like one that hangs."""
-        running = self.start(test, LONGEST_WAIT)  # kept, since its destructor would wait for the process
-        _, status, usage = os.wait4(running.pid, 0)
-        running.returncode = os.waitstatus_to_exitcode(status)
-        if running.returncode != 0:
-            raise RuntimeError(f"{test.name} fails without any mutant")
-        return float(usage.ru_utime + usage.ru_stime)
+        for test in new:
+            start = time.monotonic()
+            if self.status(test, LONGEST_WAIT) != 0:
+                raise RuntimeError(f"{test.name} fails without any mutant")
+            self.durations[test] = time.monotonic() - start
 
     def options(self, test: Test) -> list[str]:
         """To end at the first failure."""
@@ -138,24 +128,17 @@ class Copy:
             return ["--failfast"]  # in Python
         return [] if test.folder == "fuzz" else ["--gtest_fail_fast", "--gtest_brief=1"]
 
-    def start(self, test: Test, timeout: int) -> subprocess.Popen[bytes]:
+    def status(self, test: Test, seconds: int) -> int | None:
+        """The exit status; None when the test takes too long. Its child processes are then killed, too."""
         shutil.rmtree(self.temporary, ignore_errors=True)
         self.temporary.mkdir()
-        return subprocess.Popen(
-            [*test.command, *self.options(test)], cwd=self.build_folder, start_new_session=True,
-            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-            preexec_fn=lambda: limit_resources(timeout),
-            env={**os.environ, **dict(test.environment), "TMPDIR": str(self.temporary)})
+        environment = {**os.environ, **dict(test.environment), "TMPDIR": str(self.temporary)}
+        return execute([*test.command, *self.options(test)], self.build_folder,
+                       Conditions(environment, subprocess.DEVNULL, subprocess.DEVNULL,
+                                  {**LIMITS, resource.RLIMIT_CPU: seconds}, timeout=LONGEST_WAIT)).status
 
     def passes(self, test: Test) -> bool:
-        """False also when the test takes too long. Its child processes are then killed, too."""
-        running = self.start(test, round(max(LEAST_TIMEOUT, 10 * self.durations[test])))
-        try:
-            return running.wait(LONGEST_WAIT) == 0
-        except subprocess.TimeoutExpired:
-            os.killpg(running.pid, signal.SIGKILL)
-            running.wait()
-            return False
+        return self.status(test, round(max(LEAST_TIMEOUT, 10 * self.durations[test]))) == 0
 
     def judge(self, mutant: Mutant) -> str:
         """Returns "caught", "survived" or "not compiled"."""
@@ -201,7 +184,7 @@ def judge_all(groups: Iterable[list[Mutant]]) -> Verdicts:
     return verdicts
 
 
-def show(heading: str, mutants: Iterable[Mutant], every: Mapping[str, list[Mutant]]) -> None:
+def show(heading: str, mutants: Iterable[Mutant]) -> None:
     """Prints mutants as entries of the list."""
     for mutant in sorted(mutants):
         entry = entry_of(mutant)
@@ -210,14 +193,15 @@ def show(heading: str, mutants: Iterable[Mutant], every: Mapping[str, list[Mutan
 
 def report(verdicts: Verdicts, entries: Iterable[Entry], every: Mapping[str, list[Mutant]]) -> Outcome:
     """The entries must be those of the files that were tried."""
-    listed = {mutant for entry in entries for mutant in every.get(entry.file, []) if entry.names(mutant)}
-    unmatched = [entry for entry in entries if not any(entry.names(mutant) for mutant in every.get(entry.file, []))]
+    named = {entry: [mutant for mutant in every.get(entry.file, []) if entry.names(mutant)] for entry in entries}
+    listed = {mutant for mutants in named.values() for mutant in mutants}
+    unmatched = [entry for entry, mutants in named.items() if not mutants]
     ends = collections.Counter(verdicts.values())
     survivors = [mutant for mutant, verdict in verdicts.items() if verdict == "survived"]
     wrong = [mutant for mutant, verdict in verdicts.items() if mutant in listed and verdict != "survived"]
     unlisted = [mutant for mutant in survivors if mutant not in listed]
-    show("FINDING survives: ", unlisted, every)
-    show("FINDING listed as equivalent, but caught: ", wrong, every)
+    show("FINDING survives: ", unlisted)
+    show("FINDING listed as equivalent, but caught: ", wrong)
     for entry in unmatched:
         print(f"FINDING names no mutant: {entry.file}: {entry.function}\n- {entry.original}\n+ {entry.mutated}")
     files = len({mutant.file for mutant in verdicts})
@@ -234,7 +218,7 @@ def prove(words: list[str]) -> Outcome:
                if pattern.search(entry.file)]
     print(f"{sum(map(len, chosen)):,} mutants of {len(chosen)} files", flush=True)
     if "--list" in words:
-        show("", [mutant for group in chosen for mutant in group], every)
+        show("", [mutant for group in chosen for mutant in group])
         return Outcome("none tried", 0)
     WORK.mkdir(parents=True, exist_ok=True)
     return report(judge_all(chosen), entries, every)
