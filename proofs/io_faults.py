@@ -139,7 +139,7 @@ def fail_own_calls(cases: list[Case], tally: Tally) -> Jobs:
 def transfer_little(cases: list[Case], tally: Tally) -> Jobs:
     """One to seven bytes at a time: for all command lines the program's own files, for one of them all files."""
     shim = str(cases[0].place.path / "short_transfers")
-    source = ROOT / "tests" / "faults" / "short_transfers.cpp"
+    source = ROOT / "tests" / "support" / "short_transfers.cpp"
     subprocess.run(["c++", "-std=c++20", "-O2", "-o", shim, source], check=True)
 
     def one(case: Case, below: str) -> None:

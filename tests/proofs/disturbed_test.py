@@ -98,6 +98,14 @@ class DisturbedTest(unittest.TestCase):
             io_faults.fail_one(tally, "one call fails", self.case, "write", str(when), "ENOSPC", "run.txt")
             self.assertEqual(tally.findings, finding)
 
+    def test_little_is_transferred(self) -> None:
+        for fault, count in ((":", 0), ("status=1", 2), ("echo 0 >> run.kml", 2)):
+            self.plant(fault)
+            tally = Tally()
+            for job in io_faults.transfer_little([self.case], tally):
+                job()
+            self.assertEqual((tally.total("short transfers"), len(tally.findings)), (2, count))
+
     @unittest.skipUnless(IS_TRACEABLE, "no strace")
     def test_a_kill_is_carried_out(self) -> None:
         paths = own_paths(self.case)
