@@ -5,6 +5,7 @@ end with exit status 1 and a message, with all inputs kept, and without an incom
 """
 from __future__ import annotations
 
+import dataclasses
 import os
 import pathlib
 import re
@@ -179,17 +180,14 @@ def own_paths(case: Case, streams: Sequence[str] = ("@OUT@",)) -> list[str]:
     return [word for path in (*paths, *streams) for word in ("-P", path)]
 
 
-def calls_in(log: str) -> list[tuple[str, str]]:
-    """The system calls in a log of strace, each with its arguments."""
-    with open(log, errors="replace") as file:
-        return [(match[1], match[2]) for match in map(CALL.match, file) if match]
-
-
 def traced(case: Case, options: Sequence[str], folder: pathlib.Path | None = None,
-           under: Conditions | None = None) -> tuple[Result, list[tuple[str, str]]]:
-    """A call under strace, in this folder or a new one, and the logged system calls."""
-    with tempfile.NamedTemporaryFile(dir=case.place.path) as log:
-        words = [*STRACE, "-o", log.name, *options]
-        if folder:
-            return case.place.call_in(folder, case.arguments, words, under or case.conditions()), calls_in(log.name)
-        return case.call(words, under), calls_in(log.name)
+           **more: str) -> tuple[Result, list[tuple[str, str]]]:
+    """A call under strace, in this folder or a new one, and the logged system calls, each with its arguments. In the
+    options @OUT@ is replaced by a file that receives standard output."""
+    with (tempfile.NamedTemporaryFile("r", dir=case.place.path, errors="replace") as log,
+          tempfile.NamedTemporaryFile(dir=case.place.path) as out):
+        words = [*STRACE, "-o", log.name, *(word.replace("@OUT@", out.name) for word in options)]
+        under = dataclasses.replace(case.conditions(**more), out=out.file)
+        result = case.place.call_in(folder, case.arguments, words, under) if folder else case.call(words, under)
+        result.out = pathlib.Path(out.name).read_bytes()
+        return result, [(match[1], match[2]) for match in map(CALL.match, log) if match]

@@ -177,9 +177,8 @@ class Conditions:
 UNDISTURBED = Conditions()
 
 
-def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Conditions,
-            executable: str | pathlib.Path | None = None) -> Result:
-    """Starts a process in a new session and waits for it. Does not read the files that it leaves."""
+def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Conditions) -> Result:
+    """Starts a process in a new session and waits for it."""
     def prepare() -> None:
         for kind, most in under.limits.items():
             resource.setrlimit(kind, (most, most + (kind == resource.RLIMIT_CPU)))
@@ -187,9 +186,9 @@ def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Co
             os.close(stream)
 
     user = under.user
-    process = subprocess.Popen(words, executable=executable, cwd=folder, env=under.environment,
-                               stdin=subprocess.DEVNULL, stdout=under.out, stderr=under.err, preexec_fn=prepare,
-                               start_new_session=True, user=user, group=user, extra_groups=None if user is None else [])
+    process = subprocess.Popen(words, cwd=folder, env=under.environment, stdin=subprocess.DEVNULL, stdout=under.out,
+                               stderr=under.err, preexec_fn=prepare, start_new_session=True, user=user, group=user,
+                               extra_groups=None if user is None else [])
     is_over = True
     try:
         printed, err = process.communicate(timeout=under.timeout)
@@ -200,12 +199,6 @@ def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Co
     return Result(process.returncode if is_over else None, printed or b"", err or b"")
 
 
-def environment_in(home: pathlib.Path, zone: str = "UTC") -> dict[str, str]:
-    """Environment variables for a call. The sanitizers' options are inherited."""
-    options = {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
-    return {**options, "PATH": os.environ["PATH"], "HOME": str(home), "LC_ALL": "C", "TZ": zone}
-
-
 class Workplace:
     """A temporary folder with a copy of the program, a font configuration, and a new folder for each call."""
 
@@ -213,8 +206,13 @@ class Workplace:
         self.path = pathlib.Path(tempfile.mkdtemp(prefix="tarvel_proofs_"))
         self.path.chmod(0o755)
         self.program = pathlib.Path(shutil.copy(program or release_program(), self.path / "tarvel"))
-        self.environment = {**environment_in(self.path), **(options or {}),
-                            "FONTCONFIG_FILE": self.write_fonts(self.path / "fonts.conf", self.path / "cache")}
+        cache = self.path / "cache"
+        cache.mkdir()
+        cache.chmod(0o777)  # also for calls as an ordinary user
+        inherited = {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
+        self.environment = {**inherited, "PATH": f"{self.path}:{os.environ['PATH']}", "HOME": str(self.path),
+                            "LC_ALL": "C", "TZ": "UTC", **(options or {}),
+                            "FONTCONFIG_FILE": self.write_fonts(self.path / "fonts.conf", cache)}
 
     def __enter__(self) -> Workplace:
         return self
@@ -234,18 +232,16 @@ class Workplace:
         folder.chmod(0o777)
         return folder
 
+    def start_in(self, folder: pathlib.Path, arguments: Sequence[str], launcher: Sequence[str] = (),
+                 under: Conditions = UNDISTURBED) -> Result:
+        """In the launcher @FOLDER@ is replaced by the folder. Does not read the files that the call leaves."""
+        under = dataclasses.replace(under, environment={**self.environment, **under.environment})
+        return execute([*(word.replace("@FOLDER@", str(folder)) for word in launcher), "tarvel", *arguments], folder,
+                       under)
+
     def call_in(self, folder: pathlib.Path, arguments: Sequence[str], launcher: Sequence[str] = (),
                 under: Conditions = UNDISTURBED) -> Result:
-        """In the launcher @FOLDER@ is replaced by the folder, and @OUT@ by a file that receives standard output."""
-        under = dataclasses.replace(under, environment={**self.environment, **under.environment})
-        with tempfile.NamedTemporaryFile(dir=self.path) as own_out:
-            if "@OUT@" in launcher:
-                under = dataclasses.replace(under, out=own_out.file)
-            words = [word.replace("@OUT@", own_out.name).replace("@FOLDER@", str(folder)) for word in launcher]
-            result = execute([*words, self.program, *arguments], folder, under)
-            if "@OUT@" in launcher:
-                own_out.seek(0)
-                result.out = own_out.read()
+        result = self.start_in(folder, arguments, launcher, under)
         result.files = snapshot(folder)
         return result
 

@@ -11,19 +11,17 @@ PATTERN is a regular expression for the names of the inputs to try.
 """
 from __future__ import annotations
 
-import functools
 import pathlib
 import re
 import subprocess
 import sys
-import tempfile
 from collections.abc import Iterator, Mapping, Sequence
 from typing import NamedTuple
 
 from proofs.command_lines import REFUSED, TRACK_OPTIONS, example, fuzz_inputs, simulated_tracks
+from proofs.comparison import Call, Comparison, Scenario, compare
 from proofs.families import FAMILIES, TINY, content_of
-from proofs.harness import (ROOT, WORK, Conditions, Content, Outcome, Result, changed_names, environment_in, execute,
-                            fill, in_parallel, snapshot)
+from proofs.harness import ROOT, WORK, Content, Outcome
 
 BUILDS = {f"{compiler}{flags}{'-lto' if lto == 'ON' else ''}": (compiler, flags, lto) for compiler in ("g++", "clang++")
           for flags, lto in (("-O0", "OFF"), ("-O2", "OFF"), ("-O3", "OFF"), ("-O2", "ON"))}
@@ -103,39 +101,12 @@ def all_inputs() -> Iterator[Input]:
     yield from inputs_of_families()
 
 
-def call(program: pathlib.Path, given: Input, command_line: str) -> Result:
-    with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as name:
-        folder = pathlib.Path(name)
-        fill(folder, given.files)
-        under = Conditions(environment_in(folder, "Europe/Vienna"), timeout=120)
-        result = execute(["tarvel", *command_line.split()], folder, under, program)
-        result.files = snapshot(folder)
-        return result
-
-
-def differences(one: Result, other: Result) -> list[str]:
-    texts = (("exit status", one.status, other.status), ("standard output", one.out, other.out),
-             ("standard error", one.err, other.err))
-    return [what for what, a, b in texts if a != b] + changed_names(one.files, other.files)
-
-
-def compare(programs: Mapping[str, pathlib.Path], given: Input) -> tuple[int, int, list[str]]:
-    """The numbers of calls and of outputs, and the differences from the first build, which are also printed."""
-    found, outputs = [], 0
-    for command_line in given.command_lines:
-        results = {name: call(program, given, command_line) for name, program in programs.items()}
-        outputs += sum(3 + len(result.files) for result in results.values())
-        first = next(iter(results))
-        for name, result in results.items():
-            if what := differences(results[first], result):
-                found.append(f"{given.name}: tarvel {command_line}: {name} differs from {first} in {', '.join(what)}")
-                print("FINDING", found[-1], flush=True)
-    return len(given.command_lines) * len(programs), outputs, found
-
-
 def prove(words: list[str]) -> Outcome:
-    programs = {name: build(name) for name in BUILDS}
     inputs = [given for given in all_inputs() if re.search(words[0] if words else "", given.name)]
-    calls, outputs, found = zip(*in_parallel(functools.partial(compare, programs), inputs))
-    return Outcome(f"{len(programs)} builds, {len(inputs):,} inputs, {sum(calls):,} calls, {sum(outputs):,} outputs "
-                   "compared", sum(map(len, found)))
+    tried = [Scenario(given.name, given.files, {}, [Call(command_line.split(), "Europe/Vienna")])
+             for given in inputs for command_line in given.command_lines]
+    with Comparison({name: build(name) for name in BUILDS}, tried.__getitem__) as comparison:
+        total = compare(comparison, range(len(tried)))
+    calls, outputs = (len(BUILDS) * count for count in (len(tried), total.outputs))
+    return Outcome(f"{len(BUILDS)} builds, {len(inputs):,} inputs, {calls:,} calls, {outputs:,} outputs compared",
+                   total.findings)

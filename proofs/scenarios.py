@@ -11,28 +11,15 @@ import os
 import pathlib
 import random
 from collections.abc import Callable, Mapping, Sequence
-from typing import NamedTuple
 
 from proofs.command_lines import example, fuzz_inputs, simulated_tracks
+from proofs.comparison import Call, Scenario
 from proofs.families import FAMILIES, content_of
 from proofs.harness import ROOT, Content, Folder, HardLink, Link, Pipe, Workplace
 from proofs.tracks import (FAULTS, Course, Rng, Track, damaged, damaged_container, move, read_course, read_track,
                            text_of, text_of_course, thin)
 
 Files = dict[str, Content]
-
-
-class Call(NamedTuple):
-    arguments: list[str]  # HERE is replaced by the folder
-    time_zone: str
-    streams: str  # a shell's redirections, such as "> run.txt 2>&1", or nothing
-
-
-class Scenario(NamedTuple):
-    kind: str
-    files: Mapping[str, Content]
-    modes: Mapping[str, int]
-    calls: list[Call]
 
 
 TIME_ZONES = ("UTC", "Europe/Vienna", "Australia/Lord_Howe")
