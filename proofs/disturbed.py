@@ -5,17 +5,18 @@ end with exit status 1 and a message, with all inputs kept, and without an incom
 """
 from __future__ import annotations
 
-import dataclasses
 import os
 import pathlib
 import re
 import shutil
 import sys
 import tempfile
-from collections.abc import Collection, Sequence
+from collections.abc import Callable, Collection, Mapping, Sequence
+from typing import Any
 
 from proofs.command_lines import INDEX_TO_THE_MAP, CommandLine, small_lines
-from proofs.harness import Conditions, Entry, Result, Snapshot, Workplace, changed_names, fill, remove, snapshot
+from proofs.harness import (Conditions, Content, Entry, Judged, Result, Snapshot, Workplace, changed_names, fill,
+                            remove, snapshot)
 
 # The files that a survey first writes as NAME.new and then renames.
 COURSES = ("matrix.txt", "walk.txt")
@@ -34,11 +35,15 @@ class Case:
         self.maps = self.map_of_track()
         self.names = sorted(set(self.before) | set(self.reference.files))
 
-    def conditions(self, **more: str) -> Conditions:
-        return Conditions({"TZ": self.line.zone, **more})
+    def conditions(self, environment: Mapping[str, str] = {}, **more: Any) -> Conditions:
+        return Conditions({"TZ": self.line.zone, **environment}, **more)
 
-    def call(self, launcher: Sequence[str] = (), under: Conditions | None = None) -> Result:
-        return self.place.call(self.line.files, self.arguments, launcher, under or self.conditions())
+    def call(self, launcher: Sequence[str] = (), under: Conditions | None = None,
+             prepare: Callable[[pathlib.Path], None] = lambda folder: None,
+             files: Mapping[str, Content] = {}) -> Result:
+        """With these files in addition to or in place of those of the command line."""
+        given = {**self.line.files, **files}
+        return self.place.call(given, self.arguments, launcher, under or self.conditions(), prepare)
 
     def map_of_track(self) -> dict[str, bytes]:
         """The map of the whole track, which a call writes that fails after reading it: here without a course."""
@@ -162,6 +167,12 @@ def judge(case: Case, result: Result, expected: Collection[str] | None = None,
     return None
 
 
+def attempt(case: Case, expected: Collection[str] | None, spared: Collection[str] = (), **how: Any) -> Judged:
+    """A call and its judgement; see Case.call() and judge()."""
+    result = case.call(**how)
+    return result.ending(), judge(case, result, expected, spared)
+
+
 # System calls
 
 STRACE = ("strace", "-f", "--quiet=all")
@@ -181,13 +192,13 @@ def own_paths(case: Case, streams: Sequence[str] = ("@OUT@",)) -> list[str]:
 
 
 def traced(case: Case, options: Sequence[str], folder: pathlib.Path | None = None,
-           **more: str) -> tuple[Result, list[tuple[str, str]]]:
+           environment: Mapping[str, str] = {}) -> tuple[Result, list[tuple[str, str]]]:
     """A call under strace, in this folder or a new one, and the logged system calls, each with its arguments. In the
     options @OUT@ is replaced by a file that receives standard output."""
     with (tempfile.NamedTemporaryFile("r", dir=case.place.path, errors="replace") as log,
           tempfile.NamedTemporaryFile(dir=case.place.path) as out):
         words = [*STRACE, "-o", log.name, *(word.replace("@OUT@", out.name) for word in options)]
-        under = dataclasses.replace(case.conditions(**more), out=out.file)
+        under = case.conditions(environment, out=out.file)
         result = case.place.call_in(folder, case.arguments, words, under) if folder else case.call(words, under)
         result.out = pathlib.Path(out.name).read_bytes()
         return result, [(match[1], match[2]) for match in map(CALL.match, log) if match]

@@ -13,7 +13,7 @@ import signal
 import stat
 import subprocess
 import tempfile
-from collections.abc import Callable, Iterable, Mapping, Sequence
+from collections.abc import Callable, Collection, Iterable, Mapping, Sequence
 from typing import IO, NamedTuple, TypeVar
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -50,7 +50,11 @@ class Pipe(str):
     """A named pipe without a reader or a writer; the text is not used."""
 
 
-Content = bytes | Link | HardLink | Folder | Pipe
+class Socket(str):
+    """A socket on which nothing listens; the text is not used."""
+
+
+Content = bytes | Link | HardLink | Folder | Pipe | Socket
 
 
 def put(folder: pathlib.Path, name: str, content: Content) -> None:
@@ -62,8 +66,8 @@ def put(folder: pathlib.Path, name: str, content: Content) -> None:
         path.symlink_to(content)
     elif isinstance(content, HardLink):
         path.hardlink_to(folder / content)
-    elif isinstance(content, Pipe):
-        os.mkfifo(path)
+    elif isinstance(content, (Pipe, Socket)):
+        os.mknod(path, 0o644 | (stat.S_IFIFO if isinstance(content, Pipe) else stat.S_IFSOCK))
     else:
         path.mkdir(exist_ok=True)
 
@@ -161,6 +165,10 @@ class Result:
                 return last[len("ERROR: "):]
         return ""
 
+    def ending(self) -> str:
+        known = {None: "hung", 0: "succeeded", 1: "failed with a message"}
+        return known.get(self.status, f"ended with {self.status}")
+
 
 @dataclasses.dataclass(frozen=True)
 class Conditions:
@@ -169,7 +177,7 @@ class Conditions:
     out: int | IO[bytes] = subprocess.PIPE
     err: int = subprocess.PIPE
     limits: Mapping[int, int] = dataclasses.field(default_factory=dict)  # those of resource.setrlimit
-    closed: Iterable[int] = ()  # standard streams
+    closed: Collection[int] = ()  # standard streams
     user: int | None = None
     timeout: float = TIMEOUT
 
@@ -273,45 +281,41 @@ def release_program() -> pathlib.Path:
     return build("release", "tarvel") / "tarvel"
 
 
-# Counting
-
-
-class Tally:
-    """Counts the calls by heading and by how they ended, and collects the findings."""
-
-    def __init__(self) -> None:
-        self.counts: dict[str, collections.Counter[str]] = {}
-        self.findings: list[str] = []
-
-    def add(self, heading: str, description: str, finding: str | None, ending: str) -> None:
-        self.counts.setdefault(heading, collections.Counter())[ending] += 1
-        if finding:
-            self.findings.append(finding)
-            print(f"FINDING {heading}: {description}: {finding}", flush=True)
-
-    def total(self, *headings: str) -> int:
-        return sum(sum(row.values()) for heading, row in self.counts.items() if not headings or heading in headings)
-
-    def show(self) -> None:
-        for heading, row in self.counts.items():
-            ends = ", ".join(f"{count} {ending}" for ending, count in row.most_common())
-            print(f"{heading}: {sum(row.values())}: {ends}", flush=True)
-
-    def by_heading(self) -> str:
-        return ", ".join(f"{heading} ({sum(row.values()):,})" for heading, row in self.counts.items())
-
-
-def ending_of(result: Result) -> str:
-    if result.status is None:
-        return "hung"
-    return {0: "succeeded", 1: "failed with a message"}.get(result.status, f"ended with {result.status}")
-
-
 def in_parallel(function: Callable[[Item], Made], items: Iterable[Item]) -> list[Made]:
     """The function's results in the order of the items, computed by one thread per processor."""
     with concurrent.futures.ThreadPoolExecutor(CORES) as pool:
         return list(pool.map(function, items))
 
 
-def call_all(jobs: Iterable[Callable[[], None]]) -> None:
-    in_parallel(lambda job: job(), jobs)
+# Calls with faults
+
+Judged = tuple[str, str | None]  # how a call ended, and what is wrong with it
+
+
+class Trial(NamedTuple):
+    heading: str
+    what: str
+    attempt: Callable[[], Judged]
+
+
+class Tally:
+    """Makes calls and counts them by heading and by how they ended."""
+
+    def __init__(self) -> None:
+        self.counts: dict[str, collections.Counter[str]] = {}
+        self.findings: list[str] = []
+
+    def try_all(self, trials: Iterable[Trial]) -> None:
+        in_parallel(self.try_one, trials)
+
+    def try_one(self, trial: Trial) -> None:
+        ending, finding = trial.attempt()
+        self.counts.setdefault(trial.heading, collections.Counter())[ending] += 1
+        if finding:
+            self.findings.append(finding)
+            print(f"FINDING {trial.heading}: {trial.what}: {finding}", flush=True)
+
+    def show(self) -> None:
+        for heading, row in self.counts.items():
+            ends = ", ".join(f"{count} {ending}" for ending, count in row.most_common())
+            print(f"{heading}: {row.total()}: {ends}", flush=True)

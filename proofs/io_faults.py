@@ -25,9 +25,9 @@ import tempfile
 from collections.abc import Iterable, Iterator
 
 from proofs.disturbed import Case, judge, make_cases, need_strace, own_paths, traced
-from proofs.harness import ROOT, Outcome, Tally, Workplace, call_all, ending_of, remove
-from proofs.io_places import (CONTAINER_WRITES, STANDARD_OUTPUT, Jobs, close_streams, fill_disks, forbid, limit_sizes,
-                              note, put_odd_things)
+from proofs.harness import ROOT, Judged, Outcome, Tally, Trial, Workplace, remove
+from proofs.io_places import (CONTAINER_WRITES, STANDARD_OUTPUT, Trials, close_streams, fill_disks, forbid,
+                              limit_sizes, put_odd_things, trial)
 
 # The errors with which a system call fails. The first is injected into every call, the others into the first and the
 # last of a series of equal calls on a file.
@@ -109,7 +109,7 @@ def failing(call: str, error: str, when: str) -> list[str]:
     return ["--seccomp-bpf", "-y", "-e", "trace=" + call, "-e", f"inject={call}:error={error}:when={when}"]
 
 
-def fail_one(tally: Tally, heading: str, case: Case, call: str, when: str, error: str, name: str) -> None:
+def fail_one(case: Case, call: str, when: str, error: str, name: str) -> Judged:
     fails_on = when.endswith("+")
     # Writes to standard output do not fail when all later writes do, so that the message can be compared.
     result, calls = traced(case, [*failing(call, error, when), *own_paths(case, () if fails_on else ("@OUT@",))])
@@ -117,70 +117,66 @@ def fail_one(tally: Tally, heading: str, case: Case, call: str, when: str, error
     # The program opens the map before it reports an error in the course; that call fails, too.
     if name in (*case.line.inputs, *case.line.courses, "matrix.txt") and fails_on:
         expected = expected.union(*(messages_for(call, other, case) for other in case.maps))
-    finding = judge(case, result, expected)
-    if not any("(INJECTED)" in arguments for _, arguments in calls):
-        finding = "no fault was injected"
-    note(tally, heading, case, f"{call} {when} of {name}: {error}", result, finding)
+    is_injected = any("(INJECTED)" in arguments for _, arguments in calls)
+    return result.ending(), judge(case, result, expected) if is_injected else "no fault was injected"
 
 
-def fail_own_calls(cases: list[Case], tally: Tally) -> Jobs:
+def fail_own_calls(cases: list[Case]) -> Trials:
+    def one(heading: str, case: Case, *fault: str) -> Trial:
+        call, when, error, name = fault
+        return Trial(heading, f"{case.name}: {call} {when} of {name}: {error}",
+                     functools.partial(fail_one, case, *fault))
+
     for case in cases:
         _, calls = traced(case, [*TRACED, *own_paths(case)])
         for call, n, name, is_end in points_of(calls):
             for error in ERRORS[call] if is_end else ERRORS[call][:1]:
-                yield functools.partial(fail_one, tally, "one call fails", case, call, str(n), error, name)
+                yield one("one call fails", case, call, str(n), error, name)
         on_files = [(call, arguments) for call, arguments in calls if is_own(path_of(arguments), case)]
         for call, n, name, is_end in points_of(on_files):
             if call in ALL_LATER and is_end:
-                yield functools.partial(fail_one, tally, "it and all after it", case, call, f"{n}+", ALL_LATER[call],
-                                        name)
+                yield one("it and all after it", case, call, f"{n}+", ALL_LATER[call], name)
 
 
-def transfer_little(cases: list[Case], tally: Tally) -> Jobs:
+def transfer_little(cases: list[Case]) -> Trials:
     """One to seven bytes at a time: for all command lines the program's own files, for one of them all files."""
     shim = str(cases[0].place.path / "short_transfers")
     source = ROOT / "tests" / "support" / "short_transfers.cpp"
     subprocess.run(["c++", "-std=c++20", "-O2", "-o", shim, source], check=True)
 
-    def one(case: Case, below: str) -> None:
-        result = case.call([shim, below])
-        finding = judge(case, result)
-        if result.status != case.reference.status:
-            finding = finding or f"exit status {result.status}: {result.message()}"
-        note(tally, "short transfers", case, f"below {below}", result, finding)
-
-    for case in cases:
-        yield functools.partial(one, case, "@FOLDER@")
-    yield functools.partial(one, cases[0], "/")
+    for case, below in (*((case, "@FOLDER@") for case in cases), (cases[0], "/")):
+        yield trial("short transfers", case, f"below {below}", (), launcher=[shim, below])
 
 
 # Whole calls
 
 
-def fail_every_call(cases: list[Case], tally: Tally) -> Jobs:
+def fail_every_call(cases: list[Case]) -> Trials:
     """Including the calls of the loader, for the time zone and for fonts. When one of these changes only the charts, or
     ends the program by a signal, it is counted separately; everything else must be right."""
-    def one(case: Case, call: str, n: int, error: str) -> None:
+    def one(case: Case, call: str, n: int, error: str) -> Judged:
         folder = pathlib.Path(tempfile.mkdtemp(dir=case.place.path))
         cache = pathlib.Path(shutil.copytree(case.place.path / "cache", folder / "cache"))
         fonts = case.place.write_fonts(folder / "fonts.conf", cache)
-        result, calls = traced(case, failing(call, error, str(n)), FONTCONFIG_FILE=fonts)
+        result, calls = traced(case, failing(call, error, str(n)), environment={"FONTCONFIG_FILE": fonts})
         remove(folder)
         hit = [arguments for _, arguments in calls if "(INJECTED)" in arguments]
-        finding, ending = judge(case, result), ending_of(result)
         if result.status == 127 and b"error while loading shared libraries" in result.err:
-            finding, ending = None, "not started by the dynamic loader"
-        elif (finding and not any(is_own(path_of(arguments), case) for arguments in hit)
-              and re.fullmatch(r"WRONG SUCCESS: \S+\.pdf|ended by signal \d+", finding)):
+            return "not started by the dynamic loader", None
+        finding = judge(case, result)
+        is_own_call = any(is_own(path_of(arguments), case) for arguments in hit)
+        if finding and not is_own_call and re.fullmatch(r"WRONG SUCCESS: \S+\.pdf|ended by signal \d+", finding):
             print(f"fonts: {finding}: {call} {n} {error}: {hit[:1]}"[:200])
-            finding, ending = None, "charts changed or not drawn"
-        tally.add("every call", f"{case.name}: {call} {n}: {error} {hit[:1]}", finding, ending)
+            return "charts changed or not drawn", None
+        return result.ending(), f"{finding} {hit[:1]}" if finding else None
 
     # This command line reads and writes files of every kind.
     for case in [case for case in cases if case.name == "tarvel -p -d -g walk.csv run.csv"]:
         for call, count in collections.Counter(call for call, _ in traced(case, TRACED)[1]).items():
             for n in range(1, count + 1):
-                yield functools.partial(one, case, call, n, ERRORS[call][0])
+                error = ERRORS[call][0]
+                yield Trial("every call", f"{case.name}: {call} {n}: {error}",
+                            functools.partial(one, case, call, n, error))
 
 
 PASSES = (fail_own_calls, transfer_little, limit_sizes, fill_disks, close_streams, put_odd_things, forbid,
@@ -194,6 +190,8 @@ def prove(words: list[str]) -> Outcome:
         cases = make_cases(place)
         for step in PASSES:
             if not words or step.__name__ in words:
-                call_all(step(cases, tally))
+                tally.try_all(step(cases))
     tally.show()
-    return Outcome(f"{len(cases)} command lines, {tally.total():,} calls: {tally.by_heading()}", len(tally.findings))
+    passes = ", ".join(f"{heading} ({row.total():,})" for heading, row in tally.counts.items())
+    calls = sum(row.total() for row in tally.counts.values())
+    return Outcome(f"{len(cases)} command lines, {calls:,} calls: {passes}", len(tally.findings))

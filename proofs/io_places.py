@@ -7,14 +7,14 @@ import os
 import pathlib
 import resource
 import subprocess
-from collections.abc import Callable, Collection, Iterable, Iterator
-from typing import IO
+from collections.abc import Callable, Collection, Iterator, Mapping
+from typing import Any
 
 from proofs.command_lines import INDEX_TO_THE_MAP
-from proofs.disturbed import Case, judge
-from proofs.harness import ORDINARY_USER, Conditions, HardLink, Result, Tally, ending_of, fill
+from proofs.disturbed import Case, attempt, judge
+from proofs.harness import ORDINARY_USER, Content, Folder, HardLink, Judged, Link, Pipe, Socket, Trial, fill, remove
 
-Jobs = Iterator[Callable[[], None]]
+Trials = Iterator[Trial]
 
 CONTAINER_WRITES = {"failed to write " + part for part in
                     ("TVL header", "section header table entry", "gate header", "gate sample", "swoop header",
@@ -28,8 +28,10 @@ def write_failures(case: Case) -> set[str]:
     return {form % name for name in case.names for form in forms} | CONTAINER_WRITES | STANDARD_OUTPUT
 
 
-def note(tally: Tally, heading: str, case: Case, what: str, result: Result, finding: str | None) -> None:
-    tally.add(heading, f"{case.name}: {what}", finding, ending_of(result))
+def trial(heading: str, case: Case, what: str, expected: Collection[str] | None,
+          spared: Collection[str] = (), **how: Any) -> Trial:
+    """The arguments are those of attempt()."""
+    return Trial(heading, f"{case.name}: {what}", functools.partial(attempt, case, expected, spared, **how))
 
 
 # Full disks and size limits
@@ -40,104 +42,98 @@ def sizes_of_outputs(case: Case) -> list[int]:
             if entry.kind == "-" and case.before.get(name) != entry]
 
 
-def limit_sizes(cases: list[Case], tally: Tally) -> Jobs:
+def limit_sizes(cases: list[Case]) -> Trials:
     """Limits the size of files."""
-    def one(case: Case, limit: int) -> None:
-        result = case.call(under=Conditions(case.conditions().environment, limits={resource.RLIMIT_FSIZE: limit}))
-        note(tally, "file size limits", case, f"{limit} bytes", result, judge(case, result, write_failures(case)))
-
     for case in cases:
         largest = max(sizes_of_outputs(case), default=0)
         for limit in sorted({0, 1, 4095, 4096, 4097, *range(0, largest + 8192, max(largest // 12, 4096))}):
-            yield functools.partial(one, case, limit)
+            yield trial("file size limits", case, f"{limit} bytes", write_failures(case),
+                        under=case.conditions(limits={resource.RLIMIT_FSIZE: limit}))
 
 
-def fill_disks(cases: list[Case], tally: Tally) -> Jobs:
+def fill_disks(cases: list[Case]) -> Trials:
     """Calls on a disk with few free pages, and on one with few free inodes."""
-    def one(case: Case, options: str) -> None:
+    def mount(case: Case, options: str) -> pathlib.Path:
         folder = case.place.new_folder()
-        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", options, "tarvel_proofs", folder],
-                                 stderr=subprocess.DEVNULL)
-        if mounted.returncode != 0:
-            return tally.add("full disks", "", None, "not tried: may not mount")
+        subprocess.run(["mount", "-t", "tmpfs", "-o", options, "tarvel_proofs", folder], check=True)
+        return folder
+
+    def unmount(folder: pathlib.Path) -> None:
+        subprocess.run(["umount", folder], check=True)
+        remove(folder)
+
+    def one(case: Case, options: str) -> Judged:
+        folder = mount(case, options)
         try:
             fill(folder, case.line.files)
             result = case.place.call_in(folder, case.arguments, under=case.conditions())
         finally:
-            subprocess.run(["umount", folder], check=True)
-        note(tally, "full disks", case, options, result, judge(case, result, write_failures(case)))
+            unmount(folder)
+        return result.ending(), judge(case, result, write_failures(case))
 
-    if os.geteuid() != 0:
-        yield lambda: tally.add("full disks", "", None, "not tried: not root")
-    for case in cases if os.geteuid() == 0 else []:
+    try:
+        unmount(mount(cases[0], "size=4096"))
+    except subprocess.CalledProcessError:
+        print("full disks: not tried, since this user may not mount")
+        return
+    for case in cases:
         used = sum(-(-len(entry.content or b"") // 4096) for entry in case.before.values() if entry.kind == "-")
         needed = sum(-(-size // 4096) for size in sizes_of_outputs(case))
-        for free in sorted({0, 1, 2, *range(3, needed + 4, max(needed // 10, 1))}):
-            yield functools.partial(one, case, f"size={(used + free) * 4096}")
-        for free in range(len(case.reference.files) - len(case.before) + 1):
-            yield functools.partial(one, case, f"nr_inodes={1 + len(case.before) + free}")
+        new_names = len(case.reference.files) - len(case.before)
+        for options in (*(f"size={(used + free) * 4096}"
+                          for free in sorted({0, 1, 2, *range(3, needed + 4, max(needed // 10, 1))})),
+                        *(f"nr_inodes={1 + len(case.before) + free}" for free in range(new_names + 1))):
+            yield Trial("full disks", f"{case.name}: {options}", functools.partial(one, case, options))
 
 
 # Streams, and what a name stands for
 
 
-def close_streams(cases: list[Case], tally: Tally) -> Jobs:
+def close_streams(cases: list[Case]) -> Trials:
     """Standard streams that are closed, full, or pipes without a reader, also while the font library prints
     messages."""
-    def one(case: Case, what: str, expected: Collection[str] | None, closed: Iterable[int] = (),
-            out: int | IO[bytes] = subprocess.PIPE, **environment: str) -> None:
-        result = case.call(under=Conditions(case.conditions(**environment).environment, out=out, closed=closed))
-        finding = judge(case, result, expected)
-        if finding is None and expected is None and result.status != case.reference.status:
-            finding = f"exit status {result.status}"
-        note(tally, "standard streams", case, what, result, finding)
-
-    def without_any(case: Case, **environment: str) -> None:
+    def without_any(case: Case, environment: Mapping[str, str]) -> Judged:
         """All streams closed: the exit status is 1 if there was anything to print."""
-        result = case.call(under=Conditions(case.conditions(**environment).environment, closed=[0, 1, 2]))
+        result = case.call(under=case.conditions(environment, closed=[0, 1, 2]))
         is_right = result.status == (1 if case.reference.out else 0) and result.files == case.reference.files
-        note(tally, "standard streams", case, "<&- >&- 2>&-", result, None if is_right else f"status {result.status}")
+        return result.ending(), None if is_right else f"status {result.status}"
 
-    def to_full(case: Case) -> None:
+    def to_full(case: Case) -> Judged:
         with open("/dev/full", "wb") as full:
-            one(case, ">/dev/full", STANDARD_OUTPUT, out=full)
+            return attempt(case, STANDARD_OUTPUT, under=case.conditions(out=full))
 
-    def to_closed_pipe(case: Case) -> None:
+    def to_closed_pipe(case: Case) -> Judged:
         reader, writer = os.pipe()
         os.close(reader)
-        one(case, "| true", STANDARD_OUTPUT, out=writer)
-        os.close(writer)
+        with open(writer, "wb") as pipe:
+            return attempt(case, STANDARD_OUTPUT, under=case.conditions(out=pipe))
 
+    def streams(case: Case, what: str, closed: list[int], expected: Collection[str] = (),
+                environment: Mapping[str, str] = {}) -> Trial:
+        return trial("standard streams", case, what, expected, under=case.conditions(environment, closed=closed))
+
+    heading = "standard streams"
     for case in cases:
-        yield functools.partial(one, case, "<&-", None, [0])
-        yield functools.partial(one, case, "2>&-", None, [2])
-        yield functools.partial(one, case, ">&-", STANDARD_OUTPUT, [1])
-        yield functools.partial(without_any, case)
-        yield functools.partial(to_full, case)
-        yield functools.partial(to_closed_pipe, case)
+        yield streams(case, "<&-", [0])
+        yield streams(case, "2>&-", [2])
+        yield streams(case, ">&-", [1], STANDARD_OUTPUT)
+        for what, attempted in (("<&- >&- 2>&-", functools.partial(without_any, case, {})),
+                                (">/dev/full", functools.partial(to_full, case)),
+                                ("| true", functools.partial(to_closed_pipe, case))):
+            yield Trial(heading, f"{case.name}: {what}", attempted)
+    no_fonts = {"FONTCONFIG_FILE": "/nonexistent"}
     for case in cases[:3]:  # the reference has no text in its charts then
         mute = Case(case.place, case.line._replace(name=case.name + " (no fonts)"))
-        mute.reference = case.call(under=case.conditions(FONTCONFIG_FILE="/nonexistent"))
-        yield functools.partial(one, mute, "<&- 2>&-", None, [0, 2], FONTCONFIG_FILE="/nonexistent")
-        yield functools.partial(without_any, mute, FONTCONFIG_FILE="/nonexistent")
+        mute.reference = case.call(under=case.conditions(no_fonts))
+        yield streams(mute, "<&- 2>&-", [0, 2], environment=no_fonts)
+        yield Trial(heading, f"{mute.name}: <&- >&- 2>&-", functools.partial(without_any, mute, no_fonts))
 
 
-def make_socket(path: pathlib.Path) -> None:
-    os.mknod(path, 0o140644)
-
-
-# What is put in the place of a file, with a function that makes it at a path.
-ODD_THINGS: dict[str, Callable[[pathlib.Path], None]] = {
-    "a folder": lambda path: path.mkdir(),
-    "a pipe": lambda path: os.mkfifo(path),
-    "a socket": make_socket,
-    "an empty file": lambda path: path.touch(),
-    "/dev/null": lambda path: path.symlink_to("/dev/null"),
-    "/dev/zero": lambda path: path.symlink_to("/dev/zero"),
-    "/dev/full": lambda path: path.symlink_to("/dev/full"),
-    "a disk that fails": lambda path: path.symlink_to("/proc/self/mem"),
-    "a link to itself": lambda path: path.symlink_to(path.name),
-    "a link to nowhere": lambda path: path.symlink_to("no/where"),
+# What is put in the place of a file. %s is replaced by its name.
+ODD_THINGS: dict[str, Content] = {
+    "a folder": Folder(), "a pipe": Pipe(), "a socket": Socket(), "an empty file": b"",
+    "/dev/null": Link("/dev/null"), "/dev/zero": Link("/dev/zero"), "/dev/full": Link("/dev/full"),
+    "a disk that fails": Link("/proc/self/mem"), "a link to itself": Link("%s"), "a link to nowhere": Link("no/where"),
 }
 
 # A folder, an empty file and a device have no field names; a read error occurs only for "a disk that fails".
@@ -147,54 +143,34 @@ READ_WORDS = {"a folder": NO_FIELDS, "an empty file": NO_FIELDS, "/dev/null": NO
               "/dev/full": ZEROS, "a disk that fails": ("failed to read file: %s",)}
 
 
-def with_odd_thing(case: Case, name: str, kind: str) -> Result:
-    def stand_in(folder: pathlib.Path) -> None:
-        (folder / name).unlink(missing_ok=True)
-        ODD_THINGS[kind](folder / name)
-
-    return case.place.call(case.line.files, case.arguments, under=case.conditions(), prepare=stand_in)
-
-
-def put_odd_things(cases: list[Case], tally: Tally) -> Jobs:
-    def as_input(case: Case, name: str, kind: str) -> None:
+def put_odd_things(cases: list[Case]) -> Trials:
+    def as_input(case: Case, name: str, kind: str, files: Mapping[str, Content]) -> Trial:
         # An input with the name of an output may also fail as that output.
-        result = with_odd_thing(case, name, kind)
+        is_output = case.reference.files.get(name) != case.before[name]
         names = case.names_of(name)
         forms = READ_WORDS.get(kind, ("failed to open file: %s",))
-        expected = {form.replace("%s", n) for n in names for form in forms}
-        is_output = case.reference.files.get(name) != case.before[name]
-        spared = {form % n for n in names for form in ("%s", "%s.orig")}
+        expected = None if is_output else {form.replace("%s", n) for n in names for form in forms}
         # Without the index the call does not know the course in run.kml.
-        if case.line.files[name] == INDEX_TO_THE_MAP:
-            spared.add("run.kml")
-        finding = judge(case, result, None if is_output else expected, spared)
-        note(tally, "odd things as inputs", case, f"{name} is {kind}", result, finding)
-
-    def as_output(case: Case, name: str, kind: str) -> None:
-        result = with_odd_thing(case, name, kind)
-        # The survey reads its course file to copy it.
-        expected = write_failures(case) | {f"could not open {name} for reading"}
-        finding = judge(case, result, expected, case.names_of(name))
-        note(tally, "odd things as outputs", case, f"{name} is {kind}", result, finding)
+        course = {"run.kml"} if case.line.files[name] == INDEX_TO_THE_MAP else set()
+        spared = {form % n for n in names for form in ("%s", "%s.orig")} | course
+        return trial("odd things as inputs", case, f"{name} is {kind}", expected, spared, files=files)
 
     for case in cases:
         has_hard_links = any(isinstance(content, HardLink) for content in case.line.files.values())
-        for kind in ODD_THINGS:
-            for name in case.line.files if not has_hard_links else ():
-                yield functools.partial(as_input, case, name, kind)
-            for name in case.reference.files:
-                if name not in case.line.files and ".orig" not in name:
-                    yield functools.partial(as_output, case, name, kind)
+        for kind, thing in ODD_THINGS.items():
+            for name in (*case.line.files, *case.reference.files.keys() - case.line.files.keys()):
+                files = {name: Link(thing.replace("%s", name)) if isinstance(thing, Link) else thing}
+                if name in case.line.files and not has_hard_links:
+                    yield as_input(case, name, kind, files)
+                elif name not in case.line.files and ".orig" not in name:
+                    # The survey reads its course file to copy it.
+                    expected = write_failures(case) | {f"could not open {name} for reading"}
+                    yield trial("odd things as outputs", case, f"{name} is {kind}", expected, case.names_of(name),
+                                files=files)
 
 
-def forbid(cases: list[Case], tally: Tally) -> Jobs:
+def forbid(cases: list[Case]) -> Trials:
     """Calls as an ordinary user, without permission to read, write or create a file."""
-    def one(case: Case, what: str, change: Callable[[pathlib.Path], None]) -> None:
-        under = Conditions(case.conditions().environment, user=ORDINARY_USER if os.geteuid() == 0 else None)
-        result = case.place.call(case.line.files, case.arguments, under=under, prepare=change)
-        expected = write_failures(case) | {f"could not open {name} for reading" for name in case.names}
-        note(tally, "forbidden places", case, what, result, judge(case, result, expected))
-
     def close_folder(folder: pathlib.Path) -> None:
         for path in folder.iterdir():
             if not path.is_symlink():
@@ -205,7 +181,10 @@ def forbid(cases: list[Case], tally: Tally) -> Jobs:
         return lambda folder: (folder / name).chmod(bits)
 
     for case in cases:
-        yield functools.partial(one, case, "a folder that is read-only", close_folder)
-        for name in case.line.files:
-            yield functools.partial(one, case, f"{name} is unreadable", mode(name, 0o000))
-            yield functools.partial(one, case, f"{name} is read-only", mode(name, 0o444))
+        expected = write_failures(case) | {f"could not open {name} for reading" for name in case.names}
+        under = case.conditions(user=ORDINARY_USER if os.geteuid() == 0 else None)
+        changes: dict[str, Callable[[pathlib.Path], None]] = {"a folder that is read-only": close_folder}
+        changes |= {f"{name} is {what}": mode(name, bits) for name in case.line.files
+                    for what, bits in (("unreadable", 0o000), ("read-only", 0o444))}
+        for what, change in changes.items():
+            yield trial("forbidden places", case, what, expected, under=under, prepare=change)

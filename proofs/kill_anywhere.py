@@ -17,15 +17,14 @@ import functools
 import os
 import pathlib
 import re
-from collections.abc import Callable, Iterable, Iterator, Sequence
+from collections.abc import Iterable, Iterator, Sequence
 
 from proofs.disturbed import Case, content_of, cut_courses, lost_inputs, make_cases, need_strace, own_paths, traced
-from proofs.harness import Outcome, Result, Snapshot, Tally, Workplace, call_all, changed_names, fill, remove
+from proofs.harness import Judged, Outcome, Result, Snapshot, Tally, Trial, Workplace, changed_names, fill, remove
 
 # Not with --seccomp-bpf, under which strace 6.1 sends no signals.
 CALLS = ("?open,?openat,read,write,close,lseek,?stat,?fstat,?lstat,?newfstatat,?statx,?readlink,?rename,?renameat,"
          "?renameat2,fcntl,fsync,fchown,fchmod,?faccessat2")
-AFTER_A_KILL = "calls after a kill"
 WHOLE = (["-p", "-d", "-g", "walk.csv", "run.csv"], ["run.txt"])
 
 
@@ -80,22 +79,20 @@ def differences(case: Case, result: Result) -> list[str]:
 
 
 class Killer:
-    def __init__(self, tally: Tally) -> None:
-        self.tally = tally
+    def __init__(self) -> None:
         self.judged: dict[tuple[int, int], str | None] = {}  # by command line and files, which are often the same
 
-    def kill(self, heading: str, case: Case, call: str, n: int, paths: Sequence[str]) -> None:
+    def kill(self, case: Case, call: str, n: int, paths: Sequence[str]) -> Judged:
         folder = case.place.new_folder()
         fill(folder, case.line.files)
         result, calls = traced(case, ["-y", "-e", f"trace={CALLS},{call}", "-e", f"inject={call}:signal=KILL:when={n}",
                                       *paths], folder)
         finding = self.judge(case, folder, result, being_written(calls, folder))
+        remove(folder)
         if paths and result.status != -9:
             finding = finding or f"was not killed: {result.status}"
         is_over = result.status in (0, 1)
-        ending = "killed" if result.status == -9 else "over before" if is_over else f"status {result.status}"
-        self.tally.add(heading, f"{case.name}: {call} {n}", finding, ending)
-        remove(folder)
+        return "killed" if result.status == -9 else "over before" if is_over else f"status {result.status}", finding
 
     def judge(self, case: Case, folder: pathlib.Path, result: Result, writing: set[str]) -> str | None:
         for words, names in (("lost", lost_inputs(case, result.files)), ("cut", cut_courses(case, result.files)),
@@ -111,29 +108,26 @@ class Killer:
         give_names_back(case, folder, files)
         again = case.place.call_in(folder, case.arguments, under=case.conditions())
         found = differences(case, again) + ["lost " + name for name in lost_inputs(case, again.files)]
-        self.tally.add(AFTER_A_KILL, case.name, None, "done")
         return "the next call differs: " + " ".join(found) if found else None
 
-    def jobs(self, heading: str, case: Case, options: Sequence[str],
-             paths: Sequence[str]) -> Iterator[Callable[[], None]]:
+    def trials(self, heading: str, case: Case, options: Sequence[str], paths: Sequence[str]) -> Iterator[Trial]:
         calls = collections.Counter(call for call, _ in traced(case, [*options, *paths])[1])
         for call, count in calls.items():
             for n in range(1, count + 1):
-                yield functools.partial(self.kill, heading, case, call, n, paths)
+                yield Trial(heading, f"{case.name}: {call} {n}", functools.partial(self.kill, case, call, n, paths))
 
 
 def prove(_: list[str]) -> Outcome:
     need_strace()
-    tally = Tally()
-    killer = Killer(tally)
-    own, any_call = "killed on own calls", "killed on any call"
+    tally, killer = Tally(), Killer()
     with Workplace() as place:
         cases = make_cases(place)
         for case in cases:
-            call_all(killer.jobs(own, case, ["-e", "trace=" + CALLS], own_paths(case)))
+            tally.try_all(killer.trials("killed on own calls", case, ["-e", "trace=" + CALLS], own_paths(case)))
         for case in cases:
             if case.arguments in WHOLE:
-                call_all(killer.jobs(any_call, case, [], []))
+                tally.try_all(killer.trials("killed on any call", case, [], []))
     tally.show()
-    return Outcome(f"{len(cases)} command lines, {tally.total(own, any_call):,} kills; {tally.total(AFTER_A_KILL):,} "
-                   "calls after a kill", len(tally.findings))
+    kills = sum(row.total() for row in tally.counts.values())
+    return Outcome(f"{len(cases)} command lines, {kills:,} kills; {len(killer.judged):,} calls after a kill",
+                   len(tally.findings))

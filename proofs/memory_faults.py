@@ -19,6 +19,7 @@ Builds the program and tests/support/failing_allocator.cpp in build/dev and buil
 from __future__ import annotations
 
 import collections
+import functools
 import pathlib
 import re
 import resource
@@ -31,8 +32,8 @@ from collections.abc import Callable
 from typing import NamedTuple
 
 from proofs.command_lines import CommandLine, full_lines
-from proofs.harness import (ROOT, Conditions, Outcome, Result, Tally, Workplace, build, changed_names, in_parallel,
-                            masked)
+from proofs.harness import (ROOT, Conditions, Judged, Outcome, Result, Tally, Trial, Workplace, build, changed_names,
+                            in_parallel, masked)
 
 PROCESSOR_TIME = 5  # seconds; a call takes 0.05, with sanitizers 1
 TIMEOUT = 300.0  # seconds, for a machine under heavy load
@@ -106,9 +107,6 @@ class Build:
         return found.stdout.strip().replace(str(ROOT) + "/", "")
 
 
-# The effect of a fault in a word, and the finding if it is one.
-
-Judged = tuple[str, str | None]
 Judge = Callable[[CommandLine, Counted, Result], Judged]
 
 
@@ -209,19 +207,19 @@ def limit_plans(_: Counted) -> list[Fault]:
 
 def run_pass(name: str, at: Build, lines: list[CommandLine], plans: Plans, judge: Judge, tally: Tally) -> str:
     """Tries all faults of the command lines. Returns the counts as text."""
-    def attempt(job: tuple[CommandLine, Counted, Fault]) -> None:
-        line, sound, fault = job
+    def attempt(line: CommandLine, sound: Counted, fault: Fault) -> Judged:
         counted = at.call(line, fault)
-        word, finding = judge(line, counted, sound.result)
-        where = f" [{at.source_line(counted.place)}]" if counted.place and finding else ""
-        tally.add(name, f"{line.name}: {','.join(map(str, fault))}{where}", finding, word)
+        ending, finding = judge(line, counted, sound.result)
+        place = f" [{at.source_line(counted.place)}]" if counted.place and finding else ""
+        return ending, finding and finding + place
 
     sounds = in_parallel(at.call, lines)
     for line, sound in zip(lines, sounds):
         if sound.result.status not in (0, 1):
             sys.exit(f"memory_faults: {line.name} does not run: {sound.result}")
     jobs = [(line, sound, fault) for line, sound in zip(lines, sounds) for fault in plans(sound)]
-    in_parallel(attempt, jobs)
+    tally.try_all(Trial(name, f"{line.name}: {','.join(map(str, fault))}",
+                        functools.partial(attempt, line, sound, fault)) for line, sound, fault in jobs)
     faults = len({(line.name, fault.kind, fault.number) for line, _, fault in jobs})
     return f"{name}: {len(lines)} command lines, {faults:,} allocations or limits, {len(jobs):,} calls"
 

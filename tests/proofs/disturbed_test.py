@@ -2,7 +2,8 @@
 """tests/proofs/disturbed_test.py: io_faults and kill_anywhere find what is planted into a program."""
 from __future__ import annotations
 
-import dataclasses
+import contextlib
+import io
 import pathlib
 import shutil
 import unittest
@@ -45,13 +46,12 @@ class DisturbedTest(unittest.TestCase):
         self.place = Workplace(PROGRAM)
         self.addCleanup(self.place.__exit__)
         self.case = Case(self.place, small_lines(self.place)[0])
-        self.tally = Tally()
 
     def plant(self, fault: str) -> None:
         plant(self.place.program, fault)
 
     def test_each_planted_fault_is_found(self) -> None:
-        under = dataclasses.replace(self.case.conditions(), timeout=5)
+        under = self.case.conditions(timeout=5.0)
         for fault, words in FAULTS:
             with self.subTest(fault):
                 self.plant(fault)
@@ -70,14 +70,14 @@ class DisturbedTest(unittest.TestCase):
                 fill(folder, self.case.line.files)
                 result = self.place.call_in(folder, self.case.arguments, under=self.case.conditions())
                 self.plant(":")
-                killer = kill_anywhere.Killer(self.tally)
+                killer = kill_anywhere.Killer()
                 self.assertEqual(killer.judge(self.case, folder, result, {writing}), words)
 
     def test_the_call_after_a_kill_must_be_right(self) -> None:
         folder = self.place.new_folder()
         fill(folder, self.case.line.files)
         self.plant("echo more")
-        found = kill_anywhere.Killer(self.tally).judge_next(self.case, folder, self.case.before)
+        found = kill_anywhere.Killer().judge_next(self.case, folder, self.case.before)
         self.assertRegex(found or "", "^the next call differs: exit status 0")
 
     def test_a_file_is_being_written_until_it_is_closed(self) -> None:
@@ -91,29 +91,25 @@ class DisturbedTest(unittest.TestCase):
     def test_a_failed_call_must_be_told(self) -> None:
         _, calls = traced(self.case, [*io_faults.TRACED, *own_paths(self.case)])
         n = next(n for call, n, name, _ in io_faults.points_of(calls) if (call, name) == ("write", "run.txt"))
-        for fault, when, finding in ((":", n, []), ("status=0", n, ["WRONG SUCCESS: standard output"]),
-                                     (":", 9999, ["no fault was injected"])):
+        for fault, when, finding in ((":", n, None), ("status=0", n, "WRONG SUCCESS: standard output"),
+                                     (":", 9999, "no fault was injected")):
             self.plant(fault)
-            tally = Tally()
-            io_faults.fail_one(tally, "one call fails", self.case, "write", str(when), "ENOSPC", "run.txt")
-            self.assertEqual(tally.findings, finding)
+            self.assertEqual(io_faults.fail_one(self.case, "write", str(when), "ENOSPC", "run.txt")[1], finding)
 
     def test_little_is_transferred(self) -> None:
         for fault, count in ((":", 0), ("status=1", 2), ("echo 0 >> run.kml", 2)):
             self.plant(fault)
             tally = Tally()
-            for job in io_faults.transfer_little([self.case], tally):
-                job()
-            self.assertEqual((tally.total("short transfers"), len(tally.findings)), (2, count))
+            with contextlib.redirect_stdout(io.StringIO()):
+                tally.try_all(io_faults.transfer_little([self.case]))
+            self.assertEqual((tally.counts["short transfers"].total(), len(tally.findings)), (2, count))
 
     @unittest.skipUnless(IS_TRACEABLE, "no strace")
     def test_a_kill_is_carried_out(self) -> None:
         paths = own_paths(self.case)
-        killer = kill_anywhere.Killer(self.tally)
-        killer.kill("killed", self.case, "close", 1, paths)
-        self.assertEqual((self.tally.counts["killed"], self.tally.findings), ({"killed": 1}, []))
-        killer.kill("killed", self.case, "close", 999, paths)
-        self.assertEqual(self.tally.findings, ["was not killed: 0"])
+        killer = kill_anywhere.Killer()
+        self.assertEqual(killer.kill(self.case, "close", 1, paths), ("killed", None))
+        self.assertEqual(killer.kill(self.case, "close", 999, paths), ("over before", "was not killed: 0"))
 
 
 if __name__ == "__main__":

@@ -16,7 +16,7 @@ from planted import PROGRAM, PROJECT, plant
 
 from proofs import families, hostile_families, memcheck, memory_faults, mutants, mutations, same_bytes
 from proofs.command_lines import CommandLine, example
-from proofs.harness import Content, Entry, Result
+from proofs.harness import Content, Entry, Judged, Result
 from proofs.hostile_families import Cost
 from proofs.memory_faults import Counted
 
@@ -30,7 +30,7 @@ class MemoryFaultsTest(unittest.TestCase):
     short = b"\nERROR: failed to allocate memory for charts\n"
 
     def judged(self, judge: memory_faults.Judge, refused: int = 2, gone: str = "", status: int | None = 0,
-               out: bytes = b"\nReport\nEnd\n", err: bytes = b"", **changed: bytes) -> memory_faults.Judged:
+               out: bytes = b"\nReport\nEnd\n", err: bytes = b"", **changed: bytes) -> Judged:
         files = {name: entry for name, entry in self.left.items() if name != gone}
         files.update({name.replace("_", "."): Entry("-", content) for name, content in changed.items()})
         return judge(self.line, Counted(Result(status, out, err, files), refused=refused), self.sound)
