@@ -23,9 +23,12 @@ class CommandLine(NamedTuple):
     name: str
     arguments: list[str]
     files: Mapping[str, Content]
-    inputs: Sequence[str] = ()  # must not be lost
-    courses: Sequence[str] = ()  # are only read by this command line
     zone: str = "UTC"
+
+    def inputs(self) -> list[str]:
+        """The names of the files that must not be lost: all but links and earlier outputs."""
+        return [name for name, content in self.files.items()
+                if not isinstance(content, Link) and content not in EARLIER]
 
 
 @functools.cache
@@ -179,6 +182,7 @@ def full_lines(place: Workplace) -> list[CommandLine]:
 
 
 INDEX_TO_THE_MAP = b"* - run.kml\n"
+EARLIER = (b"// an earlier course\n", b"an earlier report\n", b"an earlier map\n")
 
 
 def wide_course() -> bytes:
@@ -193,44 +197,41 @@ def small_lines(place: Workplace) -> list[CommandLine]:
     walk, straight, carve, reverse, implicit = (
         every(4, example(name + ".csv"), 2) for name in ("walk", "straight", "carve", "reversed", "implicit"))
     walk_container, run_container = containers(place, walk, straight)
-    old, old_report, old_map = b"// an earlier course\n", b"an earlier report\n", b"an earlier map\n"
-    over: dict[str, Content] = {"matrix.txt": example("matrix.txt")}
-    course = ["matrix.txt"]
+    old, old_report, old_map = EARLIER
+    course = example("matrix.txt")
+    over: dict[str, Content] = {"matrix.txt": course}
 
-    def line(arguments: str, files: Mapping[str, Content], inputs: str, courses: Sequence[str] = ()) -> CommandLine:
-        return CommandLine("tarvel " + arguments, arguments.split(), files, inputs.split(), courses, "Europe/Paris")
+    def line(arguments: str, files: Mapping[str, Content]) -> CommandLine:
+        return CommandLine("tarvel " + arguments, arguments.split(), files, "Europe/Paris")
 
     return [
-        line("run.csv", {"run.csv": straight, **over}, "run.csv", course),
-        line("-d -m run.csv", {"run.csv": carve, **over}, "run.csv", course),
-        line("-t 5 run.csv", {"run.csv": every_tagged(4, example("tagged.csv")), **over}, "run.csv", course),
-        line("-i run.csv", {"run.csv": implicit}, "run.csv"),
-        line("-d run.tvl", {"run.tvl": run_container, **over, "run.txt": old_report, "run.kml": old_map}, "run.tvl",
-             course),
-        line("-g walk.csv", {"walk.csv": walk, "matrix.txt": old}, "walk.csv"),
+        line("run.csv", {"run.csv": straight, **over}),
+        line("-d -m run.csv", {"run.csv": carve, **over}),
+        line("-t 5 run.csv", {"run.csv": every_tagged(4, example("tagged.csv")), **over}),
+        line("-i run.csv", {"run.csv": implicit}),
+        line("-d run.tvl", {"run.tvl": run_container, **over, "run.txt": old_report, "run.kml": old_map}),
+        line("-g walk.csv", {"walk.csv": walk, "matrix.txt": old}),
         line("-p -d -g walk.csv run.csv",
-             {"walk.csv": walk, "run.csv": reverse, "matrix.txt": old, "run.pdf": old_report}, "walk.csv run.csv"),
-        line("-p -d -g walk.tvl", {"walk.tvl": walk_container, "matrix.txt": old}, "walk.tvl"),
-        line("-p -g walk.tvl", {"walk.tvl": wide_course(), "matrix.txt": old}, "walk.tvl"),
+             {"walk.csv": walk, "run.csv": reverse, "matrix.txt": old, "run.pdf": old_report}),
+        line("-p -d -g walk.tvl", {"walk.tvl": walk_container, "matrix.txt": old}),
+        line("-p -g walk.tvl", {"walk.tvl": wide_course(), "matrix.txt": old}),
         # Inputs with the name of an output.
-        line("run.txt", {"run.txt": straight, **over, "run.txt.orig": old_report}, "run.txt", course),
-        line("-i run.kml", {"run.kml": implicit}, "run.kml"),
-        line("-i run.pdf", {"run.pdf": implicit}, "run.pdf"),
-        line("-g walk.csv walk.txt", {"walk.csv": walk, "walk.txt": straight, "matrix.txt": old}, "walk.csv walk.txt"),
-        line("-p -g matrix.txt", {"matrix.txt": walk}, "matrix.txt"),
-        line("-p -g matrix.csv", {"matrix.csv": walk, "matrix.txt": old}, "matrix.csv"),
-        line("-i run.csv", {"run.csv": implicit, "run.txt": HardLink("run.csv")}, "run.csv run.txt"),
-        line("-i run.csv", {"run.txt": implicit, "run.csv": Link("run.txt")}, "run.txt"),
-        line("run.csv", {"run.csv": straight, "matrix.txt": b"* - run.txt\n", "run.txt": example("matrix.txt")},
-             "run.csv run.txt", course),
-        line("run.csv", {"run.csv": straight, "matrix.txt": INDEX_TO_THE_MAP, "run.kml": example("matrix.txt")},
-             "run.csv run.kml", course),
+        line("run.txt", {"run.txt": straight, **over, "run.txt.orig": old_report}),
+        line("-i run.kml", {"run.kml": implicit}),
+        line("-i run.pdf", {"run.pdf": implicit}),
+        line("-g walk.csv walk.txt", {"walk.csv": walk, "walk.txt": straight, "matrix.txt": old}),
+        line("-p -g matrix.txt", {"matrix.txt": walk}),
+        line("-p -g matrix.csv", {"matrix.csv": walk, "matrix.txt": old}),
+        line("-i run.csv", {"run.csv": implicit, "run.txt": HardLink("run.csv")}),
+        line("-i run.csv", {"run.txt": implicit, "run.csv": Link("run.txt")}),
+        line("run.csv", {"run.csv": straight, "matrix.txt": b"* - run.txt\n", "run.txt": course}),
+        line("run.csv", {"run.csv": straight, "matrix.txt": INDEX_TO_THE_MAP, "run.kml": course}),
         # Command lines that fail.
-        line("run.csv", {"run.csv": straight}, "run.csv"),
-        line("run.csv", {"run.csv": walk, **over}, "run.csv", course),
-        line("none.csv", {}, ""),
-        line("-v", {}, ""),
-        line("", {}, ""),
+        line("run.csv", {"run.csv": straight}),
+        line("run.csv", {"run.csv": walk, **over}),
+        line("none.csv", {}),
+        line("-v", {}),
+        line("", {}),
     ]
 
 

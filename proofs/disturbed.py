@@ -95,7 +95,7 @@ def is_kept(name: str, content: bytes | None, files: Snapshot) -> bool:
 
 
 def lost_inputs(case: Case, files: Snapshot, message: str = "") -> list[str]:
-    wanted = {name: case.before[name] for name in (*case.line.inputs, *case.line.courses)}
+    wanted = {name: case.before[name] for name in case.line.inputs()}
     # A call that could not read the index does not know the course, which here has the name of the map.
     if case.line.files.get("matrix.txt") == INDEX_TO_THE_MAP and re.fullmatch("failed to (open|read) file: matrix.txt",
                                                                              message):

@@ -115,7 +115,7 @@ def fail_one(case: Case, call: str, when: str, error: str, name: str) -> Judged:
     result, calls = traced(case, [*failing(call, error, when), *own_paths(case, () if fails_on else ("@OUT@",))])
     expected = messages_for(call, name, case)
     # The program opens the map before it reports an error in the course; that call fails, too.
-    if name in (*case.line.inputs, *case.line.courses, "matrix.txt") and fails_on:
+    if name in (*case.line.inputs(), "matrix.txt") and fails_on:
         expected = expected.union(*(messages_for(call, other, case) for other in case.maps))
     is_injected = any("(INJECTED)" in arguments for _, arguments in calls)
     return result.ending(), judge(case, result, expected) if is_injected else "no fault was injected"

@@ -58,7 +58,7 @@ def broken_files(case: Case, files: Snapshot, writing: set[str]) -> list[str]:
 
 def give_names_back(case: Case, folder: pathlib.Path, files: Snapshot) -> None:
     """Renames inputs that were set aside, as the user would."""
-    for name in case.line.inputs:
+    for name in case.line.inputs():
         wanted = content_of(case.before[name])
         if content_of(files.get(name)) != wanted:
             aside = next(other for other in files
