@@ -12,6 +12,7 @@ import shutil
 import signal
 import stat
 import subprocess
+import sys
 import tempfile
 from collections.abc import Callable, Collection, Iterable, Mapping, Sequence
 from typing import IO, NamedTuple, TypeVar
@@ -265,20 +266,25 @@ class Workplace:
             remove(folder)
 
 
-def build(preset: str, *targets: str) -> pathlib.Path:
-    """Builds the targets of a preset. Returns the build folder."""
-    folder = ROOT / "build" / preset
-    if not (folder / "CMakeCache.txt").exists():
-        subprocess.run(["cmake", "--preset", preset], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
-    subprocess.run(["cmake", "--build", folder, "--target", *targets], check=True, stdout=subprocess.DEVNULL)
+def build(folder: pathlib.Path, options: Sequence[str], *targets: str) -> pathlib.Path:
+    """Configures a build folder with these options of cmake, and builds the targets. Returns the folder."""
+    for command in (["cmake", "-S", str(ROOT), "-B", str(folder), "-G", "Ninja", *options],
+                    ["cmake", "--build", str(folder), "--target", *targets]):
+        done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        if done.returncode != 0:
+            sys.exit(f"proofs: {folder} does not build\n{done.stdout}")
     return folder
+
+
+def build_preset(preset: str, *targets: str) -> pathlib.Path:
+    return build(ROOT / "build" / preset, ["--preset", preset], *targets)
 
 
 def release_program() -> pathlib.Path:
     """The program $TARVEL, by default that of the release build."""
     if "TARVEL" in os.environ:
         return pathlib.Path(os.environ["TARVEL"]).resolve()
-    return build("release", "tarvel") / "tarvel"
+    return build_preset("release", "tarvel") / "tarvel"
 
 
 def in_parallel(function: Callable[[Item], Made], items: Iterable[Item]) -> list[Made]:

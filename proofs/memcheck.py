@@ -13,13 +13,12 @@ from __future__ import annotations
 import os
 import pathlib
 import re
-import subprocess
 import tempfile
 from collections.abc import Iterator, Mapping, Sequence
 from typing import NamedTuple
 
 from proofs.command_lines import containers, example, fuzz_inputs
-from proofs.harness import ROOT, WORK, Conditions, Content, Outcome, Workplace, execute, fill, in_parallel
+from proofs.harness import ROOT, WORK, Conditions, Content, Outcome, Workplace, build, execute, fill, in_parallel
 
 FINDING = 99  # an exit status that none of the programs uses
 CHECKS = ("valgrind", "--leak-check=full", "--num-callers=40", "--track-fds=no", f"--error-exitcode={FINDING}",
@@ -51,12 +50,9 @@ def valgrind(check: Check) -> str | None:
 
 
 def all_checks() -> Iterator[Check]:
-    folder = WORK / "memcheck"
-    subprocess.run(["cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=",
-                    "-DCMAKE_CXX_FLAGS=-O1 -g"], check=True, stdout=subprocess.DEVNULL)
     targets = re.findall(r"^tarvel_fuzzer\((\w+)", (ROOT / "tests" / "fuzz" / "fuzz.cmake").read_text(), re.MULTILINE)
-    subprocess.run(["cmake", "--build", folder, "--target", "tarvel", *(f"{target}_replay" for target in targets)],
-                   check=True, stdout=subprocess.DEVNULL)
+    folder = build(WORK / "memcheck", ["-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-O1 -g"], "tarvel",
+                   *(f"{target}_replay" for target in targets))
     inputs = [(target, name.replace("/", "_"), content) for target, name, content in fuzz_inputs()]
     for target in targets:
         files = {name: content for whose, name, content in inputs if whose == target}

@@ -32,8 +32,8 @@ from collections.abc import Callable
 from typing import NamedTuple
 
 from proofs.command_lines import CommandLine, full_lines
-from proofs.harness import (ROOT, Conditions, Judged, Outcome, Result, Tally, Trial, Workplace, build, changed_names,
-                            in_parallel, masked)
+from proofs.harness import (ROOT, Conditions, Judged, Outcome, Result, Tally, Trial, Workplace, build_preset,
+                            changed_names, in_parallel, masked)
 
 PROCESSOR_TIME = 5  # seconds; a call takes 0.05, with sanitizers 1
 TIMEOUT = 300.0  # seconds, for a machine under heavy load
@@ -76,7 +76,7 @@ class Build:
     """A program and the allocator that is preloaded into it, before that of a sanitizer."""
 
     def __init__(self, preset: str) -> None:
-        self.folder = build(preset, "tarvel", "failing_allocator")
+        self.folder = build_preset(preset, "tarvel", "failing_allocator")
         self.place = Workplace(self.folder / "tarvel", {
             "ASAN_OPTIONS": f"verify_asan_link_order=0:exitcode={SANITIZER_REPORT}:allocator_may_return_null=1",
             "UBSAN_OPTIONS": f"exitcode={SANITIZER_REPORT}",

@@ -13,15 +13,13 @@ from __future__ import annotations
 
 import pathlib
 import re
-import subprocess
-import sys
 from collections.abc import Iterator, Mapping, Sequence
 from typing import NamedTuple
 
 from proofs.command_lines import REFUSED, TRACK_OPTIONS, example, fuzz_inputs, simulated_tracks
 from proofs.comparison import Call, Comparison, Scenario, compare
 from proofs.families import FAMILIES, TINY, content_of
-from proofs.harness import ROOT, WORK, Content, Outcome
+from proofs.harness import ROOT, WORK, Content, Outcome, build
 
 BUILDS = {f"{compiler}{flags}{'-lto' if lto == 'ON' else ''}": (compiler, flags, lto) for compiler in ("g++", "clang++")
           for flags, lto in (("-O0", "OFF"), ("-O2", "OFF"), ("-O3", "OFF"), ("-O2", "ON"))}
@@ -33,17 +31,11 @@ class Input(NamedTuple):
     command_lines: Sequence[str]
 
 
-def build(name: str) -> pathlib.Path:
+def program_of(name: str) -> pathlib.Path:
     compiler, flags, lto = BUILDS[name]
-    folder = WORK / name
-    configure = ["cmake", "-S", str(ROOT), "-B", str(folder), "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={compiler}",
-                 "-DCMAKE_BUILD_TYPE=", f"-DCMAKE_CXX_FLAGS={flags}", "-DTARVEL_TESTS=OFF",
-                 f"-DCMAKE_INTERPROCEDURAL_OPTIMIZATION={lto}"]
-    for command in (configure, ["cmake", "--build", str(folder), "--target", "tarvel"]):
-        done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-        if done.returncode != 0:
-            sys.exit(f"same_bytes: {name} does not build\n{done.stdout}")
-    return folder / "tarvel"
+    options = [f"-DCMAKE_CXX_COMPILER={compiler}", "-DCMAKE_BUILD_TYPE=", f"-DCMAKE_CXX_FLAGS={flags}",
+               "-DTARVEL_TESTS=OFF", f"-DCMAKE_INTERPROCEDURAL_OPTIMIZATION={lto}"]
+    return build(WORK / name, options, "tarvel") / "tarvel"
 
 
 def for_track(name: str, options: Sequence[str] = TRACK_OPTIONS) -> list[str]:
@@ -105,7 +97,7 @@ def prove(words: list[str]) -> Outcome:
     inputs = [given for given in all_inputs() if re.search(words[0] if words else "", given.name)]
     tried = [Scenario(given.name, given.files, {}, [Call(command_line.split(), "Europe/Vienna")])
              for given in inputs for command_line in given.command_lines]
-    with Comparison({name: build(name) for name in BUILDS}, tried.__getitem__) as comparison:
+    with Comparison({name: program_of(name) for name in BUILDS}, tried.__getitem__) as comparison:
         total = compare(comparison, range(len(tried)))
     calls, outputs = (len(BUILDS) * count for count in (len(tried), total.outputs))
     return Outcome(f"{len(BUILDS)} builds, {len(inputs):,} inputs, {calls:,} calls, {outputs:,} outputs compared",

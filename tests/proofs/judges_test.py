@@ -117,7 +117,7 @@ class SameBytesTest(unittest.TestCase):
             other = plant(pathlib.Path(path, "tarvel"), "echo 0 >> run.kml")
             builds = {"real": PROGRAM, "same": PROGRAM, "other": other}
             with (mock.patch.object(same_bytes, "all_inputs", lambda: [given]),
-                  mock.patch.object(same_bytes, "build", builds.__getitem__),
+                  mock.patch.object(same_bytes, "program_of", builds.__getitem__),
                   mock.patch.object(same_bytes, "BUILDS", builds),
                   contextlib.redirect_stdout(io.StringIO()) as printed):
                 outcome = same_bytes.prove([])
