@@ -10,7 +10,7 @@ import math
 import os
 import pathlib
 import random
-from collections.abc import Callable, Mapping, Sequence
+from collections.abc import Mapping, Sequence
 
 from proofs.command_lines import example, fuzz_inputs, simulated_tracks
 from proofs.comparison import Call, Scenario
@@ -32,26 +32,17 @@ class Sources:
     """All inputs that scenarios start from. The program makes the containers."""
 
     def __init__(self, program: pathlib.Path) -> None:
-        example_course = read_course(example("matrix.txt").decode())
-        self.runs: dict[str, tuple[Track, Course]] = {}
-        self.walks: dict[str, Track] = {}
-        for path in sorted((ROOT / "examples").glob("*.csv")):
-            track = read_track(path.read_bytes())
-            if path.stem == "walk":
-                self.walks["example walk"] = track
-            else:
-                self.runs["example " + path.stem] = (track, example_course)
         simulated = simulated_tracks()
-        for name, text in simulated.items():
-            stem, course = "simulated " + name[:-4], simulated.get(name[:-4] + ".txt")
-            if name.endswith(".csv") and course is not None:
-                self.runs[stem] = (read_track(text), read_course(course.decode()))
-            elif name.endswith(".csv"):
-                self.walks[stem] = read_track(text)
+        given = {f"example {path.stem}": (path.read_bytes(), None if path.stem == "walk" else example("matrix.txt"))
+                 for path in sorted((ROOT / "examples").glob("*.csv"))}
+        given |= {f"simulated {name[:-4]}": (text, simulated.get(name[:-4] + ".txt"))
+                  for name, text in simulated.items() if name.endswith(".csv")}
+        self.runs = {name: (read_track(text), read_course(course)) for name, (text, course) in given.items() if course}
+        self.walks = [read_track(text) for text, course in given.values() if not course]
         with Workplace(program) as place:
             made = [(container_of(place, ["-d"], track, course), course) for track, course in self.runs.values()]
             self.run_containers = [(content, course) for content, course in made if content]
-            walked = (container_of(place, ["-d", "-g"], track, None) for track in self.walks.values())
+            walked = (container_of(place, ["-d", "-g"], track, None) for track in self.walks)
             self.walk_containers = [content for content in walked if content]
         self.seeds = [(target, content) for target, _, content in fuzz_inputs()]
 
@@ -105,35 +96,28 @@ def index_line(rng: Rng, run_name: str, target: str) -> bytes:
 
 def add_index(rng: Rng, files: Files, run_name: str, course_text: bytes) -> None:
     """Makes matrix.txt an index: to the course, to a chain or ring of indices, to a missing file, or to an output."""
-    kind = rng.choice(("one", "chain", "ring", "nogate", "missing", "output", "output", "folder", "odd"))
-    stem = run_name[:-4]
-    if kind == "nogate":
-        files["matrix.txt"] = index_line(rng, run_name, "nogate")
-        return
+    kind = rng.choice(("chain", "chain", "ring", "missing", "missing", "output", "output", "place", "odd"))
     if kind == "missing":
-        files["matrix.txt"] = index_line(rng, run_name, rng.choice(("none.txt", "no/where.txt", "", " ", "x" * 120)))
+        target = rng.choice(("nogate", "nogate", "nogate", "none.txt", "no/where.txt", "", " ", "x" * 120))
+        files["matrix.txt"] = index_line(rng, run_name, target)
         return
+    targets = ["course.txt"]
     if kind == "output":
-        outputs = [stem + end for end in (".kml", ".txt", ".pdf", ".tvl", ".txt.orig")]
-        targets = [rng.choice((*outputs, "coord.txt", run_name))]
-    elif kind == "folder":
+        ends = (".kml", ".txt", ".pdf", ".tvl", ".txt.orig")
+        targets = [rng.choice((*(run_name[:-4] + end for end in ends), "coord.txt", run_name))]
+    elif kind == "place":
         targets = [rng.choice(("sub/course.txt", "./course.txt", "sub/../course.txt", "HERE/course.txt", "a b.txt"))]
         files["sub"] = Folder()
-    elif kind == "odd":
-        targets = ["course.txt"]
-        course_text = odd_course(rng, course_text)
-    else:
-        lengths = {"one": (1,), "chain": (1, 2, 3, 20, 62, 63, 64, 65, 66, 80), "ring": (1, 2, 3, 7, 63, 64, 65)}
-        targets = [f"{k}.txt" for k in range(rng.choice(lengths[kind]))]
+    elif kind != "odd":
+        targets = [f"{k}.txt" for k in range(rng.choice((1, 1, 1, 2, 3, 7, 20, 62, 63, 64, 65, 66, 80)))]
     names = ["matrix.txt", *targets]
     for name, target in zip(names, targets):
         files.setdefault(name, index_line(rng, run_name, target))
+    end = os.path.normpath(names[-1].replace("HERE/", ""))
     if kind == "ring":
-        files[names[-1]] = index_line(rng, run_name, rng.choice((names[0], names[len(names) // 2], names[-1])))
-    elif "HERE" not in names[-1] and (kind != "chain" or rng.random() < 0.8):
-        files.setdefault(os.path.normpath(names[-1]), course_text)
-    elif kind != "chain":
-        files["course.txt"] = course_text
+        files[end] = index_line(rng, run_name, rng.choice((names[0], names[len(names) // 2], end)))
+    elif rng.random() < 0.9:
+        files.setdefault(end, odd_course(rng, course_text) if kind == "odd" else course_text)
 
 
 def add_course(rng: Rng, files: Files, run_name: str, course: Course) -> None:
@@ -159,10 +143,8 @@ ODD_NAMES = (
     *("run", "x", ".csv", "sub/run.csv", "./run.csv", "HERE/run.csv", "run.CSV", "é.csv", "1run.txt"),
     *("n" * 200 + ".csv", "csv", "run.csv.orig", "run.tar.gz", "sub/run.txt", "%s.csv", "7.csv", "-run.csv"),
 )
-
-
-PLAIN_WALKS = ("walk.csv",)
-ODD_WALKS = ("walk.txt", "walk.kml", "walk.tvl", "matrix.txt", "matrix.csv", "sub/walk.csv", "run.csv", "w")
+WALKS = ("walk.csv",) * 9 + ("walk.txt", "walk.kml", "walk.tvl", "matrix.txt", "matrix.csv", "sub/walk.csv", "run.csv",
+                              "w")
 
 
 def some_name(rng: Rng, taken: Mapping[str, Content] | Sequence[str] = ()) -> str:
@@ -246,9 +228,12 @@ def operands(name: str) -> list[str]:
 # Scenarios
 
 
-def some_text(rng: Rng, track: Track, is_sound: bool, change: Callable[[Track], Track]) -> bytes:
-    """A track with fewer rows, changed, in one of the two text forms, and with faults unless it is to be valid."""
-    track = change(thin(track, rng.choice((150, 400, 600, 1200))))
+def thinned(rng: Rng, track: Track) -> Track:
+    return thin(track, rng.choice((150, 400, 600, 1200)))
+
+
+def written(rng: Rng, track: Track, is_sound: bool) -> bytes:
+    """The track in one of the two text forms, with faults unless it is to be valid."""
     if rng.random() < 0.2:
         track = track._replace(is_tagged=not track.is_tagged)
     for _ in range(0 if is_sound else rng.choice((1, 1, 2, 3))):
@@ -265,14 +250,10 @@ def some_run(rng: Rng, sources: Sources) -> tuple[bytes, Course]:
         content, course = rng.choice(sources.run_containers)
         return (content if is_sound else damaged_container(rng, content)), course
     track, course = rng.choice(list(sources.runs.values()))
-
-    def change(track: Track) -> Track:
-        nonlocal course
-        if rng.random() < 0.5:
-            track, course = move(rng, track, course)
-        return track
-
-    return some_text(rng, track, is_sound, change), course
+    track = thinned(rng, track)
+    if rng.random() < 0.5:
+        track, course = move(rng, track, course)
+    return written(rng, track, is_sound), course
 
 
 def some_walk(rng: Rng, sources: Sources) -> bytes:
@@ -280,7 +261,7 @@ def some_walk(rng: Rng, sources: Sources) -> bytes:
     if rng.random() < 0.15:
         content = rng.choice(sources.walk_containers)
         return content if is_sound else damaged_container(rng, content)
-    return some_text(rng, rng.choice(list(sources.walks.values())), is_sound, lambda track: track)
+    return written(rng, thinned(rng, rng.choice(sources.walks)), is_sound)
 
 
 def finish(rng: Rng, kind: str, files: Files, arguments: list[str], names: list[str], inputs: list[str]) -> Scenario:
@@ -310,7 +291,7 @@ def run_scenario(rng: Rng, sources: Sources) -> Scenario:
 
 
 def walk_scenario(rng: Rng, sources: Sources) -> Scenario:
-    walk = rng.choice(PLAIN_WALKS if rng.random() < 0.5 else ODD_WALKS)
+    walk = rng.choice(WALKS)
     files: Files = {walk: some_walk(rng, sources)}
     inputs, names = [walk], outputs_of(walk, True)
     arguments = ["-g", walk, *some_options(rng, False)]
