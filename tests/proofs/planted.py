@@ -14,6 +14,6 @@ sys.path.insert(0, str(PROJECT))
 def plant(path: pathlib.Path, fault: str) -> pathlib.Path:
     """Writes the script to this path. The fault is shell commands, which may set `status`."""
     path.unlink(missing_ok=True)
-    path.write_text(f'#!/bin/sh\n{PROGRAM} "$@"\nstatus=$?\n{fault}\nexit $status\n')
+    path.write_text(f'#!/bin/sh\nPATH={PROGRAM.parent}:$PATH {PROGRAM.name} "$@"\nstatus=$?\n{fault}\nexit $status\n')
     path.chmod(0o755)
     return path
