@@ -1,23 +1,12 @@
-"""The command lines and inputs that the proofs try: the examples, simulated tracks, the fuzz targets' inputs, and lists
-of command lines with the files that each starts from."""
+"""The command lines for the proofs of faults, with the files that each starts from."""
 from __future__ import annotations
 
-import functools
-import pathlib
-import subprocess
-import tarfile
-import tempfile
-from collections.abc import Iterator, Mapping, Sequence
+from collections.abc import Mapping
 from typing import NamedTuple
 
 from proofs import tvl
-from proofs.harness import ROOT, Content, Folder, HardLink, Link, Pipe, Workplace
-
-# {} is replaced by the name of a track. The course is in the same folder.
-TRACK_OPTIONS = ("{}", "-m {}", "-d {}", "-d -m -t 4.5 {}", "-i {}", "-i -d -m {}", "-i -t 1e9 {}", "-g {}",
-                 "-p -d -g {}", "-p -g {} {}")
-REFUSED = ("", "-v", "-x", "-t", "-i -g a.csv", "a b", "a.csv", "-m -i nothing", "-g .csv", "-t nan -i a.csv")
-
+from proofs.harness import Content, Folder, HardLink, Link, Pipe, Workplace
+from proofs.inputs import example
 
 class CommandLine(NamedTuple):
     name: str
@@ -29,11 +18,6 @@ class CommandLine(NamedTuple):
         """The names of the files that must not be lost: all but links and earlier outputs."""
         return [name for name, content in self.files.items()
                 if not isinstance(content, Link) and content not in EARLIER]
-
-
-@functools.cache
-def example(name: str) -> bytes:
-    return (ROOT / "examples" / name).read_bytes()
 
 
 def every(step: int, track: bytes, heads: int) -> bytes:
@@ -233,29 +217,3 @@ def small_lines(place: Workplace) -> list[CommandLine]:
         line("-v", {}),
         line("", {}),
     ]
-
-
-def simulated_tracks() -> dict[str, bytes]:
-    """The simulated tracks of the tests: NAME.csv and, for a run, its course NAME.txt."""
-    with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as path:
-        folder = pathlib.Path(path)
-        helpers = [next((ROOT / "src").rglob(name)) for name in ("memory.cpp", "wgs84.cpp", "vec3.cpp")]
-        sources = [ROOT / "tests" / "support" / f"{name}.cpp"
-                   for name in ("write_simulated_tracks", "simulator", "hand_made_walk")]
-        subprocess.run(["g++", "-std=c++20", "-O1", "-ffp-contract=off", f"-I{ROOT}/src", f"-I{ROOT}/tests", "-o",
-                        folder / "write", *sources, *helpers], check=True)
-        subprocess.run([folder / "write"], cwd=folder, check=True)
-        return {file.name: file.read_bytes() for file in sorted(folder.iterdir()) if file.suffix in (".csv", ".txt")}
-
-
-def fuzz_inputs() -> Iterator[tuple[str, str, bytes]]:
-    """Target, name and content of each seed and of each input of a corpus."""
-    for path in sorted(file for kind in ("seeds", "corpus") for file in (ROOT / "tests" / "fuzz" / kind).rglob("*")):
-        if path.suffixes[:1] == [".tar"]:
-            target = path.name.partition(".")[0]
-            with tarfile.open(path) as archive:
-                for member in archive:
-                    if content := archive.extractfile(member):
-                        yield target, f"{path.parent.name}/{target}/{member.name}", content.read()
-        elif path.is_file():
-            yield path.parent.name, str(path.relative_to(ROOT / "tests" / "fuzz")), path.read_bytes()

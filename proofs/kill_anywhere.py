@@ -129,5 +129,5 @@ def prove(_: list[str]) -> Outcome:
                 tally.try_all(killer.trials("killed on any call", case, [], []))
     tally.show()
     kills = sum(row.total() for row in tally.counts.values())
-    return Outcome(f"{len(cases)} command lines, {kills:,} kills; {len(killer.judged):,} calls after a kill",
-                   len(tally.findings))
+    return Outcome(f"{len(cases)} command lines, {kills:,} kills; {len(killer.judged):,} different leftovers, "
+                   "each followed by another call", len(tally.findings))

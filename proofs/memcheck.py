@@ -17,19 +17,16 @@ import tempfile
 from collections.abc import Iterator, Mapping, Sequence
 from typing import NamedTuple
 
-from proofs.command_lines import containers, example, fuzz_inputs
+from proofs.command_lines import containers
 from proofs.harness import ROOT, WORK, Conditions, Content, Outcome, Workplace, build, execute, fill, in_parallel
+from proofs.inputs import WRONG, example, fuzz_inputs, inputs_of_examples
 
 FINDING = 99  # an exit status that none of the programs uses
 CHECKS = ("valgrind", "--leak-check=full", "--num-callers=40", "--track-fds=no", f"--error-exitcode={FINDING}",
           "--quiet", "--gen-suppressions=all", f"--suppressions={ROOT}/tests/support/valgrind.supp")
-RUNS = ("straight.csv", "carve.csv", "reversed.csv", "tagged.csv", "implicit.csv")
-OPTIONS = ("", "-m", "-d", "-d -m", "-t 5", "-i", "-i -d", "-i -m -t 1e9")
+# The examples' other files as tracks, and containers: trimmed tracks and a finished course.
 OTHER = (
-    *("-g walk.csv", "-p -g walk.csv", "-p -d -g walk.csv", "-d -g walk.csv carve.csv", "-p -m -g walk.csv tagged.csv"),
-    *("", "-v", "-x", "-t", "-i -g walk.csv", "one two", "missing.csv", "-i missing.csv", "-g missing.csv"),
-    *("-i matrix.txt", "-g carve.csv", "-i walk.csv", "README.md", "-g README.md", "walk", "."),
-    # Containers: trimmed tracks and a finished course.
+    *("-i matrix.txt", "README.md", "-g README.md", "walk", "."),
     *("carve.tvl", "-d carve.tvl", "-g walk.tvl", "-p -g walk.tvl carve.tvl", "-g carve.tvl", "-i walk.tvl"))
 
 
@@ -60,8 +57,9 @@ def all_checks() -> Iterator[Check]:
     given: dict[str, Content] = {path.name: path.read_bytes() for path in (ROOT / "examples").iterdir()}
     with Workplace(folder / "tarvel") as place:
         given["walk.tvl"], given["carve.tvl"] = containers(place, example("walk.csv"), example("carve.csv"))
-    for command_line in (*(f"{option} {run}".strip() for run in RUNS for option in OPTIONS), *OTHER):
-        yield Check(f"tarvel {command_line}", [folder / "tarvel", *command_line.split()], given)
+    known = (words for example in inputs_of_examples() for words in example.command_lines)
+    for words in (*known, *WRONG, *map(str.split, OTHER)):
+        yield Check(" ".join(["tarvel", *words]), [folder / "tarvel", *words], given)
 
 
 def prove(words: list[str]) -> Outcome:

@@ -1,21 +1,21 @@
 """The scenarios of compare_programs: folders of files and calls of tarvel in them, made from a seed.
 
-A scenario starts from a valid run or walk (an example, a simulated track of the tests), a hostile family or an input of
-a fuzz target. It changes values, text or bytes, adds a course file or a chain of indices, may put something in the
-place of an output, and has one call or two. The same seed and number give the same scenario.
+A scenario starts from a valid run or walk (an example, a simulated track of the tests) or from an input of same_bytes.
+It changes values, text or bytes, adds a course file or a chain of indices, may put something in the place of an output,
+and has one call or two. The same seed and number give the same scenario.
 """
 from __future__ import annotations
 
+import itertools
 import math
 import os
 import pathlib
 import random
 from collections.abc import Mapping, Sequence
 
-from proofs.command_lines import example, fuzz_inputs, simulated_tracks
 from proofs.comparison import Call, Scenario
-from proofs.families import FAMILIES, content_of
 from proofs.harness import ROOT, Content, Folder, HardLink, Link, Pipe, Workplace
+from proofs.inputs import WRONG, all_inputs, example, inputs_of_families, simulated_tracks
 from proofs.tracks import (FAULTS, Course, Rng, Track, damaged, damaged_container, move, read_course, read_track,
                            text_of, text_of_course, thin)
 
@@ -44,7 +44,9 @@ class Sources:
             self.run_containers = [(content, course) for content, course in made if content]
             walked = (container_of(place, ["-d", "-g"], track, None) for track in self.walks)
             self.walk_containers = [content for content in walked if content]
-        self.seeds = [(target, content) for target, _, content in fuzz_inputs()]
+        kinds = itertools.groupby(all_inputs(), lambda given: given.name.partition("/")[0])
+        self.known = [list(inputs) for _, inputs in kinds]
+        self.known[-1] += [*inputs_of_families(20), *inputs_of_families(60)]
 
 
 def container_of(place: Workplace, options: list[str], track: Track, course: Course | None) -> bytes | None:
@@ -202,14 +204,6 @@ def outputs_of(name: str, is_walk: bool) -> list[str]:
 # Command lines
 
 TIMES_ALOFT = ("4.5", "2", "0", "-1", "1e9", "1e30", "nan", "abc", "", "2.0005", "4.5x", "inf", "0x3")
-BAD_COMMAND_LINES: Sequence[tuple[str, ...]] = (
-    *((), ("-v",), ("-x",), ("-t",), ("-g",), ("-i", "-g", "run.csv"), ("a", "b"), ("none.csv",)),
-    *(("-m", "-i", "nothing"), ("--",), ("-g", ".csv"), ("-t", "nan", "-i", "none.csv"), ("-dv",), ("-g", ""), ("",)),
-    *(("-",), ("--help",), ("-vx",), ("-g", "none"), ("-di",), ("run.csv", "-v"), ("run.csv", "run.csv")),
-    *(("-i", "-m", "-d"), ("-t", "5"), ("-p",), (".",), ("-g", "."), ("/",), ("-g", "x.csv", "-g", "y.csv")),
-    *(("-h",), ("-?",), ("run.csv/",), ("n" * 5000,), ("-g", "/dev/null", "/dev/null")))
-
-
 def some_options(rng: Rng, is_run: bool) -> list[str]:
     shares = {"-d": 0.3, "-m": 0.25, "-i": 0.2 if is_run else 0.02}
     options = [flag for flag, share in shares.items() if rng.random() < share]
@@ -308,44 +302,23 @@ def walk_scenario(rng: Rng, sources: Sources) -> Scenario:
     return finish(rng, "walk", files, arguments, names, inputs)
 
 
-def family_scenario(rng: Rng, sources: Sources) -> Scenario:
-    name = rng.choice(sorted(FAMILIES))
-    made = FAMILIES[name](rng.choice((20, 60, 150, 400)))
-    contents = {file: content_of(parts) for file, parts in sorted(made.files.items())}
-    files: Files = {file: b"" if isinstance(content, HardLink) else content for file, content in contents.items()}
-    names, inputs = outputs_of(made.arguments[-1], False), [made.arguments[-1]]
-    return finish(rng, f"family {name}", files, [*some_options(rng, False), *made.arguments], names, inputs)
-
-
-def seed_scenario(rng: Rng, sources: Sources) -> Scenario:
-    target, content = rng.choice(sources.seeds)
-    if rng.random() < 0.5:
-        content = damaged(rng, content)
-    if target == "swoop_analysis":
-        content = content[1:]  # the first byte is the target's own
-    track, course = rng.choice(list(sources.runs.values()))
-    files: Files = {"run.csv": content, "matrix.txt": text_of_course(course)}
-    arguments = rng.choice((["run.csv"], ["-g", "run.csv"], ["-p", "-d", "-g", "run.csv"], ["-d", "-i", "run.csv"]))
-    if target == "course_file":
-        files = {"run.csv": text_of(thin(track, 300)), "matrix.txt": content}
-        arguments = ["run.csv"]
-    arguments = [*arguments, *some_options(rng, False)]
-    return finish(rng, f"seed of {target}", files, arguments, outputs_of("run.csv", False), ["run.csv"])
-
-
-def command_line_scenario(rng: Rng, sources: Sources) -> Scenario:
-    track, course = sources.runs["simulated small"]
-    files: Files = {"run.csv": text_of(track), "matrix.txt": text_of_course(course)}
-    arguments = list(rng.choice(BAD_COMMAND_LINES))
-    if rng.random() < 0.5:
-        arguments += rng.choice(((), ("run.csv",), *BAD_COMMAND_LINES))
-    if rng.random() < 0.3:
-        rng.shuffle(arguments)
-    return finish(rng, "command line", files, arguments, outputs_of("run.csv", False), ["run.csv"])
+def known_scenario(rng: Rng, sources: Sources) -> Scenario:
+    """An input of the other proofs with one of its command lines, perhaps with damage or with words of a wrong one."""
+    given = rng.choice(rng.choice(sources.known))
+    files, words = dict(given.files), [*some_options(rng, False), *rng.choice(given.command_lines)]
+    if rng.random() < 0.2:
+        words += rng.choice(WRONG)
+        rng.shuffle(words)
+    contents = [(name, content) for name, content in files.items() if isinstance(content, bytes)]
+    if contents and rng.random() < 0.4:
+        name, content = rng.choice(contents)
+        files[name] = damaged(rng, content)
+    track = next((name for name in files if name in words), "run.csv")
+    return finish(rng, given.name, files, words, outputs_of(track, "-g" in words), [track])
 
 
 # The kinds of scenarios, with the percentage of each.
-KINDS = {run_scenario: 55, walk_scenario: 22, family_scenario: 8, seed_scenario: 8, command_line_scenario: 7}
+KINDS = {run_scenario: 55, walk_scenario: 22, known_scenario: 23}
 
 
 def scenario(sources: Sources, seed: str, number: int) -> Scenario:

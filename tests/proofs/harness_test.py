@@ -13,8 +13,9 @@ from planted import PROGRAM, PROJECT
 
 from proofs import __main__ as entry
 from proofs import tvl
-from proofs.command_lines import containers, example
+from proofs.command_lines import containers
 from proofs.harness import Folder, HardLink, Link, Outcome, Pipe, Result, Workplace, fill, listing, masked, snapshot
+from proofs.inputs import example
 
 
 class SnapshotTest(unittest.TestCase):

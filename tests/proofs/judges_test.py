@@ -15,9 +15,10 @@ from unittest import mock
 from planted import PROGRAM, PROJECT, plant
 
 from proofs import families, hostile_families, memcheck, memory_faults, mutants, mutations, same_bytes
-from proofs.command_lines import CommandLine, example
+from proofs.command_lines import CommandLine
 from proofs.harness import Content, Entry, Judged, Result
 from proofs.hostile_families import Cost
+from proofs.inputs import Input, example, track_behind_options
 from proofs.memory_faults import Counted
 
 
@@ -112,7 +113,7 @@ class SameBytesTest(unittest.TestCase):
 
     def test_the_build_that_differs_is_named(self) -> None:
         files: dict[str, Content] = {"run.csv": example("carve.csv"), "matrix.txt": example("matrix.txt")}
-        given = same_bytes.Input("carve", files, ["run.csv", "-m run.csv"])
+        given = Input("carve", files, [["run.csv"], ["-m", "run.csv"]])
         with tempfile.TemporaryDirectory() as path:
             other = plant(pathlib.Path(path, "tarvel"), "echo 0 >> run.kml")
             builds = {"real": PROGRAM, "same": PROGRAM, "other": other}
@@ -128,9 +129,9 @@ class SameBytesTest(unittest.TestCase):
 
     def test_the_course_before_a_track_is_cut_off(self) -> None:
         data = bytes([16]) + bytes(13 * 8) + bytes([2]) + bytes(32) + b"track"
-        self.assertEqual(same_bytes.track_behind_options("swoop_analysis", data), b"track")
-        self.assertEqual(same_bytes.track_behind_options("swoop_analysis", b"\0track"), b"track")
-        self.assertEqual(same_bytes.track_behind_options("header_lines", b"\0track"), b"\0track")
+        self.assertEqual(track_behind_options("swoop_analysis", data), b"track")
+        self.assertEqual(track_behind_options("swoop_analysis", b"\0track"), b"track")
+        self.assertEqual(track_behind_options("header_lines", b"\0track"), b"\0track")
 
 
 @unittest.skipUnless(shutil.which("valgrind"), "no valgrind")
