@@ -31,30 +31,22 @@ from proofs.io_places import (CONTAINER_WRITES, STANDARD_OUTPUT, Trials, close_s
 
 # The errors with which a system call fails. The first is injected into every call, the others into the first and the
 # last of a series of equal calls on a file.
-ERRORS = {
-    "open": ("EACCES", "EMFILE", "ENOMEM", "EINTR", "EIO"),
-    "openat": ("EACCES", "EMFILE", "ENOMEM", "EINTR", "EIO"),
-    "read": ("EIO", "EINTR", "ENOMEM"),
-    "write": ("ENOSPC", "EIO", "EINTR"),
-    "close": ("EIO", "EINTR"),
-    "lseek": ("EIO", "EINVAL"),
-    "stat": ("EIO", "EACCES", "ENOMEM"),
-    "lstat": ("EIO", "EACCES", "ENOMEM"),
-    "fstat": ("EIO", "ENOMEM"),
-    "newfstatat": ("EIO", "EACCES", "ENOMEM"),
-    "statx": ("EIO", "EACCES", "ENOMEM"),
-    "readlink": ("EIO", "EACCES"),
-    "readlinkat": ("EIO", "EACCES"),
-    "rename": ("EIO", "EACCES", "ENOSPC"),
-    "renameat": ("EIO", "EACCES", "ENOSPC"),
-    "renameat2": ("EIO", "EACCES", "EINVAL", "ENOSYS"),
-    "ftruncate": ("EIO",),
-    "fsync": ("EIO", "ENOSPC"),
-    "fchown": ("EPERM",),
-    "fchmod": ("EPERM",),
-    "faccessat2": ("EIO", "EACCES"),
-    "fcntl": ("EINTR", "ENOMEM"),
-}
+ERRORS = {call: errors.split() for calls, errors in {
+    "open openat": "EACCES EMFILE ENOMEM EINTR EIO",
+    "read": "EIO EINTR ENOMEM",
+    "write": "ENOSPC EIO EINTR",
+    "close": "EIO EINTR",
+    "lseek": "EIO EINVAL",
+    "stat lstat newfstatat statx": "EIO EACCES ENOMEM",
+    "fstat": "EIO ENOMEM",
+    "readlink readlinkat faccessat2": "EIO EACCES",
+    "rename renameat": "EIO EACCES ENOSPC",
+    "renameat2": "EIO EACCES EINVAL ENOSYS",
+    "ftruncate": "EIO",
+    "fsync": "EIO ENOSPC",
+    "fchown fchmod": "EPERM",
+    "fcntl": "EINTR ENOMEM",
+}.items() for call in calls.split()}
 TRACED = ("--seccomp-bpf", "-y", "-e", "trace=" + ",".join("?" + call for call in ERRORS))
 ALL_LATER = {"openat": "EMFILE", "read": "EIO", "write": "ENOSPC"}
 

@@ -21,10 +21,10 @@ from collections.abc import Iterable, Iterator, Sequence
 
 from proofs.disturbed import Case, content_of, cut_courses, lost_inputs, make_cases, need_strace, own_paths, traced
 from proofs.harness import Judged, Outcome, Result, Snapshot, Tally, Trial, Workplace, changed_names, fill, remove
+from proofs.io_faults import ERRORS
 
 # Not with --seccomp-bpf, under which strace 6.1 sends no signals.
-CALLS = ("?open,?openat,read,write,close,lseek,?stat,?fstat,?lstat,?newfstatat,?statx,?readlink,?rename,?renameat,"
-         "?renameat2,fcntl,fsync,fchown,fchmod,?faccessat2")
+CALLS = ",".join("?" + call for call in ERRORS)
 WHOLE = (["-p", "-d", "-g", "walk.csv", "run.csv"], ["run.txt"])
 
 
