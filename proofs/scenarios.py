@@ -157,27 +157,20 @@ def some_name(rng: Rng, taken: Mapping[str, Content] | Sequence[str] = ()) -> st
 def block_outputs(rng: Rng, files: Files, modes: dict[str, int], names: list[str], inputs: list[str]) -> None:
     """Puts something in the place of outputs."""
     for name in rng.sample(names, rng.choice((1, 1, 2, len(names)))):
-        if name in files:
-            if isinstance(files[name], bytes):
-                modes[name] = rng.choice((0o444, 0o600, 0o000, 0o640))
-            continue
-        given = rng.choice(inputs)
-        contents: Sequence[Content] = (
-            *(b"an earlier output\n", b"", Folder(), Pipe()),
-            *(HardLink(given), HardLink(given), Link(given), Link(given)),
-            *map(Link, (os.path.basename(name), "none.txt", "no/where.txt", "/dev/full", "/dev/null")))
-        content = rng.choice(contents)
-        if isinstance(content, Link) and not content.startswith("/") and "/" in name:
-            content = Link("../" + content)
-        if isinstance(content, HardLink) and not isinstance(files.get(content), bytes):
-            content = b"an earlier output\n"
-        files[name] = content
-        if isinstance(content, bytes) and rng.random() < 0.5:
+        if name not in files:
+            given, up = rng.choice(inputs), "../" * name.count("/")
+            hard_link: Content = HardLink(given) if isinstance(files.get(given), bytes) else b"an earlier output\n"
+            contents: Sequence[Content] = (
+                *(b"an earlier output\n", b"", Folder(), Pipe(), hard_link, hard_link, Link(up + given)),
+                *(Link(up + target) for target in (given, os.path.basename(name), "none.txt", "no/where.txt")),
+                *(Link("/dev/full"), Link("/dev/null")))
+            files[name] = rng.choice(contents)
+            if isinstance(files[name], Folder) and rng.random() < 0.5:
+                files[name + "/inside.txt"] = b"kept\n"
+            if rng.random() < 0.2:
+                files.setdefault(name + ".orig", b"taken\n")
+        if isinstance(files[name], bytes) and rng.random() < 0.5:
             modes[name] = rng.choice((0o444, 0o600, 0o000, 0o640))
-        if isinstance(content, Folder) and rng.random() < 0.5:
-            files[name + "/inside.txt"] = b"kept\n"
-        if rng.random() < 0.2:
-            files.setdefault(name + ".orig", b"taken\n")
 
 
 ALL_STREAMS = (

@@ -212,28 +212,18 @@ def thin(track: Track, wanted: int) -> Track:
 
 
 def damaged(rng: Rng, content: bytes) -> bytes:
-    """Cuts, changes, removes or repeats bytes, or changes the line ends."""
-    kind = rng.randrange(8)
-    at = rng.randrange(len(content) + 1)
-    if kind == 0:
-        return content[:at]
-    if kind == 1:
-        # Near the beginning, in the headers.
-        return content[: rng.randrange(min(len(content), 200) + 1)]
-    if kind in (2, 3):
-        changed = bytearray(content)
-        for _ in range(rng.choice((1, 3, 20)) if changed else 0):
-            nearest = len(changed) if kind == 2 else min(len(changed), 200)
-            changed[rng.randrange(nearest)] = rng.choice((0, 10, 13, 44, 255, rng.randrange(256)))
-        return bytes(changed)
-    if kind == 4:
-        return content[:at] + content[at + rng.choice((1, 7, 70, 500)) :]
-    if kind == 5:
-        return content[:at] + content[rng.randrange(len(content) + 1) :][: rng.choice((1, 70, 500))] + content[at:]
-    if kind == 6:
-        return content.replace(b"\n", rng.choice((b"\r\n", b"\r", b"\n\r", b"\n\n", b",\n", b" \n")))
+    """Cuts, changes, removes or repeats bytes, often near the beginning, or changes the line ends."""
+    near = min(len(content), rng.choice((200, len(content))))
+    at = rng.randrange(near + 1)
+    end = at + rng.choice((1, 7, 70, 500))
+    changed = bytearray(content)
+    for _ in range(rng.choice((1, 3, 20)) if content else 0):
+        changed[rng.randrange(near)] = rng.choice((0, 10, 13, 44, 255, rng.randrange(256)))
+    line_end = rng.choice((b"\r\n", b"\r", b"\n\r", b"\n\n", b",\n", b" \n"))
     before, behind = rng.choice((b"\xef\xbb\xbf", b"\n", b"\0", b" ", b"$")), rng.choice((b"", b"\n\n", b"\x1a"))
-    return before + content.rstrip(b"\n") + behind
+    return rng.choice((content[:at], content[:at], bytes(changed), bytes(changed), content[:at] + content[end:],
+                       content[:end] + content[at:], content.replace(b"\n", line_end),
+                       before + content.rstrip(b"\n") + behind))
 
 
 def damaged_container(rng: Rng, content: bytes) -> bytes:
@@ -245,13 +235,11 @@ def damaged_container(rng: Rng, content: bytes) -> bytes:
     if kind == 1:
         at = rng.choice((0, 4, 6, 13, 14, 16, 18, 26, 29, 30, 38, 41, 42, 44, 46, 48, 49))
         changed[at] = rng.choice((0, 1, 2, 255, changed[at] + 1 & 255, changed[at] - 1 & 255))
-    elif kind == 2:
-        for _ in range(rng.choice((1, 3, 100))):
-            at = rng.randrange(tvl.FIRST_SAMPLE, len(changed) - 8)
-            value = rng.choice((math.nan, math.inf, -math.inf, 1e306, 5e-324, 0.0, -0.0))
-            changed[at:at + 8] = struct.pack(">d", value)
-    else:
-        count = (len(changed) - tvl.FIRST_SAMPLE) // tvl.SAMPLE.size
-        at = tvl.FIRST_SAMPLE + tvl.SAMPLE.size * rng.randrange(count)
-        changed[at:at + 8] = struct.pack(">q", rng.choice((0, -1, 2**63 - 1, -(2**63), 10**12, 10**15)))
+    for _ in range(rng.choice((1, 3, 100)) if kind == 2 else 0):
+        value = rng.choice((math.nan, math.inf, -math.inf, 1e306, 5e-324, 0.0, -0.0))
+        struct.pack_into(">d", changed, rng.randrange(tvl.FIRST_SAMPLE, len(changed) - 8), value)
+    if kind == 3:
+        sample = rng.randrange((len(changed) - tvl.FIRST_SAMPLE) // tvl.SAMPLE.size)
+        time = rng.choice((0, -1, 2**63 - 1, -(2**63), 10**12, 10**15))
+        struct.pack_into(">q", changed, tvl.FIRST_SAMPLE + tvl.SAMPLE.size * sample, time)
     return bytes(changed)
