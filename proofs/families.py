@@ -212,11 +212,7 @@ def drawn_pond(rows: int) -> Made:
     """A run of 100 samples over a pond with this number of points."""
     made = short_run()
     points = (b"(%d, %d)\n" % (1 + i * 7919 % 100, i * 104_729 % 100) for i in range(rows))
-    return Made({**made.files, "matrix.txt": itertools.chain([COURSE], points)}, made.arguments)
-
-
-def with_options(made: Made, *options: str) -> Made:
-    return Made(made.files, [*options, *made.arguments])
+    return made._replace(files={**made.files, "matrix.txt": itertools.chain([COURSE], points)})
 
 
 # Course files and indices; walks; names
@@ -353,8 +349,8 @@ FAMILIES: dict[str, Family] = {
     "drawn_in_split_headings": lambda n: drawn(n, split_headings(n)),
     "drawn_with_turns_of_alternating_sign": lambda n: drawn(
         n, lambda i: (900 - 700 * i / n, 10.0, 70.0, 25.0 * (-1) ** i)),
-    "drawn_with_steps_back_in_time": lambda n: with_options(
-        drawn(n, lambda i: (900.0 - (i % 3) * 1e-300, 30.0 * (-1) ** i, 40.0, 0.0)), "-m"),
+    "drawn_with_steps_back_in_time": lambda n: drawn(
+        n, lambda i: (900.0 - (i % 3) * 1e-300, 30.0 * (-1) ** i, 40.0, 0.0))._replace(arguments=["-m", "run.tvl"]),
     # Relative to these heights the course is 1e-298 wide, in charts with one scale for both axes.
     "drawn_over_heights_of_1e300": lambda n: drawn(n, lambda i: (1e300 * (1 + i % 7), 30.0, 40.0, 0.0)),
     "drawn_over_one_sample_far_out": one_sample_far_out,

@@ -25,6 +25,7 @@ import os
 import pathlib
 import re
 import resource
+import statistics
 import subprocess
 import tempfile
 from collections.abc import Mapping
@@ -101,19 +102,11 @@ def measure(program: pathlib.Path, name: str, rows: int) -> tuple[Cost, list[str
     return best, violations(name, rows, best, limit)
 
 
-def slope(costs: Mapping[int, Cost]) -> float | None:
-    """The slope of the time above the fixed cost, by least squares; None with fewer than two usable sizes."""
+def slope(costs: Mapping[int, Cost]) -> float:
+    """The slope of the time above the fixed cost, by least squares; 0 with fewer than two usable sizes."""
     above = ((rows, cost.seconds - costs[TINY].seconds) for rows, cost in costs.items())
     points = [(math.log(rows), math.log(seconds)) for rows, seconds in above if seconds >= LEAST_TIME]
-    if len(points) < 2:
-        return None
-    mean_x, mean_y = (sum(values) / len(points) for values in zip(*points))
-    return float(sum((x - mean_x) * (y - mean_y) for x, y in points) / sum((x - mean_x) ** 2 for x, _ in points))
-
-
-def is_too_steep(costs: Mapping[int, Cost]) -> bool:
-    found = slope(costs)
-    return found is not None and found >= STEEPEST
+    return statistics.linear_regression(*zip(*points)).slope if len(points) > 1 else 0.0
 
 
 class Tried(NamedTuple):
@@ -132,16 +125,15 @@ def try_family(program: pathlib.Path, name: str) -> Tried:
         if wrong:
             break
     for _ in range(1, MOST_TRIES):
-        for rows in costs if not wrong and is_too_steep(costs) else ():
+        for rows in costs if not wrong and slope(costs) >= STEEPEST else ():
             again = measure(program, name, rows)[0]
             costs[rows] = min(costs[rows], again, key=lambda cost: cost.seconds)
-    steepness = slope(costs)
-    if is_too_steep(costs):
-        wrong.append(f"slope {steepness:.2f}")
+    if slope(costs) >= STEEPEST:
+        wrong.append(f"slope {slope(costs):.2f}")
     rows, last = max(costs.items())
     per_row = ((last.seconds - costs[TINY].seconds) / rows, max(0.0, last.memory - FIXED_MEMORY) / rows)
     line = (f"{name:52} {rows:8} {last.status:6} {1e3 * costs[TINY].seconds:9.0f} {1e3 * last.seconds:8.0f}"
-            f" {1e6 * per_row[0]:8.3f} {'-' if steepness is None else format(steepness, '.2f'):>6}"
+            f" {1e6 * per_row[0]:8.3f} {slope(costs):6.2f}"
             f" {last.memory / 1e6:7.0f} {per_row[1]:7.0f}")
     return Tried(line, wrong, per_row)
 

@@ -103,7 +103,9 @@ class HostileFamiliesTest(unittest.TestCase):
     def test_a_quadratic_cost_is_too_steep(self) -> None:
         for power, is_steep in ((1.0, False), (1.09, False), (1.2, True), (2.0, True)):
             costs = {rows: Cost(0, (rows / 50_000) ** power, 0) for rows in (62_500, 250_000, 1_000_000)}
-            self.assertEqual(hostile_families.is_too_steep({families.TINY: Cost(0, 0.0, 0), **costs}), is_steep)
+            steepness = hostile_families.slope({families.TINY: Cost(0, 0.0, 0), **costs})
+            self.assertAlmostEqual(steepness, power)
+            self.assertEqual(steepness >= hostile_families.STEEPEST, is_steep)
 
 
 class SameBytesTest(unittest.TestCase):
