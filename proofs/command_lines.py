@@ -4,9 +4,11 @@ from __future__ import annotations
 from collections.abc import Mapping
 from typing import NamedTuple
 
-from proofs import tvl
+from proofs.families import content_of, ponds
 from proofs.harness import Content, Folder, HardLink, Link, Pipe, Workplace
 from proofs.inputs import example
+from proofs.tracks import read_track, text_of
+
 
 class CommandLine(NamedTuple):
     name: str
@@ -20,15 +22,10 @@ class CommandLine(NamedTuple):
                 if not isinstance(content, Link) and content not in EARLIER]
 
 
-def every(step: int, track: bytes, heads: int) -> bytes:
-    """The head lines and every step-th row after them: calls over small files make few system calls."""
-    lines = track.splitlines(keepends=True)
-    return b"".join(lines[:heads] + lines[heads::step])
-
-
-def every_tagged(step: int, track: bytes) -> bytes:
-    return every(step, b"".join(line for line in track.splitlines(keepends=True)
-                                if line.startswith((b"$COL,GNSS", b"$GNSS"))), 1)
+def thinned(name: str) -> bytes:
+    """Every fourth row of an example: calls over small files make few system calls."""
+    track = read_track(example(name))
+    return text_of(track._replace(rows=track.rows[::4]))
 
 
 def with_columns(track: bytes, count: int) -> bytes:
@@ -169,17 +166,11 @@ INDEX_TO_THE_MAP = b"* - run.kml\n"
 EARLIER = (b"// an earlier course\n", b"an earlier report\n", b"an earlier map\n")
 
 
-def wide_course() -> bytes:
-    """A surveyed course with so many points that the C library writes the course file in more than one system call."""
-    return b"".join(tvl.course([0, 0, 1, 0, 0, -1, 0, 0, 1, 0, 0, -6378137, 0, 0, 0, 1], 0.1, 1000,
-                               ((1.0 + i, 2.0) for i in range(1000))))
-
-
 def small_lines(place: Workplace) -> list[CommandLine]:
     """Command lines of both modes, with earlier outputs and with inputs that have the name of an output. Their tracks
     have few rows, for few system calls."""
-    walk, straight, carve, reverse, implicit = (
-        every(4, example(name + ".csv"), 2) for name in ("walk", "straight", "carve", "reversed", "implicit"))
+    walk, straight, carve, reverse, implicit, tagged = (
+        thinned(name + ".csv") for name in ("walk", "straight", "carve", "reversed", "implicit", "tagged"))
     walk_container, run_container = containers(place, walk, straight)
     old, old_report, old_map = EARLIER
     course = example("matrix.txt")
@@ -191,14 +182,15 @@ def small_lines(place: Workplace) -> list[CommandLine]:
     return [
         line("run.csv", {"run.csv": straight, **over}),
         line("-d -m run.csv", {"run.csv": carve, **over}),
-        line("-t 5 run.csv", {"run.csv": every_tagged(4, example("tagged.csv")), **over}),
+        line("-t 5 run.csv", {"run.csv": tagged, **over}),
         line("-i run.csv", {"run.csv": implicit}),
         line("-d run.tvl", {"run.tvl": run_container, **over, "run.txt": old_report, "run.kml": old_map}),
         line("-g walk.csv", {"walk.csv": walk, "matrix.txt": old}),
         line("-p -d -g walk.csv run.csv",
              {"walk.csv": walk, "run.csv": reverse, "matrix.txt": old, "run.pdf": old_report}),
         line("-p -d -g walk.tvl", {"walk.tvl": walk_container, "matrix.txt": old}),
-        line("-p -g walk.tvl", {"walk.tvl": wide_course(), "matrix.txt": old}),
+        # So many points that the C library writes the course file in more than one system call.
+        line("-p -g walk.tvl", {"walk.tvl": content_of(ponds(1000).files["gate.tvl"]), "matrix.txt": old}),
         # Inputs with the name of an output.
         line("run.txt", {"run.txt": straight, **over, "run.txt.orig": old_report}),
         line("-i run.kml", {"run.kml": implicit}),
