@@ -266,9 +266,9 @@ class Workplace:
             remove(folder)
 
 
-def build(folder: pathlib.Path, options: Sequence[str], *targets: str) -> pathlib.Path:
+def build(folder: pathlib.Path, options: Sequence[str], *targets: str, source: pathlib.Path = ROOT) -> pathlib.Path:
     """Configures a build folder with these options of cmake, and builds the targets. Returns the folder."""
-    for command in (["cmake", "-S", str(ROOT), "-B", str(folder), "-G", "Ninja", *options],
+    for command in (["cmake", "-S", str(source), "-B", str(folder), "-G", "Ninja", *options],
                     ["cmake", "--build", str(folder), "--target", *targets]):
         done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         if done.returncode != 0:

@@ -15,6 +15,7 @@ mutants that no test catches.
 from __future__ import annotations
 
 import collections
+import filecmp
 import json
 import os
 import pathlib
@@ -27,7 +28,7 @@ import time
 from collections.abc import Iterable, Mapping, Sequence
 from typing import NamedTuple
 
-from proofs.harness import CORES, ROOT, WORK, Conditions, Outcome, execute, in_parallel
+from proofs.harness import CORES, ROOT, WORK, Conditions, Outcome, build, execute, in_parallel
 from proofs.mutations import COMPONENTS, Entry, Mutant, all_mutants, choose, entry_of, read_entries
 
 # Without tests/faults, whose allocator identifies the program by its addresses: here the program is in shared
@@ -37,6 +38,8 @@ LEAST_TIMEOUT = 20  # processor seconds for one test program; other load does no
 LONGEST_WAIT = 600  # seconds, for a test program that sleeps
 # An index out of bounds ends the program, as with the sanitizers.
 FLAGS = "-O0 -w -D_GLIBCXX_ASSERTIONS -fsanitize=bounds -fsanitize-undefined-trap-on-error"
+OPTIONS = ("-DCMAKE_BUILD_TYPE=", f"-DCMAKE_CXX_FLAGS={FLAGS}", "-DBUILD_SHARED_LIBS=ON",
+           "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON")
 # A mutant may allocate or write without end.
 LIMITS = {resource.RLIMIT_AS: 4 << 30, resource.RLIMIT_FSIZE: 1 << 28, resource.RLIMIT_CORE: 0}
 NOT_COPIED = (".git", "build", "demo")
@@ -79,16 +82,14 @@ def find_tests(build_folder: pathlib.Path) -> list[Test]:
 
 def copy_project(tree: pathlib.Path) -> None:
     """Updates an older copy; files that have not changed are left alone, and are not compiled again."""
-    wanted = {path.relative_to(ROOT) for top in ROOT.iterdir() if top.name not in NOT_COPIED
-              for path in (top, *top.rglob("*")) if path.is_file()}
-    for old in [path for path in tree.rglob("*") if path.is_file()]:
-        if old.relative_to(tree) not in wanted:
-            old.unlink()
-    for name in wanted:
-        source, target = ROOT / name, tree / name
-        if not target.exists() or target.read_bytes() != source.read_bytes():
-            target.parent.mkdir(parents=True, exist_ok=True)
+    def copy_changed(source: str, target: str) -> None:
+        if not os.path.exists(target) or not filecmp.cmp(source, target, shallow=False):
             shutil.copy(source, target)
+
+    for old in [path for path in tree.rglob("*") if path.is_file() and not (ROOT / path.relative_to(tree)).exists()]:
+        old.unlink()
+    shutil.copytree(ROOT, tree, ignore=lambda folder, _: NOT_COPIED if folder == str(ROOT) else (),
+                    copy_function=copy_changed, dirs_exist_ok=True)
 
 
 class Copy:
@@ -98,24 +99,19 @@ class Copy:
         self.tree, self.build_folder, self.temporary = (
             WORK / f"mutants-{what}-{number}" for what in ("tree", "build", "temporary"))
         copy_project(self.tree)
-        self.run_or_stop(["cmake", "-S", self.tree, "-B", self.build_folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=",
-                          f"-DCMAKE_CXX_FLAGS={FLAGS}", "-DBUILD_SHARED_LIBS=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"])
+        build(self.build_folder, OPTIONS, "help", source=self.tree)  # builds nothing yet
         self.tests = find_tests(self.build_folder)
         self.durations: dict[Test, float] = {}  # of the tests that have been built
 
-    def run_or_stop(self, command: Sequence[str | pathlib.Path]) -> None:
-        done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-        if done.returncode != 0:
-            raise RuntimeError(f"{done.stdout}\nthe original does not build")
-
-    def building(self, tests: Iterable[Test]) -> list[str | pathlib.Path]:
-        return ["ninja", "-j1", "-C", self.build_folder, *sorted({target for test in tests for target in test.targets})]
+    @staticmethod
+    def targets(tests: Iterable[Test]) -> list[str]:
+        return sorted({target for test in tests for target in test.targets})
 
     def prepare(self, tests: Sequence[Test]) -> None:
         """Builds the tests that have not been built, and measures their time without a mutant."""
         new = [test for test in tests if test not in self.durations]
         if new:
-            self.run_or_stop(self.building(new))
+            build(self.build_folder, OPTIONS, *self.targets(new), source=self.tree)
         for test in new:
             start = time.monotonic()
             if self.status(test, LONGEST_WAIT) != 0:
@@ -150,7 +146,8 @@ class Copy:
                 path.write_text(mutant.text)
                 self.prepare(tests)
                 path.write_text(mutant.mutated_text)
-                built = subprocess.run(self.building(tests), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                built = subprocess.run(["ninja", "-j1", "-C", self.build_folder, *self.targets(tests)],
+                                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
                 if built.returncode != 0:
                     return "not compiled"
                 if not all(self.passes(test) for test in self.in_order(mutant.file, tests)):

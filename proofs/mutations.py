@@ -144,10 +144,6 @@ def entry_of(mutant: Mutant) -> Entry:
 # The mutants of a text
 
 
-def tokens_of(text: str) -> list[Token]:
-    return [Token(match.lastgroup or "", match[0], match.start()) for match in TOKEN.finditer(text)]
-
-
 def other_integers(number: str) -> list[str]:
     match = re.match(r"0x[0-9a-fA-F]+|\d+", number)
     assert match
@@ -167,10 +163,6 @@ def other_reals(number: str) -> list[str]:
     return [f"{other:.{max(-last_place, 1)}f}{match[2]}" for other in (value + step, value - step) if other >= 0]
 
 
-def is_real(number: str) -> bool:
-    return not number.startswith("0x") and re.search(r"[.eE]", number) is not None
-
-
 def is_array_size(code: Sequence[Token], i: int) -> bool:
     """The N of "char line[N]": a larger array changes nothing."""
     return (i >= 3 and code[i - 1].text == "[" and code[i - 2].kind == "word" and code[i - 3].kind == "word"
@@ -188,7 +180,8 @@ def replacements(text: str, code: Sequence[Token], i: int) -> Sequence[str]:
     kind, token, start = code[i]
     end = start + len(token)
     if kind == "number" and not is_array_size(code, i):
-        return other_reals(token) if is_real(token) else other_integers(token)
+        is_real = not token.startswith("0x") and re.search(r"[.eE]", token)
+        return other_reals(token) if is_real else other_integers(token)
     if kind == "word" and token in WORDS:
         return [WORDS[token]]
     if kind != "operator":
@@ -202,7 +195,8 @@ def replacements(text: str, code: Sequence[Token], i: int) -> Sequence[str]:
 
 def mutants_of(name: str, text: str) -> Iterator[Mutant]:
     lines = text.split("\n")
-    code = [token for token in tokens_of(text) if token.kind not in ("space", "comment", "preprocessor")]
+    code = [Token(match.lastgroup or "", match[0], match.start()) for match in TOKEN.finditer(text)
+            if match.lastgroup not in ("space", "comment", "preprocessor")]
     brackets, is_asserted = 0, False
     for i, (_, token, start) in enumerate(code):
         is_tight = start > 0 and not text[start - 1].isspace()
