@@ -42,18 +42,10 @@ def being_written(calls: Iterable[tuple[str, str]], folder: pathlib.Path) -> set
 
 
 def broken_files(case: Case, files: Snapshot, writing: set[str]) -> list[str]:
-    """Files that are neither as before nor as after a complete call, and were not being written. The map of a run is
-    open during the whole call, and must be a beginning of the complete one."""
+    """Files that are neither as before nor as after a complete call, and were not being written."""
     right = [*case.before.values(), *case.reference.files.values()]
-
-    def is_sound(name: str) -> bool:
-        whole = case.reference.files.get(name)
-        if name in case.maps and whole is not None and whole.content is not None:
-            return whole.content.startswith(files[name].content or b"")
-        return name in writing
-
-    return [name for name, entry in files.items() if entry.kind != "l" and entry not in right
-            and not is_sound(name)]
+    return [name for name, entry in files.items()
+            if entry.kind != "l" and entry not in right and name not in writing]
 
 
 def give_names_back(case: Case, folder: pathlib.Path, files: Snapshot) -> None:

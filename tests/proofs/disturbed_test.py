@@ -63,6 +63,7 @@ class DisturbedTest(unittest.TestCase):
         for fault, writing, words in ((":", "", None), ("rm run.csv", "", "lost run.csv"),
                                       ("truncate -s 9 run.txt", "", "broke run.txt"),
                                       ("truncate -s 9 run.txt", "run.txt", None),
+                                      ("truncate -s 9 run.kml", "", "broke run.kml"),
                                       (": > matrix.txt", "", "lost matrix.txt")):
             with self.subTest(fault):
                 self.plant(fault)
