@@ -160,8 +160,9 @@ def table_row(name, document, head, message):
         return row
     stem = address(page_stem(document))
     phases, check, failure = head["phases"] or {}, head.get("check"), head["failure"]
-    gate = phases.get("entry_gate") or {}
-    row.update(page=f"{stem}.html", clock=gate.get("clock") or head["track"]["first_clock"], course=head["course"]["file"],
+    # A track may begin long before the run, with other jumps.
+    clocks = [(phases.get(name) or {}).get("clock") for name in ("entry_gate", "turn")] + [head["track"]["first_clock"]]
+    row.update(page=f"{stem}.html", clock=next(filter(None, clocks), None), course=head["course"]["file"],
                metric=head["program"]["options"]["metric"], message=failure["message"] if failure else "",
                verdict="failed" if failure else check["verdict"] if check else None)
     if not failure:

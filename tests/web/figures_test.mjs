@@ -3,6 +3,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 
 import { checkOf, intervalText, isBounded, sentenceOf } from "../../web/src/check.ts";
+import { clockOf } from "../../web/src/head.ts";
 import { differenceText, figureText } from "../../web/src/figures.ts";
 import { imperial, metric } from "../../web/src/units.ts";
 import { runDocument } from "./sample_run.mjs";
@@ -83,4 +84,13 @@ test("a reason has its value in the units that are shown, with the digits of the
   ]) {
     assert.equal(sentence(value, unit, text, metric), text);
   }
+});
+
+test("a run's time is that of its gate, or else of its turn, or else of the track's first sample", () => {
+  const document = runDocument([{ x: 1 }]);
+  const phases = { entry_gate: { clock: "gate" }, turn: { clock: "turn" } };
+  const track = { ...document.track, first_clock: "first" };
+  assert.equal(clockOf({ ...document, track, phases }), "gate");
+  assert.equal(clockOf({ ...document, track, phases: { ...phases, entry_gate: null } }), "turn");
+  assert.equal(clockOf({ ...document, track, phases: null }), "first");
 });

@@ -54,6 +54,7 @@ def changed(text, change):
 
 
 def doubtful(document):
+    document["phases"]["entry_gate"]["clock"] = None
     document["check"]["verdict"] = "doubtful"
     document["check"]["reasons"] = [
         {"code": "gap", "severity": "doubtful", "value": 1, "unit": "s", "text": f"{HOSTILE} without samples"},
@@ -126,6 +127,8 @@ class TableTest(unittest.TestCase):
             "return [...document.querySelectorAll('.runs tbody tr')].map(row => [...row.cells].slice(2).map(each => each.textContent))")))
         self.assertEqual(rows["10"][:6], ["✓good", "2026-05-16 13:08:48", "76.8", "2.88", "39.1", "210"])
         self.assertEqual(rows["10"][-1], "")
+        turn = json.loads(documents["reversed"])["phases"]["turn"]["clock"]
+        self.assertEqual(rows["2/odd"][1], turn[:19].replace("T", " "))
         self.assertEqual((rows["2/odd"][0], rows["2/odd"][-1]), ("?doubtful", f"{HOSTILE} without samples13.1 ft wide"))
         self.assertEqual((rows["walk"][0], rows["walk"][-1]), ("✕failed", "could not detect pattern entry"))
         self.assertEqual((rows[f"lost {HOSTILE}"][0], rows[f"lost {HOSTILE}"][-1]), ("✕failed", "no result came back"))

@@ -1,7 +1,7 @@
 // The table of all files: runs with their scores, walks with their course files, failed files with the program's
 // message.
 import { verdictMark } from "../src/check";
-import { clockText } from "../src/head";
+import { clockOf, clockText } from "../src/head";
 import { button, element } from "../src/dom";
 import { figureText } from "../src/figures";
 import { Quantity, Units } from "../src/units";
@@ -36,7 +36,7 @@ const severities: Record<string, number> = { good: 0, doubtful: 1, unusable: 2 }
 
 function sortValue(row: Row, key: string): number | string | null {
   if (key === "name") return row.path;
-  if (key === "clock") return row.run?.phases?.entry_gate?.clock ?? row.run?.track.first_clock ?? null;
+  if (key === "clock") return row.run ? clockOf(row.run) : null;
   if (key === "verdict") return severities[verdictOf(row) ?? ""] ?? null;
   return row.run?.figures?.[key]?.value ?? null;
 }
@@ -101,7 +101,7 @@ function verdictCell(row: Row): HTMLElement {
 
 function runCells(row: Row, units: Units): HTMLElement[] {
   const run = row.run!;
-  const cells = [element("td", { class: "clock" }, clockText(run.phases?.entry_gate?.clock ?? run.track.first_clock)), verdictCell(row)];
+  const cells = [element("td", { class: "clock" }, clockText(clockOf(run))), verdictCell(row)];
   for (const { key } of figureColumns) {
     const figure = run.figures?.[key];
     cells.push(element("td", { "data-figure": key }, figure ? figureText(key, figure, units) : "–"));

@@ -7,6 +7,17 @@ export function clockText(clock: string | null | undefined): string {
   return clock ? clock.replace("T", " ").replace(/\.\d+$/, "") : "unknown";
 }
 
+// When the run was flown, with the name of that moment. A track may begin long before it, with other jumps.
+function flownAt({ phases, track }: RunDocument): [string, string | null] {
+  if (phases?.entry_gate?.clock) return ["Through the gate", phases.entry_gate.clock];
+  if (phases?.turn?.clock) return ["Turn begins", phases.turn.clock];
+  return ["Track begins", track.first_clock];
+}
+
+export function clockOf(document: RunDocument): string | null {
+  return flownAt(document)[1];
+}
+
 export function courseText({ course, program }: RunDocument): string {
   if (course.gate === null && course.file === null) return program.options.implicit_gate ? "none" : "unknown";
   if (course.gate === "implicit") return "none; the gate is worked out from the run itself";
@@ -17,14 +28,14 @@ export function courseText({ course, program }: RunDocument): string {
 }
 
 export function factList(document: RunDocument): HTMLElement {
-  const { track, program, phases } = document;
-  const gate = phases?.entry_gate?.clock;
+  const { track, program } = document;
+  const [moment, clock] = flownAt(document);
   const rate = track.rate === null ? "" : `, ${Number(track.rate.toPrecision(3))} a second`;
   const aloft = program.options.time_aloft;
   const facts: [string, string][] = [
-    [gate ? "Through the gate" : "Track begins", clockText(gate ?? track.first_clock)],
+    [moment, clockText(clock)],
     ["Course", courseText(document)],
-    ["Track", `${track.name}, ${track.count} samples${rate}`],
+    ["Track", `${track.name}, ${track.count} ${track.count === 1 ? "sample" : "samples"}${rate}`],
     ...(aloft === null ? [] : [["Time aloft given", `${aloft / 1000} s`] as [string, string]]),
     ["Analysed by", `Tarvel ${program.version}`],
     ["SHA-256 of the track", track.sha256 ?? "unknown"],

@@ -7,7 +7,7 @@ import { RunDocument } from "./document";
 import { element } from "./dom";
 import { makeCurves, makeViews, speedLegend, stretchOf } from "./drawings";
 import { comparisonTable, phaseTable, scoreTiles } from "./figures";
-import { clockText, courseText, failurePanel } from "./head";
+import { clockOf, clockText, courseText, failurePanel } from "./head";
 import { Matching, originName } from "./matching";
 import { flightPanels } from "./panels";
 import { Units } from "./units";
@@ -52,14 +52,13 @@ function fitWords(paper: HTMLElement, sheet: HTMLElement): number {
 // Adds the sheet to the page, and returns the function that removes it.
 export function addSheet(root: HTMLElement, { documents, labels, colours, matching, units }: SheetSource): () => void {
   const [first] = documents;
-  const gate = first.phases?.entry_gate?.clock ?? first.track.first_clock;
   const line = (text: string) => element("p", {}, text);
   const sheet = element(
     "div",
     { class: documents.length > 1 ? "several" : "" },
     element("h1", {}, labels[0]),
     documents.length > 1 ? line(`compared with ${labels.slice(1).join(", ")}`) : null,
-    line(`${clockText(gate)} · course: ${courseText(first)} · Tarvel ${first.program.version}`),
+    line(`${clockText(clockOf(first))} · course: ${courseText(first)} · Tarvel ${first.program.version}`),
     failurePanel(first),
   );
   const paper = element("div", { class: "sheet" }, sheet);
