@@ -92,49 +92,62 @@ interval printed_range(const report_line &line, const figure_check &each, double
           rounded(range.high * factor, line.decimals, round_up)};
 }
 
-void print_line(text_buffer &text, const report_line &line, const run_check &check, bool is_stop,
-                const display_units &units) {
+void print_not_found(text_buffer &text, const report_line &line, const run_check &check, const display_units &units) {
+  text_buffer_printf(text, "%-24s    ---- %s", line.label, unit_of(line, units));
+  const double missing = check_of(check, line.which).missing;
+  if (check.draws == 0 || missing >= 1.0) return;
+  text_buffer_printf(text, "   found in %.0f %% of the draws", std::ceil(100.0 * (1.0 - missing)));
+}
+
+void print_bounds(text_buffer &text, const report_line &line, const figure_check &each, const display_units &units) {
+  const interval range = printed_range(line, each, factor_of(line, units));
+  text_buffer_printf(text, "%-24s    ---- %-4s %7.*f .. %7.*f   bounds: crossed while samples were missing", line.label,
+                     unit_of(line, units), line.decimals, range.low, line.decimals, range.high);
+}
+
+void print_interval(text_buffer &text, const report_line &line, const figure_check &each, const display_units &units) {
+  constexpr int longest_unit = 4;
+  const int space = longest_unit - static_cast<int>(std::strlen(unit_of(line, units)));
+  const interval range = printed_range(line, each, factor_of(line, units));
+  text_buffer_printf(text, "%*s %7.*f .. %7.*f", space, "", line.decimals, range.low, line.decimals, range.high);
+}
+
+void print_direction(text_buffer &text, const figure_check &degrees, const run_check &check) {
+  text_buffer_printf(text, "   %s", degrees.value >= 0.0 ? "right-hand" : "left-hand");
+  if (check.other_hand > 0.0) {
+    text_buffer_printf(text, " in %.0f %% of the draws", std::floor(100.0 * (1.0 - check.other_hand)));
+  } else if (check.draws != 0) {
+    text_buffer_printf(text, " in all draws");
+  }
+}
+
+void print_found(text_buffer &text, const report_line &line, const run_check &check, bool is_stop,
+                 const display_units &units) {
   const figure_check &each = check_of(check, line.which);
-  const double factor = factor_of(line, units);
-  if (std::isnan(each.value)) {
-    text_buffer_printf(text, "%-24s    ---- %s", line.label, unit_of(line, units));
-    if (check.draws != 0 && each.missing < 1.0) {
-      text_buffer_printf(text, "   found in %.0f %% of the draws", std::ceil(100.0 * (1.0 - each.missing)));
-    }
-    text_buffer_printf(text, "\n");
-    return;
-  }
-  if (each.is_bounded) {
-    const interval range = printed_range(line, each, factor);
-    text_buffer_printf(text, "%-24s    ---- %-4s %7.*f .. %7.*f   bounds: crossed while samples were missing\n",
-                       line.label, unit_of(line, units), line.decimals, range.low, line.decimals, range.high);
-    return;
-  }
-  const double value = line.unit == measure::angle ? std::fabs(each.value) : each.value * factor;
-  const char *const unit = unit_of(line, units);
+  const double value = line.unit == measure::angle ? std::fabs(each.value) : each.value * factor_of(line, units);
   text_buffer_printf(text, "%-24s %7.*f %s", line.label, line.decimals, rounded(value, line.decimals, round_near),
-                     unit);
+                     unit_of(line, units));
   if (is_stop && depends_on_touchdown(line.which)) {
-    text_buffer_printf(text, line.which == figure::touchdown_distance ? "   is the stop: nobody marked the touchdown\n"
-                                                                      : "   at the stop\n");
+    const bool is_distance = line.which == figure::touchdown_distance;
+    text_buffer_printf(text, is_distance ? "   is the stop: nobody marked the touchdown" : "   at the stop");
     return;
   }
-  if (each.has_interval) {
-    const interval range = printed_range(line, each, factor);
-    constexpr int longest_unit = 4;
-    text_buffer_printf(text, "%*s %7.*f .. %7.*f", longest_unit - static_cast<int>(std::strlen(unit)), "",
-                       line.decimals, range.low, line.decimals, range.high);
-  }
+  if (each.has_interval) print_interval(text, line, each, units);
   if (each.missing > 0.0) {
     text_buffer_printf(text, "   missing in %.0f %% of the draws", std::ceil(100.0 * each.missing));
   }
-  if (line.which == figure::degrees) {
-    text_buffer_printf(text, "   %s", each.value >= 0.0 ? "right-hand" : "left-hand");
-    if (check.other_hand > 0.0) {
-      text_buffer_printf(text, " in %.0f %% of the draws", std::floor(100.0 * (1.0 - check.other_hand)));
-    } else if (check.draws != 0) {
-      text_buffer_printf(text, " in all draws");
-    }
+  if (line.which == figure::degrees) print_direction(text, each, check);
+}
+
+void print_line(text_buffer &text, const report_line &line, const run_check &check, bool is_stop,
+                const display_units &units) {
+  const figure_check &each = check_of(check, line.which);
+  if (std::isnan(each.value)) {
+    print_not_found(text, line, check, units);
+  } else if (each.is_bounded) {
+    print_bounds(text, line, each, units);
+  } else {
+    print_found(text, line, check, is_stop, units);
   }
   text_buffer_printf(text, "\n");
 }
