@@ -24,8 +24,9 @@ struct check_settings {
   bool even_if_withheld = false;
 };
 
-// Why figures of a run get no intervals. For a gap, a contradiction or white errors only the phases get none, since
-// their detectors step from sample to sample. For the other reasons no figure gets one.
+// Why figures of a run get no intervals. For a gap, a contradiction, white errors or sparse samples only the phases get
+// none, since their detectors step from sample to sample; with sparse samples the speed at touchdown gets none either.
+// For the other reasons no figure gets one.
 enum class withheld {
   nothing,
   times_out_of_order,    // a time that repeats or steps back among the samples
