@@ -168,7 +168,8 @@ def table_row(name, document, head, message):
     if not failure:
         row.update(script=f"{stem}.js", figures={key: head["figures"][key] for key in SHOWN_FIGURES})
     if check:
-        row["reasons"] = [{key: reason[key] for key in ("code", "severity", "value", "unit", "text")} for reason in check["reasons"]]
+        row["reasons"] = [{key: reason[key] for key in ("code", "severity", "value", "unit", "text")}
+                          for reason in check["reasons"]]
     return row
 
 

@@ -2,7 +2,7 @@
 import { Reason, sentenceOf } from "./check";
 import { Figure } from "./document";
 import { clockText } from "./head";
-import { Units, unitsOf } from "./units";
+import { Units, metric } from "./units";
 
 export interface MeetRun {
   name: string;
@@ -27,7 +27,8 @@ export const sortKeys: Record<"name" | "verdict" | "clock" | "course" | "reasons
   verdict: (run) => (run.verdict === null ? null : verdictOrder[run.verdict]),
   clock: (run) => run.clock,
   course: (run) => run.course,
-  reasons: (run) => reasonTexts(run, unitsOf("metric")).join(" ") || null,
+  // In the same units for all runs, so that a change of units keeps the order.
+  reasons: (run) => reasonTexts(run, metric).join(" ") || null,
 };
 
 // An unusable run comes after the others, as in the ranking.
