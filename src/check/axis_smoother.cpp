@@ -12,11 +12,11 @@ namespace {
 constexpr double widest_acceleration = 30.0;
 
 constexpr int jerk_rounds = 3;
-constexpr double jerk_reach = 0.75;         // s to either side
-constexpr double first_density = 25.0;      // m2/s5; a brisk turn
-constexpr double least_density = 0.01;      // 0.1 squared
-constexpr double greatest_density = 225.0;  // 15 squared
-constexpr double longest_step = 1.0;        // s; over a longer gap the jerk is not known
+constexpr double jerk_reach = 0.75;          // s to either side
+constexpr double first_density = 25.0;       // m2/s5; a brisk turn
+constexpr double least_density = 0.01;       // 0.1 squared
+constexpr double greatest_density = 225.0;   // 15 squared
+constexpr double longest_steady_step = 1.0;  // s; over a longer gap the jerk is not known
 
 // Row i of the unknowns of sample k: position, velocity, acceleration.
 constexpr std::size_t position_row = 0;
@@ -123,7 +123,7 @@ void follow_jerk(const axis_measurement &measured, const smoothed_axis &axis, do
     double sum = 0.0;
     for (std::size_t i = first; i < end; ++i) sum += squared_jerk(measured, axis, i);
     const double mean = sum / static_cast<double>(end - first);
-    const bool is_gap = measured.times[k + 1] - measured.times[k] > longest_step;
+    const bool is_gap = measured.times[k + 1] - measured.times[k] > longest_steady_step;
     densities[k] = is_gap ? greatest_density : std::clamp(factor * mean, least_density, greatest_density);
   }
 }

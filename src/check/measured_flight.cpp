@@ -10,8 +10,8 @@ namespace tarvel {
 namespace {
 
 // A lag below this may be chance, and changes no figure.
-constexpr double least_lag = 0.03;   // s
-constexpr double before_turn = 2.0;  // s; the lag is sought from there to the stop
+constexpr double least_lag = 0.03;       // s
+constexpr double lag_before_turn = 2.0;  // s; the lag is sought from there to the stop
 
 // The least errors of a logger; smaller stated ones are replaced by these.
 constexpr double least_stated_speed = 0.02;    // m/s
@@ -47,7 +47,7 @@ std::size_t first_of_lag(const measured_flight &flight) {
   const std::size_t turn = flight.window.run.top_of_turn;
   const owned_array<double> &times = flight.series.times;
   std::size_t first = turn;
-  while (first > flight.window.closely.first && times[turn] - times[first] < before_turn) --first;
+  while (first > flight.window.closely.first && times[turn] - times[first] < lag_before_turn) --first;
   return first;
 }
 

@@ -209,13 +209,13 @@ void judge_draws(const run_check &check, run_verdict &verdict) {
   add_above(verdict, reason_code::wide_gate_speed, width_of(check, figure::entry_gate_speed));
   add_above(verdict, reason_code::wide_distance, width_of(check, figure::distance_to_stop));
   add_above(verdict, reason_code::wide_carve_time, width_of(check, figure::carve_time));
-  double missing = 0.0;
+  double most_missing = 0.0;
   for (const figure which : {figure::entry_gate_speed, figure::carve_time}) {
     const figure_check &each = check_of(check, which);
     if (std::isnan(each.value)) continue;
-    missing = std::max(missing, each.missing - check.failed);
+    most_missing = std::max(most_missing, each.missing - check.failed);
   }
-  add_above(verdict, reason_code::figures_missing, missing);
+  add_above(verdict, reason_code::figures_missing, most_missing);
   add_above(verdict, reason_code::rotation_undecided, check.other_hand);
   add_above(verdict, reason_code::rotation_uncertain, check.other_degrees);
 }

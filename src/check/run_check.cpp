@@ -16,7 +16,7 @@ namespace tarvel {
 namespace {
 
 constexpr double greatest_ratio = 1.5;
-constexpr double shortest_memory = 0.5;  // s
+constexpr double longest_white_memory = 0.5;  // s
 // White errors of the velocity hardly change its integral, but show as differences from sample to sample.
 constexpr double greatest_roughness = 4.0;
 
@@ -204,7 +204,7 @@ withheld reason_in(const run_check &check) {
   if (check.longest_gap > 0.0) return withheld::gap;
   if (check.step > longest_measured_step) return withheld::sparse_samples;
   if (check.noise.ratio > greatest_ratio) return withheld::contradiction;
-  const bool is_white = check.noise.memory.velocity < shortest_memory || check.roughness > greatest_roughness;
+  const bool is_white = check.noise.memory.velocity < longest_white_memory || check.roughness > greatest_roughness;
   if (!is_white) return withheld::nothing;
   // Between samples so far apart, velocities of a flight differ as if they had such errors.
   return check.step > longest_exact_step ? withheld::sparse_samples : withheld::white_velocity_noise;

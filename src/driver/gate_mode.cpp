@@ -17,7 +17,7 @@ struct gate_outputs {
   owned_text tvl;
 };
 
-gate_outputs name_outputs(const char *gate_file) {
+gate_outputs name_gate_outputs(const char *gate_file) {
   return {change_extension(gate_file, "kml"), change_extension(gate_file, "txt"), change_extension(gate_file, "tvl")};
 }
 
@@ -54,7 +54,7 @@ void write_walk_kml(const gate &surveyed, const char *path) {
 }  // namespace
 
 void run_gate_mode(const run_config &config) {
-  const gate_outputs outputs = name_outputs(config.gate_file.get());
+  const gate_outputs outputs = name_gate_outputs(config.gate_file.get());
   const owned_record<gate> surveyed = survey_course(config.gate_file.get());
   if (config.debug) write_gate_copy(surveyed->course, outputs.tvl.get());
   if (!config.pond) surveyed->course.pond.reset();

@@ -25,7 +25,7 @@ struct swoop_outputs {
   owned_text tvl;
 };
 
-swoop_outputs name_outputs(const char *swoop_file) {
+swoop_outputs name_swoop_outputs(const char *swoop_file) {
   return {change_extension(swoop_file, "kml"), change_extension(swoop_file, "pdf"), change_extension(swoop_file, "txt"),
           change_extension(swoop_file, "tvl")};
 }
@@ -105,7 +105,7 @@ const pond_outline *turned_pond(std::optional<course> &loaded, const swoop &run)
 }  // namespace
 
 void run_swoop_mode(const run_config &config) {
-  const swoop_outputs outputs = name_outputs(config.swoop_file.get());
+  const swoop_outputs outputs = name_swoop_outputs(config.swoop_file.get());
   error_slot error = nullptr;
   const owned_record<swoop> run = open_run(config, &error);
   fatal_error(error);

@@ -44,7 +44,7 @@ bool has_moved_away(const gps_point &from, double altitude) {
   return !(feet_per_metre * std::fabs(altitude - raw_altitude(from)) <= landed_height_feet);
 }
 
-// A summary of samples, for is_decided.
+// A summary of samples, for ends_stay.
 struct ground_summary {
   double least = std::numeric_limits<double>::infinity();  // m; above greatest when there are no samples
   double greatest = -std::numeric_limits<double>::infinity();
@@ -71,7 +71,7 @@ bool has_stayed(const gps_point &from, const gps_point &sample) {
 }
 
 // True for the first sample at which the landing has lasted long enough or the height has changed.
-struct is_decided {
+struct ends_stay {
   const gps_point &from;
 
   bool operator()(const gps_point &sample) const {
@@ -89,7 +89,7 @@ std::size_t find_landing(std::span<const gps_point> samples, std::size_t flight)
   sample_tree<ground_summary> tree(samples);
   // A track that ends before the landing has lasted long enough counts as one that lasts.
   const auto lasts = [&](std::size_t i) {
-    const std::size_t decided = tree.find_first(i, samples.size(), is_decided{samples[i]});
+    const std::size_t decided = tree.find_first(i, samples.size(), ends_stay{samples[i]});
     return decided == samples.size() || has_stayed(samples[i], samples[decided]);
   };
   for (std::size_t i = flight; i + 1 < samples.size(); ++i) {

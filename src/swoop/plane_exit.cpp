@@ -36,7 +36,7 @@ bool may_be_fall(const gps_point &sample) {
   return acceleration >= 0.0 && acceleration <= greatest_fall;
 }
 
-// A summary of samples, for is_decided and the mean acceleration.
+// A summary of samples, for ends_fall and the mean acceleration.
 struct fall_summary {
   double accelerations = 0.0;  // their sum, mph per second
   bool is_fall = true;         // may_be_fall() of every sample
@@ -56,7 +56,7 @@ struct fall_summary {
 };
 
 // True for the first sample at which the fall ends or has lasted long enough.
-struct is_decided {
+struct ends_fall {
   std::int64_t start;
 
   bool operator()(const gps_point &sample) const {
@@ -69,7 +69,7 @@ struct is_decided {
 
 // True when the mean downward acceleration over fall_time from sample i exceeds least_fall.
 bool has_begun(std::span<const gps_point> samples, sample_tree<fall_summary> &tree, std::size_t i) {
-  const is_decided decides = {samples[i].time};
+  const ends_fall decides = {samples[i].time};
   const std::size_t end_in_order = std::min(samples.size(), i + most_added_in_order);
   double sum = 0.0;
   std::size_t last = i;

@@ -7,12 +7,12 @@ namespace tarvel {
 
 namespace {
 
-constexpr double dive_height_feet = 1000.0;  // the final dive is below
-constexpr double level_descent = 25.0;       // mph; a canopy in straight flight descends more slowly
-constexpr double fast_descent = 15.0;        // mph; for a top that descends this fast an earlier one is searched
-constexpr double turning_rate = 30.0;        // degrees per second; the search ends at an earlier turn
-constexpr double longest_climb = 500.0;      // ft above the top within which the search ends
-constexpr double dive_gain = 15.0;           // mph that the descent gains after the earlier top
+constexpr double final_dive_feet = 1000.0;  // the final dive is below
+constexpr double straight_descent = 25.0;   // mph; a canopy in straight flight descends more slowly
+constexpr double fast_descent = 15.0;       // mph; for a top that descends this fast an earlier one is searched
+constexpr double turning_rate = 30.0;       // degrees per second; the search ends at an earlier turn
+constexpr double longest_climb = 500.0;     // ft above the top within which the search ends
+constexpr double dive_gain = 15.0;          // mph that the descent gains after the earlier top
 
 bool accelerates_downward(const gps_point &sample) { return sample.acc_local.z < 0.0; }
 
@@ -23,11 +23,11 @@ std::int64_t start_of_acceleration(std::span<const gps_point> samples, std::int6
   return top;
 }
 
-// The last sample before the dive that descends more slowly than level_descent; without one, the one that descends
+// The last sample before the dive that descends more slowly than straight_descent; without one, the one that descends
 // least.
 std::int64_t last_level_sample(std::span<const gps_point> samples, std::int64_t dive, std::int64_t first) {
   for (std::int64_t level = dive; level >= first; --level) {
-    if (descent_mph(samples[static_cast<std::size_t>(level)]) < level_descent) return level;
+    if (descent_mph(samples[static_cast<std::size_t>(level)]) < straight_descent) return level;
   }
   std::int64_t least_at = 0;
   double least = descent_mph(samples[static_cast<std::size_t>(dive)]) + 1.0;
@@ -67,7 +67,7 @@ std::uint32_t find_dive(const swoop &run, error_slot *error) {
   double fastest = 0.0;
   for (std::uint32_t i = run.pattern_entry; i < samples.size(); ++i) {
     const double descent = descent_mph(samples[i]);
-    if (height_feet(samples[i]) < dive_height_feet && descent > fastest) {
+    if (height_feet(samples[i]) < final_dive_feet && descent > fastest) {
       fastest = descent;
       dive = i;
     }
