@@ -24,10 +24,28 @@ double widening_of(figure which) {
     // Where the turn may have begun before a jolt, the ends of these reach to that start as well.
     case figure::turn_height:
     case figure::turn_back:
-    case figure::turn_offset: return 0.95;
+    case figure::turn_offset:
+    // The draws of these scatter a little more than the figure does around the truth.
+    case figure::exit_height:
+    case figure::max_vertical_height:
+    case figure::max_vertical_back:
+    case figure::rollout_start_height:
+    case figure::rollout_start_back:
+    case figure::rollout_end_back:
+    case figure::max_total_back:
+    case figure::rollout_time:
+    case figure::carve_time:
+    case figure::exit_gate_speed: return 0.95;
 
+    // The offset of a draw's positions is drawn larger than it is in most tracks.
+    case figure::max_vertical_offset:
+    case figure::rollout_start_offset:
+    case figure::max_total_offset:
+    case figure::max_horizontal_offset:
     // Most of its interval is the resolution, half a step, which needs no widening.
     case figure::max_horizontal_back: return 0.9;
+
+    case figure::rollout_end_offset: return 0.85;
 
     default: return 1.0;
   }

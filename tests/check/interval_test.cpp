@@ -38,7 +38,7 @@ TEST(interval_test, contains_the_figure_itself) {
 
 TEST(interval_test, widens_by_less_than_a_half) {
   for (std::size_t i = 0; i < figure_count; ++i) {
-    EXPECT_GE(widening_of(static_cast<figure>(i)), 0.9) << i;
+    EXPECT_GE(widening_of(static_cast<figure>(i)), 0.85) << i;
     EXPECT_LE(widening_of(static_cast<figure>(i)), 1.3) << i;
   }
   EXPECT_EQ(widening_of(figure::max_total_height), 1.0);
