@@ -1,6 +1,6 @@
 // Checks simulated runs whose truth is known: one line for each figure of each run, for scripts/check_coverage.
 //
-//   check_simulated_runs [--runs N] [--seed S] [--rate R] [--draws D] [--noise NAME] [--even-if-withheld]
+//   check_simulated_runs [--first F] [--runs N] [--seed S] [--rate R] [--draws D] [--noise NAME] [--even-if-withheld]
 //
 // The truth is what the analysis says of the flight without noise. A simulated flight is too smooth: its greatest
 // speeds lie on plateaus that no logger sees. Fluctuations below 0.7 Hz are therefore added, velocity and position

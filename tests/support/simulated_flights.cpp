@@ -253,7 +253,9 @@ bool find_truth(const simulated_flight &flight, swoop &truth) {
 }
 
 bool take_setting(run_settings &given, const std::string &option, const char *value) {
-  if (option == "--runs") {
+  if (option == "--first") {
+    given.first = std::atoi(value);
+  } else if (option == "--runs") {
     given.runs = std::atoi(value);
   } else if (option == "--seed") {
     given.seed = std::strtoull(value, nullptr, 10);

@@ -54,20 +54,21 @@ struct simulated_flight {
 
 // The options that both programs of simulated runs have.
 struct run_settings {
+  int first = 0;  // number of the first run: several calls may share the runs of a seed
   int runs = 100;
   std::uint64_t seed = 1;
   double rate = 0.0;  // samples a second of all runs; 0: 5, 10 and 20
   check_settings check;
 };
 
-// Takes --runs, --seed, --rate or --draws and its value; false for any other option.
+// Takes --first, --runs, --seed, --rate or --draws and its value; false for any other option.
 bool take_setting(run_settings &given, const std::string &option, const char *value);
 
 // Calls check_one(number, source) for each run, with separate random numbers. When it returns false, the flight left
 // nothing to check: another one is tried, up to 20 times.
 template <typename action>
 void check_runs(const run_settings &given, action check_one) {
-  for (int number = 0; number < given.runs; ++number) {
+  for (int number = given.first; number < given.first + given.runs; ++number) {
     random_source source(given.seed * 1000000 + static_cast<std::uint64_t>(number) * 16);
     for (int attempt = 0; attempt < 20 && !check_one(number, source); ++attempt) {
     }
