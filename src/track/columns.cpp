@@ -19,8 +19,7 @@ namespace {
 std::uint8_t read_small_count(std::string_view text) {
   const char *const last = text.data() + text.size();
   std::uint8_t count = 0;
-  const auto [end, error] = std::from_chars(text.data(), last, count);
-  if (error == std::errc() && end == last) return count;
+  if (std::from_chars(text.data(), last, count).ec == std::errc()) return count;
   return static_cast<std::uint8_t>(std::strtoul(text.data(), nullptr, 10));
 }
 
