@@ -192,6 +192,22 @@ TEST(time_field_test, calls_mktime_again_once_the_minute_is_discarded) {
   EXPECT_EQ(parse("2024-06-01T12:30:05Z").time, half_past_noon + 5000);
 }
 
+// Rows of one minute take one call of mktime: the other zone shows in the next minute only. A text of more than 24 bytes
+// is not kept.
+TEST(time_field_test, keeps_a_minute_until_it_is_discarded) {
+  for (const std::size_t zeros : {0U, 7U, 8U}) {
+    SCOPED_TRACE(zeros);
+    forget_calendar_minute();
+    const std::string hour = std::string(zeros, '0') + "2024-06-01T12:";
+    EXPECT_EQ(parse(hour + "30:05Z").time, half_past_noon + 5000);
+    setenv("TZ", "EST5", 1);
+    EXPECT_EQ(parse(hour + "30:07Z").time, half_past_noon + (zeros < 8 ? 0 : 5 * 3600000) + 7000);
+    EXPECT_EQ(parse(hour + "31:00Z").time, half_past_noon + 5 * 3600000 + 60000);
+    setenv("TZ", "UTC", 1);
+  }
+  forget_calendar_minute();
+}
+
 // Whole milliseconds from every spelling of the seconds, worked out in integers.
 TEST(time_field_test, truncates_every_thousandth_as_binary_seconds_do) {
   for (int millisecond = 0; millisecond < 60000; millisecond += 7) {
