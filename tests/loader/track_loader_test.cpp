@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/container_bytes.h"
@@ -142,8 +143,24 @@ TEST(track_loader_test, refuses_a_container_of_the_other_kind) {
   EXPECT_EQ(walk_warnings.text(), "WARNING: unknown field (uTVL)\n");
 }
 
+TEST(track_loader_test, sets_the_kind_of_the_track) {
+  const std::pair<std::string, track_kind> kinds[] = {
+      {swoop_bytes(std::vector<gps_point>(1)), track_kind::container},
+      {header_lines, track_kind::header_lines},
+      {tagged_lines, track_kind::tagged_lines},
+  };
+  gps_track track;
+  for (const auto &[bytes, kind] : kinds) {
+    warning_buffer warnings;
+    error_slot error = nullptr;
+    EXPECT_EQ(load_swoop_stream(open_bytes(bytes).get(), track, warnings, &error), done);
+    EXPECT_EQ(track.kind, kind);
+  }
+}
+
 TEST(track_loader_test, leaves_the_target_when_it_fails) {
   gps_track track;
+  track.kind = track_kind::container;
   ASSERT_TRUE(try_zeroed(track.points, 1));
   track.points[0].time = 42;
   track.count = 1;
@@ -153,6 +170,7 @@ TEST(track_loader_test, leaves_the_target_when_it_fails) {
   EXPECT_STREQ(error, "no GPS points found");
   ASSERT_EQ(track.count, 1U);
   EXPECT_EQ(track.points[0].time, 42);
+  EXPECT_EQ(track.kind, track_kind::container);
 }
 
 struct memory_case {
