@@ -77,6 +77,15 @@ TEST(stretches_test, tells_what_a_track_holds) {
             kinds{stretch_kind::climb});
 }
 
+TEST(stretches_test, a_climb_is_of_more_than_500_feet) {
+  const auto climb_of = [](double feet) {
+    return moving_behind(point_at(meadow), {48.6, 11.25, 420.0 + 0.3048 * feet}, {18.0, 0.0, -0.25}, 600);
+  };
+  // The first sample of 600 has climbed a 600th part.
+  EXPECT_EQ(kinds_of(climb_of(499.95 * 600.0 / 599.0)), kinds{stretch_kind::ground});
+  EXPECT_EQ(kinds_of(climb_of(500.05 * 600.0 / 599.0)), kinds{stretch_kind::climb});
+}
+
 TEST(stretches_test, an_exit_is_told_by_its_height_above_the_landing) {
   const std::vector<stretch> parts = split(plain_run());
   ASSERT_EQ(parts.size(), 1U);
@@ -129,6 +138,15 @@ TEST(stretches_test, a_clock_that_is_set_back_on_the_ground_by_more_than_a_minut
   EXPECT_EQ(kinds_of(track), (kinds{stretch_kind::ground, stretch_kind::ground}));
 }
 
+TEST(stretches_test, a_recording_on_the_ground_has_16_samples) {
+  for (const int count : {15, 16}) {
+    SCOPED_TRACE(count);
+    const recording ground = standing_behind(point_at(meadow), 600);
+    const recording track = ground + starting_at(standing_behind(ground.back(), count), point_at(meadow).time);
+    EXPECT_EQ(split(track).size(), count == 16 ? 2U : 1U);
+  }
+}
+
 TEST(stretches_test, wrong_heights_on_the_ground_are_no_descent) {
   recording track = standing_behind(point_at(meadow), 3600);
   for (std::size_t i = 1000; i < 1010; ++i) track[i].pos_wgs84.z += 700.0;
@@ -170,6 +188,25 @@ TEST(stretches_test, a_day_is_cut_on_the_ground_at_rest) {
   }
 }
 
+// The climb begins behind the sample of this index, which is the last at rest.
+recording jump_after_rest(std::size_t last) {
+  recording track = {point_at(meadow)};
+  track = track + standing_behind(track.back(), static_cast<int>(last));
+  return track + with_climb(track.back(), plain_run());
+}
+
+TEST(stretches_test, a_jump_begins_ten_seconds_before_the_end_of_the_rest) {
+  const std::vector<stretch> parts = split(jump_after_rest(600));
+  ASSERT_EQ(parts.size(), 2U);
+  EXPECT_EQ(parts[1].samples.first, 590U);
+}
+
+TEST(stretches_test, less_than_a_minute_on_the_ground_belongs_to_the_first_jump) {
+  EXPECT_EQ(kinds_of(jump_after_rest(69)), kinds{stretch_kind::run});
+  ASSERT_EQ(kinds_of(jump_after_rest(70)), (kinds{stretch_kind::ground, stretch_kind::run}));
+  EXPECT_EQ(split(jump_after_rest(70))[1].samples.first, 60U);
+}
+
 TEST(stretches_test, a_jump_keeps_the_ground_on_which_its_pilot_stays_near_the_stop) {
   recording track = plain_run();
   const std::size_t stopped = track.size();
@@ -185,6 +222,43 @@ TEST(stretches_test, a_jump_keeps_the_ground_on_which_its_pilot_stays_near_the_s
   ASSERT_EQ(parts.size(), 2U);
   EXPECT_EQ(parts[0].samples.end, away + 1);
   EXPECT_EQ(parts[1].kind, stretch_kind::ground);
+
+  // Less than a minute from the first sample at rest, and a minute.
+  track.resize(away + 60);
+  EXPECT_EQ(split(track).size(), 1U);
+  track = track + standing_behind(track.back(), 1);
+  EXPECT_EQ(split(track).size(), 2U);
+}
+
+// The walk lasts 400 s, and the clock goes back to 200 s after its start.
+TEST(stretches_test, a_jump_ends_with_its_recording) {
+  recording track = plain_run();
+  const vec3 here = track.back().pos_wgs84;
+  track = track + moving_behind(track.back(), {here.x + 0.004, here.y, here.z}, {1.1, 0.0, 0.0}, 400);
+  const std::size_t end = track.size();
+  track = track + starting_at(standing_behind(track.back(), 600), track.back().time - 200000);
+  const std::vector<stretch> parts = split(track);
+  ASSERT_EQ(parts.size(), 2U);
+  EXPECT_EQ(parts[0].samples.end, end);
+}
+
+// Without a sample that descends below 1,000 ft there is no stop.
+TEST(stretches_test, a_descent_without_a_stop_keeps_the_ground_on_which_its_pilot_stays) {
+  const recording fall = moving_behind(point_at({48.5, 11.25, 1420.0}), {48.51, 11.25, 900.0}, {15.0, 0.0, 5.2}, 100);
+  gps_point landed = point_at({48.51, 11.25, 420.0});
+  landed.time = fall.back().time + 100000;
+  EXPECT_EQ(kinds_of(fall + standing_behind(landed, 600)), kinds{stretch_kind::descent});
+}
+
+TEST(stretches_test, a_jump_ends_at_its_landing_when_the_pilot_came_there_after_the_stop) {
+  recording track = plain_run();
+  const vec3 here = track.back().pos_wgs84;
+  track = track + moving_behind(track.back(), {here.x + 70.0 * 20.0 / 111195.0, here.y, here.z}, {20.0, 0.0, 0.0}, 70);
+  const std::size_t away = track.size();
+  track = track + standing_behind(track.back(), 600);
+  const std::vector<stretch> parts = split(track);
+  ASSERT_EQ(parts.size(), 2U);
+  EXPECT_EQ(parts[0].samples.end, away + 1);
 }
 
 TEST(stretches_test, every_sample_is_in_one_stretch_whatever_it_holds) {
