@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <csignal>
@@ -16,6 +17,7 @@
 #include "support/course_texts.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
+#include "support/ordinary_user.h"
 #include "support/pond_of.h"
 
 namespace tarvel {
@@ -50,6 +52,22 @@ TEST(course_output_test, a_gate_track_named_matrix_keeps_its_course) {
     EXPECT_STREQ(error, nullptr);
     EXPECT_EQ(read_text("matrix.txt"), surveyed_matrix_text);
   }
+}
+
+// The folder takes no new file, so that the course is written in place: copied onto itself, it would be emptied.
+TEST(course_output_test, a_course_that_is_written_in_place_is_not_copied_onto_itself) {
+  const temp_dir folder;
+  write_text("matrix.txt", "old");
+  ASSERT_EQ(chmod("matrix.txt", 0666), 0);
+  ASSERT_EQ(chmod(folder.path().c_str(), 0555), 0);
+  error_slot error = nullptr;
+  {
+    const ordinary_user user;
+    write_course_file("matrix.txt", course_of(0), &error);
+  }
+  EXPECT_STREQ(error, nullptr);
+  EXPECT_EQ(read_text("matrix.txt"), surveyed_matrix_text);
+  ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
 }
 
 TEST(course_output_test, linked_names_of_one_file_keep_the_course) {

@@ -3,15 +3,19 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "driver/file_handle.h"
 #include "driver/file_identity.h"
+#include "driver/modes.h"
 #include "driver/protected_inputs.h"
 #include "support/allocation_limit.h"
 #include "support/failing_calls.h"
 #include "support/files.h"
+#include "support/simulator.h"
 
 namespace tarvel {
 namespace {
@@ -69,6 +73,33 @@ TEST(file_faults_test, replaces_no_file_where_a_rename_may) {
   EXPECT_EQ(read_text("run.txt"), "report");
   EXPECT_EQ(read_text("run.txt.orig"), "somebody's");
   EXPECT_EQ(read_text("run.txt.orig.2"), samples);
+}
+
+// In the order in which a run empties its outputs. The map is emptied again before it is written.
+const char *const messages_of_truncations[] = {
+    "ERROR: failed to open file: run.kml\n",
+    "ERROR: failed to open file: run.txt\n",
+    "ERROR: failed to write file: run.kml\n",
+    "ERROR: failed to open file: run.pdf\n",
+};
+
+[[noreturn]] void analyse_with_truncations(std::size_t granted) {
+  run_config config;
+  config.swoop_file = try_duplicate("run.csv");
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+  const failing_call disk(c_call::ftruncate, granted, EIO);
+  run_swoop_mode(config);
+  std::exit(0);
+}
+
+TEST(file_faults_test, a_run_reports_the_output_that_cannot_be_emptied) {
+  const temp_dir dir;
+  write_text("run.csv", simulated_track(small_run()));
+  write_text("matrix.txt", simulated_course(small_run()));
+  for (std::size_t granted = 0; granted < std::size(messages_of_truncations); ++granted) {
+    SCOPED_TRACE(granted);
+    EXPECT_EXIT(analyse_with_truncations(granted), testing::ExitedWithCode(1), messages_of_truncations[granted]);
+  }
 }
 
 struct layout_case {

@@ -93,6 +93,21 @@ TEST(file_handle_test, creates_an_output) {
   EXPECT_EQ(read_text("run.txt"), "new\r\n");
 }
 
+TEST(file_handle_test, creates_an_output_with_the_usual_permissions) {
+  const temp_dir dir;
+  error_slot error = nullptr;
+  for (const mode_t mask : {0U, 027U}) {
+    SCOPED_TRACE(mask);
+    const mode_t usual = umask(mask);
+    const file_handle file = open_new_output(mask == 0 ? "all.txt" : "few.txt", &error);
+    umask(usual);
+    ASSERT_NE(file, nullptr);
+    struct stat status;
+    ASSERT_EQ(fstat(fileno(file.get()), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0666U & ~mask);
+  }
+}
+
 TEST(file_handle_test, empties_an_output_that_is_no_input) {
   const temp_dir dir;
   write_text("run.txt", "an older and longer report");

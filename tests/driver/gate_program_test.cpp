@@ -91,6 +91,15 @@ TEST_F(gate_program_test, names_the_map_after_the_clock_of_the_logger_everywhere
   }
 }
 
+// The name has no seconds: the second sample is a minute later.
+TEST_F(gate_program_test, names_the_map_after_the_first_sample) {
+  std::vector<gps_point> samples = course_walk().samples;
+  for (std::size_t i = 1; i < samples.size(); ++i) samples[i].time += 60000;
+  write_text("walk.csv", walk_text(samples));
+  run_cleanly({"-g", "walk.csv"});
+  EXPECT_TRUE(contains(read_text("walk.kml"), "<name>May16 10:00</name>"));
+}
+
 TEST_F(gate_program_test, writes_the_pond_and_the_container_only_when_asked) {
   write_walk("walk.csv");
   const std::string progress = run_cleanly({"-g", "walk.csv"}).out;

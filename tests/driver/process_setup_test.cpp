@@ -17,7 +17,7 @@ namespace {
 
 // Each test runs in a process of its own, whose exit status is the result.
 
-// Descriptors 0 to 2 are open, and unwritable where they were closed.
+// Descriptors 0 to 2 are open, and where they were closed they are unwritable and closed in other programs.
 [[noreturn]] void close_and_open(int first_closed) {
   for (int number = first_closed; number <= STDERR_FILENO; ++number) close(number);
   error_slot error = nullptr;
@@ -28,6 +28,7 @@ namespace {
   }
   for (int number = first_closed; number <= STDERR_FILENO; ++number) {
     if (write(number, "x", 1) >= 0 || errno != EBADF) std::exit(2);
+    if ((fcntl(number, F_GETFD) & FD_CLOEXEC) == 0) std::exit(4);
   }
   std::exit(0);
 }

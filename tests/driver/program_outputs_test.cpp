@@ -346,6 +346,20 @@ TEST(program_outputs_test, draws_charts_with_memory_of_huge_pages) {
   EXPECT_EQ(read_text("straight.pdf").substr(0, 5), "%PDF-");
 }
 
+TEST(program_outputs_test, draws_the_charts_in_the_units_of_the_report) {
+  const temp_dir folder;
+  copy_example("straight.csv");
+  copy_example("matrix.txt");
+  for (const bool metric : {false, true}) {
+    SCOPED_TRACE(metric);
+    EXPECT_EQ(run_program(metric ? names{"-m", "straight.csv"} : names{"straight.csv"}).status, 0);
+    ASSERT_EQ(std::system("pdftotext straight.pdf words"), 0);
+    const std::string words = read_text("words");
+    EXPECT_EQ(words.find("(meters)") != std::string::npos, metric);
+    EXPECT_EQ(words.find("(feet)") != std::string::npos, !metric);
+  }
+}
+
 TEST(program_outputs_test, warns_of_unknown_columns_before_the_report) {
   const temp_dir folder;
   std::string track = simulated_track(small_run());

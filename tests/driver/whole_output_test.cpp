@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -159,6 +160,18 @@ TEST(whole_output_test, touches_no_file_of_the_temporary_name) {
   EXPECT_EQ(read_text("out.txt"), "new");
   EXPECT_EQ(read_text("out.txt.new"), "somebody's");
   EXPECT_EQ(names_in("."), (names{"out.txt", "out.txt.new", "out.txt.new.2"}));
+}
+
+[[noreturn]] void write_as_descriptor_0() {
+  close(STDIN_FILENO);
+  error_slot error = nullptr;
+  const whole_output output = open_whole_output("out.txt", &error);
+  std::exit(output.file && fileno(output.file.get()) == 0 && names_in(".") == names{"out.txt.new"} ? 0 : 1);
+}
+
+TEST(whole_output_test, creates_one_temporary_file_whatever_its_descriptor) {
+  const temp_dir dir;
+  EXPECT_EXIT(write_as_descriptor_0(), testing::ExitedWithCode(0), "");
 }
 
 TEST(whole_output_test, two_writers_do_not_mix) {

@@ -135,6 +135,11 @@ int fsync(int descriptor) {
   return fails(c_call::fsync) ? -1 : real(descriptor);
 }
 
+int ftruncate(int descriptor, off_t length) noexcept {
+  static const auto real = next<int (*)(int, off_t)>("ftruncate");
+  return fails(c_call::ftruncate) ? -1 : real(descriptor, length);
+}
+
 int fchown(int descriptor, uid_t owner, gid_t group) noexcept {
   static const auto real = next<int (*)(int, uid_t, gid_t)>("fchown");
   return fails(c_call::fchown) ? -1 : real(descriptor, owner, group);

@@ -19,6 +19,7 @@ enum class c_call {
   renameat2,
   rename,
   fsync,
+  ftruncate,
   fchown,
   fchmod,
   localtime_r,
