@@ -1,6 +1,7 @@
 tarvel_test(split/descents_test USES tarvel_split)
 tarvel_test(split/jump_phases_test USES tarvel_split)
 tarvel_test(split/listing_test USES tarvel_split)
+tarvel_test(split/part_test USES tarvel_split)
 tarvel_test(split/stretches_test USES tarvel_split)
 tarvel_test(split/joined_tracks_test USES tarvel_split)
 tarvel_script_test(split/program_test)
