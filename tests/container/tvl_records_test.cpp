@@ -1,14 +1,13 @@
 #include "container/tvl_records.h"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <bit>
 #include <cstring>
 #include <string>
 
 #include "support/files.h"
+#include "support/guarded_page.h"
 
 namespace tarvel {
 namespace {
@@ -72,16 +71,11 @@ TEST(tvl_records_test, stores_no_more_than_the_width) {
   }
 }
 
-// The page behind the bytes cannot be read.
 TEST(tvl_records_test, reads_no_more_than_the_width) {
-  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  void *const pages = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  ASSERT_NE(pages, MAP_FAILED);
-  auto *const end = static_cast<std::uint8_t *>(pages) + page;
-  ASSERT_EQ(mprotect(end, page, PROT_NONE), 0);
+  const guarded_page page;
   for (const std::size_t width : {1U, 2U, 4U, 8U}) {
     SCOPED_TRACE(width);
-    std::uint8_t *const bytes = end - width;
+    std::uint8_t *const bytes = page.end() - width;
     bytes[0] = 0x81;
     std::uint8_t written[8] = {};
     write_be(written, bytes, width);
@@ -91,7 +85,6 @@ TEST(tvl_records_test, reads_no_more_than_the_width) {
     EXPECT_EQ(target[width - 1], 0x81);
     bytes[0] = 0;
   }
-  munmap(pages, 2 * page);
 }
 
 const std::string file_header_bytes =

@@ -43,8 +43,9 @@ void *__wrap_realloc(void *block, std::size_t bytes) {
   return tarvel::is_granted() ? __real_realloc(block, bytes) : nullptr;
 }
 
+// Null for 0 bytes, as in some C libraries.
 void *__wrap_calloc(std::size_t count, std::size_t size) {
-  return tarvel::is_granted() ? __real_calloc(count, size) : nullptr;
+  return tarvel::is_granted() && count != 0 && size != 0 ? __real_calloc(count, size) : nullptr;
 }
 
 void *__wrap_mmap(void *address, std::size_t bytes, int protection, int flags, int descriptor, off_t offset) {

@@ -64,6 +64,11 @@ using tarvel::next;
 
 extern "C" {
 
+std::FILE *open_memstream(char **bytes, std::size_t *size) noexcept {
+  static const auto real = next<std::FILE *(*)(char **, std::size_t *)>("open_memstream");
+  return fails(c_call::open_memstream) ? nullptr : real(bytes, size);
+}
+
 std::size_t fread(void *target, std::size_t size, std::size_t count, std::FILE *stream) {
   static const auto real = next<decltype(&fread)>("fread");
   if (!fails(c_call::fread)) return real(target, size, count, stream);

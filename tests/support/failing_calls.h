@@ -6,6 +6,7 @@
 namespace tarvel {
 
 enum class c_call {
+  open_memstream,
   fread,
   fwrite,
   fseeko,

@@ -1,6 +1,7 @@
 #include "support/format_text.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <string>
 
@@ -24,6 +25,12 @@ TEST(format_text_test, has_room_for_any_length) {
   }
   // The greatest double has 309 digits before the point.
   EXPECT_EQ(std::string(format_text("%.1f", 1.7976931348623157e308).get()).size(), 311U);
+}
+
+// Blocks of the C library have 24, 40, 56 bytes and so on.
+TEST(format_text_test, has_room_for_the_end_of_a_text_that_fills_a_block) {
+  const owned_text text = format_text("%s", std::string(24, 'x').c_str());
+  EXPECT_GE(malloc_usable_size(text.get()), 25U);
 }
 
 TEST(format_text_test, gives_null_when_printf_fails) {

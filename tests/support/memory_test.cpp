@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 #include "support/allocation_limit.h"
+#include "support/guarded_page.h"
 
 namespace tarvel {
 namespace {
@@ -166,6 +168,10 @@ TEST(memory_test, copies_a_text_with_its_end) {
     ASSERT_NE(copy, nullptr);
     EXPECT_EQ(copy.get(), text);
   }
+  const guarded_page page;
+  char *const end = reinterpret_cast<char *>(page.end());
+  std::memcpy(end - 5, "text", 5);
+  EXPECT_STREQ(try_duplicate(end - 5).get(), "text");
   const allocation_limit limit(0);
   EXPECT_EQ(try_duplicate("text"), nullptr);
 }
