@@ -3,12 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "module/memory_stream.h"
+#include "support/failing_calls.h"
 #include "support/files.h"
 
 namespace tarvel {
@@ -48,7 +52,51 @@ TEST(module_test, makes_the_outputs_of_a_run) {
   const std::string document = text_of(tarvel_document(run.get()));
   EXPECT_NE(document.find("44e7b825f8dabe326d02609da32b7646aedca5cd1b6972d98235bf3ecc5541b0"), std::string::npos);
   EXPECT_NE(document.find("\"failure\":null"), std::string::npos);
+  EXPECT_NE(document.find("6778710e8f7ffe1ed6bdb74c264790fb40e02b1a3a9ca2cd409975c990e846c9"), std::string::npos);
   EXPECT_EQ(document.back(), '\n');
+}
+
+TEST(module_test, a_damaged_course_has_no_digest) {
+  const opened_file course = open_file("matrix.txt", "no course\n");
+  const opened_file run = open_example("carve.csv");
+  ASSERT_TRUE(tarvel_add_course(run.get(), course.get()));
+  EXPECT_FALSE(tarvel_analyse(run.get(), "matrix.txt", false, 0));
+  EXPECT_NE(text_of(tarvel_document(run.get())).find("\"course\":{\"file\":\"matrix.txt\",\"sha256\":null"),
+            std::string::npos);
+}
+
+// The samples of the second track are a minute apart.
+TEST(module_test, the_map_of_a_failed_run_has_the_time_of_its_first_sample) {
+  const std::string row = ":00Z,48.5,11.25,420,0,0,0,1,1,1,9\n";
+  const std::string one = "time,lat,lon,hMSL,velN,velE,velD,hAcc,vAcc,sAcc,numSV\n\n2024-06-01T12:30" + row;
+  for (const std::string &bytes : {one, one + "2024-06-01T12:31" + row}) {
+    const opened_file run = open_file("short.csv", bytes);
+    EXPECT_FALSE(tarvel_analyse(run.get(), nullptr, false, 0));
+    EXPECT_NE(text_of(tarvel_map(run.get())).find("<name>Jun01 12:30</name>"), std::string::npos);
+  }
+}
+
+TEST(module_test, says_that_memory_is_short_for_an_output) {
+  const opened_file walk = open_example("walk.csv");
+  ASSERT_TRUE(tarvel_survey(walk.get(), true));
+  const failing_call memory(c_call::open_memstream, 0, ENOMEM);
+  EXPECT_EQ(tarvel_map(walk.get()), nullptr);
+  EXPECT_STREQ(tarvel_message(walk.get()), "malloc() failed");
+}
+
+TEST(module_test, reads_blocks_of_no_bytes_and_of_one) {
+  memory_block block;
+  const memory_stream empty = open_block(block);
+  EXPECT_EQ(std::getc(empty.get()), EOF);
+  EXPECT_EQ(std::ferror(empty.get()), 0);
+  EXPECT_EQ(std::fseek(empty.get(), 0, SEEK_END), 0);
+  EXPECT_EQ(std::ftell(empty.get()), 0);
+  EXPECT_EQ(std::getc(empty.get()), EOF);
+
+  block = {try_duplicate("x"), 1};
+  const memory_stream one = open_block(block);
+  EXPECT_EQ(std::getc(one.get()), 'x');
+  EXPECT_EQ(std::getc(one.get()), EOF);
 }
 
 TEST(module_test, follows_an_index_to_the_course_of_the_run) {
