@@ -237,6 +237,25 @@ TEST(axis_smoother_test, is_stiff_in_level_flight_and_soft_in_a_turn) {
   EXPECT_NEAR(densities[60], 0.2 * 30.0 * 30.0, 20.0);
 }
 
+// Steady flight, a sample a second: a step of more than a second may hide any jerk.
+TEST(axis_smoother_test, knows_no_jerk_in_a_gap_of_more_than_a_second) {
+  measurement m;
+  for (const double t : {0.0, 1.0, std::nextafter(2.0, 3.0), 3.0, 4.0}) {
+    m.times.push_back(t);
+    m.positions.push_back(10.0 * t);
+    m.velocities.push_back(10.0);
+    m.position_sigmas.push_back(0.3);
+    m.velocity_sigmas.push_back(0.2);
+  }
+  smoothed_axis axis = room_for(m.times.size());
+  std::vector<double> densities(m.times.size());
+  ASSERT_TRUE(smooth_axis_locally(m.view(), 0.2, densities, axis));
+  EXPECT_EQ(densities[0], 0.01);
+  EXPECT_EQ(densities[1], 225.0);
+  EXPECT_EQ(densities[2], 0.01);
+  EXPECT_EQ(densities[3], 0.01);
+}
+
 TEST(axis_smoother_test, refuses_what_has_no_solution) {
   measurement m = short_dive();
   m.velocity_sigmas[3] = std::nan("");

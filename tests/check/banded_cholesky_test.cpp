@@ -83,6 +83,8 @@ TEST(banded_cholesky_test, refuses_a_matrix_that_is_not_positive_definite) {
   a[6][6] = std::nan("");
   rows = band_of(a);
   EXPECT_FALSE(factor_band(rows));
+  rows = band_of({{0.0}});
+  EXPECT_FALSE(factor_band(rows));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace tarvel {
@@ -96,6 +97,48 @@ TEST(contradiction_test, expects_errors_of_the_integral_where_samples_are_far_ap
   for (std::size_t k = 0; k < slow.size(); ++k) EXPECT_NEAR(slow[k], 0.5 + 0.25 * static_cast<double>(k), 1e-12) << k;
   EXPECT_EQ(errors_at_steps_of(0.25), std::vector<double>(8, 0.5));
   EXPECT_EQ(errors_at_steps_of(1.25), std::vector<double>(8, 0.5));  // nothing is known of such a step
+}
+
+// Every 0.5 s a velocity of 0, once of 24 m/s. The five fourth differences around that one are 24 times 1, -4, 6, -4 and
+// 1; a step's error is half a metre times the greatest of those whose five samples contain the step.
+TEST(contradiction_test, seeks_the_errors_of_a_step_in_the_five_samples_around_it) {
+  struct impulse_case {
+    std::size_t at;
+    std::vector<double> greatest;  // of each step
+  };
+  const impulse_case cases[] = {
+      {0, {1.0, 1.0, 1.0, 1.0, 0.0, 0.0, 0.0, 0.0, 0.0}},
+      {4, {1.0, 4.0, 6.0, 6.0, 6.0, 6.0, 4.0, 1.0, 0.0}},
+      {9, {0.0, 0.0, 0.0, 0.0, 0.0, 1.0, 1.0, 1.0, 1.0}},
+  };
+  std::vector<double> times;
+  for (int k = 0; k < 10; ++k) times.push_back(0.5 * k);
+  for (const impulse_case &c : cases) {
+    SCOPED_TRACE(c.at);
+    std::vector<double> velocities(times.size());
+    velocities[c.at] = 24.0;
+    std::vector<double> squared_errors(times.size());
+    add_integration_errors(times, velocities, squared_errors);
+    double sum = 0.0;
+    for (std::size_t k = 1; k < times.size(); ++k) {
+      sum += 0.25 * c.greatest[k - 1] * c.greatest[k - 1];
+      EXPECT_NEAR(squared_errors[k], sum, 1e-12) << k;
+    }
+  }
+}
+
+// The first step lies in the five samples of each of the first four steps.
+TEST(contradiction_test, expects_no_errors_of_the_integral_near_steps_of_0_3_s) {
+  for (const auto &[first_step, error] : {std::pair(0.3, 0.0), std::pair(std::nextafter(0.3, 1.0), 0.25)}) {
+    std::vector<double> times = {0.0};
+    std::vector<double> velocities;
+    for (int k = 0; k < 8; ++k) velocities.push_back(fourth_power(k));
+    for (int k = 0; k < 7; ++k) times.push_back(first_step + 0.5 * k);
+    std::vector<double> squared_errors(times.size());
+    add_integration_errors(times, velocities, squared_errors);
+    EXPECT_NEAR(squared_errors[4] - squared_errors[1], 3.0 * error, 1e-12) << first_step;
+    EXPECT_NEAR(squared_errors[7] - squared_errors[4], 0.75, 1e-12) << first_step;
+  }
 }
 
 // At 12 m/s the integral over a step is wrong by 1.3 m.

@@ -87,6 +87,47 @@ TEST(figures_test, are_known_to_half_a_step) {
   EXPECT_EQ(known[index_of(figure::entry_gate_speed)], 0.0);
 }
 
+// The second step is shorter than one between nodes; behind the third sample the run ends.
+TEST(figures_test, are_known_to_half_of_each_step) {
+  std::vector<gps_point> samples(4);
+  const std::int64_t times[] = {0, 400, 500, 900};
+  const vec3 places[] = {{-100.0, 20.0, 90.0}, {-98.0, 16.0, 84.0}, {-97.0, 18.0, 81.0}, {-90.0, 0.0, 70.0}};
+  for (std::size_t k = 0; k < samples.size(); ++k) {
+    samples[k].time = times[k];
+    samples[k].pos_local = places[k];
+  }
+  swoop run = run_of(samples);
+  run.track_len = 3;
+  run.top_of_turn = 0;
+  run.max_vert_speed = 1;
+  run.rollout = run.max_total_speed = run.max_horz_speed = 2;
+  const figure_values known = resolutions_of(run);
+  const auto expect_place = [&known](figure height, const vec3 &half) {
+    const std::size_t first = index_of(height);
+    EXPECT_NEAR(known[first], half.z, 1e-12) << first;
+    EXPECT_NEAR(known[first + 1], half.x, 1e-12) << first;
+    EXPECT_NEAR(known[first + 2], half.y, 1e-12) << first;
+  };
+  expect_place(figure::turn_height, {1.0, 2.0, 3.0});
+  expect_place(figure::max_vertical_height, {1.0, 2.0, 3.0});
+  expect_place(figure::rollout_start_height, {});
+  expect_place(figure::rollout_end_height, {0.01, 0.01, 0.01});
+  expect_place(figure::max_total_height, {});
+  expect_place(figure::max_horizontal_height, {});
+  EXPECT_EQ(known[index_of(figure::turn_time)], 0.2);
+  EXPECT_EQ(known[index_of(figure::rollout_time)], 0.0);
+}
+
+TEST(figures_test, tell_which_are_scores_and_which_need_a_touchdown) {
+  EXPECT_FALSE(is_score(figure::time_aloft));
+  EXPECT_TRUE(is_score(figure::entry_gate_speed));
+  EXPECT_TRUE(is_score(figure::exit_gate_speed));
+  for (const figure which : {figure::touchdown_distance, figure::touchdown_speed, figure::time_aloft}) {
+    EXPECT_TRUE(depends_on_touchdown(which)) << index_of(which);
+  }
+  EXPECT_FALSE(depends_on_touchdown(figure::distance_to_stop));
+}
+
 TEST(figures_test, are_the_same_to_the_last_bit_or_not) {
   const swoop run = analysed(flight_samples());
   swoop other = analysed(flight_samples());

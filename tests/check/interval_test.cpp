@@ -41,9 +41,14 @@ TEST(interval_test, widens_by_less_than_a_half) {
     EXPECT_GE(widening_of(static_cast<figure>(i)), 0.85) << i;
     EXPECT_LE(widening_of(static_cast<figure>(i)), 1.3) << i;
   }
+  EXPECT_EQ(widening_of(figure::max_vertical_speed), 1.2);
+  EXPECT_EQ(widening_of(figure::touchdown_speed), 1.15);
+  EXPECT_EQ(widening_of(figure::max_horizontal_speed), 1.1);
+  EXPECT_EQ(widening_of(figure::degrees), 1.05);
   EXPECT_EQ(widening_of(figure::max_total_height), 1.0);
   EXPECT_EQ(widening_of(figure::turn_height), 0.95);
-  EXPECT_EQ(widening_of(figure::max_vertical_speed), 1.2);
+  EXPECT_EQ(widening_of(figure::max_total_offset), 0.9);
+  EXPECT_EQ(widening_of(figure::rollout_end_offset), 0.85);
 }
 
 }  // namespace

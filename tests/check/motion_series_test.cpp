@@ -31,6 +31,8 @@ TEST(motion_series_test, goes_on_across_the_antimeridian) {
   const local_plane plane = local_plane_at({-17.0, 179.9999, 0.0});
   EXPECT_NEAR(to_plane(plane, {-17.0, -179.9999, 0.0})[axis_east], 0.0002 * plane.east_metres, 1e-6);
   EXPECT_NEAR(from_plane(plane, {0.0, 0.0002 * plane.east_metres, 0.0}).y, 180.0001, 1e-9);
+  const local_plane east_of_it = local_plane_at({-17.0, -179.9999, 0.0});
+  EXPECT_NEAR(to_plane(east_of_it, {-17.0, 179.9999, 0.0})[axis_east], -0.0002 * plane.east_metres, 1e-6);
 }
 
 TEST(motion_series_test, holds_seconds_metres_and_velocities) {

@@ -68,6 +68,29 @@ TEST(noise_scale_test, holds_the_contradiction_against_what_is_stated) {
     for (double &mean_square : group) mean_square *= 4.0;
   }
   EXPECT_NEAR(fit_noise(twice, stated).ratio, 2.0, 1e-12);
+  // Only that over a second counts.
+  measured_noise over_a_second = noise_of(noise_cases[0]);
+  for (auto &group : over_a_second.mean_square) group[2] *= 4.0;
+  EXPECT_NEAR(fit_noise(over_a_second, stated).ratio, 2.0, 1e-12);
+}
+
+// It is the first that is tried, and a fit of what fits already changes nothing.
+TEST(noise_scale_test, finds_the_stated_noise_exactly) {
+  const noise_scale found = fit_noise(noise_of(noise_cases[0]), stated);
+  EXPECT_NEAR(found.velocity, 1.0, 1e-9);
+  EXPECT_NEAR(found.wander[0], 0.3, 1e-9);
+  EXPECT_NEAR(found.wander[1], 0.3, 1e-9);
+  EXPECT_NEAR(found.memory.velocity, 2.0, 1e-9);
+}
+
+// Spans of 1e20 s have forgotten every error of the velocity, and their misfit of 1e19 outweighs what is usual.
+TEST(noise_scale_test, takes_the_shortest_of_correlation_times_that_fit_equally_well) {
+  measured_noise measured;
+  measured.step = 1e20;
+  measured.duration = 1e40;
+  measured.seconds = {1e20, 1e20, 1e20, 1e20};
+  measured.mean_square = {{{1.0, 2.0, 1.0, 2.0}, {1.0, 2.0, 1.0, 2.0}}};
+  EXPECT_EQ(fit_noise(measured, {0.0, {0.5, 2.0}}).memory.velocity, 0.125);
 }
 
 TEST(noise_scale_test, knows_more_from_a_longer_stretch) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 #include "support/hand_made_run.h"
@@ -47,6 +48,12 @@ TEST(turn_start_test, lies_before_small_jolts) {
   }
 }
 
+// 6 m/s, and a sample that descends faster by the jolt or by more.
+TEST(turn_start_test, lies_before_a_jolt_of_just_that_size) {
+  EXPECT_EQ(start_before_jolts(run_that_descends({5.0, 6.25, 6.0, 7.0}), 0.25), 0U);
+  EXPECT_EQ(start_before_jolts(run_that_descends({5.0, std::nextafter(6.25, 7.0), 6.0, 7.0}), 0.25), 2U);
+}
+
 TEST(turn_start_test, is_not_sought_for_longer_than_five_seconds) {
   std::vector<double> descents(60, 0.0);
   for (std::size_t k = 0; k < descents.size(); ++k) descents[k] = 0.01 * static_cast<double>(k);
@@ -59,6 +66,16 @@ TEST(turn_start_test, gives_the_figures_of_another_start) {
   const turn_figures figures = figures_of_turn_from(run, 1);
   const double expected[] = {299.0, 10.0, -2.0, 9.0, 0.6};  // height, back, offset, degrees, time
   for (std::size_t i = 0; i < figures.size(); ++i) EXPECT_NEAR(figures[i].value, expected[i], 1e-12) << i;
+}
+
+TEST(turn_start_test, counts_turns_of_less_than_360_degrees_a_sample) {
+  swoop run = run_that_descends({6.0, 6.0, 6.0, 6.0, 6.0});
+  const auto degrees_with = [&run](double turn_angle) {
+    run.track[2].turn_angle = turn_angle;
+    return figures_of_turn_from(run, 1)[3].value;
+  };
+  EXPECT_EQ(degrees_with(359.9375), 365.9375);
+  EXPECT_EQ(degrees_with(360.0), 6.0);
 }
 
 }  // namespace

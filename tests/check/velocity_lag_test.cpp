@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace tarvel {
@@ -54,6 +55,18 @@ TEST(velocity_lag_test, sees_none_where_nothing_changes) {
   const velocity_lag lag = estimate_lag(series, 0, series.count, work);
   EXPECT_EQ(lag.horizontal, 0.0);
   EXPECT_EQ(lag.vertical, 0.0);
+}
+
+// Speeds that grow by 2 m/s in a second, or by less; late by a quarter of a second.
+TEST(velocity_lag_test, shows_from_changes_of_2_m_s_on) {
+  for (const auto &[growth, lag] : {std::pair(2.0, 0.25), std::pair(1.9375, 0.0)}) {
+    const motion_series series = flown(
+        40, 0.25, [g = growth](double t) { return g * t * t / 2.0; }, [g = growth](double t) { return g * t; }, 0.25,
+        0.25);
+    std::vector<double> work(2 * series.count);
+    EXPECT_NEAR(estimate_lag(series, 0, series.count, work).horizontal, lag, 1e-9) << growth;
+    EXPECT_NEAR(estimate_lag(series, 0, series.count, work).vertical, lag, 1e-9) << growth;
+  }
 }
 
 TEST(velocity_lag_test, moves_velocities_along_a_curve) {
