@@ -85,6 +85,9 @@ TEST(banded_cholesky_test, refuses_a_matrix_that_is_not_positive_definite) {
   EXPECT_FALSE(factor_band(rows));
   rows = band_of({{0.0}});
   EXPECT_FALSE(factor_band(rows));
+  rows = band_of({{0.0625}});
+  EXPECT_TRUE(factor_band(rows));
+  EXPECT_EQ(rows[0][half_width], 0.25);
 }
 
 }  // namespace

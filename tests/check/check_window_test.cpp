@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "check/figures.h"
 #include "support/checked_flight.h"
 
@@ -33,6 +36,85 @@ TEST(check_window_test, keeps_what_the_figures_depend_on) {
       EXPECT_EQ(kept[i].time - kept[i - 1].time, 200);
     }
   }
+}
+
+// True when the sample of this index is kept.
+bool keeps(const swoop &run, std::uint32_t index) {
+  const check_window window = window_of(run);
+  EXPECT_TRUE(window.is_enough);
+  const std::span<const gps_point> kept = samples_of(window.run);
+  return std::any_of(kept.begin(), kept.end(), [&](const gps_point &k) { return k.time == run.track[index].time; });
+}
+
+// Five samples a second: 2 s are ten of them. The clock may run by a millisecond more.
+TEST(check_window_test, keeps_seconds_around_exit_and_pattern_entry) {
+  const swoop run = analysed(flight_samples());
+  const auto with_step_of_201_ms_before = [](std::uint32_t index) {
+    std::vector<gps_point> samples = flight_samples();
+    for (std::size_t k = index; k < samples.size(); ++k) ++samples[k].time;
+    return analysed(samples);
+  };
+  struct edge_case {
+    std::uint32_t outermost;
+    std::uint32_t beyond;
+    std::uint32_t late;  // the later one of the last step to the outermost
+  };
+  const std::uint32_t exit = run.plane_exit;
+  const std::uint32_t entry = run.pattern_entry;
+  for (const edge_case &c :
+       {edge_case{exit - 10, exit - 11, exit - 9}, edge_case{exit + 15, exit + 16, exit + 15},
+        edge_case{entry - 10, entry - 11, entry - 9}, edge_case{entry + 10, entry + 11, entry + 10}}) {
+    SCOPED_TRACE(c.outermost);
+    EXPECT_TRUE(keeps(run, c.outermost));
+    EXPECT_FALSE(keeps(run, c.beyond));
+    const swoop late = with_step_of_201_ms_before(c.late);
+    ASSERT_EQ(late.plane_exit, exit);
+    ASSERT_EQ(late.pattern_entry, entry);
+    EXPECT_FALSE(keeps(late, c.outermost));
+  }
+}
+
+// Samples 5 to 7 are above the exit and more than two seconds before it.
+TEST(check_window_test, keeps_the_first_of_the_highest_samples_with_usable_heights) {
+  std::vector<gps_point> samples = flight_samples();
+  for (const std::size_t k : {5U, 6U, 7U}) samples[k].pos_wgs84.z = samples[0].pos_wgs84.z + 10.0;
+  samples[5].vacc = 20.0F;
+  samples[6].vacc = std::nextafter(20.0F, 0.0F);
+  const swoop run = analysed(samples);
+  EXPECT_FALSE(keeps(run, 5));
+  EXPECT_TRUE(keeps(run, 6));
+  EXPECT_FALSE(keeps(run, 7));
+}
+
+// In the descent, far from exit and pattern entry.
+TEST(check_window_test, keeps_the_first_sample_nearer_to_the_gate_than_1000_m) {
+  swoop run = analysed(flight_samples());
+  constexpr std::uint32_t place = 250;
+  EXPECT_GT(vec3_length(run.track[place].pos_local), 1000.0);
+  run.track[place].pos_local = {0.0, 0.0, 1000.0};
+  EXPECT_FALSE(keeps(run, place));
+  run.track[place].pos_local = {0.0, 0.0, std::nextafter(1000.0, 0.0)};
+  EXPECT_TRUE(keeps(run, place));
+}
+
+TEST(check_window_test, keeps_the_first_sample_below_200_ft_behind_the_exit) {
+  swoop run = analysed(flight_samples());
+  constexpr std::uint32_t place = 250;
+  run.track[place].pos_local.z = from_feet(200.0);
+  EXPECT_FALSE(keeps(run, place));
+  run.track[place].pos_local.z = from_feet_below(200.0);
+  EXPECT_TRUE(keeps(run, place));
+}
+
+// Five seconds behind the stop.
+TEST(check_window_test, keeps_the_first_sample_farther_than_75_ft_from_the_stop) {
+  swoop run = analysed(flight_samples());
+  const std::uint32_t place = run.stop + 25;
+  run.track[place].pos_local = run.track[run.stop].pos_local;
+  run.track[place].pos_local.y += from_feet(74.99);
+  EXPECT_FALSE(keeps(run, place));
+  run.track[place].pos_local.y += from_feet(0.02);
+  EXPECT_TRUE(keeps(run, place));
 }
 
 // The frame is made from a landing 40 s behind the stop.
