@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "check/figures.h"
 #include "support/checked_flight.h"
@@ -74,6 +75,32 @@ TEST(check_window_test, keeps_seconds_around_exit_and_pattern_entry) {
   }
 }
 
+// Just over 15 s before the turn and 3 s or 20 s behind the stop.
+TEST(check_window_test, keeps_no_samples_beyond_its_times) {
+  for (const auto &[gate_type, behind] : {std::pair(gate_type_course, 15U), std::pair(gate_type_implicit, 100U)}) {
+    const swoop even = analysed(flight_samples({{6.0, 0.0, 0.0, 0.0}, {60.0, 0.0, 0.0, 0.0}}), gate_type);
+    std::vector<gps_point> samples = flight_samples({{6.0, 0.0, 0.0, 0.0}, {60.0, 0.0, 0.0, 0.0}});
+    for (std::size_t k = 0; k <= even.top_of_turn - 75; ++k) --samples[k].time;
+    for (std::size_t k = even.stop + behind; k < samples.size(); ++k) ++samples[k].time;
+    const swoop run = analysed(samples, gate_type);
+    ASSERT_EQ(run.top_of_turn, even.top_of_turn);
+    ASSERT_EQ(run.stop, even.stop);
+    const check_window window = window_of(run);
+    const std::span<const gps_point> kept = samples_of(window.run);
+    EXPECT_EQ(kept[window.closely.first].time, run.track[run.top_of_turn - 74].time);
+    EXPECT_EQ(kept[window.closely.end - 1].time, run.track[run.stop + behind - 1].time);
+  }
+}
+
+TEST(check_window_test, keeps_nothing_around_the_first_sample_without_an_exit) {
+  std::vector<gps_point> samples = flight_samples();
+  samples.erase(samples.begin(), samples.begin() + 60);
+  const swoop run = analysed(samples);
+  ASSERT_EQ(run.plane_exit, 0U);
+  EXPECT_TRUE(keeps(run, 0));
+  EXPECT_FALSE(keeps(run, 1));
+}
+
 // Samples 5 to 7 are above the exit and more than two seconds before it.
 TEST(check_window_test, keeps_the_first_of_the_highest_samples_with_usable_heights) {
   std::vector<gps_point> samples = flight_samples();
@@ -84,6 +111,8 @@ TEST(check_window_test, keeps_the_first_of_the_highest_samples_with_usable_heigh
   EXPECT_FALSE(keeps(run, 5));
   EXPECT_TRUE(keeps(run, 6));
   EXPECT_FALSE(keeps(run, 7));
+  samples[0].pos_wgs84.z += 20.0;
+  EXPECT_FALSE(keeps(analysed(samples), 6));
 }
 
 // In the descent, far from exit and pattern entry.

@@ -137,6 +137,10 @@ TEST(figures_test, are_the_same_to_the_last_bit_or_not) {
   other.turn_degrees = run.turn_degrees;
   other.reversal_detected = true;
   EXPECT_FALSE(same_figures(run, other));
+  other.reversal_detected = run.reversal_detected;
+  EXPECT_TRUE(same_figures(run, other));
+  other.plane_exit = 0;  // the first figure
+  EXPECT_FALSE(same_figures(run, other));
 }
 
 }  // namespace

@@ -20,5 +20,10 @@ TEST(fixed_math_test, is_exact_where_the_result_is) {
   EXPECT_EQ(fixed_exp(-1000.0), 0.0);
 }
 
+TEST(fixed_math_test, gives_0_for_powers_below_minus_700) {
+  EXPECT_GT(fixed_exp(-700.0), 0.0);
+  EXPECT_EQ(fixed_exp(std::nextafter(-700.0, -701.0)), 0.0);
+}
+
 }  // namespace
 }  // namespace tarvel

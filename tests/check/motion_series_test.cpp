@@ -35,6 +35,12 @@ TEST(motion_series_test, goes_on_across_the_antimeridian) {
   EXPECT_NEAR(to_plane(east_of_it, {-17.0, 179.9999, 0.0})[axis_east], -0.0002 * plane.east_metres, 1e-6);
 }
 
+TEST(motion_series_test, keeps_the_side_of_half_a_turn) {
+  const local_plane plane = local_plane_at({0.0, 0.0, 0.0});
+  EXPECT_EQ(to_plane(plane, {0.0, 180.0, 0.0})[axis_east], 180.0 * plane.east_metres);
+  EXPECT_EQ(to_plane(plane, {0.0, -180.0, 0.0})[axis_east], -180.0 * plane.east_metres);
+}
+
 TEST(motion_series_test, holds_seconds_metres_and_velocities) {
   std::vector<gps_point> samples(2);
   samples[0].time = 5000;

@@ -83,6 +83,36 @@ TEST(noise_scale_test, finds_the_stated_noise_exactly) {
   EXPECT_NEAR(found.memory.velocity, 2.0, 1e-9);
 }
 
+// What is measured is 1, 1, 1 and 4 times what is stated over the four spans, horizontally, and 3 times, vertically. With
+// one kind of error, its squared factor is the mean of these, weighted with the number of independent spans. In a short
+// stretch the correlation time is the usual one.
+TEST(noise_scale_test, weights_spans_and_axes_by_the_number_of_independent_ones) {
+  const double horizontal[] = {1.0, 1.0, 1.0, 4.0};
+  const double vertical = 3.0;
+  double sum = 0.0;
+  double weights = 0.0;
+  measured_noise of_velocity = noise_of(noise_cases[0]);
+  of_velocity.duration = 1e-6;
+  measured_noise of_wander = of_velocity;
+  for (std::size_t j = 0; j < 4; ++j) {
+    const double span = of_velocity.seconds[j];
+    const double weight = 1.0 / (span + 2.0);
+    sum += weight * horizontal[j];
+    weights += weight;
+    const double from_velocity = stated.velocity * integrated(0.1, span, 2.0);
+    of_velocity.mean_square[0][j] = horizontal[j] * from_velocity;
+    of_velocity.mean_square[1][j] = vertical * from_velocity;
+    const double wandered = 2.0 * (1.0 - std::exp(-span / 60.0));
+    of_wander.mean_square[0][j] = horizontal[j] * stated.position[0] * wandered;
+    of_wander.mean_square[1][j] = vertical * stated.position[1] * wandered;
+  }
+  const double mean = sum / weights;
+  EXPECT_NEAR(fit_noise(of_velocity, {stated.velocity, {}}).velocity, std::sqrt((2.0 * mean + vertical) / 3.0), 1e-9);
+  const noise_scale found = fit_noise(of_wander, {0.0, stated.position});
+  EXPECT_NEAR(found.wander[0], std::sqrt(mean), 1e-9);
+  EXPECT_NEAR(found.wander[1], std::sqrt(vertical), 1e-9);
+}
+
 // Spans of 1e20 s have forgotten every error of the velocity, and their misfit of 1e19 outweighs what is usual.
 TEST(noise_scale_test, takes_the_shortest_of_correlation_times_that_fit_equally_well) {
   measured_noise measured;

@@ -26,6 +26,19 @@ TEST(random_draws_test, knows_the_quantiles_of_the_normal_distribution) {
   }
 }
 
+// Where the rounding of the evaluation does not show: each coefficient of the algorithm counts to the fifteenth digit in
+// one of these.
+const quantile_case rounded_quantile_cases[] = {
+    {0.468, -0.080298312892054895103}, {2e-68, -17.441421501548415857},  {1e-9, -5.9978070150076868614},
+    {3e-235, -32.72921467359508581},   {0.006, -2.5121443279304616286},  {0.403, -0.24558952342208083422},
+    {0.077, -1.4255440370804515098},   {0.382, -0.30023225938072184374}, {0.416, -0.21213719831752423234},
+    {1e-12, -7.0344838253011319326},
+};
+
+TEST(random_draws_test, rounds_quantiles_to_the_nearest_number) {
+  for (const quantile_case &c : rounded_quantile_cases) EXPECT_EQ(normal_quantile(c.probability), c.expected);
+}
+
 // The standard states the 10,000th number of the engine with its own seed: 9981545732273789042.
 TEST(random_draws_test, takes_one_number_of_the_engine_a_variate) {
   random_source source(5489);

@@ -35,6 +35,7 @@ struct start_case {
 
 const start_case start_cases[] = {
     {"nothing before descends less", {6.4, 6.3, 6.2, 6.0, 7.0}, 3},
+    {"hardly more before", {6.2, 6.05, 6.0, 7.0}, 2},
     {"a jolt of 0.1 m/s", {6.2, 5.5, 5.8, 6.1, 6.0, 7.0}, 1},
     {"a jolt that is too great", {6.2, 5.5, 5.8, 6.3, 6.0, 7.0}, 4},
     {"two small jolts", {5.9, 5.4, 5.5, 5.45, 5.8, 5.7, 7.0}, 1},

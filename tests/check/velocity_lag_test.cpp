@@ -61,7 +61,7 @@ TEST(velocity_lag_test, sees_none_where_nothing_changes) {
 TEST(velocity_lag_test, shows_from_changes_of_2_m_s_on) {
   for (const auto &[growth, lag] : {std::pair(2.0, 0.25), std::pair(1.9375, 0.0)}) {
     const motion_series series = flown(
-        40, 0.25, [g = growth](double t) { return g * t * t / 2.0; }, [g = growth](double t) { return g * t; }, 0.25,
+        80, 0.125, [g = growth](double t) { return g * t * t / 2.0; }, [g = growth](double t) { return g * t; }, 0.25,
         0.25);
     std::vector<double> work(2 * series.count);
     EXPECT_NEAR(estimate_lag(series, 0, series.count, work).horizontal, lag, 1e-9) << growth;
@@ -95,6 +95,16 @@ TEST(velocity_lag_test, moves_nothing_across_a_gap_or_without_a_lag) {
   EXPECT_NEAR(moved[2], 35.0, 1e-9);
   move_velocities(times, velocities, 0.0, moved);
   EXPECT_EQ(moved, velocities);
+}
+
+// The first step takes a second, the next one hardly longer.
+TEST(velocity_lag_test, moves_velocities_across_a_second) {
+  const std::vector<double> times = {0.0, 1.0, std::nextafter(2.0, 3.0)};
+  const std::vector<double> velocities = {0.0, 10.0, 20.0};
+  std::vector<double> moved(3);
+  move_velocities(times, velocities, 0.5, moved);
+  EXPECT_NEAR(moved[0], 5.0, 1e-12);
+  EXPECT_EQ(moved[1], 10.0);
 }
 
 }  // namespace
