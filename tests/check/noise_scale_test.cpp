@@ -113,6 +113,35 @@ TEST(noise_scale_test, weights_spans_and_axes_by_the_number_of_independent_ones)
   EXPECT_NEAR(found.wander[1], std::sqrt(vertical), 1e-9);
 }
 
+// Positions wander so far horizontally that only the vertical axis shows how long errors of the velocity last.
+TEST(noise_scale_test, seeks_the_correlation_time_along_the_vertical_axis_too) {
+  measured_noise measured = noise_of(noise_cases[0]);
+  measured.duration = 1e6;
+  constexpr stated_noise wandering = {0.03, {1e6, 1e-9}};
+  for (std::size_t j = 0; j < 4; ++j) {
+    const double span = measured.seconds[j];
+    measured.mean_square[0][j] = 0.09 * wandering.position[0] * 2.0 * (1.0 - std::exp(-span / 60.0));
+    measured.mean_square[1][j] = wandering.velocity * integrated(0.1, span, 8.0);
+  }
+  EXPECT_NEAR(fit_noise(measured, wandering).memory.velocity, 8.0, 1e-9);
+}
+
+// Mean squares that no noise fits exactly. The expected factors were computed by a second program, from sums over all
+// pairs of samples. Eight rounds of twelve sweeps find eight of their digits, and these must not change either.
+TEST(noise_scale_test, finds_the_same_digits_where_nothing_fits_exactly) {
+  measured_noise measured;
+  measured.duration = 30.0;
+  measured.seconds = {0.1, 0.4, 1.0, 3.0};
+  for (std::size_t j = 0; j < 4; ++j) {
+    measured.mean_square[0][j] = 0.02 * std::pow(measured.seconds[j], 1.2);
+    measured.mean_square[1][j] = 0.03 * std::pow(measured.seconds[j], 1.6);
+  }
+  const noise_scale found = fit_noise(measured, stated);
+  EXPECT_NEAR(found.velocity, 0.625301293102788, 1e-11);
+  EXPECT_NEAR(found.wander[0], 0.806474882164317, 1e-11);
+  EXPECT_NEAR(found.wander[1], 0.400784738620975, 1e-11);
+}
+
 // Spans of 1e20 s have forgotten every error of the velocity, and their misfit of 1e19 outweighs what is usual.
 TEST(noise_scale_test, takes_the_shortest_of_correlation_times_that_fit_equally_well) {
   measured_noise measured;
