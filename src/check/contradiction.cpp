@@ -70,13 +70,11 @@ void add_integration_errors(std::span<const double> times, std::span<const doubl
 }
 
 std::size_t sample_after(std::span<const double> times, std::size_t k, double span) {
-  const auto begin = times.begin() + static_cast<std::ptrdiff_t>(k);
+  const auto begin = times.begin() + static_cast<std::ptrdiff_t>(k + 1);
   const auto found = std::lower_bound(begin, times.end(), times[k] + span);
-  auto index = static_cast<std::size_t>(found - times.begin());
-  if (index < times.size() && index > k + 1 && times[k] + span - times[index - 1] < times[index] - times[k] - span) {
-    --index;
-  }
-  return std::max(index, k + 1);
+  const auto index = static_cast<std::size_t>(found - times.begin());
+  if (found == begin || found == times.end()) return index;
+  return times[k] + span - times[index - 1] < times[index] - times[k] - span ? index - 1 : index;
 }
 
 span_contradiction contradiction_over(std::span<const double> times, std::span<const double> drift, double span) {
