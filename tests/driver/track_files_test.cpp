@@ -45,11 +45,15 @@ std::string course_container() { return gate_bytes(finished_course()); }
 
 // Inputs are remembered for the whole process by their inode. An open file keeps its number from being given to a file
 // of a later test.
-void write_input(const char *path, const std::string &bytes) {
+void keep_open(const char *path) {
   static std::vector<file_handle> held;
+  held.emplace_back(std::fopen(path, "rb"));
+}
+
+void write_input(const char *path, const std::string &bytes) {
   std::remove(path);
   write_text(path, bytes);
-  held.emplace_back(std::fopen(path, "rb"));
+  keep_open(path);
 }
 
 // A track of one sample at 42 ms, also under a limit for memory, since aligned_alloc is never refused.
@@ -174,6 +178,7 @@ TEST(track_files_test, restores_what_was_written) {
     write_swoop.begin()[i](run_name.c_str(), samples, &error);
     EXPECT_EQ(error, nullptr);
     EXPECT_EQ(read_text(run_name), swoop_bytes(samples));
+    keep_open(run_name.c_str());
     gps_track track;
     error = "not cleared";
     read_swoop_file(run_name.c_str(), track, &error);
@@ -185,6 +190,7 @@ TEST(track_files_test, restores_what_was_written) {
     write_gate.begin()[i](walk_name.c_str(), finished, &error);
     EXPECT_EQ(error, nullptr);
     EXPECT_EQ(read_text(walk_name), gate_bytes(finished));
+    keep_open(walk_name.c_str());
     course read;
     error = "not cleared";
     read_gate_file(walk_name.c_str(), read, &error);
@@ -611,6 +617,7 @@ TEST(track_files_test, writes_both_ends_of_the_trimmed_run) {
   write_trimmed_swoop("run.tvl", run_of_a_minute(), &error);
   ASSERT_STREQ(error, nullptr);
 
+  keep_open("run.tvl");
   gps_track track;
   read_swoop_file("run.tvl", track, &error);
   ASSERT_STREQ(error, nullptr);
