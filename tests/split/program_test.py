@@ -107,7 +107,7 @@ class SplitTest(unittest.TestCase):
 
     def joined(self, order, with_climb):
         """A track of these jumps with the logger on between them: the pilot stands at the stop, and perhaps flies up
-    again."""
+        again."""
         rows = rows_of(order[0])
         for name in order[1:]:
             rows += standing(rows[-1], 1200)
@@ -183,7 +183,9 @@ class SplitTest(unittest.TestCase):
         self.assertIn("  1  2026-05-16 11:42:08    1480 m    0:03:50  run\n", self.split("--metric", "day.csv").stdout)
 
     def test_nothing_is_overwritten_and_nothing_left_behind(self):
-        rows = [row for name in JUMPS for row in rows_of(name)]
+        rows = standing(rows_of("straight")[-1], 1200)  # before the jumps, so that a part is not the first stretch
+        for name in JUMPS:
+            rows += rows_of(name, clock(rows[-1]) + timedelta(hours=1))
         (self.place / "day.csv").write_bytes(self.header + b"".join(rows))
         for taken in ("day-2.csv", "day-3.csv"):
             for make in (lambda path: path.write_text("mine"), lambda path: path.symlink_to("gone"), Path.mkdir):
