@@ -37,6 +37,8 @@ const sentence_case sentence_cases[] = {
     {reason_code::no_satellites, 1.0, false, "1 satellite at the fewest"},
     {reason_code::poor_accuracy, 1.25, false, "1.2 times"},
     {reason_code::figures_missing, 0.031, false, "4 % of the drawn tracks"},
+    {reason_code::figures_missing, 0.05, false, "5 % of the drawn tracks"},
+    {reason_code::figures_missing, 0.05005, false, "6 % of the drawn tracks"},
     {reason_code::contradiction, 1.6, true, "1.6 m between"},
     {reason_code::contradiction, 1.6, false, "5.2 ft between"},
     {reason_code::levelled_high, 49.2126, false, "49 ft above"},
@@ -46,8 +48,10 @@ const sentence_case sentence_cases[] = {
     {reason_code::wide_gate_speed, 3.0, true, "10.8 km/h from end to end"},
     {reason_code::wide_gate_speed, 3.0, false, "6.7 mph from end to end"},
     {reason_code::too_fast_for_canopy, 120.0, false, "120 mph of descent"},
-    {reason_code::exit_of_another_run, -0.4, false, "0 ft at the lowest"},
-    {reason_code::exit_of_another_run, -0.6, false, "-1 ft at the lowest"},
+    {reason_code::exit_of_another_run, -0.45, false, "0 ft at the lowest"},
+    {reason_code::exit_of_another_run, -0.55, false, "-1 ft at the lowest"},
+    {reason_code::contradiction, -0.0497, true, "0.0 m between"},
+    {reason_code::contradiction, -3.0, true, "-3.0 m between"},
     {reason_code::too_fast_for_canopy, 120.0, true, "193 km/h of descent"},
 };
 
@@ -73,6 +77,35 @@ TEST(reason_text_test, names_the_program_that_takes_a_run_out_of_a_track) {
                                  reason_code::gate_of_another_run}) {
     const std::string sentence = sentence_of({code, 2.0});
     EXPECT_TRUE(sentence.ends_with("; take the one run out of the track with tarvel-split -w")) << sentence;
+  }
+}
+
+struct value_case {
+  reason_code code;
+  double measured;
+  double value;
+  const char *unit;
+};
+
+const value_case value_cases[] = {
+    {reason_code::gap, 1.5, 1.5, "s"},
+    {reason_code::wide_distance, 1.25, 1.25, "m"},
+    {reason_code::ends_in_air, 100.0, 30.48, "m"},
+    {reason_code::wide_gate_speed, 1.25, 1.25, "m/s"},
+    {reason_code::no_dive, 10.0, 4.4704, "m/s"},
+    {reason_code::draws_fail, 0.125, 0.125, nullptr},
+    {reason_code::several_runs, 2.0, 2.0, nullptr},
+    {reason_code::times_repeat, 2.0, 2.0, nullptr},
+    {reason_code::few_satellites, 2.0, 2.0, nullptr},
+    {reason_code::clock_steps_back, 2.0, 2.0, nullptr},
+};
+
+TEST(reason_text_test, gives_the_figure_in_metres_and_seconds) {
+  for (const value_case &c : value_cases) {
+    SCOPED_TRACE(static_cast<int>(c.code));
+    const reason_value found = value_of({c.code, c.measured});
+    EXPECT_NEAR(found.value, c.value, 1e-6);
+    EXPECT_STREQ(found.unit, c.unit);
   }
 }
 
