@@ -170,7 +170,7 @@ double hermite_velocity(const motion_state &a, const motion_state &b, double d, 
 // Four samples a node, and one more that the series does not have.
 TEST(flight_draws_test, sets_samples_on_quintics_between_nodes) {
   measured_flight flight = dive_at(times_of_dive(42));
-  flight.series.count = 41;
+  flight.series.count = flight.window.noise_end = 41;
   flight_draws draws = smoothed(flight, {});
   ASSERT_EQ(draws.nodes.count, 11U);
   const vec3 behind = flight.window.run.track[41].pos_wgs84;
