@@ -142,6 +142,32 @@ TEST(descents_test, goes_on_behind_a_pause_in_which_there_can_have_been_no_landi
   }
 }
 
+struct standing_case {
+  const char *name;
+  place_and_speed next;  // time: ms behind the slow sample before, which is at 500 m
+  bool is_one_flight;
+};
+
+const standing_case standing_cases[] = {
+    {"a minute, and lower", {60000, 400.0}, true},
+    {"more than a minute, and more than 100 ft lower", {60001, 500.0 - 100.05 * metres_per_foot}, true},
+    {"more than a minute, and less than 100 ft lower", {60001, 500.0 - 99.95 * metres_per_foot}, false},
+    {"more than a minute, and higher", {60001, 600.0}, false},
+    {"more than a minute, lower, and slow", {60001, 400.0, 0.0, 0.0}, false},
+    {"15 minutes, and lower", {900000, 400.0}, true},
+    {"more than 15 minutes, and lower", {900001, 400.0}, false},
+};
+
+TEST(descents_test, goes_on_from_a_slow_sample_behind_a_pause_when_the_next_one_flies_lower) {
+  for (const standing_case &c : standing_cases) {
+    SCOPED_TRACE(c.name);
+    place_and_speed next = c.next;
+    next.time += 20000;
+    EXPECT_EQ(descents_in({{0, 1000.0}, {10000, 800.0, 20.0}, {20000, 500.0, 0.0, 0.0}, next}),
+              (std::vector<found_descent>{{0, c.is_one_flight ? 3U : 2U, !c.is_one_flight}}));
+  }
+}
+
 struct interruption_case {
   const char *name;
   std::int64_t time;  // ms
