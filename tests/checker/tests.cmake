@@ -1,1 +1,2 @@
+tarvel_test(checker/number_arguments_test USES tarvel_checker)
 tarvel_script_test(checker/program_test)
