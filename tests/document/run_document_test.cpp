@@ -204,6 +204,20 @@ TEST(run_document_test, has_intervals_and_reasons_of_a_run_that_was_checked) {
   EXPECT_TRUE(check["reasons"][1]["unit"].is_null());
 }
 
+// A seed has 64 bits; readers of JSON that hold numbers as doubles read integers up to 2^53 as they are.
+TEST(run_document_test, has_a_seed_that_every_reader_of_json_reads_as_it_is) {
+  const auto seed_in_document = [](std::uint64_t seed) {
+    check_settings asked;
+    asked.seed = seed;
+    run_facts facts = facts_of(nullptr);
+    facts.asked_check = &asked;
+    return document_of(facts)["program"]["options"]["seed"];
+  };
+  EXPECT_EQ(seed_in_document(9007199254740992), 9007199254740992);
+  EXPECT_TRUE(seed_in_document(9007199254740993).is_null());
+  EXPECT_TRUE(seed_in_document(UINT64_MAX).is_null());
+}
+
 TEST(run_document_test, tells_bounds_from_intervals) {
   swoop run = hand_made_swoop();
   run.entry_gate_speed = 30.0;
