@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -132,6 +133,38 @@ TEST(module_test, a_file_of_no_bytes_has_the_programs_message) {
   EXPECT_STREQ(tarvel_message(file.get()), "missing field names");
   EXPECT_FALSE(tarvel_survey(file.get(), false));
   EXPECT_STREQ(tarvel_message(file.get()), "missing field names");
+}
+
+// Leaves out the lines that contain some words.
+std::string lines_without(const std::string &text, std::string_view words) {
+  std::string kept;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find(words) == std::string::npos) kept += line + '\n';
+  }
+  return kept;
+}
+
+TEST(module_test, has_the_verdict_of_a_check) {
+  constexpr int good = 0;
+  constexpr int doubtful = 1;
+  constexpr int unusable = 2;
+  const std::string straight = project_file("examples/straight.csv");
+  const std::pair<std::string, int> runs[] = {
+      {straight, good},
+      {project_file("examples/tagged.csv"), doubtful},    // the pilot walks where the track ends
+      {lines_without(straight, "T11:45:12."), unusable},  // crosses the gate in this second
+  };
+  const opened_file course = open_example("matrix.txt");
+  for (const auto &[track, verdict] : runs) {
+    const opened_file run = open_file("run.csv", track);
+    EXPECT_EQ(tarvel_verdict(run.get()), good) << "before the analysis";
+    ASSERT_TRUE(tarvel_add_course(run.get(), course.get()));
+    ASSERT_TRUE(tarvel_analyse(run.get(), "matrix.txt", false, 0)) << tarvel_message(run.get());
+    EXPECT_EQ(tarvel_verdict(run.get()), good) << "before the check";
+    ASSERT_NE(tarvel_check(run.get()), nullptr);
+    EXPECT_EQ(tarvel_verdict(run.get()), verdict);
+  }
 }
 
 TEST(module_test, surveys_a_walk) {
