@@ -100,6 +100,21 @@ TEST(module_test, reads_blocks_of_no_bytes_and_of_one) {
   EXPECT_EQ(std::getc(one.get()), EOF);
 }
 
+TEST(module_test, a_block_is_left_as_it_was_when_its_stream_has_failed) {
+  const auto write_nothing_more = [](std::FILE *stream) {
+    std::fputs("half", stream);
+    stream->_flags |= _IO_ERR_SEEN;  // as after a write that found no memory
+  };
+  memory_block block = {try_duplicate("whole"), 5};
+  EXPECT_FALSE(write_block(block, write_nothing_more));
+  EXPECT_STREQ(block.data.get(), "whole");
+  EXPECT_EQ(block.size, 5U);
+
+  EXPECT_TRUE(write_block(block, [](std::FILE *stream) { std::fputs("new", stream); }));
+  EXPECT_STREQ(block.data.get(), "new");
+  EXPECT_EQ(block.size, 3U);
+}
+
 TEST(module_test, follows_an_index_to_the_course_of_the_run) {
   const opened_file index = open_file("matrix.txt", "* - north.txt\n");
   const opened_file course = open_file("north.txt", project_file("examples/matrix.txt"));
