@@ -134,8 +134,8 @@ def read_entries(path: pathlib.Path) -> list[Entry]:
 def entry_of(mutant: Mutant) -> Entry:
     """The shortest entry that names this mutant and no other."""
     before, behind = (flat(text).split(" ") for text in (mutant.text[:mutant.start], mutant.text[mutant.end:]))
-    for words in range(2, 30):
-        a, b = " ".join(before[-words:]), " ".join(behind[:words])
+    for words in range(3, 60):
+        a, b = " ".join(before[-(words - words // 2):]), " ".join(behind[:words // 2])
         entry = Entry(mutant.file, mutant.function, a + mutant.token + b, a + mutant.replacement + b)
         if entry.names(mutant):
             break
