@@ -86,6 +86,12 @@ double round_down(double value) { return std::floor(value); }
 double round_up(double value) { return std::ceil(value); }
 double round_near(double value) { return std::nearbyint(value); }
 
+// printf rounds the figure, so that it has the digits of the report: 7.825 in binary is a little more and printed as
+// 7.83, whereas 7.825 * 100 is 782.5, which rounded() makes 7.82.
+double without_minus_zero(double value, int decimals) {
+  return value <= 0.0 && rounded(value, decimals, round_near) == 0.0 ? 0.0 : value;
+}
+
 interval printed_range(const report_line &line, const figure_check &each, double factor) {
   const interval range = shown_range(line.which, each);
   return {rounded(range.low * factor, line.decimals, round_down),
@@ -125,7 +131,7 @@ void print_found(text_buffer &text, const report_line &line, const run_check &ch
                  const display_units &units) {
   const figure_check &each = check_of(check, line.which);
   const double value = line.unit == measure::angle ? std::fabs(each.value) : each.value * factor_of(line, units);
-  text_buffer_printf(text, "%-24s %7.*f %s", line.label, line.decimals, rounded(value, line.decimals, round_near),
+  text_buffer_printf(text, "%-24s %7.*f %s", line.label, line.decimals, without_minus_zero(value, line.decimals),
                      unit_of(line, units));
   if (is_stop && depends_on_touchdown(line.which)) {
     const bool is_distance = line.which == figure::touchdown_distance;

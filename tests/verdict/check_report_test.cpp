@@ -56,6 +56,16 @@ TEST(check_report_test, rounds_the_ends_outward) {
   EXPECT_TRUE(contains(text, "verdict: good\n")) << text;
 }
 
+// In binary 7.825 is a little more and 1.005 a little less. The report prints 7.83 and 1.00.
+TEST(check_report_test, rounds_the_figure_as_the_report_does) {
+  run_check check = empty_check();
+  check.figures[index_of(figure::time_aloft)] = {7.825, true, {7.51, 7.86}, 0.0};
+  check.figures[index_of(figure::carve_time)] = {1.005, true, {1.0, 1.01}, 0.0};
+  const std::string text = report_of(short_run(), check, {});
+  EXPECT_TRUE(contains(text, "time aloft during swoop:    7.83 sec     7.51")) << text;
+  EXPECT_TRUE(contains(text, "speed carve time:           1.00 sec     1.00")) << text;
+}
+
 TEST(check_report_test, prints_in_the_units_of_the_report) {
   run_check check = empty_check();
   check.figures[index_of(figure::entry_gate_speed)] = {30.0, true, {29.5, 30.5}, 0.0};
