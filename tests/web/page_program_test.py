@@ -118,6 +118,23 @@ class PageProgramTest(unittest.TestCase):
         self.assertIn("cannot write taken.html", self.page("-o", "taken.html", "carve.csv", status=2))
         self.assertEqual(self.files(), ["taken.html"])
 
+    def test_a_pipe_is_written_into(self):
+        self.page("--no-check", "carve.csv")
+        # As /dev/stdout, which a faulty program of root would replace.
+        os.symlink("/proc/self/fd/1", self.work.folder / "stdout.html")
+        printed = self.work.run([TARVEL_PAGE, "--no-check", "-o", "stdout.html", "carve.csv"]).stdout
+        self.assertEqual(printed, (self.work.folder / "carve.html").read_text())
+        self.assertTrue((self.work.folder / "stdout.html").is_symlink())
+
+    def test_a_link_leads_to_the_page(self):
+        (self.work.folder / "pages").mkdir()
+        (self.work.folder / "pages/old.html").write_text("old")
+        os.symlink("pages/old.html", self.work.folder / "carve.html")
+        self.page("--no-check", "carve.csv")
+        self.assertTrue((self.work.folder / "carve.html").is_symlink())
+        self.assertIn("Content-Security-Policy", (self.work.folder / "pages/old.html").read_text())
+        self.assertEqual(os.listdir(self.work.folder / "pages"), ["old.html"])
+
     def test_a_program_that_is_not_there(self):
         self.assertIn("cannot run /gone: No such file", self.page("carve.csv", status=2, environment={"TARVEL_JSON": "/gone"}))
         self.assertIn("no document of carve.csv", self.page("carve.csv", status=2, environment={"TARVEL_JSON": "/bin/true"}))
