@@ -112,6 +112,12 @@ class PageProgramTest(unittest.TestCase):
         self.page("-o", "both.html", "carve.csv", "gone.csv", status=1)
         self.assertEqual(self.files(), ["both.html", "walk.html"])
 
+    def test_messages_about_one_of_several_runs_have_its_name(self):
+        self.assertEqual(self.page("--no-check", "carve.csv", "walk.csv", "gone.csv", status=1),
+                         "tarvel-page: walk.csv: could not detect pattern entry\n"
+                         "tarvel-page: gone.csv: failed to open file: gone.csv\n")
+        self.assertEqual(self.page("--no-check", "walk.csv", status=1), "tarvel-json: could not detect pattern entry\n")
+
     def test_a_page_that_cannot_be_written(self):
         self.assertIn("cannot write gone/page.html: No such file or directory", self.page("-o", "gone/page.html", "carve.csv", status=2))
         (self.work.folder / "taken.html").mkdir()
