@@ -10,6 +10,7 @@ import { placeLabels } from "../../web/src/labels.ts";
 import { Matching, originName } from "../../web/src/matching.ts";
 import { unpack, unpackColumn } from "../../web/src/packed.ts";
 import { packColumn } from "../../web/app/saved.ts";
+import { sortRows } from "../../web/app/table.ts";
 import { accuracyPanels, differencePanels, flightPanels } from "../../web/src/panels.ts";
 import { Projection, niceStep } from "../../web/src/projection.ts";
 import { labelsOf, makeRun } from "../../web/src/runs.ts";
@@ -271,4 +272,12 @@ test("numbers have a minus sign, and none before 0", () => {
   assert.equal(fixed(NaN, 1), "–");
   assert.equal(signed(2, 0), "+2");
   assert.equal(signed(0.04, 1), "0.0");
+});
+
+test("an unusable run comes after the others where the files are sorted by a figure, and has its place by name", () => {
+  const row = (path, value, verdict) => ({ path, number: 0, run: { figures: { stop_distance: { value } }, check: { verdict } } });
+  const rows = [row("b", 80, "unusable"), row("c", 60, "doubtful"), row("a", 40, "good")];
+  const sorted = (key, isDescending) => sortRows(rows, { key, isDescending }).map(({ path }) => path).join("");
+  assert.deepEqual(["stop_distance", "name"].map((key) => sorted(key, true)), ["cab", "cba"]);
+  assert.deepEqual(["stop_distance", "name"].map((key) => sorted(key, false)), ["acb", "abc"]);
 });

@@ -38,12 +38,12 @@ function sortValue(row: Row, key: string): number | string | null {
   if (key === "name") return row.path;
   if (key === "clock") return row.run ? clockOf(row.run) : null;
   if (key === "verdict") return severities[verdictOf(row) ?? ""] ?? null;
-  return row.run?.figures?.[key]?.value ?? null;
+  return verdictOf(row) === "unusable" ? null : (row.run?.figures?.[key]?.value ?? null);
 }
 
 const byName = new Intl.Collator("en", { numeric: true });
 
-// Rows without a value come last.
+// Rows without a value come last, also an unusable run where a figure sorts.
 export function sortRows(rows: Row[], { key, isDescending }: Order): Row[] {
   return [...rows].sort((a, b) => {
     const [first, second] = [sortValue(a, key), sortValue(b, key)];
