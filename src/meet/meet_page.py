@@ -155,7 +155,7 @@ def write_run(folder, document, data, head, state):
 def table_row(name, document, head, message):
     """The row of a run in the table. The head is None for a run without a document."""
     row = {"name": shown_name(name), "page": None, "script": None, "verdict": "failed", "message": shown_name(message),
-           "reasons": [], "clock": None, "course": None, "metric": False, "figures": {}}
+           "reasons": [], "clock": None, "course": None, "metric": False, "figures": {}, "bounded": []}
     if head is None:
         return row
     stem = address(page_stem(document))
@@ -170,6 +170,7 @@ def table_row(name, document, head, message):
     if check:
         row["reasons"] = [{key: reason[key] for key in ("code", "severity", "value", "unit", "text")}
                           for reason in check["reasons"]]
+        row["bounded"] = [key for key in SHOWN_FIGURES if check["intervals"][key]["bounds"] is not None]
     return row
 
 

@@ -236,6 +236,15 @@ class AppTest(unittest.TestCase):
         else:
             self.assertEqual(cells[-1], failure.group(1))
 
+    def test_a_figure_of_which_only_bounds_are_known_is_struck_out(self):
+        gate = work.document("straight.csv")["phases"]["entry_gate"]["index"]
+        lines = (work.folder / "straight.csv").read_text().splitlines(keepends=True)
+        (work.folder / "gap.csv").write_text("".join(lines[:gate - 8] + lines[gate + 12:]))
+        self.open("gap.csv", "straight.csv")
+        struck = "return [...document.querySelectorAll('.files s')].map(each => each.closest('tr').dataset.path + ' ' + each.textContent)"
+        found = work.document("gap.csv")["figures"]["entry_gate_speed"]["text"]
+        self.assertEqual(wait_for(lambda: script(struck)), [f"gap.csv {found}"])
+
     def test_a_bad_file_has_the_programs_message_beside_its_name(self):
         bad = bad_tracks()
         self.assertGreater(len(bad), 200)

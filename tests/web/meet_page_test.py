@@ -137,6 +137,19 @@ class TableTest(unittest.TestCase):
         self.assertIn("4.0\u00a0m wide", texts(".runs li"))
         script("document.querySelector('[data-value=imperial]').click()")
 
+    def test_a_figure_of_which_only_bounds_are_known_is_struck_out(self):
+        def gap_at_gate(document):
+            interval = document["check"]["intervals"]["entry_gate_speed"]
+            interval.update(low=None, high=None, low_text=None, high_text=None, why="gap",
+                            bounds={"low": 20.0, "high": 40.0, "low_text": "44.7", "high_text": "89.5"})
+            document["check"]["verdict"] = "unusable"
+
+        meet = Meet()
+        meet.add("gap", "gap", changed(documents["carve"], gap_at_gate))
+        meet.write()
+        meet.open()
+        self.assertEqual(texts(".runs tbody s"), ["76.8"])
+
     def test_it_is_sorted_by_a_click_and_by_keys(self):
         self.assertEqual(names(), ["2/9 b", "2/odd", "10", f"lost {HOSTILE}", "walk"])
         head_button("Entry gate").click()

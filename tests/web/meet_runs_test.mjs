@@ -6,7 +6,7 @@ import { compareAddress, comparedRuns, figureKey, matchesWords, sortKeys, sortRu
 import { imperial, metric } from "../../web/src/units.ts";
 
 function run(name, more = {}) {
-  return { name, page: null, script: `${name}.js`, verdict: "good", message: "", reasons: [], clock: null, course: null, metric: false, figures: {}, ...more };
+  return { name, page: null, script: `${name}.js`, verdict: "good", message: "", reasons: [], clock: null, course: null, metric: false, figures: {}, bounded: [], ...more };
 }
 
 const speed = (value) => ({ figures: { entry_gate_speed: { value, unit: "m/s", text: "", text_unit: "mph" } } });

@@ -1,6 +1,6 @@
 // The table of all files: runs with their scores, walks with their course files, failed files with the program's
 // message.
-import { verdictMark } from "../src/check";
+import { checkOf, isBounded, verdictMark } from "../src/check";
 import { clockOf, clockText } from "../src/head";
 import { button, element } from "../src/dom";
 import { figureText } from "../src/figures";
@@ -101,10 +101,12 @@ function verdictCell(row: Row): HTMLElement {
 
 function runCells(row: Row, units: Units): HTMLElement[] {
   const run = row.run!;
+  const check = checkOf(run);
   const cells = [element("td", { class: "clock" }, clockText(clockOf(run))), verdictCell(row)];
   for (const { key } of figureColumns) {
     const figure = run.figures?.[key];
-    cells.push(element("td", { "data-figure": key }, figure ? figureText(key, figure, units) : "–"));
+    const text = figure ? figureText(key, figure, units) : "–";
+    cells.push(element("td", { "data-figure": key }, isBounded(check, key) ? element("s", {}, text) : text));
   }
   return cells;
 }

@@ -15,6 +15,7 @@ export interface MeetRun {
   course: string | null;
   metric: boolean;
   figures: Record<string, Figure>;
+  bounded: string[]; // the figures of which only the bounds are known
 }
 
 // The value by which a column sorts; null comes last in ascending and in descending order.

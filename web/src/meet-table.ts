@@ -17,7 +17,8 @@ interface Column {
 function figureColumn(figure: string, title: string): Column {
   const cell = (run: MeetRun, units: Units) => {
     const shown = run.figures[figure];
-    return shown ? figureText(figure, shown, units) : "–";
+    const text = shown ? figureText(figure, shown, units) : "–";
+    return run.bounded.includes(figure) ? element("s", {}, text) : text;
   };
   return { title, key: figureKey(figure), kind: "figure", cell, figure };
 }
