@@ -12,7 +12,7 @@ import tempfile
 import unittest
 from itertools import accumulate
 
-from pages import TARVEL_PAGE, Workplace
+from pages import TARVEL_JSON, TARVEL_PAGE, Workplace
 
 
 class Parts(html.parser.HTMLParser):
@@ -140,6 +140,15 @@ class PageProgramTest(unittest.TestCase):
         self.assertTrue((self.work.folder / "carve.html").is_symlink())
         self.assertIn("Content-Security-Policy", (self.work.folder / "pages/old.html").read_text())
         self.assertEqual(os.listdir(self.work.folder / "pages"), ["old.html"])
+
+    def test_the_version_is_that_of_the_program_that_analyses(self):
+        version = self.work.run([TARVEL_JSON, "--version"]).stdout
+        self.assertEqual(self.work.run([TARVEL_PAGE, "--version"]).stdout, f"tarvel-page with {version}")
+        self.assertEqual(self.page("--version", status=2, environment={"TARVEL_JSON": "/gone"}),
+                         "tarvel-page: cannot run /gone: No such file or directory\n")
+        with open("/dev/full", "w", encoding="utf-8") as full:
+            done = subprocess.run([TARVEL_PAGE, "--version"], stdout=full, stderr=subprocess.PIPE, text=True, check=False)
+        self.assertEqual((done.returncode, done.stderr), (2, "tarvel-page: failed to write file: standard output\n"))
 
     def test_a_program_that_is_not_there(self):
         self.assertIn("cannot run /gone: No such file", self.page("carve.csv", status=2, environment={"TARVEL_JSON": "/gone"}))
