@@ -294,9 +294,7 @@ void judge_course(const swoop &run, run_verdict &verdict) {
     return;
   }
   if (run.entry_gate != 0) {
-    if (std::fabs(run.entry_gate_ypos) > rule_of(reason_code::beside_the_gate).limit) {
-      add(verdict, reason_code::beside_the_gate, run.entry_gate_ypos);
-    }
+    add_above(verdict, reason_code::beside_the_gate, std::fabs(run.entry_gate_ypos));
     return;
   }
   double nearest = infinity;

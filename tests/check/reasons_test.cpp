@@ -232,6 +232,16 @@ const limit_case limit_cases[] = {
      }},
 };
 
+TEST(reasons_test, tell_the_distance_from_the_gate_on_either_side) {
+  for (const double offset : {-5.5, 5.5}) {
+    swoop run = sound_run();
+    run.entry_gate_ypos = offset;
+    const run_verdict verdict = judge_run(run, check_of_run(sound_run()));
+    ASSERT_TRUE(has(verdict, reason_code::beside_the_gate));
+    EXPECT_EQ(verdict.reasons[0].measured, 5.5);
+  }
+}
+
 TEST(reasons_test, compare_the_heights_of_course_and_run_on_the_ground) {
   swoop run = sound_run();
   run.track[run.stop].pos_local.z = from_feet_above(100.0);
