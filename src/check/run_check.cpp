@@ -148,6 +148,19 @@ void bound(run_check &check, figure which, const interval &range) {
   each.range = containing(range, each.value);
 }
 
+// The draws change their speed evenly between two samples; a pilot may brake at once. Between samples that are far apart
+// the difference matters.
+void contain_bends(const swoop &run, run_check &check) {
+  if (!(check.step > longest_measured_step) || run.entry_gate == 0) return;
+  const auto widen = [&](figure which, std::uint32_t before) {
+    figure_check &each = check.figures[index_of(which)];
+    const interval bend = bend_at_crossing(run, before);
+    each.range = containing(containing(each.range, each.value + bend.low), each.value + bend.high);
+  };
+  widen(figure::entry_gate_speed, run.entry_gate);
+  if (run.exit_gate_time != 0) widen(figure::exit_gate_speed, run.exit_gate);
+}
+
 double greatest_usual_step(double step) { return std::max(least_gap, usual_steps * step); }
 
 // Needs both gates crossed.
@@ -266,6 +279,7 @@ void check_run(const swoop &run, const check_settings &settings, run_check &chec
     const drawn_counts counts = draw_runs(run, settings, flight, draws, rows.get());
     fill_intervals(run, counts, settings, rows.get(), check);
     contain_earlier_start(run, smallest_jolt * check.noise.velocity * mean_velocity_sigma(flight), check);
+    contain_bends(run, check);
   } else if (settings.draws != 0) {
     check.reason = withheld::unsolvable;
   }

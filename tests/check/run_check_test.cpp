@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "check/crossing_bounds.h"
 #include "support/checked_flight.h"
 #include "support/refusals.h"
 
@@ -214,6 +215,22 @@ swoop slow_run(std::int64_t longer) {
 TEST(run_check_test, takes_1_6_usual_steps_of_a_slow_logger_for_no_gap) {
   EXPECT_EQ(checked(slow_run(350), few_draws).longest_gap, 0.0);
   EXPECT_NEAR(checked(slow_run(370), few_draws).longest_gap, 0.97, 1e-9);
+}
+
+// The pilot brakes between the two samples beside the gate; on which side of it is not recorded.
+TEST(run_check_test, contains_a_bend_between_sparse_samples_beside_the_gate) {
+  std::vector<gps_point> samples = every(4, with_velocity_errors(flight_samples()));
+  for (std::size_t k = analysed(samples).entry_gate + 1; k < samples.size(); ++k) {
+    samples[k].vel_ltp.x *= 0.8;
+    samples[k].vel_ltp.y *= 0.8;
+  }
+  const swoop sparse = analysed(samples);
+  const interval bend = bend_at_crossing(sparse, sparse.entry_gate);
+  ASSERT_LT(bend.low, -0.9);
+  ASSERT_GT(bend.high, 0.9);
+  const interval range = check_of(checked(sparse, few_draws), figure::entry_gate_speed).range;
+  EXPECT_LE(range.low, sparse.entry_gate_speed + bend.low);
+  EXPECT_GE(range.high, sparse.entry_gate_speed + bend.high);
 }
 
 TEST(run_check_test, bounds_what_was_crossed_in_a_gap) {
