@@ -33,15 +33,18 @@ constexpr double least_velocity = 0.01;     // m/s, the same for velocities
 constexpr int most_degrees = 200;
 constexpr int least_degrees = 4;
 
-// The variance of the integral of a velocity error of variance 1 over a span, by the trapezoidal rule.
+// The variance of the integral of a velocity error of variance 1 over a span, by the trapezoidal rule. Each addend is
+// smaller than the one before: the first that does not change the sum ends it, since a span of years has many.
 double integrated_variance(double step, double span, double memory) {
-  const int steps = std::max(static_cast<int>(std::lround(span / step)), 1);
+  const double steps = std::max(std::round(span / step), 1.0);
   const double kept = fixed_exp(-step / memory);
   double sum = steps - 0.5;
   double power = 1.0;
   for (int apart = 1; apart <= steps; ++apart) {
     power *= kept;
+    const double before = sum;
     sum += 2.0 * power * (apart == steps ? 0.25 : steps - apart);
+    if (sum == before) break;
   }
   return step * step * sum;
 }

@@ -61,6 +61,21 @@ TEST(noise_scale_test, finds_the_noise_that_was_put_in) {
   }
 }
 
+// Where the clock jumps by years, the mean of the spans is as long. The integral's variance over n steps is then n times
+// that of one step in an endless track, (1 + k) / (1 - k), where k is the correlation from step to step.
+TEST(noise_scale_test, takes_spans_of_years) {
+  constexpr double years = 4e8;  // s
+  measured_noise measured = noise_of(noise_cases[0]);
+  const double kept = std::exp(-measured.step / noise_cases[0].memory);
+  const double variance = measured.step * years * (1.0 + kept) / (1.0 - kept);
+  measured.seconds[3] = years;
+  measured.mean_square[0][3] = stated.velocity * variance + 0.09 * stated.position[0] * 2.0;
+  measured.mean_square[1][3] = stated.velocity * variance + 0.09 * stated.position[1] * 2.0;
+  const noise_scale found = fit_noise(measured, stated);
+  EXPECT_NEAR(found.velocity, 1.0, 0.03);
+  EXPECT_NEAR(found.memory.velocity, 2.0, 1e-12);
+}
+
 TEST(noise_scale_test, holds_the_contradiction_against_what_is_stated) {
   EXPECT_NEAR(fit_noise(noise_of(noise_cases[0]), stated).ratio, 1.0, 1e-12);
   measured_noise twice = noise_of(noise_cases[0]);
