@@ -24,9 +24,11 @@ constexpr double greatest_roughness = 4.0;
 // integral hide the noise, and half of the intervals of the greatest speeds and of the degrees miss the truth.
 constexpr double longest_measured_step = 0.6;
 
-// A gap is more than half a second and more than half as long again as the usual step.
+// A gap is more than half a second and more than half as long again as the usual step. A usual step counts as a second
+// at the most: velocities are not integrated over longer ones, so that no interval contains what was flown in them.
 constexpr double least_gap = 0.5;
 constexpr double usual_steps = 1.6;
+constexpr double longest_usual_step = 1.0;
 
 constexpr double other_turn = 45.0;  // degrees
 
@@ -161,7 +163,9 @@ void contain_bends(const swoop &run, run_check &check) {
   if (run.exit_gate_time != 0) widen(figure::exit_gate_speed, run.exit_gate);
 }
 
-double greatest_usual_step(double step) { return std::max(least_gap, usual_steps * step); }
+double greatest_usual_step(double step) {
+  return std::max(least_gap, usual_steps * std::min(step, longest_usual_step));
+}
 
 // Needs both gates crossed.
 void bound_carve(const swoop &run, double usual, run_check &check) {

@@ -233,6 +233,20 @@ TEST(run_check_test, contains_a_bend_between_sparse_samples_beside_the_gate) {
   EXPECT_GE(range.high, sparse.entry_gate_speed + bend.high);
 }
 
+// Every seventh of 5 samples a second is 1.4 s after the one before. With a sample every 3 s, a gate speed was 10 mph off.
+TEST(run_check_test, takes_every_step_of_more_than_1_6_seconds_for_a_gap) {
+  const auto checked_every = [](std::size_t nth) {
+    return checked(analysed(every(nth, with_velocity_errors(flight_samples()))), few_draws);
+  };
+  EXPECT_EQ(checked_every(7).longest_gap, 0.0);
+  EXPECT_FALSE(check_of(checked_every(7), figure::entry_gate_speed).is_bounded);
+  const run_check check = checked_every(9);
+  EXPECT_NEAR(check.longest_gap, 1.8, 1e-9);
+  EXPECT_NEAR(check.gate_gap, 1.8, 1e-9);
+  EXPECT_EQ(check.reason, withheld::gap);
+  EXPECT_TRUE(check_of(check, figure::entry_gate_speed).is_bounded);
+}
+
 TEST(run_check_test, bounds_what_was_crossed_in_a_gap) {
   const swoop whole = analysed(with_velocity_errors(flight_samples()));
   std::vector<gps_point> samples = with_velocity_errors(flight_samples());
