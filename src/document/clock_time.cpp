@@ -1,6 +1,7 @@
 #include "document/clock_time.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 namespace tarvel {
@@ -16,8 +17,10 @@ clock_time clock_time_at(std::int64_t time) {
   std::tm local = {};
   if (localtime_r(&seconds, &local) == nullptr) return clock;
   const long long year = 1900LL + local.tm_year;
-  std::snprintf(clock.text, sizeof clock.text, "%04lld-%02d-%02dT%02d:%02d:%02d.%03d", year, local.tm_mon + 1,
-                local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, static_cast<int>(milliseconds));
+  // The width of a negative number would count its sign.
+  std::snprintf(clock.text, sizeof clock.text, "%s%04lld-%02d-%02dT%02d:%02d:%02d.%03d", year < 0 ? "-" : "",
+                std::llabs(year), local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                static_cast<int>(milliseconds));
   return clock;
 }
 
