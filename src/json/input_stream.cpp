@@ -9,6 +9,8 @@
 #include <array>
 #include <cstring>
 
+#include "driver/standard_streams.h"
+
 namespace tarvel {
 
 namespace {
@@ -77,10 +79,7 @@ void read_pipe(int descriptor, const char *path, input_stream &input, error_slot
   input.stream.reset(size == 0 ? std::fopen("/dev/null", "rb") : fmemopen(input.kept.get(), size, "rb"));
 }
 
-bool is_file(int descriptor) {
-  struct stat status;
-  return fstat(descriptor, &status) == 0 && (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode));
-}
+bool is_file(const struct stat &status) { return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode); }
 
 }  // namespace
 
@@ -89,11 +88,13 @@ void open_input_stream(const char *path, input_stream &input, error_slot *error)
   sha256_init(&input.digest);
   const bool is_standard_input = std::strcmp(path, "-") == 0;
   const int descriptor = is_standard_input ? STDIN_FILENO : open(path, O_RDONLY | O_CLOEXEC);
-  if (descriptor >= 0 && !is_standard_input && is_file(descriptor)) {
+  struct stat status = {};
+  const bool is_input = descriptor >= 0 && fstat(descriptor, &status) == 0 && redirect_streams_from(status);
+  if (is_input && !is_standard_input && is_file(status)) {
     open_file(descriptor, input);
-  } else if (descriptor >= 0) {
-    read_pipe(descriptor, path, input, error);
-    if (!is_standard_input) close(descriptor);
+  } else {
+    if (is_input) read_pipe(descriptor, path, input, error);
+    if (descriptor >= 0 && !is_standard_input) close(descriptor);
   }
   if (!input.stream && *error == nullptr) *error = format_error("failed to open file: %s", path);
 }

@@ -23,8 +23,9 @@ struct input_stream {
   file_handle stream;
 };
 
-// Opens a file, a FIFO or, for "-", standard input. Fails with "failed to open file: %s" and, for a FIFO, also with
-// "failed to read file: %s" or "realloc failed".
+// Opens a file, a FIFO or, for "-", standard input. Fails with "failed to open file: %s", also when standard output goes
+// to that file, and for a FIFO also with "failed to read file: %s" or "realloc failed". Neither standard output nor
+// standard error goes to an opened file afterwards.
 void open_input_stream(const char *path, input_stream &input, error_slot *error);
 
 // SHA-256 in hexadecimal.

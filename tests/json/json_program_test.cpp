@@ -1,7 +1,10 @@
 // Whole runs of tarvel-json over the examples.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
+#include <vector>
 
 #include "support/files.h"
 #include "support/golden.h"
@@ -58,6 +61,41 @@ TEST(json_program_golden_test, writes_a_track_that_is_no_run) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "tarvel-json: could not detect flight\n");
   expect_golden("json/no_run.json", result.out);
+}
+
+struct stream_case {
+  const char *name;
+  std::vector<std::string> arguments;
+  int stream;  // that goes to the track
+  const char *message;
+};
+
+const stream_case stream_cases[] = {
+    {"standard output goes to the track",
+     {"carve.csv"},
+     STDOUT_FILENO,
+     "tarvel-json: failed to open file: carve.csv\n"},
+    {"to the one on standard input", {"-"}, STDOUT_FILENO, "tarvel-json: failed to open file: -\n"},
+    {"standard error goes to a track whose run fails", {"carve.csv"}, STDERR_FILENO, ""},
+};
+
+// Nothing is appended to a track.
+TEST(json_program_test, does_not_write_to_its_track) {
+  const temp_dir folder;
+  copy_example("carve.csv");  // without a course file
+  const std::string track = read_text("carve.csv");
+  for (const stream_case &c : stream_cases) {
+    SCOPED_TRACE(c.name);
+    program_setting setting;
+    setting.prepare = [&] {
+      dup2(open("carve.csv", O_RDONLY), STDIN_FILENO);
+      dup2(open("carve.csv", O_WRONLY | O_APPEND), c.stream);
+    };
+    const program_result result = run_program(c.arguments, setting);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err.substr(0, result.err.find('{')), c.message);  // then the document of a run that failed
+    EXPECT_EQ(read_text("carve.csv"), track);
+  }
 }
 
 }  // namespace
