@@ -1157,6 +1157,20 @@ class FailureTest(MeetTest):
         self.assertEqual(self.meet("-c", "/proc/self/mem", "tracks", status=2),
                          "tarvel-meet: cannot read the course /proc/self/mem: Input/output error\n")
 
+    def test_works_without_the_standard_streams(self):
+        self.add_tracks("straight")
+
+        def close_streams():
+            for descriptor in (0, 1, 2):
+                os.close(descriptor)
+
+        command = [*RUNNER, MEET, "-l", "-", "tracks"]
+        done = subprocess.run(command, cwd=self.folder, env=self.environment(), preexec_fn=close_streams)
+        self.assertEqual(done.returncode, 0)
+        self.assertEqual(self.table()["straight"]["status"], "ok")
+        # What is printed does not get into a file that the command has opened.
+        self.assertEqual((self.folder / "results/.meet/lock").read_bytes(), b"")
+
     def test_says_that_parallel_could_not_begin(self):
         self.add_tracks("straight")
         self.script("bin/parallel", "exit 1\n")
