@@ -81,6 +81,13 @@ class PageProgramTest(unittest.TestCase):
             self.assertIn("is an input; name another file with -o", self.page(*arguments, status=2))
         self.assertEqual((self.work.folder / "carve.html").read_bytes(), before)
 
+    def test_no_course_that_an_index_names_is_overwritten(self):
+        os.rename(self.work.folder / "matrix.txt", self.work.folder / "course.txt")
+        (self.work.folder / "matrix.txt").write_text("* - course.txt\n")
+        before = (self.work.folder / "course.txt").read_bytes()
+        self.assertIn("course.txt is an input; name another file with -o", self.page("-o", "course.txt", "carve.csv", status=2))
+        self.assertEqual((self.work.folder / "course.txt").read_bytes(), before)
+
     def test_a_wrong_command_line(self):
         for arguments, message in [([], "no track"), (["-", "-"], "standard input can be read once"),
                                    (["-t", "5", "carve.csv", "straight.csv"], "-t belongs to one run"),
