@@ -76,10 +76,9 @@ std::vector<overview_point> overview_of(std::span<const gps_point> samples) {
     for (const gps_point &sample : samples) add(sample);
     return points;
   }
-  constexpr std::size_t slices = overview_points / 2;
-  for (std::size_t slice = 0; slice < slices; ++slice) {
-    const auto [first, second] =
-        find_extremes(samples, samples.size() * slice / slices, samples.size() * (slice + 1) / slices);
+  const auto count = static_cast<std::uint32_t>(samples.size());
+  for (std::uint32_t slice = 0; slice < overview_slices; ++slice) {
+    const auto [first, second] = find_extremes(samples, first_of_slice(count, slice), first_of_slice(count, slice + 1));
     add(samples[first]);
     if (second != first) add(samples[second]);
   }

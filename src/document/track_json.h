@@ -1,6 +1,7 @@
 // A track's samples as JSON.
 #pragma once
 
+#include <cstdint>
 #include <span>
 
 #include "document/document_text.h"
@@ -13,6 +14,13 @@ namespace tarvel {
 // The greatest number of points in an overview. A track with more samples is divided into half as many slices, and of
 // each the lowest and the highest sample are written, the earlier one first.
 constexpr std::uint32_t overview_points = 4000;
+constexpr std::uint32_t overview_slices = overview_points / 2;
+
+// The first sample of a slice of so many samples; of the slice after the last one, their number. The product of 64 bits
+// is needed where std::size_t has 32, in WebAssembly.
+[[nodiscard]] constexpr std::uint32_t first_of_slice(std::uint32_t count, std::uint32_t slice) {
+  return static_cast<std::uint32_t>(std::uint64_t{count} * slice / overview_slices);
+}
 
 // Appends time and height of the whole track.
 void append_overview(document_text &text, std::span<const gps_point> samples);

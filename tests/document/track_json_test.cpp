@@ -51,6 +51,14 @@ TEST(overview_test, has_the_extremes_of_a_long_track) {
   EXPECT_EQ(overview["time"].back(), 9'999'900);
 }
 
+TEST(overview_test, divides_as_many_samples_as_a_track_may_have) {
+  EXPECT_EQ(first_of_slice(4001, 0), 0U);
+  EXPECT_EQ(first_of_slice(4001, 1999), 3998U);  // 3998.9995
+  EXPECT_EQ(first_of_slice(4001, 2000), 4001U);
+  EXPECT_EQ(first_of_slice(2'200'000, 1999), 2'198'900U);
+  EXPECT_EQ(first_of_slice(4'294'967'295, 2000), 4'294'967'295U);
+}
+
 TEST(overview_test, passes_over_heights_that_are_no_numbers) {
   std::vector<gps_point> samples = rising_samples(100'000, 100);
   samples[0].pos_wgs84.z = not_a_number;
