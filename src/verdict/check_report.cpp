@@ -8,6 +8,7 @@
 
 #include "support/text_buffer.h"
 #include "support/time.h"
+#include "verdict/percent.h"
 #include "verdict/reason_text.h"
 
 namespace tarvel {
@@ -102,7 +103,7 @@ void print_not_found(text_buffer &text, const report_line &line, const run_check
   text_buffer_printf(text, "%-24s    ---- %s", line.label, unit_of(line, units));
   const double missing = check_of(check, line.which).missing;
   if (check.draws == 0 || missing >= 1.0) return;
-  text_buffer_printf(text, "   found in %.0f %% of the draws", std::ceil(100.0 * (1.0 - missing)));
+  text_buffer_printf(text, "   found in %.0f %% of the draws", percent_rounded_up(1.0 - missing));
 }
 
 void print_bounds(text_buffer &text, const report_line &line, const figure_check &each, const display_units &units) {
@@ -121,7 +122,7 @@ void print_interval(text_buffer &text, const report_line &line, const figure_che
 void print_direction(text_buffer &text, const figure_check &degrees, const run_check &check) {
   text_buffer_printf(text, "   %s", degrees.value >= 0.0 ? "right-hand" : "left-hand");
   if (check.other_hand > 0.0) {
-    text_buffer_printf(text, " in %.0f %% of the draws", std::floor(100.0 * (1.0 - check.other_hand)));
+    text_buffer_printf(text, " in %.0f %% of the draws", percent_rounded_down(1.0 - check.other_hand));
   } else if (check.draws != 0) {
     text_buffer_printf(text, " in all draws");
   }
@@ -140,7 +141,7 @@ void print_found(text_buffer &text, const report_line &line, const run_check &ch
   }
   if (each.has_interval) print_interval(text, line, each, units);
   if (each.missing > 0.0) {
-    text_buffer_printf(text, "   missing in %.0f %% of the draws", std::ceil(100.0 * each.missing));
+    text_buffer_printf(text, "   missing in %.0f %% of the draws", percent_rounded_up(each.missing));
   }
   if (line.which == figure::degrees) print_direction(text, each, check);
 }

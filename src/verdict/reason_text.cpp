@@ -3,6 +3,8 @@
 #include <array>
 #include <cmath>
 
+#include "verdict/percent.h"
+
 namespace tarvel {
 
 namespace {
@@ -153,7 +155,7 @@ shown_figure shown(const reason &each, const display_units &units) {
   switch (words_of(each.code).unit) {
     case reason_unit::number: break;
     case reason_unit::seconds: return {each.measured, 2, " s"};
-    case reason_unit::part: return {std::ceil(100.0 * each.measured), 0, " %"};
+    case reason_unit::part: return {percent_rounded_up(each.measured), 0, " %"};
     case reason_unit::metres: return {each.measured * units.length_factor, 1, units.length};
     case reason_unit::feet: return {each.measured * feet, 0, units.length};
     case reason_unit::metres_per_second: return {each.measured * units.speed_factor, 1, units.speed};

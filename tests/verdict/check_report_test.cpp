@@ -105,6 +105,13 @@ TEST(check_report_test, says_where_draws_differ) {
   EXPECT_TRUE(contains(report_of(short_run(), check, {}), "---- sec   found in 25 % of the draws\n"));
   check.other_hand = 0.125;
   EXPECT_TRUE(contains(report_of(short_run(), check, {}), "left-hand in 87 % of the draws\n"));
+  // Whole percents, whose product with 100.0 is not whole.
+  check.figures[index_of(figure::entry_gate_speed)].missing = 28.0 / 400.0;
+  check.figures[index_of(figure::carve_time)].missing = 164.0 / 400.0;
+  check.other_hand = 136.0 / 400.0;
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "109.8   missing in 7 % of the draws\n"));
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "---- sec   found in 59 % of the draws\n"));
+  EXPECT_TRUE(contains(report_of(short_run(), check, {}), "left-hand in 66 % of the draws\n"));
 }
 
 TEST(check_report_test, prints_bounds_instead_of_a_value) {

@@ -38,6 +38,7 @@ const sentence_case sentence_cases[] = {
     {reason_code::poor_accuracy, 1.25, false, "1.2 times"},
     {reason_code::figures_missing, 0.031, false, "4 % of the drawn tracks"},
     {reason_code::figures_missing, 0.05, false, "5 % of the drawn tracks"},
+    {reason_code::figures_missing, 28.0 / 400.0, false, "7 % of the drawn tracks"},
     {reason_code::figures_missing, 0.05005, false, "6 % of the drawn tracks"},
     {reason_code::contradiction, 1.6, true, "1.6 m between"},
     {reason_code::contradiction, 1.6, false, "5.2 ft between"},
