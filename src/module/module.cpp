@@ -229,7 +229,7 @@ std::uint32_t count_jumps(const stretch_list &list) {
 const stretch *find_jump(const tarvel_file &file, std::uint32_t jump) {
   if (!file.split) return nullptr;
   for (const stretch &part : stretches_of(file.split->list)) {
-    if (part.number == jump + 1) return &part;
+    if (is_descent(part) && part.number - 1 == jump) return &part;
   }
   return nullptr;
 }

@@ -204,6 +204,15 @@ TEST(module_test, splits_a_day_at_its_jumps) {
   EXPECT_EQ(text_of(tarvel_listing(day.get(), false)).substr(0, 10), "no.  time ");
 }
 
+// The stretches on the ground have the number 0, which must not be that of the jump after the last index.
+TEST(module_test, has_no_jump_for_the_greatest_index) {
+  const opened_file day = open_example("walk.csv");
+  ASSERT_TRUE(tarvel_split(day.get()));
+  EXPECT_EQ(tarvel_jump_count(day.get()), 0U);
+  EXPECT_EQ(tarvel_jump(day.get(), UINT32_MAX), nullptr);
+  EXPECT_EQ(tarvel_jump_name(day.get(), UINT32_MAX), nullptr);
+}
+
 // The rows of a second track behind those of the first.
 std::string two_jumps() {
   const std::string second = project_file("examples/carve.csv");
