@@ -298,7 +298,9 @@ bool tarvel_split(tarvel_file *day) {
     static_cast<void>(load_swoop_rows(stream, split.track, split.rows, warnings, error));
     if (*error == nullptr) find_stretches({split.track.points.get(), split.track.count}, split.list, error);
   };
-  return read_file(*day, read);
+  const bool is_split = read_file(*day, read);
+  if (!is_split) day->split.reset();
+  return is_split;
 }
 
 std::uint32_t tarvel_track_jumps(const tarvel_file *run) {

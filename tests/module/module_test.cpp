@@ -239,6 +239,12 @@ TEST(module_test, counts_the_jumps_in_the_track_of_a_run) {
   EXPECT_EQ(tarvel_track_jumps(unread.get()), 0U);
 }
 
+TEST(module_test, a_file_that_cannot_be_split_has_no_listing) {
+  const opened_file day = open_file("day.csv", "no track");
+  EXPECT_FALSE(tarvel_split(day.get()));
+  EXPECT_EQ(tarvel_listing(day.get(), false), nullptr);
+}
+
 TEST(module_test, nothing_is_made_of_a_file_before_the_work) {
   const opened_file file = open_example("carve.csv");
   for (const auto make : {tarvel_report, tarvel_document, tarvel_check, tarvel_map, tarvel_course, tarvel_log}) {
