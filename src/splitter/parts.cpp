@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <csignal>
 #include <utility>
 
 #include "driver/file_handle.h"
@@ -10,7 +11,25 @@ namespace tarvel {
 
 namespace {
 
+// Holds back the signals by which a user ends the program.
+class held_signals {
+ public:
+  held_signals() {
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) sigaddset(&held, number);
+    sigprocmask(SIG_BLOCK, &held, &before_);
+  }
+  ~held_signals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  held_signals(const held_signals &) = delete;
+  held_signals &operator=(const held_signals &) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
 void write_part_file(const split_source &source, const stretch &part, const char *name, error_slot *error) {
+  const held_signals held;
   file_handle file = open_new_output(name, error);
   if (!file) return;
   write_part(source, part, file.get(), error);

@@ -4,6 +4,7 @@ that of a track with this jump alone; and it overwrites nothing."""
 import itertools
 import os
 import re
+import signal
 import struct
 import subprocess
 import tempfile
@@ -97,6 +98,20 @@ class SplitTest(unittest.TestCase):
         for name in (*JUMPS, "implicit", "tagged"):
             with self.subTest(name):
                 self.assertEqual(self.parts_of(example(f"{name}.csv")), [example(f"{name}.csv")])
+
+    def test_an_interrupted_call_leaves_no_incomplete_part(self):
+        lines = example("tagged.csv").splitlines(keepends=True)
+        day = b"".join(lines[:1000]) + b"$IMU,100.113,0.32936,0.31285,1.18257\n" * 1_000_000 + b"".join(lines[1000:])
+        (self.place / "day.csv").write_bytes(day)
+        part = self.place / "day-1.csv"
+        for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM):
+            with self.subTest(number), subprocess.Popen([SPLIT, "-w", "day.csv"], cwd=self.place, stdout=subprocess.DEVNULL) as call:
+                while not part.exists() or part.stat().st_size == 0:
+                    self.assertIsNone(call.poll())
+                call.send_signal(number)
+                call.wait()
+                self.assertEqual(part.stat().st_size, len(day))
+                part.unlink()
 
     def test_jumps_in_every_order_switched_off_between_them(self):
         for order in itertools.permutations(JUMPS):
