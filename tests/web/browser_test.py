@@ -105,11 +105,7 @@ def axe_findings(browser=None):
 
 
 def press(text):
-    for each in driver.find_elements(By.TAG_NAME, "button"):
-        if each.text == text:
-            each.click()
-            return
-    raise AssertionError(f"no button {text}")
+    driver.find_element(By.XPATH, f"//button[.='{text}']").click()
 
 
 def press_of(name):

@@ -28,6 +28,7 @@ class Workplace:
 
     def __init__(self, folder):
         self.folder = Path(folder)
+        self.pages = {}  # {arguments: the page}
         for track in (PROJECT / "examples").glob("*.csv"):
             shutil.copy(track, self.folder)
         shutil.copy(PROJECT / "examples/matrix.txt", self.folder)
@@ -40,8 +41,14 @@ class Workplace:
         return done
 
     def page(self, name, *arguments, status=0):
-        self.run([TARVEL_PAGE, "-o", name, *arguments], status)
-        return self.folder / name
+        """A page of these tracks, which must not change: it is made once for equal arguments."""
+        path = self.folder / name
+        if (arguments, status) in self.pages:
+            path.write_bytes(self.pages[arguments, status])
+        else:
+            self.run([TARVEL_PAGE, "-o", name, *arguments], status)
+            self.pages[arguments, status] = path.read_bytes()
+        return path
 
     def document(self, run, *options):
         return json.loads(self.run([TARVEL_JSON, *options, run]).stdout)
