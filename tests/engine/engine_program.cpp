@@ -1,8 +1,8 @@
 // A program over the engine that does what tarvel does except the drawing of charts. Built for other machines, it must
 // print and write what tarvel prints and writes on this one. It lacks the driver's checks, such as that no output
-// replaces an input. With -k it does what tarvel-check does.
+// replaces an input. With -k it does what tarvel-check does with that number of draws.
 //
-//   engine_program [-dikmp] [-t time] [-g gate] [swoop]
+//   engine_program [-dimp] [-k draws] [-t time] [-g gate] [swoop]
 //
 // With -s it writes to document.json what tarvel-json prints. -s and -c are the digests of the track and of the course
 // file:
@@ -39,12 +39,12 @@ namespace tarvel {
 namespace {
 
 struct settings {
-  bool check = false;
   bool debug = false;
   bool implicit_gate = false;
   bool metric = false;
   bool pond = false;
   std::uint32_t time_aloft = 0;
+  std::uint32_t check_draws = 0;
   const char *gate = nullptr;
   const char *swoop = nullptr;
   const char *track_sha256 = nullptr;
@@ -53,9 +53,9 @@ struct settings {
 
 settings parse_settings(int argc, char *argv[]) {
   settings given;
-  for (int option = 0; (option = getopt(argc, argv, "dikmpt:g:s:c:")) != -1;) {
+  for (int option = 0; (option = getopt(argc, argv, "dik:mpt:g:s:c:")) != -1;) {
     switch (option) {
-      case 'k': given.check = true; break;
+      case 'k': given.check_draws = truncate_to_uint32(std::strtod(optarg, nullptr)); break;
       case 'd': given.debug = true; break;
       case 'i': given.implicit_gate = true; break;
       case 'm': given.metric = true; break;
@@ -193,7 +193,7 @@ void check(const settings &given) {
   analyse_over(*run, given.implicit_gate ? std::nullopt : find_course(given.swoop, course_file), &error);
   stop_at(error);
   run_check found;
-  check_run(*run, check_settings(), found, &error);
+  check_run(*run, {.draws = given.check_draws}, found, &error);
   stop_at(error);
   const owned_text report = format_check_report(*run, found, judge_run(*run, found), given.metric, &error);
   stop_at(error);
@@ -266,7 +266,7 @@ int main(int argc, char *argv[]) {
     return 0;
   }
   if (given.gate != nullptr) tarvel::survey(given);
-  if (given.swoop != nullptr && given.check) {
+  if (given.swoop != nullptr && given.check_draws != 0) {
     tarvel::check(given);
   } else if (given.swoop != nullptr) {
     tarvel::analyse(given);

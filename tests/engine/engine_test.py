@@ -63,12 +63,13 @@ class EngineTest(SameOutputs, unittest.TestCase):
     def test_checks(self):
         """The draws are equal although the logarithms of the two C libraries differ in their last bits."""
         for run in runs:
-            for given in ((), ("-m",), ("-i",)):
+            # The random numbers do not depend on the options, so that all of them are compared once.
+            for given, draws in (((), 400), (("-m",), 40), (("-i",), 40)):
                 with self.subTest(run=run, options=given):
                     for name, content in self.example(f"{run}.csv", "matrix.txt").items():
                         (self.folder / name).write_bytes(content)
-                    _, native = ProcessEngine([tarvel_check]).call([*given, f"{run}.csv"], self.folder)
-                    _, other = engine.call(["-k", *given, f"{run}.csv"], self.folder)
+                    _, native = ProcessEngine([tarvel_check]).call(["--draws", str(draws), *given, f"{run}.csv"], self.folder)
+                    _, other = engine.call(["-k", str(draws), *given, f"{run}.csv"], self.folder)
                     # The far run has no gate; tarvel-check then prints on standard error.
                     self.assertEqual(native, "" if other.startswith("ERROR: ") else other)
 
@@ -126,12 +127,13 @@ class EngineTest(SameOutputs, unittest.TestCase):
             with self.subTest(name):
                 self.compare(["run.csv"], {"run.csv": course["carve.csv"], "matrix.txt": text})
 
-    def test_a_million_rows(self):
-        """Within the memory of WebAssembly."""
+    def test_many_rows(self):
+        """A million within the memory of WebAssembly; on another machine memory does not end there."""
+        count = 1_000_000 if isinstance(engine, WasmEngine) else 100_000
         content = self.example("straight.csv")["straight.csv"]
         head, units, *rows = content.splitlines(keepends=True)
         ground = rows[0]
-        padded = head + units + ground * (1_000_000 - len(rows)) + b"".join(rows)
+        padded = head + units + ground * (count - len(rows)) + b"".join(rows)
         self.compare(["straight.csv"], {"straight.csv": padded, **self.example("matrix.txt")})
 
 
