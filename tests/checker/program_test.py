@@ -14,6 +14,7 @@ CHECK = os.environ.get("TARVEL_CHECK_PROGRAM", str(PROJECT / "build/release/tarv
 EXAMPLES = PROJECT / "examples"
 HEADER_LINES = 2
 GOOD, ERROR, DOUBTFUL, UNUSABLE = 0, 1, 2, 3
+FEW = ("--draws", "40")  # where intervals are not tested
 
 
 def example(name):
@@ -88,15 +89,15 @@ class CheckTest(unittest.TestCase):
                         self.assertRegex(report, rf"{label}: +{value}\b")
 
     def test_the_first_line_tells_which_run_it_is(self):
-        self.assertEqual(self.check("carve.csv").stdout.splitlines()[0],
+        self.assertEqual(self.check(*FEW, "carve.csv").stdout.splitlines()[0],
                          "carve.csv: 2026-05-16 13:08:35, 10 samples a second, 13 to 17 satellites")
 
     def test_the_first_line_has_the_time_of_the_run_that_is_analysed(self):
         # The dive of the later jump is faster, so that it is analysed.
         later = example("carve.csv")
         earlier = example("straight.csv").replace("2026-05-16T", "2026-05-15T")
-        day = self.check_track(earlier + "".join(later.splitlines(keepends=True)[HEADER_LINES:]))
-        alone = self.check_track(later)
+        day = self.check_track(earlier + "".join(later.splitlines(keepends=True)[HEADER_LINES:]), *FEW)
+        alone = self.check_track(later, *FEW)
         self.assertEqual(day.stdout.splitlines()[0], alone.stdout.splitlines()[0])
 
     def test_the_sense_of_the_turn(self):
@@ -131,13 +132,13 @@ class CheckTest(unittest.TestCase):
     def test_several_tracks_have_the_worst_status(self):
         poor = with_column(example("straight.csv"), "sAcc", "1.5")
         (self.place / "poor.csv").write_text(poor)
-        done = self.check("straight.csv", "poor.csv", "carve.csv")
+        done = self.check(*FEW, "straight.csv", "poor.csv", "carve.csv")
         self.assertEqual((done.returncode, done.stderr), (DOUBTFUL, ""))
-        alone = [self.check(name).stdout for name in ("straight.csv", "poor.csv", "carve.csv")]
+        alone = [self.check(*FEW, name).stdout for name in ("straight.csv", "poor.csv", "carve.csv")]
         self.assertEqual(done.stdout, "\n".join(alone))
 
     def test_a_track_that_fails_does_not_keep_the_others_from_their_check(self):
-        done = self.check("gone.csv", "carve.csv", "implicit.csv")
+        done = self.check(*FEW, "gone.csv", "carve.csv", "implicit.csv")
         self.assertEqual(done.returncode, ERROR)
         self.assertRegex(done.stderr, r"\Atarvel-check: gone.csv: failed to open file: gone.csv\n"
                                       r"tarvel-check: implicit.csv: invalid gate location .*\n\Z")
@@ -156,18 +157,18 @@ class CheckTest(unittest.TestCase):
         (self.place / "matrix.txt").write_text("2- - nogate\n1- - north.txt\n")
         (self.place / "north.txt").write_text(example("matrix.txt"))
         (self.place / "1-1.csv").write_text(example("straight.csv"))
-        self.assertEqual(self.check("1-1.csv").stdout.splitlines()[1:], self.check_over_course("straight.csv"))
+        self.assertEqual(self.check(*FEW, "1-1.csv").stdout.splitlines()[1:], self.check_over_course("straight.csv"))
         (self.place / "matrix.txt").unlink()
         done = self.check("1-1.csv")
         self.assertEqual((done.returncode, done.stderr), (ERROR, "tarvel-check: 1-1.csv: failed to open file: matrix.txt\n"))
 
     def check_over_course(self, name):
         (self.place / "matrix.txt").write_text(example("matrix.txt"))
-        return self.check(name).stdout.splitlines()[1:]
+        return self.check(*FEW, name).stdout.splitlines()[1:]
 
     def test_nothing_is_written(self):
         before = {path: path.read_bytes() for path in self.place.iterdir()}
-        self.check("carve.csv")
+        self.check(*FEW, "carve.csv")
         self.assertEqual({path: path.read_bytes() for path in self.place.iterdir()}, before)
         with open(self.place / "carve.csv", "a", encoding="ascii") as track:
             done = subprocess.run([CHECK, "carve.csv"], cwd=self.place, stdout=track, stderr=subprocess.PIPE, check=False)
@@ -186,7 +187,7 @@ class CheckTest(unittest.TestCase):
         track = example("straight.csv").replace("heading", "colour", 1)
         (self.place / "first.csv").write_text(track)
         (self.place / "second.csv").write_text(track.replace("cAcc", "shade", 1))
-        done = self.check("first.csv", "second.csv")
+        done = self.check(*FEW, "first.csv", "second.csv")
         self.assertEqual((done.returncode, done.stderr),
                          (GOOD, "tarvel-check: first.csv: WARNING: unknown field (colour)\n"
                                 "tarvel-check: second.csv: WARNING: unknown field (colour)\n"
