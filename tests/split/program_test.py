@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """tests/split/program_test.py: tarvel-split copies the rows of each jump unchanged, so that the report of a part is
 that of a track with this jump alone; and it overwrites nothing."""
+import functools
 import itertools
 import os
 import re
@@ -86,8 +87,10 @@ class SplitTest(unittest.TestCase):
             path.unlink()
         return parts
 
-    def reports_of(self, track, extension=".csv"):
-        """The reports over the examples' course, and without a course."""
+    @staticmethod
+    @functools.cache
+    def reports_of(track, extension=".csv"):
+        """The reports over the examples' course, and without a course. Several tests have equal parts."""
         with tempfile.TemporaryDirectory() as folder:
             (Path(folder) / f"run{extension}").write_bytes(track)
             (Path(folder) / "matrix.txt").write_bytes(example("matrix.txt"))
