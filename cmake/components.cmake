@@ -52,6 +52,10 @@ function(tarvel_is_test_code target)
   target_compile_options(${target} PRIVATE -O0 -g1 -fno-sanitize=undefined,float-cast-overflow -pthread)
 endfunction()
 
+# gold links a test in a third of the time that GNU ld takes.
+include(CheckLinkerFlag)
+check_linker_flag(CXX -fuse-ld=gold TARVEL_HAS_GOLD)
+
 # tarvel_test(FOLDER/NAME USES target...): builds tests/FOLDER/NAME.cpp and registers it. A test links only the
 # component that it tests: when that calls a component above it, the test does not link.
 function(tarvel_test path)
@@ -61,6 +65,7 @@ function(tarvel_test path)
   target_link_libraries(${name} PRIVATE ${test_USES} tarvel_test_support tarvel_build_options)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   tarvel_is_test_code(${name})
+  target_link_options(${name} PRIVATE $<$<BOOL:${TARVEL_HAS_GOLD}>:-fuse-ld=gold>)
   target_precompile_headers(${name} REUSE_FROM tarvel_test_support)
   add_test(NAME ${path} COMMAND ${name})
   set_tests_properties(${path} PROPERTIES
