@@ -153,9 +153,12 @@ class PageProgramTest(unittest.TestCase):
         self.assertEqual(self.work.run([TARVEL_PAGE, "--version"]).stdout, f"tarvel-page with {version}")
         self.assertEqual(self.page("--version", status=2, environment={"TARVEL_JSON": "/gone"}),
                          "tarvel-page: cannot run /gone: No such file or directory\n")
-        with open("/dev/full", "w", encoding="utf-8") as full:
-            done = subprocess.run([TARVEL_PAGE, "--version"], stdout=full, stderr=subprocess.PIPE, text=True, check=False)
-        self.assertEqual((done.returncode, done.stderr), (2, "tarvel-page: failed to write file: standard output\n"))
+
+    def test_help_and_version_that_cannot_be_written(self):
+        for option in ("--help", "--version"):
+            with self.subTest(option), open("/dev/full", "w", encoding="utf-8") as full:
+                done = subprocess.run([TARVEL_PAGE, option], stdout=full, stderr=subprocess.PIPE, text=True, check=False)
+                self.assertEqual((done.returncode, done.stderr), (2, "tarvel-page: failed to write file: standard output\n"))
 
     def test_a_program_that_is_not_there(self):
         self.assertIn("cannot run /gone: No such file", self.page("carve.csv", status=2, environment={"TARVEL_JSON": "/gone"}))
