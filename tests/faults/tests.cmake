@@ -11,7 +11,7 @@ add_dependencies(memory_faults_test tarvel failing_allocator)
 set_property(TEST faults/memory_faults_test APPEND PROPERTY ENVIRONMENT
   "TARVEL_PROGRAM=$<TARGET_FILE:tarvel>" "TARVEL_FAILING_ALLOCATOR=$<TARGET_FILE:failing_allocator>")
 # It calls the program hundreds of times.
-set_tests_properties(faults/memory_faults_test PROPERTIES TIMEOUT 900)
+set_tests_properties(faults/memory_faults_test PROPERTIES TIMEOUT 900 COST 40)
 
 tarvel_test(faults/io_faults_test USES tarvel_driver)
 add_dependencies(io_faults_test tarvel)
@@ -24,3 +24,4 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|aarch64)$")
   set_property(TEST faults/io_faults_test APPEND PROPERTY ENVIRONMENT
     "TARVEL_SHORT_TRANSFERS=$<TARGET_FILE:short_transfers>")
 endif()
+set_tests_properties(faults/io_faults_test PROPERTIES COST 40)

@@ -30,6 +30,7 @@ function(tarvel_page_test name)
 endfunction()
 
 tarvel_page_test(page_program_test)
+set_tests_properties(web/page_program_test PROPERTIES COST 20)
 
 # The sanitizers do not apply to scripts of a page.
 if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
