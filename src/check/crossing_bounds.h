@@ -15,9 +15,9 @@ struct crossing_bounds {
 // The bounds of a crossing between the sample `before` and the next one.
 [[nodiscard]] crossing_bounds bounds_of_crossing(const swoop &run, std::uint32_t before);
 
-// How much faster (high) and slower (low, negative) than on the straight line between the two samples a pilot may have
-// crossed, m/s. The speed is assumed to change its slope at most once between them, from that before to that behind. 0
-// when there is no sample before or behind the two.
+// By how much the speed at the crossing may be lower (negative) and higher than on the straight line between the two
+// samples, m/s. Its slope is assumed to change once between them, from that before the two to that behind. Both ends
+// are 0 when there is no sample before or behind the two.
 [[nodiscard]] interval bend_at_crossing(const swoop &run, std::uint32_t before);
 
 }  // namespace tarvel

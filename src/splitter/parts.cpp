@@ -11,7 +11,7 @@ namespace tarvel {
 
 namespace {
 
-// Holds back the signals by which a user ends the program.
+// Holds back the signals by which a user ends the program, so that none of them leaves an incomplete part.
 class held_signals {
  public:
   held_signals() {

@@ -87,8 +87,9 @@ double round_down(double value) { return std::floor(value); }
 double round_up(double value) { return std::ceil(value); }
 double round_near(double value) { return std::nearbyint(value); }
 
-// printf rounds the figure, so that it has the digits of the report: 7.825 in binary is a little more and printed as
-// 7.83, whereas 7.825 * 100 is 782.5, which rounded() makes 7.82.
+// A figure that is printed as 0 gets no minus sign. printf rounds it, as in the report of tarvel, and not rounded():
+// 7.825 is a little more in binary, which printf makes 7.83, but 7.825 * 100.0 is exactly 782.5, which would become
+// 7.82.
 double without_minus_zero(double value, int decimals) {
   return value <= 0.0 && rounded(value, decimals, round_near) == 0.0 ? 0.0 : value;
 }
