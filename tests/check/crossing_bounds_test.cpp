@@ -48,7 +48,7 @@ const bend_case bend_cases[] = {
     {"slower and slower", {30.0, 30.0, 26.0, 18.0}, {0, 2000, 4000, 6000}, {0.0, 0.5 * 2.0 + 0.5 * 2.0}},
     {"faster and faster", {20.0, 20.0, 24.0, 32.0}, {0, 2000, 4000, 6000}, {-0.5 * 2.0 - 0.5 * 2.0, 0.0}},
     {"braked between the two", {30.0, 30.0, 26.0, 26.0}, {0, 2000, 4000, 6000}, {-0.5 * 2.0, 0.5 * 2.0}},
-    {"steps of different lengths", {32.0, 30.0, 26.0, 24.0}, {0, 1000, 3000, 3500}, {-0.5 * 0.0, 0.5 * 2.0}},
+    {"steps of different lengths", {32.0, 30.0, 26.0, 24.0}, {0, 1000, 3000, 3500}, {0.0, 0.5 * 2.0}},
 };
 
 swoop run_at(const double (&speeds)[4], const std::int64_t (&times)[4]) {
