@@ -6,8 +6,7 @@ from typing import NamedTuple
 
 from proofs.families import content_of, ponds
 from proofs.harness import Content, Folder, HardLink, Link, Pipe, Workplace
-from proofs.inputs import example
-from proofs.tracks import read_track, text_of
+from proofs.inputs import example, thinned
 
 
 class CommandLine(NamedTuple):
@@ -20,12 +19,6 @@ class CommandLine(NamedTuple):
         """The names of the files that must not be lost: all but links and earlier outputs."""
         return [name for name, content in self.files.items()
                 if not isinstance(content, Link) and content not in EARLIER]
-
-
-def thinned(name: str) -> bytes:
-    """Every fourth row of an example: calls over small files make few system calls."""
-    track = read_track(example(name))
-    return text_of(track._replace(rows=track.rows[::4]))
 
 
 def with_columns(track: bytes, count: int) -> bytes:
@@ -170,7 +163,7 @@ def small_lines(place: Workplace) -> list[CommandLine]:
     """Command lines of both modes, with earlier outputs and with inputs that have the name of an output. Their tracks
     have few rows, for few system calls."""
     walk, straight, carve, reverse, implicit, tagged = (
-        thinned(name + ".csv") for name in ("walk", "straight", "carve", "reversed", "implicit", "tagged"))
+        thinned(example(name + ".csv"), 600) for name in ("walk", "straight", "carve", "reversed", "implicit", "tagged"))
     walk_container, run_container = containers(place, walk, straight)
     old, old_report, old_map = EARLIER
     course = example("matrix.txt")

@@ -10,6 +10,7 @@ import tempfile
 from collections.abc import Iterator, Mapping, Sequence
 from typing import NamedTuple
 
+from proofs.damage import first_row
 from proofs.families import FAMILIES, TINY, content_of
 from proofs.harness import ROOT, Content
 
@@ -35,6 +36,14 @@ def example(name: str) -> bytes:
     return (ROOT / "examples" / name).read_bytes()
 
 
+def thinned(track: bytes, rows: int) -> bytes:
+    """The track with about this number of its rows, at a constant rate: calls over small files are short."""
+    lines = track.splitlines(keepends=True)
+    first = first_row(lines)
+    return b"".join(lines[:first] + lines[first::max(1, round((len(lines) - first) / rows))])
+
+
+@functools.cache
 def simulated_tracks() -> dict[str, bytes]:
     """The simulated tracks of the tests: NAME.csv and, for a run, its course NAME.txt."""
     with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as path:

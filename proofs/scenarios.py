@@ -1,320 +1,242 @@
 """The scenarios of compare_programs: folders of files and calls of tarvel in them, made from a seed.
 
-A scenario starts from a valid run or walk (an example, a simulated track of the tests) or from an input of same_bytes.
-It changes values, text or bytes, adds a course file or a chain of indices, may put something in the place of an output,
-and has one call or two. The same seed and number give the same scenario.
+A scenario starts from an input of the other proofs with one of its command lines. It may then get other options, names
+and contents, another course file or a chain of indices, something in the place of its files, redirections and a second
+call, each independently of the others. The same seed and number give the same scenario.
 """
 from __future__ import annotations
 
-import itertools
-import math
+import dataclasses
 import os
 import pathlib
 import random
-from collections.abc import Mapping, Sequence
+import re
+from collections.abc import Callable, Iterator, Mapping
 
+from proofs.command_lines import full_lines
 from proofs.comparison import Call, Scenario
-from proofs.harness import ROOT, Content, Folder, HardLink, Link, Pipe, Workplace
-from proofs.inputs import WRONG, all_inputs, example, inputs_of_families, simulated_tracks
-from proofs.tracks import (FAULTS, Course, Rng, Track, damaged, damaged_container, move, read_course, read_track,
-                           text_of, text_of_course, thin)
-
-Files = dict[str, Content]
-
+from proofs.damage import Rng, damaged, rearranged
+from proofs.families import TINY
+from proofs.harness import Content, Folder, HardLink, Link, Pipe, Workplace
+from proofs.inputs import (WRONG, Input, inputs_of_examples, inputs_of_families, inputs_of_fuzzing, inputs_of_simulation,
+                           thinned)
 
 TIME_ZONES = ("UTC", "Europe/Vienna", "Australia/Lord_Howe")
 
 
-# The inputs that scenarios start from
+COMMAND_LINES = {"run": [["run.csv"]], "walk": [["-g", "walk.csv"], ["-p", "-g", "walk.csv"]]}
+
+
+def tracks(place: Workplace) -> Iterator[Input]:
+    """The examples and simulated tracks with few and with many rows, and the containers that -d makes of them."""
+    for given in (*inputs_of_examples(), *inputs_of_simulation()):
+        track, course, *_ = given.files.values()
+        assert isinstance(track, bytes)
+        kind = "walk" if "walk" in given.name else "run"
+        name, beside = kind + ".csv", {} if kind == "walk" else {"matrix.txt": course}
+        few, many = (thinned(track, rows) for rows in (200, 800))
+        made = place.call({name: many, **beside}, ["-d", *COMMAND_LINES[kind][0]]).files.get(kind + ".tvl")
+        for content in (few, many, made.content if made else None):
+            if content:
+                yield Input(kind, {name: content, **beside}, COMMAND_LINES[kind])
+
+
+# The percentage of scenarios of each kind.
+SHARES = {"run": 52, "walk": 22, "line": 8, "fuzz": 8, "hostile": 6, "wrong": 4}
 
 
 class Sources:
-    """All inputs that scenarios start from. The program makes the containers."""
+    """The inputs that scenarios start from, by kind. The program makes the containers."""
 
     def __init__(self, program: pathlib.Path) -> None:
-        simulated = simulated_tracks()
-        given = {f"example {path.stem}": (path.read_bytes(), None if path.stem == "walk" else example("matrix.txt"))
-                 for path in sorted((ROOT / "examples").glob("*.csv"))}
-        given |= {f"simulated {name[:-4]}": (text, simulated.get(name[:-4] + ".txt"))
-                  for name, text in simulated.items() if name.endswith(".csv")}
-        self.runs = {name: (read_track(text), read_course(course)) for name, (text, course) in given.items() if course}
-        self.walks = [read_track(text) for text, course in given.values() if not course]
         with Workplace(program) as place:
-            made = [(container_of(place, ["-d"], track, course), course) for track, course in self.runs.values()]
-            self.run_containers = [(content, course) for content, course in made if content]
-            walked = (container_of(place, ["-d", "-g"], track, None) for track in self.walks)
-            self.walk_containers = [content for content in walked if content]
-        kinds = itertools.groupby(all_inputs(), lambda given: given.name.partition("/")[0])
-        self.known = [list(inputs) for _, inputs in kinds]
-        self.known[-1] += [*inputs_of_families(20), *inputs_of_families(60)]
+            every = [*tracks(place), *(Input("line", line.files, [line.arguments]) for line in full_lines(place)),
+                     *inputs_of_fuzzing(), Input("wrong", {}, WRONG),
+                     *(given for rows in (20, 60, TINY) for given in inputs_of_families(rows))]
+        self.kinds: dict[str, list[Input]] = {kind: [] for kind in SHARES}
+        for given in every:
+            self.kinds[given.name.partition("/")[0]].append(given)
 
 
-def container_of(place: Workplace, options: list[str], track: Track, course: Course | None) -> bytes | None:
-    """The container that -d writes for a track; None when the analysis fails."""
-    files: Files = {"run.csv": text_of(track), **({"matrix.txt": text_of_course(course)} if course else {})}
-    made = place.call(files, [*options, "run.csv"]).files.get("run.tvl")
-    return made.content if made else None
+def name_in_folder(word: str) -> str:
+    return os.path.normpath(word.replace("HERE/", ""))
 
 
-# Course files
+@dataclasses.dataclass
+class Draft:
+    """A scenario that is being made."""
+    sources: Sources
+    files: dict[str, Content]
+    words: list[str]
+    modes: dict[str, int] = dataclasses.field(default_factory=dict)
+    streams: str = ""
+    more: list[list[str]] = dataclasses.field(default_factory=list)  # further calls
+
+    def inputs(self) -> list[str]:
+        """The tracks of the command line."""
+        return [name for name in map(name_in_folder, self.words) if name in self.files]
+
+    def outputs(self) -> list[str]:
+        ends = (".kml", ".txt", ".pdf", ".tvl", ".txt.orig")
+        return ["matrix.txt", "coord.txt", *(name[:-4] + end for name in self.inputs() for end in ends)]
 
 
-def some_course(rng: Rng, course: Course) -> bytes:
-    """The course, perhaps with another theta or pond."""
-    if rng.random() < 0.3:
-        course = course._replace(theta=rng.choice((0.0, -4.99707438, 3.5, 180.0, rng.uniform(-9, 9))))
-    if rng.random() < 0.3:
-        size = rng.choice((0, 1, 2, 4, 30, 600))
-        pond = [(40 + 30 * math.cos(k), 20 * math.sin(k)) for k in range(size)]
-        origin: Sequence[list[tuple[float, float]]] = ([], [(0.0, 0.0)])
-        course = course._replace(pond=pond[:rng.randrange(size + 1)] + rng.choice(origin) + pond)
-    return text_of_course(course)
+# Changes of a scenario
 
-
+NAMES = (
+    *("117-2.csv", "1run.csv", "7.csv", "1run.txt", "run.txt", "run.kml", "run.pdf", "run.tvl", "walk.txt", "walk.kml"),
+    *("walk.tvl", "matrix.txt", "matrix.csv", "coord.txt", "coord.csv", "run", "x", ".csv", "sub/run.csv", "./run.csv"),
+    *("HERE/run.csv", "run.CSV", "é.csv", "a b.csv", "n" * 200 + ".csv", "csv", "run.csv.orig", "run.tar.gz", "-run.csv"),
+    *("sub/run.txt", "%s.csv"),
+)
+OPTIONS = (
+    *("-d", "-d", "-d", "-m", "-m", "-m", "-i", "-i", "-t 4.5", "-t 2", "-t 0", "-t -1", "-t 1e9", "-t 1e30", "-t nan"),
+    *("-t abc", "-t 2.0005", "-t4.5x", "-t inf", "-t0x3", "-p", "-mm", "-x", "-v", "-dm"),
+)
+STREAMS = (
+    *("> {}", ">> {}", "> {} 2>&1", "2> {}", "2>> {}", "> {0} 2> {0}", "< {}", ">&-", "2>&-", "<&-", ">&- 2>&- <&-"),
+    *("> /dev/full", "> /dev/full 2>&1", "> log.txt 2>&1"),
+)
 ODD_LINES = (
     *(b"", b"//", b"// " + b"long " * 30, b"theta = nan", b"theta = 1e308", b"theta =", b"theta = x", b"[1, 2, 3]"),
     *(b"hello", b"[nan, inf, 0, 1e308]", b"[0, 0, 0, 1]", b"(1, 2), (3, 4), (5, 6), (7, 8), (9, 10)", b"(1, 2), (3"),
     *(b"(1e39, -1e39)", b"(nan, inf)", b"(0, 0)", b"( 1, 2 )", b"(" + b"1" * 120 + b", 2)", b" (1, 2)", b"* other.txt"),
-    *(b"1 - ", b"* - ", b"\0"),
+    *(b"1 - ", b"* - ", b"\0", b"theta = 180", b"theta = -3.5", b"(1, 2)\n" * 600),
+)
+TARGETS = (
+    *("nogate", "nogate", "no/where.txt", "", " ", "x" * 120, "sub/course.txt", "./course.txt", "sub/../course.txt"),
+    *("a b.txt", '"course.txt"', "coord.txt", "run.txt", "run.kml", "run.pdf", "run.tvl", "run.txt.orig", "run.csv"),
 )
 
 
-def odd_course(rng: Rng, text: bytes) -> bytes:
-    if rng.random() < 0.4:
-        return damaged(rng, text)
-    lines = text.split(b"\n")
-    for _ in range(rng.choice((1, 1, 3))):
-        lines.insert(rng.randrange(len(lines) + 1), rng.choice(ODD_LINES))
-    return b"\n".join(lines)
+def add_run(rng: Rng, draft: Draft) -> None:
+    """Adds a run to a walk, perhaps with the name of one of its outputs or of the walk itself."""
+    if "-g" in draft.words and len(draft.inputs()) == 1:
+        name = rng.choice(("run.csv", "run.csv", "run.csv", "walk.txt", "walk.log", draft.words[-1]))
+        draft.files.setdefault(name, rng.choice(draft.sources.kinds["run"]).files["run.csv"])
+        draft.words.append(name)
 
 
-def index_line(rng: Rng, run_name: str, target: str) -> bytes:
-    name = os.path.basename(run_name) if rng.random() < 0.2 else run_name
-    prefix = name[: rng.randrange(1, len(name) + 1)].split(" ")[0] if name[:1].isdigit() and rng.random() < 0.7 else "*"
-    target = f'"{target}"' if rng.random() < 0.15 else target
+def rename(rng: Rng, draft: Draft) -> None:
+    if inputs := draft.inputs():
+        old, new = rng.choice(inputs), rng.choice(NAMES)
+        draft.files[name_in_folder(new)] = draft.files.pop(old)
+        at = next(i for i, word in enumerate(draft.words) if name_in_folder(word) == old)
+        draft.words[at:at + 1] = ["--", new] if new.startswith("-") else [new]
+
+
+def move_date(rng: Rng, draft: Draft) -> None:
+    date = b"%d-%02d-%02d" % (rng.choice((1900, 1970, 2000, 2024, 2199)), rng.randrange(1, 13), rng.randrange(1, 32))
+    for name in draft.inputs():
+        content = draft.files[name]
+        if isinstance(content, bytes):
+            draft.files[name] = re.sub(rb"(?<=[\n,])\d{4}-\d\d-\d\d(?=T)", date, content)
+
+
+def damage(rng: Rng, draft: Draft) -> None:
+    name = rng.choice(draft.inputs() or ["matrix.txt"])
+    content = draft.files.get(name)
+    if isinstance(content, bytes) and content:
+        draft.files[name] = damaged(rng, content)
+
+
+def change_course(rng: Rng, draft: Draft) -> None:
+    """Other lines in the course file: valid ones and odd ones."""
+    content = draft.files.get("matrix.txt", b"// an earlier course\n")
+    if isinstance(content, bytes):
+        lines = rearranged(rng, content.split(b"\n")) if rng.random() < 0.3 else content.split(b"\n")
+        for _ in range(rng.choice((1, 1, 3))):
+            lines.insert(rng.randrange(len(lines) + 1), rng.choice(ODD_LINES))
+        draft.files["matrix.txt"] = b"\n".join(lines)
+
+
+def index_to(rng: Rng, name: str, target: str) -> bytes:
     before = rng.choice(("", "", "", "// an index\n", "9999 - nothing.txt\n", "\n", "0 - nogate\n"))
-    return (f"{before}{prefix} - {target}" + rng.choice(("\n", "\n", "\r\n", ""))).encode()
+    prefix = name[:rng.randrange(1, len(name) + 1)].split(" ")[0] if name[:1].isdigit() else "*"
+    return f"{before}{prefix} - {target}{rng.choice((chr(10), chr(13) + chr(10), ''))}".encode()
 
 
-def add_index(rng: Rng, files: Files, run_name: str, course_text: bytes) -> None:
-    """Makes matrix.txt an index: to the course, to a chain or ring of indices, to a missing file, or to an output."""
-    kind = rng.choice(("chain", "chain", "ring", "missing", "missing", "output", "output", "place", "odd"))
-    if kind == "missing":
-        target = rng.choice(("nogate", "nogate", "nogate", "none.txt", "no/where.txt", "", " ", "x" * 120))
-        files["matrix.txt"] = index_line(rng, run_name, target)
-        return
-    targets = ["course.txt"]
-    if kind == "output":
-        ends = (".kml", ".txt", ".pdf", ".tvl", ".txt.orig")
-        targets = [rng.choice((*(run_name[:-4] + end for end in ends), "coord.txt", run_name))]
-    elif kind == "place":
-        targets = [rng.choice(("sub/course.txt", "./course.txt", "sub/../course.txt", "HERE/course.txt", "a b.txt"))]
-        files["sub"] = Folder()
-    elif kind != "odd":
-        targets = [f"{k}.txt" for k in range(rng.choice((1, 1, 1, 2, 3, 7, 20, 62, 63, 64, 65, 66, 80)))]
-    names = ["matrix.txt", *targets]
-    for name, target in zip(names, targets):
-        files.setdefault(name, index_line(rng, run_name, target))
-    end = os.path.normpath(names[-1].replace("HERE/", ""))
-    if kind == "ring":
-        files[end] = index_line(rng, run_name, rng.choice((names[0], names[len(names) // 2], end)))
-    elif rng.random() < 0.9:
-        files.setdefault(end, odd_course(rng, course_text) if kind == "odd" else course_text)
+def add_index(rng: Rng, draft: Draft) -> None:
+    """Makes matrix.txt an index: to the course, to other indices before it, to itself, to an output, or to nowhere."""
+    run = draft.words[-1] if draft.words else "run.csv"
+    course = draft.files.pop("matrix.txt", b"")
+    last = rng.choice(("course.txt", rng.choice(TARGETS)))
+    names = ["matrix.txt", *(f"{k}.txt" for k in range(rng.choice((0, 0, 0, 0, 1, 2, 61, 62, 63, 64, 65)))), last]
+    for name, target in zip(names, names[1:]):
+        draft.files[name] = index_to(rng, run, target)
+    end = os.path.normpath(last.strip('" ') or "none.txt")
+    if "/" not in end[100:] and rng.random() < 0.8:
+        ring = index_to(rng, run, names[len(names) // 2 * rng.randrange(2)])
+        draft.files.setdefault(end, rng.choice((course, course, course, ring)))
+    draft.files["sub"] = Folder()
 
 
-def add_course(rng: Rng, files: Files, run_name: str, course: Course) -> None:
-    kind = rng.random()
-    if kind < 0.55:
-        files["matrix.txt"] = some_course(rng, course)
-    elif kind < 0.78:
-        add_index(rng, files, run_name, some_course(rng, course))
-    elif kind < 0.9:
-        files["matrix.txt"] = odd_course(rng, some_course(rng, course))
-    elif kind < 0.95:
-        files["sound.txt"] = some_course(rng, course)
-        contents: Sequence[Content] = (Link("sound.txt"), HardLink("sound.txt"), Link("none.txt"), Link("matrix.txt"),
-                                       Link(run_name), Folder(), Pipe())
-        files["matrix.txt"] = rng.choice(contents)
+def block_outputs(rng: Rng, draft: Draft) -> None:
+    """Puts links, folders, pipes and earlier files in the place of outputs."""
+    names = sorted({*draft.outputs()} - {*draft.files})
+    for name in rng.sample(names, min(len(names), rng.choice((1, 1, 2, 20)))):
+        given = rng.choice((*draft.inputs(), "matrix.txt"))
+        target = "../" * name.count("/") + rng.choice((given, given, os.path.basename(name), "none.txt", "no/where.txt"))
+        contents: tuple[Content, ...] = (
+            *(b"an earlier output\n", b"", Folder(), Pipe(), HardLink(given), HardLink(given)),
+            *(Link(target), Link(target), Link(target), Link("/dev/full"), Link("/dev/null")))
+        draft.files[name] = rng.choice(contents)
+        if isinstance(draft.files[name], Folder) and rng.random() < 0.5:
+            draft.files[name + "/inside.txt"] = b"kept\n"
 
 
-# Names, and files with the names of outputs
-
-PLAIN_NAMES = ("run.csv",) * 8 + ("117-2.csv", "1run.csv")
-ODD_NAMES = (
-    *("run.txt", "run.kml", "run.pdf", "run.tvl", "matrix.txt", "matrix.csv", "coord.txt", "coord.csv", "a b.csv"),
-    *("run", "x", ".csv", "sub/run.csv", "./run.csv", "HERE/run.csv", "run.CSV", "é.csv", "1run.txt"),
-    *("n" * 200 + ".csv", "csv", "run.csv.orig", "run.tar.gz", "sub/run.txt", "%s.csv", "7.csv", "-run.csv"),
-)
-WALKS = ("walk.csv",) * 9 + ("walk.txt", "walk.kml", "walk.tvl", "matrix.txt", "matrix.csv", "sub/walk.csv", "run.csv",
-                              "w")
+def replace_input(rng: Rng, draft: Draft) -> None:
+    """Gives an input another name, and puts a link to it, a folder or a pipe in its place."""
+    name = rng.choice((*draft.inputs(), "matrix.txt"))
+    if name in draft.files:
+        beside = name + ".own"
+        draft.files[beside] = draft.files[name]
+        contents: tuple[Content, ...] = (Link(os.path.basename(beside)), HardLink(beside), Folder(), Pipe(), Link("none"))
+        draft.files[name] = rng.choice(contents)
 
 
-def some_name(rng: Rng, taken: Mapping[str, Content] | Sequence[str] = ()) -> str:
-    name = rng.choice(PLAIN_NAMES if rng.random() < 0.8 else ODD_NAMES)
-    return name if name.replace("HERE/", "") not in taken else "other.csv"
-
-
-def block_outputs(rng: Rng, files: Files, modes: dict[str, int], names: list[str], inputs: list[str]) -> None:
-    """Puts something in the place of outputs."""
-    for name in rng.sample(names, rng.choice((1, 1, 2, len(names)))):
-        if name not in files:
-            given, up = rng.choice(inputs), "../" * name.count("/")
-            hard_link: Content = HardLink(given) if isinstance(files.get(given), bytes) else b"an earlier output\n"
-            contents: Sequence[Content] = (
-                *(b"an earlier output\n", b"", Folder(), Pipe(), hard_link, hard_link, Link(up + given)),
-                *(Link(up + target) for target in (given, os.path.basename(name), "none.txt", "no/where.txt")),
-                *(Link("/dev/full"), Link("/dev/null")))
-            files[name] = rng.choice(contents)
-            if isinstance(files[name], Folder) and rng.random() < 0.5:
-                files[name + "/inside.txt"] = b"kept\n"
-            if rng.random() < 0.2:
-                files.setdefault(name + ".orig", b"taken\n")
-        if isinstance(files[name], bytes) and rng.random() < 0.5:
-            modes[name] = rng.choice((0o444, 0o600, 0o000, 0o640))
-
-
-ALL_STREAMS = (
-    *("> {}", ">> {}", "> {} 2>&1", "2> {}", "2>> {}", "> {0} 2> {0}", "< {}", ">&-", "2>&-", "<&-", ">&- 2>&- <&-"),
-    *("> /dev/full", "> /dev/full 2>&1", "> log.txt 2>&1"),
-)
-
-
-def some_streams(rng: Rng, names: list[str]) -> str:
-    """A shell's redirections; none for most calls."""
-    return rng.choice(ALL_STREAMS).format(rng.choice(names)) if rng.random() < 0.07 else ""
-
-
-def stem_of(name: str) -> str:
-    return name.replace("HERE/", "")[:-4]
-
-
-def outputs_of(name: str, is_walk: bool) -> list[str]:
-    stem = stem_of(name)
-    others = ["matrix.txt"] if is_walk else [stem + ".pdf", "coord.txt"]
-    return [stem + ".kml", stem + ".txt", stem + ".tvl", *others]
-
-
-# Command lines
-
-TIMES_ALOFT = ("4.5", "2", "0", "-1", "1e9", "1e30", "nan", "abc", "", "2.0005", "4.5x", "inf", "0x3")
-def some_options(rng: Rng, is_run: bool) -> list[str]:
-    shares = {"-d": 0.3, "-m": 0.25, "-i": 0.2 if is_run else 0.02}
-    options = [flag for flag, share in shares.items() if rng.random() < share]
-    if rng.random() < 0.15:
-        options += rng.choice((["-t", rng.choice(TIMES_ALOFT)], ["-t" + rng.choice(TIMES_ALOFT[:-1])]))
-    if rng.random() < 0.05:
-        options.append(rng.choice(("-p", "-mm", "-x", "-v")))
-    rng.shuffle(options)
-    return options
-
-
-def operands(name: str) -> list[str]:
-    return ["--", name] if name.startswith("-") else [name]
-
-
-# Scenarios
-
-
-def thinned(rng: Rng, track: Track) -> Track:
-    return thin(track, rng.choice((150, 400, 600, 1200)))
-
-
-def written(rng: Rng, track: Track, is_sound: bool) -> bytes:
-    """The track in one of the two text forms, with faults unless it is to be valid."""
-    if rng.random() < 0.2:
-        track = track._replace(is_tagged=not track.is_tagged)
-    for _ in range(0 if is_sound else rng.choice((1, 1, 2, 3))):
-        if track.rows:
-            track = rng.choice(FAULTS)(rng, track) or track
-    content = text_of(track)
-    return damaged(rng, content) if not is_sound and rng.random() < 0.25 else content
-
-
-def some_run(rng: Rng, sources: Sources) -> tuple[bytes, Course]:
-    """The bytes of a run and its course."""
-    is_sound = rng.random() < 0.35
-    if rng.random() < 0.12:
-        content, course = rng.choice(sources.run_containers)
-        return (content if is_sound else damaged_container(rng, content)), course
-    track, course = rng.choice(list(sources.runs.values()))
-    track = thinned(rng, track)
-    if rng.random() < 0.5:
-        track, course = move(rng, track, course)
-    return written(rng, track, is_sound), course
-
-
-def some_walk(rng: Rng, sources: Sources) -> bytes:
-    is_sound = rng.random() < 0.5
-    if rng.random() < 0.15:
-        content = rng.choice(sources.walk_containers)
-        return content if is_sound else damaged_container(rng, content)
-    return written(rng, thinned(rng, rng.choice(sources.walks)), is_sound)
-
-
-def finish(rng: Rng, kind: str, files: Files, arguments: list[str], names: list[str], inputs: list[str]) -> Scenario:
-    """Adds obstacles and redirections, and sometimes a second call in the same folder."""
-    modes: dict[str, int] = {}
-    if rng.random() < 0.22:
-        block_outputs(rng, files, modes, names, inputs)
-    if rng.random() < 0.03:
-        modes["."] = 0o555
-    time_zone = rng.choice(TIME_ZONES)
-    # A shell that opens a pipe without a reader or writer would not continue.
-    redirected = [name for name in (*names, *inputs) if not isinstance(files.get(name), Pipe)]
-    calls = [Call(arguments, time_zone, some_streams(rng, redirected))]
-    if rng.random() < 0.06:
-        other = [*(word for word in arguments if word != "-i"), *some_options(rng, True)]
-        calls.append(Call(rng.choice((arguments, other)), time_zone, ""))
-    return Scenario(kind, files, modes, calls)
-
-
-def run_scenario(rng: Rng, sources: Sources) -> Scenario:
-    name = some_name(rng)
-    content, course = some_run(rng, sources)
-    own = name.replace("HERE/", "")
-    files: Files = {own: content}
-    add_course(rng, files, name, course)
-    return finish(rng, "run", files, [*some_options(rng, True), *operands(name)], outputs_of(name, False), [own])
-
-
-def walk_scenario(rng: Rng, sources: Sources) -> Scenario:
-    walk = rng.choice(WALKS)
-    files: Files = {walk: some_walk(rng, sources)}
-    inputs, names = [walk], outputs_of(walk, True)
-    arguments = ["-g", walk, *some_options(rng, False)]
-    if rng.random() < 0.4:
-        arguments.insert(0, "-p")
-    if rng.random() < 0.4:
-        run = rng.choice((some_name(rng, files), stem_of(walk) + ".txt", stem_of(walk) + ".log", walk))
-        own = run.replace("HERE/", "")
-        files.setdefault(own, some_run(rng, sources)[0])
-        arguments += operands(run)
-        inputs, names = [walk, own], names + outputs_of(run, False)
+def change_modes(rng: Rng, draft: Draft) -> None:
+    draft.modes |= {name: rng.choice((0o444, 0o600, 0o000, 0o640)) for name in draft.files if rng.random() < 0.3}
     if rng.random() < 0.3:
-        files.setdefault("matrix.txt", b"// an earlier course\n")
-    return finish(rng, "walk", files, arguments, names, inputs)
+        draft.modes["."] = 0o555
 
 
-def known_scenario(rng: Rng, sources: Sources) -> Scenario:
-    """An input of the other proofs with one of its command lines, perhaps with damage or with words of a wrong one."""
-    given = rng.choice(rng.choice(sources.known))
-    files, words = dict(given.files), [*some_options(rng, False), *rng.choice(given.command_lines)]
-    if rng.random() < 0.2:
-        words += rng.choice(WRONG)
-        rng.shuffle(words)
-    contents = [(name, content) for name, content in files.items() if isinstance(content, bytes)]
-    if contents and rng.random() < 0.4:
-        name, content = rng.choice(contents)
-        files[name] = damaged(rng, content)
-    track = next((name for name in files if name in words), "run.csv")
-    return finish(rng, given.name, files, words, outputs_of(track, "-g" in words), [track])
+def add_options(rng: Rng, draft: Draft) -> None:
+    draft.words[:0] = " ".join(rng.sample(OPTIONS, rng.choice((1, 1, 2, 3)))).split()
 
 
-# The kinds of scenarios, with the percentage of each.
-KINDS = {run_scenario: 55, walk_scenario: 22, known_scenario: 23}
+def add_wrong_words(rng: Rng, draft: Draft) -> None:
+    draft.words += rng.choice(WRONG)
+    rng.shuffle(draft.words)
+
+
+def redirect(rng: Rng, draft: Draft) -> None:
+    # A shell that opens a pipe without a reader or writer would not continue.
+    names = [name for name in draft.outputs() + draft.inputs() if not isinstance(draft.files.get(name), Pipe)]
+    draft.streams = rng.choice(STREAMS).format(rng.choice(names))
+
+
+def call_again(rng: Rng, draft: Draft) -> None:
+    draft.more = [rng.choice((draft.words, [word for word in draft.words if word != "-i"], ["-d", *draft.words]))]
+
+
+# The changes in their order, each with its probability.
+CHANGES: Mapping[Callable[[Rng, Draft], None], float] = {
+    add_run: 0.4, move_date: 0.1, damage: 0.4, change_course: 0.15, rename: 0.18, add_index: 0.12, replace_input: 0.06,
+    block_outputs: 0.2, change_modes: 0.08, add_options: 0.55, add_wrong_words: 0.03, redirect: 0.07, call_again: 0.06}
 
 
 def scenario(sources: Sources, seed: str, number: int) -> Scenario:
     rng = random.Random(f"{seed}/{number}")
-    (kind,) = rng.choices(list(KINDS), list(KINDS.values()))
-    return kind(rng, sources)
+    (kind,) = rng.choices(list(SHARES), list(SHARES.values()))
+    given = rng.choice(sources.kinds[kind])
+    draft = Draft(sources, dict(given.files), list(rng.choice(given.command_lines)))
+    for change, share in CHANGES.items():
+        if rng.random() < share:
+            change(rng, draft)
+    files = {name: content for name, content in draft.files.items()
+             if not isinstance(content, HardLink) or isinstance(draft.files.get(content), bytes)}
+    modes = {name: mode for name, mode in draft.modes.items() if name == "." or isinstance(files.get(name), bytes)}
+    zone = rng.choice(TIME_ZONES)
+    return Scenario(given.name, files, modes, [Call(draft.words, zone, draft.streams),
+                                               *(Call(words, zone) for words in draft.more)])
