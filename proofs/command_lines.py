@@ -5,7 +5,7 @@ import re
 from collections.abc import Mapping
 from typing import NamedTuple
 
-from proofs.families import content_of, ponds
+from proofs.families import ponds
 from proofs.harness import Content, Folder, HardLink, Link, Pipe, Workplace
 from proofs.inputs import example, thinned
 
@@ -165,7 +165,7 @@ def small_lines(place: Workplace) -> list[CommandLine]:
         line("-p -d -g walk.csv run.csv", run_csv=make.tracks["reversed.csv"], matrix_txt=old, run_pdf=old_report),
         line("-p -d -g walk.tvl", matrix_txt=old),
         # So many points that the C library writes the course file in more than one system call.
-        line("-p -g walk.tvl", walk_tvl=content_of(ponds(1000).files["gate.tvl"]), matrix_txt=old),
+        line("-p -g walk.tvl", walk_tvl=b"".join(ponds(1000).files["gate.tvl"]), matrix_txt=old),
         # Inputs with the name of an output.
         line("run.txt", run_txt=straight, run_txt_orig=old_report),
         line("-i run.kml", run_kml=implicit),

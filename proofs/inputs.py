@@ -11,7 +11,7 @@ from collections.abc import Iterator, Mapping, Sequence
 from typing import NamedTuple
 
 from proofs.damage import first_row
-from proofs.families import FAMILIES, TINY, content_of
+from proofs.families import FAMILIES, TINY
 from proofs.harness import ROOT, Content
 
 # {} is replaced by the name of a track. The course is in the same folder.
@@ -112,7 +112,7 @@ def inputs_of_fuzzing() -> Iterator[Input]:
 def inputs_of_families(rows: int = TINY) -> Iterator[Input]:
     for name, family in FAMILIES.items():
         made = family(rows)
-        files = {name: content_of(parts) for name, parts in made.files.items()}
+        files = {name: b"".join(parts) for name, parts in made.files.items()}
         yield Input(f"hostile/{name}", files, [made.arguments, ["-m", "-d", *made.arguments]])
 
 
