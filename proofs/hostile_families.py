@@ -5,12 +5,11 @@ within
 
     time    0.3 s + 2 us a row of processor time, and a slope below 1.1 on logarithmic scales
     memory  40 MB + 232 bytes a row
-    64 KB   0.5 s for files of at most this size together
 
 Lines much longer than 100 bytes count as several rows. Families in which every sample is drawn may take 20 us and 3,000
 bytes a row, with the same slope: the drawing library stores each sample as two dots and a corner in fourteen curves
-until the page is complete. A call that exceeds a limit is repeated up to four times, and its shortest time counts,
-since the machine may do other work.
+until the page is complete. A family that exceeds a limit is measured up to four times, and the shortest time of each
+size counts, since the machine may do other work.
 
     scripts/proofs hostile_families [PATTERN]
 
@@ -47,7 +46,6 @@ FIXED_TIME = 0.3
 FIXED_MEMORY = 40e6
 STEEPEST = 1.1
 LEAST_TIME = 0.03  # s above the fixed cost; shorter times are too inexact for a slope
-SMALL_FILE, SMALL_FILE_TIME = 65_536, 0.5
 MOST_TRIES = 4
 TIMEOUT_FACTOR = 4  # times the limit; then a signal ends the child
 
@@ -58,50 +56,37 @@ class Cost(NamedTuple):
     memory: int
 
 
-def measure_once(program: pathlib.Path, folder: pathlib.Path, arguments: list[str], seconds: int) -> Cost:
-    child = subprocess.Popen(
-        [program, *arguments], cwd=folder, env=dict(os.environ, TZ="UTC", LC_ALL="C"), stdin=subprocess.DEVNULL,
-        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds)))
-    _, status, usage = os.wait4(child.pid, 0)
-    child.returncode = os.waitstatus_to_exitcode(status)
-    return Cost(child.returncode, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
-
-
 def limits_of(name: str) -> Limits:
     return DRAWN_LIMITS if name.startswith("drawn_") else LIMITS
 
 
-def violations(name: str, rows: int, cost: Cost, time_limit: float) -> list[str]:
-    wrong = []
+def time_limit(name: str, rows: int) -> float:
+    return FIXED_TIME + limits_of(name).seconds_per_row * rows
+
+
+def measure(program: pathlib.Path, name: str, rows: int) -> Cost:
+    with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as folder:
+        made = FAMILIES[name](rows)
+        for file, parts in made.files.items():
+            with open(pathlib.Path(folder, file), "wb") as stream:
+                stream.writelines(parts)
+        seconds = math.ceil(TIMEOUT_FACTOR * time_limit(name, rows))
+        child = subprocess.Popen(
+            [program, *made.arguments], cwd=folder, env=dict(os.environ, TZ="UTC", LC_ALL="C"),
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds)))
+        _, status, usage = os.wait4(child.pid, 0)
+    child.returncode = os.waitstatus_to_exitcode(status)
+    return Cost(child.returncode, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
+
+
+def violation(name: str, rows: int, cost: Cost) -> str | None:
     if cost.status not in (0, 1):
-        wrong.append(f"{rows} rows: exit status {cost.status} after {cost.seconds:.2f} s")
-    elif cost.seconds > time_limit:
-        wrong.append(f"{rows} rows: {cost.seconds:.2f} s")
-    if cost.memory > FIXED_MEMORY + limits_of(name).bytes_per_row * rows:
-        wrong.append(f"{rows} rows: {cost.memory / 1e6:.0f} MB")
-    return wrong
-
-
-def measure(program: pathlib.Path, name: str, rows: int) -> tuple[Cost, list[str]]:
-    """The shortest of up to MOST_TRIES calls, each over new files, and what is wrong with it."""
-    best = None
-    for _ in range(MOST_TRIES):
-        with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as path:
-            folder = pathlib.Path(path)
-            made = FAMILIES[name](rows)
-            for file_name, parts in made.files.items():
-                with open(folder / file_name, "wb") as file:
-                    file.writelines(parts)
-            is_small = sum(given.stat().st_size for given in folder.iterdir()) <= SMALL_FILE
-            limit = FIXED_TIME + limits_of(name).seconds_per_row * rows
-            limit = min(limit, SMALL_FILE_TIME) if is_small else limit
-            cost = measure_once(program, folder, made.arguments, math.ceil(TIMEOUT_FACTOR * limit))
-        best = cost if best is None or cost.seconds < best.seconds else best
-        if best.status not in (0, 1) or best.seconds <= limit:
-            break
-    assert best
-    return best, violations(name, rows, best, limit)
+        return f"{rows} rows: exit status {cost.status} after {cost.seconds:.2f} s"
+    if cost.seconds > time_limit(name, rows):
+        return f"{rows} rows: {cost.seconds:.2f} s"
+    is_large = cost.memory > FIXED_MEMORY + limits_of(name).bytes_per_row * rows
+    return f"{rows} rows: {cost.memory / 1e6:.0f} MB" if is_large else None
 
 
 def slope(costs: Mapping[int, Cost]) -> float:
@@ -112,32 +97,30 @@ def slope(costs: Mapping[int, Cost]) -> float:
 
 
 class Tried(NamedTuple):
+    name: str
     line: str  # of the table
-    wrong: list[str]
+    wrong: str | None
     per_row: tuple[float, float]  # seconds and bytes above the fixed cost
 
 
 def try_family(program: pathlib.Path, name: str) -> Tried:
-    """Measures a family size by size, and stops after the first failure."""
     costs: dict[int, Cost] = {}
-    wrong: list[str] = []
-    for rows in limits_of(name).sizes:
-        costs[rows], found = measure(program, name, rows)
-        wrong += found
-        if wrong:
+    for _ in range(MOST_TRIES):
+        for rows in limits_of(name).sizes:
+            cost = measure(program, name, rows)
+            # A call that failed once stays.
+            costs[rows] = min(cost, costs.get(rows, cost), key=lambda cost: (cost.status in (0, 1), cost.seconds))
+        wrong = next(filter(None, (violation(name, rows, cost) for rows, cost in costs.items())), None)
+        if wrong is None and slope(costs) >= STEEPEST:
+            wrong = f"slope {slope(costs):.2f}"
+        if wrong is None:
             break
-    for _ in range(1, MOST_TRIES):
-        for rows in costs if not wrong and slope(costs) >= STEEPEST else ():
-            again = measure(program, name, rows)[0]
-            costs[rows] = min(costs[rows], again, key=lambda cost: cost.seconds)
-    if slope(costs) >= STEEPEST:
-        wrong.append(f"slope {slope(costs):.2f}")
     rows, last = max(costs.items())
-    per_row = ((last.seconds - costs[TINY].seconds) / rows, max(0.0, last.memory - FIXED_MEMORY) / rows)
-    line = (f"{name:52} {rows:8} {last.status:6} {1e3 * costs[TINY].seconds:9.0f} {1e3 * last.seconds:8.0f}"
-            f" {1e6 * per_row[0]:8.3f} {slope(costs):6.2f}"
-            f" {last.memory / 1e6:7.0f} {per_row[1]:7.0f}")
-    return Tried(line, wrong, per_row)
+    fixed = costs[TINY].seconds
+    per_row = (last.seconds - fixed) / rows, max(0.0, last.memory - FIXED_MEMORY) / rows
+    line = (f"{name:52} {rows:8} {last.status:6} {1e3 * fixed:9.0f} {1e3 * last.seconds:8.0f} {1e6 * per_row[0]:8.3f}"
+            f" {slope(costs):6.2f} {last.memory / 1e6:7.0f} {per_row[1]:7.0f}")
+    return Tried(name, line, wrong, per_row)
 
 
 def prove(words: list[str]) -> Outcome:
@@ -145,19 +128,18 @@ def prove(words: list[str]) -> Outcome:
     names = [name for name in FAMILIES if re.search(words[0] if words else "", name)]
     print(f"{'family':52} {'rows':>8} {'status':>6} {'fixed ms':>9} {'all ms':>8} {'us/row':>8} {'slope':>6} {'MB':>7}"
           f" {'B/row':>7}", flush=True)
-    findings = 0
-    most = {limits: (0.0, 0.0) for limits in (LIMITS, DRAWN_LIMITS)}
+    every = []
     # A process for each family: the peak memory of a child includes that of its parent when it was forked.
     with multiprocessing.get_context("fork").Pool(CORES, maxtasksperchild=1) as pool:
-        for name, tried in zip(names, pool.imap(functools.partial(try_family, program), names)):
+        for tried in pool.imap(functools.partial(try_family, program), names):
+            every.append(tried)
             print(tried.line, flush=True)
-            for what in tried.wrong:
-                print("FINDING", f"{name}: {what}", flush=True)
-            findings += len(tried.wrong)
-            before = most[limits_of(name)]
-            most[limits_of(name)] = (max(before[0], tried.per_row[0]), max(before[1], tried.per_row[1]))
+            if tried.wrong:
+                print("FINDING", f"{tried.name}: {tried.wrong}", flush=True)
+    most = {limits: [max((tried.per_row[i] for tried in every if limits_of(tried.name) == limits), default=0.0)
+                     for i in range(2)] for limits in (LIMITS, DRAWN_LIMITS)}
     sizes = sum(len(limits_of(name).sizes) for name in names)
     return Outcome(f"{len(names)} families, {sizes} sizes, up to {max(LIMITS.sizes):,} rows: at most "
                    f"{1e6 * most[LIMITS][0]:.1f} us and {most[LIMITS][1]:.0f} bytes a row, "
                    f"{1e6 * most[DRAWN_LIMITS][0]:.0f} us and {most[DRAWN_LIMITS][1]:,.0f} bytes a drawn sample",
-                   findings)
+                   sum(tried.wrong is not None for tried in every))
