@@ -127,7 +127,8 @@ def damaged_bytes(rng: Rng, content: bytes) -> bytes:
         return bytes(rearranged(rng, content[:near])) + rng.choice((b"", content[near:]))
     changed = bytearray(content)
     for _ in range(rng.choice((1, 1, 3, 100))):
-        patch, at = rng.choice(PATCHES), rng.randrange(rng.choice((60, len(content))))
+        at = rng.randrange(min(len(content), rng.choice((60, len(content)))))
+        patch = rng.choice((rng.choice(PATCHES), bytes([content[at] ^ 1])))
         changed[at:at + len(patch)] = patch
     return bytes(changed)
 

@@ -2,6 +2,7 @@
 and arguments of a call. hostile_families measures them; same_bytes and compare_programs use small ones."""
 from __future__ import annotations
 
+import datetime
 import functools
 import itertools
 import math
@@ -35,10 +36,9 @@ NOON = 12 * 3_600_000
 
 
 def clock(ms: int) -> bytes:
-    minutes, ms = divmod(ms, 60_000)
-    hours, minutes = divmod(minutes, 60)
-    days, hours = divmod(hours, 24)
-    return b"2026-05-%02dT%02d:%02d:%02d.%03dZ" % (1 + days, hours, minutes, ms // 1000, ms % 1000)
+    """A time in May 2026."""
+    time = datetime.datetime(2026, 5, 1) + datetime.timedelta(milliseconds=ms)
+    return time.isoformat(timespec="milliseconds").encode() + b"Z"
 
 
 def standing(time: bytes) -> bytes:

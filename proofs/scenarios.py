@@ -11,15 +11,15 @@ import os
 import pathlib
 import random
 import re
-from collections.abc import Callable, Iterator, Mapping
+from collections.abc import Callable, Iterator, Mapping, Sequence
 
 from proofs.command_lines import full_lines
 from proofs.comparison import Call, Scenario
 from proofs.damage import Rng, damaged, rearranged
 from proofs.families import TINY
 from proofs.harness import Content, Folder, HardLink, Link, Pipe, Workplace
-from proofs.inputs import (WRONG, Input, inputs_of_examples, inputs_of_families, inputs_of_fuzzing, inputs_of_simulation,
-                           thinned)
+from proofs.inputs import (
+    WRONG, Input, inputs_of_examples, inputs_of_families, inputs_of_fuzzing, inputs_of_simulation, thinned)
 
 TIME_ZONES = ("UTC", "Europe/Vienna", "Australia/Lord_Howe")
 
@@ -85,9 +85,8 @@ class Draft:
 
 NAMES = (
     *("117-2.csv", "1run.csv", "7.csv", "1run.txt", "run.txt", "run.kml", "run.pdf", "run.tvl", "walk.txt", "walk.kml"),
-    *("walk.tvl", "matrix.txt", "matrix.csv", "coord.txt", "coord.csv", "run", "x", ".csv", "sub/run.csv", "./run.csv"),
-    *("HERE/run.csv", "run.CSV", "é.csv", "a b.csv", "n" * 200 + ".csv", "csv", "run.csv.orig", "run.tar.gz", "-run.csv"),
-    *("sub/run.txt", "%s.csv"),
+    *("walk.tvl", "matrix.txt", "matrix.csv", "coord.txt", "run", "x", ".csv", "sub/run.csv", "./run.csv", "%s.csv"),
+    *("HERE/run.csv", "run.CSV", "é.csv", "a b.csv", "n" * 200 + ".csv", "csv", "run.csv.orig", "-run.csv"),
 )
 OPTIONS = (
     *("-d", "-d", "-d", "-m", "-m", "-m", "-i", "-i", "-t 4.5", "-t 2", "-t 0", "-t -1", "-t 1e9", "-t 1e30", "-t nan"),
@@ -150,49 +149,41 @@ def change_course(rng: Rng, draft: Draft) -> None:
         draft.files["matrix.txt"] = b"\n".join(lines)
 
 
-def index_to(rng: Rng, name: str, target: str) -> bytes:
-    before = rng.choice(("", "", "", "// an index\n", "9999 - nothing.txt\n", "\n", "0 - nogate\n"))
-    prefix = name[:rng.randrange(1, len(name) + 1)].split(" ")[0] if name[:1].isdigit() else "*"
-    return f"{before}{prefix} - {target}{rng.choice((chr(10), chr(13) + chr(10), ''))}".encode()
-
-
 def add_index(rng: Rng, draft: Draft) -> None:
     """Makes matrix.txt an index: to the course, to other indices before it, to itself, to an output, or to nowhere."""
-    run = draft.words[-1] if draft.words else "run.csv"
+    run = draft.words[-1] if draft.words else ""
+    prefix = run[:rng.randrange(1, len(run) + 1)].split(" ")[0] if run[:1].isdigit() else "*"
+
+    def entry(target: str) -> bytes:
+        before = rng.choice(("", "", "", "// an index\n", "9999 - nothing.txt\n", "\n", "0 - nogate\n"))
+        return f"{before}{prefix} - {target}".encode() + rng.choice((b"\n", b"\r\n", b""))
+
     course = draft.files.pop("matrix.txt", b"")
     last = rng.choice(("course.txt", rng.choice(TARGETS)))
     names = ["matrix.txt", *(f"{k}.txt" for k in range(rng.choice((0, 0, 0, 0, 1, 2, 61, 62, 63, 64, 65)))), last]
     for name, target in zip(names, names[1:]):
-        draft.files[name] = index_to(rng, run, target)
-    end = os.path.normpath(last.strip('" ') or "none.txt")
-    if "/" not in end[100:] and rng.random() < 0.8:
-        ring = index_to(rng, run, names[len(names) // 2 * rng.randrange(2)])
-        draft.files.setdefault(end, rng.choice((course, course, course, ring)))
+        draft.files[name] = entry(target)
+    if rng.random() < 0.8:
+        ring = entry(names[len(names) // 2 * rng.randrange(2)])
+        draft.files.setdefault(os.path.normpath(last.strip('" ') or "none"), rng.choice((course, course, course, ring)))
     draft.files["sub"] = Folder()
 
 
-def block_outputs(rng: Rng, draft: Draft) -> None:
-    """Puts links, folders, pipes and earlier files in the place of outputs."""
-    names = sorted({*draft.outputs()} - {*draft.files})
+def put_in_place(rng: Rng, draft: Draft) -> None:
+    """Puts links, folders, pipes and earlier files in the place of outputs and inputs; the inputs get other names."""
+    names = sorted({*(draft.outputs() if rng.random() < 0.7 else ()), *draft.inputs()})
     for name in rng.sample(names, min(len(names), rng.choice((1, 1, 2, 20)))):
-        given = rng.choice((*draft.inputs(), "matrix.txt"))
-        target = "../" * name.count("/") + rng.choice((given, given, os.path.basename(name), "none.txt", "no/where.txt"))
-        contents: tuple[Content, ...] = (
-            *(b"an earlier output\n", b"", Folder(), Pipe(), HardLink(given), HardLink(given)),
-            *(Link(target), Link(target), Link(target), Link("/dev/full"), Link("/dev/null")))
+        given, devices = rng.choice((*draft.inputs(), "matrix.txt")), ("/dev/full", "/dev/null")
+        if name in draft.files:
+            given, devices = name + ".own", ("none.txt", name)
+            draft.files[given] = draft.files[name]
+        targets = (given, given, os.path.basename(name), "none.txt", "no/where.txt")
+        link = Link("../" * name.count("/") + rng.choice(targets))
+        contents: Sequence[Content] = (b"an earlier output\n", b"", Folder(), Pipe(), HardLink(given), HardLink(given),
+                                       link, link, link, Link(rng.choice(devices)))
         draft.files[name] = rng.choice(contents)
         if isinstance(draft.files[name], Folder) and rng.random() < 0.5:
             draft.files[name + "/inside.txt"] = b"kept\n"
-
-
-def replace_input(rng: Rng, draft: Draft) -> None:
-    """Gives an input another name, and puts a link to it, a folder or a pipe in its place."""
-    name = rng.choice((*draft.inputs(), "matrix.txt"))
-    if name in draft.files:
-        beside = name + ".own"
-        draft.files[beside] = draft.files[name]
-        contents: tuple[Content, ...] = (Link(os.path.basename(beside)), HardLink(beside), Folder(), Pipe(), Link("none"))
-        draft.files[name] = rng.choice(contents)
 
 
 def change_modes(rng: Rng, draft: Draft) -> None:
@@ -222,8 +213,8 @@ def call_again(rng: Rng, draft: Draft) -> None:
 
 # The changes in their order, each with its probability.
 CHANGES: Mapping[Callable[[Rng, Draft], None], float] = {
-    add_run: 0.4, move_date: 0.1, damage: 0.4, change_course: 0.15, rename: 0.18, add_index: 0.12, replace_input: 0.06,
-    block_outputs: 0.2, change_modes: 0.08, add_options: 0.55, add_wrong_words: 0.03, redirect: 0.07, call_again: 0.06}
+    add_run: 0.4, move_date: 0.1, damage: 0.4, change_course: 0.15, rename: 0.18, add_index: 0.12,
+    put_in_place: 0.27, change_modes: 0.08, add_options: 0.55, add_wrong_words: 0.03, redirect: 0.07, call_again: 0.06}
 
 
 def scenario(sources: Sources, seed: str, number: int) -> Scenario:
