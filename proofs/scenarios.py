@@ -202,9 +202,9 @@ def add_wrong_words(rng: Rng, draft: Draft) -> None:
 
 
 def redirect(rng: Rng, draft: Draft) -> None:
-    # A shell that opens a pipe without a reader or writer would not continue.
-    names = [name for name in draft.outputs() + draft.inputs() if not isinstance(draft.files.get(name), Pipe)]
-    draft.streams = rng.choice(STREAMS).format(rng.choice(names))
+    # A shell that opens a pipe without a reader or writer, perhaps through a link, would not continue.
+    if not any(isinstance(content, Pipe) for content in draft.files.values()):
+        draft.streams = rng.choice(STREAMS).format(rng.choice(draft.outputs() + draft.inputs()))
 
 
 def call_again(rng: Rng, draft: Draft) -> None:

@@ -82,7 +82,7 @@ class PlantedFaultTest(unittest.TestCase):
         self.assertNotEqual(first, scenarios.scenario(self.sources, "2", number))
 
     def test_all_scenarios_are_reported(self) -> None:
-        self.plant("echo more >> matrix.txt")
+        self.plant("echo more > stray.txt")
         outcome, printed = self.prove()
         self.assertGreater(outcome.findings, 0)
         numbers = re.findall(r"FINDING in scenario (\d+)", printed)
@@ -90,7 +90,7 @@ class PlantedFaultTest(unittest.TestCase):
         self.assertEqual(only.findings, 1)
         (kept,) = re.findall("folders: (.*)", printed)
         self.addCleanup(remove, pathlib.Path(kept))
-        self.assertEqual(len(list(pathlib.Path(kept).glob("*/new/matrix.txt"))), 1)
+        self.assertEqual(len(list(pathlib.Path(kept).glob("*/new/stray.txt"))), 1)
         self.plant(":")
         outcome, printed = self.prove()
         self.assertEqual((outcome.findings, printed), (0, ""))
