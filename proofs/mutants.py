@@ -30,11 +30,11 @@ from collections.abc import Iterable, Mapping, Sequence
 from typing import NamedTuple
 
 from proofs.harness import CORES, ROOT, WORK, Conditions, Outcome, build, execute, in_parallel
-from proofs.mutations import COMPONENTS, Entry, Mutant, all_mutants, choose, entry_of, read_entries
+from proofs.mutations import Entry, Mutant, all_mutants, choose, entry_of, read_entries
 
 # Without tests/faults, whose allocator identifies the program by its addresses: here the program is in shared
 # libraries.
-JUDGES = (*COMPONENTS, "fuzz")
+JUDGES = {"fuzz", *os.listdir(ROOT / "src")}
 LEAST_TIMEOUT = 20  # processor seconds for one test program; other load does not make it look as if it hangs
 LONGEST_WAIT = 600  # seconds, for a test program that sleeps
 # An index out of bounds ends the program, as with the sanitizers. Optimised, since a mutant that survives costs the time
@@ -177,7 +177,7 @@ def judge_all(groups: Iterable[list[Mutant]]) -> Verdicts:
         while waiting:
             for mutant in waiting.popleft():
                 verdicts[mutant] = copy.judge(mutant)
-                print(f"{verdicts[mutant]}\t{mutant.file}:{mutant.line}\t{mutant.mutated}", flush=True)
+                print(f"{verdicts[mutant]}\t{mutant.file}:{mutant.line}\t{mutant.change[1]}", flush=True)
 
     in_parallel(work_through, range(CORES))
     return verdicts

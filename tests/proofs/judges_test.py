@@ -169,7 +169,7 @@ class MutantsTest(unittest.TestCase):
     every = list(mutations.mutants_of("src/x.cpp", SOURCE))
 
     def test_every_kind_of_fault_is_put_in_once(self) -> None:
-        self.assertEqual([(m.function, m.mutated) for m in self.every], [
+        self.assertEqual([(m.function, m.change[1]) for m in self.every], [
             ("most", "constexpr int most = 8;  // kept"), ("most", "constexpr int most = 6;  // kept"),
             *(("pair", f"struct pair {{ double a = {a}; double b = {b}; }};")
               for a, b in ((0.6, 0.5), (0.4, 0.5), (0.5, 0.6), (0.5, 0.4))),
@@ -178,6 +178,11 @@ class MutantsTest(unittest.TestCase):
                 ("<", "&&", ">", "true"), ("<", "&&", "<", "true"), ("<", "&&", ">=", "false"))),
             *(("is_less", f"return {line};") for line in (
                 "p.a < 0.5", "-p.a <= 0.5", "-p.a >= 0.5", "-p.a < 0.6", "-p.a < 0.4"))])
+
+    def test_digits_may_be_grouped(self) -> None:
+        every = mutations.mutants_of("src/x.cpp", "constexpr int most = 5'000;\nconstexpr int least = 1;\n")
+        self.assertEqual([m.change[1] for m in every], [f"constexpr int {words};" for words in (
+            "most = 6'000", "most = 4'000", "least = 2", "least = 0")])
 
     def test_the_judges_are_all_tests_of_the_components_and_can_be_built(self) -> None:
         build_folder = PROGRAM.parent
