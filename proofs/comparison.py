@@ -14,7 +14,7 @@ import zlib
 from collections.abc import Callable, Mapping, Sequence
 from typing import NamedTuple
 
-from proofs.harness import CORES, ORDINARY_USER, Conditions, Content, Workplace, fill, listing, remove, snapshot
+from proofs.harness import CORES, ORDINARY_USER, Content, Workplace, fill, listing, remove, shell, snapshot
 
 SHOWN_IN_FULL = 20
 HANGS = b"hangs"
@@ -55,9 +55,9 @@ def left_by(place: Workplace, folder: pathlib.Path, scenario: Scenario) -> list[
     left = []
     for call in scenario.calls:
         # A shell is started only for redirections, since it takes as long as a short call.
-        launcher = ["sh", "-c", f'exec "$@" {call.streams}', "sh"] if call.streams else []
+        launcher = shell(f'exec "$@" {call.streams}') if call.streams else []
         arguments = [word.replace("HERE", str(folder)) for word in call.arguments]
-        result = place.start_in(folder, arguments, launcher, Conditions({"TZ": call.time_zone}))
+        result = place.start_in(folder, arguments, launcher, {"TZ": call.time_zone})
         left.append({"exit status": HANGS if result.status is None else b"%d" % result.status,
                      "standard output": result.out, "standard error": result.err})
     own_mode = stat.filemode(folder.stat().st_mode)

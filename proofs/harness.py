@@ -3,19 +3,19 @@ from __future__ import annotations
 
 import collections
 import concurrent.futures
+import contextlib
 import dataclasses
 import os
 import pathlib
 import re
-import resource
 import shutil
 import signal
 import stat
 import subprocess
 import sys
 import tempfile
-from collections.abc import Callable, Collection, Iterable, Mapping, Sequence
-from typing import IO, NamedTuple, TypeVar
+from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
+from typing import NamedTuple, TypeVar
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "proofs"
@@ -167,52 +167,36 @@ class Result:
         return ""
 
     def ending(self) -> str:
-        known = {None: "hung", 0: "succeeded", 1: "failed with a message"}
-        return known.get(self.status, f"ended with {self.status}")
+        known = {None: "hang", 0: "succeeded", 1: "failed with a message"}
+        signal_or_status = f"signal {-self.status}" if self.status and self.status < 0 else f"status {self.status}"
+        return known.get(self.status, "ended with " + signal_or_status)
 
 
-@dataclasses.dataclass(frozen=True)
-class Conditions:
-    """The environment, streams, limits and user of a call."""
-    environment: Mapping[str, str] = dataclasses.field(default_factory=dict)
-    out: int | IO[bytes] = subprocess.PIPE
-    err: int = subprocess.PIPE
-    limits: Mapping[int, int] = dataclasses.field(default_factory=dict)  # those of resource.setrlimit
-    closed: Collection[int] = ()  # standard streams
-    user: int | None = None
-    timeout: float = TIMEOUT
+def shell(script: str) -> list[str]:
+    """A launcher: the words of a command that come before a program and its arguments, which are "$@" in the script."""
+    return ["sh", "-c", script, "sh"]
 
 
-UNDISTURBED = Conditions()
-
-
-def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, under: Conditions) -> Result:
-    """Starts a process in a new session and waits for it."""
-    def prepare() -> None:
-        for kind, most in under.limits.items():
-            resource.setrlimit(kind, (most, most + (kind == resource.RLIMIT_CPU)))
-        for stream in under.closed:
-            os.close(stream)
-
-    user = under.user
-    process = subprocess.Popen(words, cwd=folder, env=under.environment, stdin=subprocess.DEVNULL, stdout=under.out,
-                               stderr=under.err, preexec_fn=prepare, start_new_session=True, user=user, group=user,
-                               extra_groups=None if user is None else [])
+def execute(words: Sequence[str | pathlib.Path], folder: pathlib.Path, environment: Mapping[str, str],
+            timeout: float) -> Result:
+    """Starts a process in a new session and waits for it. After the timeout its children are killed, too."""
+    process = subprocess.Popen(words, cwd=folder, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                               stderr=subprocess.PIPE, start_new_session=True)
     is_over = True
     try:
-        printed, err = process.communicate(timeout=under.timeout)
+        out, err = process.communicate(timeout=timeout)
     except subprocess.TimeoutExpired:
         is_over = False
         os.killpg(process.pid, signal.SIGKILL)
-        printed, err = process.communicate()
-    return Result(process.returncode if is_over else None, printed or b"", err or b"")
+        out, err = process.communicate()
+    return Result(process.returncode if is_over else None, out, err)
 
 
 class Workplace:
     """A temporary folder with a copy of the program, a font configuration, and a new folder for each call."""
 
-    def __init__(self, program: pathlib.Path | None = None, options: Mapping[str, str] | None = None) -> None:
-        self.path = pathlib.Path(tempfile.mkdtemp(prefix="tarvel_proofs_"))
+    def __init__(self, program: pathlib.Path | None = None, timeout: float = TIMEOUT) -> None:
+        self.path, self.timeout = pathlib.Path(tempfile.mkdtemp(prefix="tarvel_proofs_")), timeout
         self.path.chmod(0o755)
         self.program = pathlib.Path(shutil.copy(program or release_program(), self.path / "tarvel"))
         cache = self.path / "cache"
@@ -220,7 +204,7 @@ class Workplace:
         cache.chmod(0o777)  # also for calls as an ordinary user
         inherited = {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
         self.environment = {**inherited, "PATH": f"{self.path}:{os.environ['PATH']}", "HOME": str(self.path),
-                            "LC_ALL": "C", "TZ": "UTC", **(options or {}),
+                            "LC_ALL": "C", "TZ": "UTC",
                             "FONTCONFIG_FILE": self.write_fonts(self.path / "fonts.conf", cache)}
 
     def __enter__(self) -> Workplace:
@@ -236,34 +220,38 @@ class Workplace:
                         f"<cachedir>{cache}</cachedir></fontconfig>")
         return str(path)
 
-    def new_folder(self) -> pathlib.Path:
+    @contextlib.contextmanager
+    def folder(self, files: Mapping[str, Content], disk: str = "") -> Iterator[pathlib.Path]:
+        """A temporary folder with these files, on a disk of its own if there are options for mounting one."""
         folder = pathlib.Path(tempfile.mkdtemp(dir=self.path))
         folder.chmod(0o777)
-        return folder
+        if disk:
+            subprocess.run(["mount", "-t", "tmpfs", "-o", disk, "tarvel_proofs", folder], check=True)
+        try:
+            fill(folder, files)
+            yield folder
+        finally:
+            if disk:  # lazily: for a moment after its end a process may keep the disk busy
+                subprocess.run(["umount", "--lazy", folder], check=True)
+            remove(folder)
 
     def start_in(self, folder: pathlib.Path, arguments: Sequence[str], launcher: Sequence[str] = (),
-                 under: Conditions = UNDISTURBED) -> Result:
+                 environment: Mapping[str, str] = {}) -> Result:
         """In the launcher @FOLDER@ is replaced by the folder. Does not read the files that the call leaves."""
-        under = dataclasses.replace(under, environment={**self.environment, **under.environment})
-        return execute([*(word.replace("@FOLDER@", str(folder)) for word in launcher), "tarvel", *arguments], folder,
-                       under)
+        words = [*(word.replace("@FOLDER@", str(folder)) for word in launcher), "tarvel", *arguments]
+        return execute(words, folder, {**self.environment, **environment}, self.timeout)
 
     def call_in(self, folder: pathlib.Path, arguments: Sequence[str], launcher: Sequence[str] = (),
-                under: Conditions = UNDISTURBED) -> Result:
-        result = self.start_in(folder, arguments, launcher, under)
+                environment: Mapping[str, str] = {}) -> Result:
+        result = self.start_in(folder, arguments, launcher, environment)
         result.files = snapshot(folder)
         return result
 
     def call(self, files: Mapping[str, Content], arguments: Sequence[str], launcher: Sequence[str] = (),
-             under: Conditions = UNDISTURBED, prepare: Callable[[pathlib.Path], None] = lambda folder: None) -> Result:
+             environment: Mapping[str, str] = {}, disk: str = "") -> Result:
         """A call in a temporary folder with these files."""
-        folder = self.new_folder()
-        try:
-            fill(folder, files)
-            prepare(folder)
-            return self.call_in(folder, arguments, launcher, under)
-        finally:
-            remove(folder)
+        with self.folder(files, disk) as folder:
+            return self.call_in(folder, arguments, launcher, environment)
 
 
 def build(folder: pathlib.Path, options: Sequence[str], *targets: str, source: pathlib.Path = ROOT) -> pathlib.Path:

@@ -14,20 +14,16 @@ PASSES below; by default all are called.
 """
 from __future__ import annotations
 
-import collections
-import functools
-import os
-import pathlib
+import itertools
 import re
 import shutil
 import subprocess
-import tempfile
 from collections.abc import Iterable, Iterator
 
-from proofs.disturbed import Case, judge, make_cases, need_strace, own_paths, traced
-from proofs.harness import ROOT, Judged, Outcome, Tally, Trial, Workplace, remove
-from proofs.io_places import (CONTAINER_WRITES, STANDARD_OUTPUT, Trials, close_streams, fill_disks, forbid,
-                              limit_sizes, put_odd_things, trial)
+from proofs.disturbed import Case, SystemCall, attempt, judge, need_strace, own_paths, small_cases, traced, trial
+from proofs.harness import ROOT, Judged, Outcome, Tally, Trial, Workplace
+from proofs.io_places import (CONTAINER_WRITE, STANDARD_OUTPUT, any_of, close_streams, fill_disks, forbid, limit_sizes,
+                              put_odd_things)
 
 # The errors with which a system call fails. The first is injected into every call, the others into the first and the
 # last of a series of equal calls on a file.
@@ -47,128 +43,105 @@ ERRORS = {call: errors.split() for calls, errors in {
     "fchown fchmod": "EPERM",
     "fcntl": "EINTR ENOMEM",
 }.items() for call in calls.split()}
-TRACED = ("--seccomp-bpf", "-y", "-e", "trace=" + ",".join("?" + call for call in ERRORS))
+TRACED = ("--seccomp-bpf", "-e", "trace=" + ",".join("?" + call for call in ERRORS))
 ALL_LATER = {"openat": "EMFILE", "read": "EIO", "write": "ENOSPC"}
+
 
 def is_own(name: str, case: Case) -> bool:
     return name.removesuffix(".new") in case.names
 
 
-def path_of(arguments: str) -> str:
-    """The base name of the file of a logged call, as strace -y prints it; of a rename the old name."""
-    match = re.match(r'\d+<([^>]*)>', arguments) or re.search(r'"([^"]*)"', arguments)
-    return os.path.basename(match[1]) if match else ""
-
-
-def messages_for(call: str, name: str, case: Case) -> set[str]:
+def messages_for(call: str, name: str, case: Case) -> str:
     """The messages with which the program may report that this call on this file fails."""
     if not is_own(name, case):
         return STANDARD_OUTPUT
-    is_beside = name.endswith(".new")
-    name = name.removesuffix(".new")
-    names = {*case.names_of(name), re.sub(r"\.orig(\.\d+)?$", "", name)}
     if call == "lseek":  # a failed seek looks like a short read, and the other readers are tried
-        return {"invalid field names", "missing field names"}
+        return "(invalid|missing) field names"
+    file = name.removesuffix(".new")
+    names = any_of({*case.names_of(file), re.sub(r"\.orig(\.\d+)?$", "", file)})
     if call == "read":
-        return {f"failed to read file: {n}" for n in names}
-    if call in ("write", "close", "fsync") or (is_beside and call.startswith("rename")):
-        words = {f"failed to write file: {n}" for n in names} | {f"failure during write to {n}" for n in names}
-        return words | CONTAINER_WRITES if name.endswith(".tvl") else words
-    forms = ["failed to open file: %s", "could not open %s for reading", "could not open %s for writing"]
-    if call in ("newfstatat", "ftruncate") and name in case.maps:  # the map is truncated before it is written
-        forms.append("failed to write file: %s")
-    return {form % n for n in names for form in forms}
+        return "failed to read file: " + names
+    written = f"(failed to write file:|failure during write to) {names}"
+    if call in ("write", "close", "fsync") or (call.startswith("rename") and name != file):
+        return f"{written}|{CONTAINER_WRITE}" if file.endswith(".tvl") else written
+    opened = f"failed to open file: {names}|could not open {names} for (reading|writing)"
+    # The map is truncated before it is written.
+    return f"{opened}|{written}" if call in ("newfstatat", "ftruncate") and file in case.maps else opened
 
 
 # Calls that fail
 
 
-def points_of(calls: Iterable[tuple[str, str]]) -> Iterator[tuple[str, int, str, bool]]:
-    """(call, n, name, is at an end): the n-th call of its kind, and whether it is the first or the last of a series of
-    equal calls on the file."""
-    seen: collections.Counter[str] = collections.Counter()
-    points = []
-    for call, arguments in calls:
-        seen[call] += 1
-        points.append((call, seen[call], path_of(arguments)))
-    for i, (call, n, name) in enumerate(points):
-        near = [(c, m) for c, _, m in points[max(i - 1, 0):i] + points[i + 1:i + 2]]
-        yield call, n, name, any(neighbour != (call, name) for neighbour in near) or len(near) < 2
+def failing(call: SystemCall, error: str, later: str = "") -> list[str]:
+    """strace options that make the call fail, and with "+" all later ones of its kind."""
+    return ["--seccomp-bpf", "-e", "trace=" + call.name, "-e", f"inject={call.name}:error={error}:when={call.n}{later}"]
 
 
-def failing(call: str, error: str, when: str) -> list[str]:
-    """strace options that make those calls of a kind fail."""
-    return ["--seccomp-bpf", "-y", "-e", "trace=" + call, "-e", f"inject={call}:error={error}:when={when}"]
-
-
-def fail_one(case: Case, call: str, when: str, error: str, name: str) -> Judged:
-    fails_on = when.endswith("+")
+def fail_one(case: Case, call: SystemCall, error: str, later: str = "") -> Judged:
     # Writes to standard output do not fail when all later writes do, so that the message can be compared.
-    result, calls = traced(case, [*failing(call, error, when), *own_paths(case, () if fails_on else ("@OUT@",))])
-    expected = messages_for(call, name, case)
+    result, calls = traced(case, [*failing(call, error, later), *own_paths(case, () if later else ("@OUT@",))])
     # The program opens the map before it reports an error in the course; that call fails, too.
-    if name in (*case.line.inputs(), "matrix.txt") and fails_on:
-        expected = expected.union(*(messages_for(call, other, case) for other in case.maps))
-    is_injected = any("(INJECTED)" in arguments for _, arguments in calls)
+    others = case.maps if later and call.file in (*case.line.inputs(), "matrix.txt") else ()
+    expected = "|".join(messages_for(call.name, file, case) for file in (call.file, *others))
+    is_injected = any("(INJECTED)" in done.text for done in calls)
     return result.ending(), judge(case, result, expected) if is_injected else "no fault was injected"
 
 
-def fail_own_calls(cases: list[Case]) -> Trials:
-    def one(heading: str, case: Case, *fault: str) -> Trial:
-        call, when, error, name = fault
-        return Trial(heading, f"{case.name}: {call} {when} of {name}: {error}",
-                     functools.partial(fail_one, case, *fault))
+def ends_of_series(calls: Iterable[SystemCall]) -> Iterator[SystemCall]:
+    """The first and the last of each series of equal calls on a file."""
+    for _, series in itertools.groupby(calls, lambda call: (call.name, call.file)):
+        first, *others = series
+        yield from (first, *others[-1:])
+
+
+def fail_own_calls(cases: list[Case]) -> Iterator[Trial]:
+    def one(heading: str, case: Case, call: SystemCall, error: str, later: str = "") -> Trial:
+        return trial(heading, case, f"{call.name} {call.n}{later} of {call.file}: {error}", fail_one, call, error, later)
 
     for case in cases:
-        _, calls = traced(case, [*TRACED, *own_paths(case)])
-        for call, n, name, is_end in points_of(calls):
-            for error in ERRORS[call] if is_end else ERRORS[call][:1]:
-                yield one("one call fails", case, call, str(n), error, name)
-        on_files = [(call, arguments) for call, arguments in calls if is_own(path_of(arguments), case)]
-        for call, n, name, is_end in points_of(on_files):
-            if call in ALL_LATER and is_end:
-                yield one("it and all after it", case, call, f"{n}+", ALL_LATER[call], name)
+        calls, without_streams = (traced(case, [*TRACED, *own_paths(case, streams)])[1] for streams in (("@OUT@",), ()))
+        yield from (one("one call fails", case, call, ERRORS[call.name][0]) for call in calls)
+        yield from (one("one call fails", case, call, error) for call in ends_of_series(calls)
+                    for error in ERRORS[call.name][1:])
+        yield from (one("it and all after it", case, call, ALL_LATER[call.name], "+")
+                    for call in ends_of_series(without_streams)
+                    if call.name in ALL_LATER and is_own(call.file, case))
 
 
-def transfer_little(cases: list[Case]) -> Trials:
+def transfer_little(cases: list[Case]) -> Iterator[Trial]:
     """One to seven bytes at a time: for all command lines the program's own files, for one of them all files."""
     shim = str(cases[0].place.path / "short_transfers")
     source = ROOT / "tests" / "support" / "short_transfers.cpp"
     subprocess.run(["c++", "-std=c++20", "-O2", "-o", shim, source], check=True)
-
     for case, below in (*((case, "@FOLDER@") for case in cases), (cases[0], "/")):
-        yield trial("short transfers", case, f"below {below}", (), launcher=[shim, below])
+        yield trial("short transfers", case, f"below {below}", attempt, "", launcher=[shim, below])
 
 
 # Whole calls
 
 
-def fail_every_call(cases: list[Case]) -> Trials:
+def fail_any_call(case: Case, call: SystemCall) -> Judged:
+    with case.place.folder({}) as folder:
+        cache = shutil.copytree(case.place.path / "cache", folder / "cache")
+        fonts = case.place.write_fonts(folder / "fonts.conf", cache)
+        result, calls = traced(case, failing(call, ERRORS[call.name][0]), environment={"FONTCONFIG_FILE": fonts})
+    if result.status == 127 and b"error while loading shared libraries" in result.err:
+        return "not started by the dynamic loader", None
+    finding = judge(case, result)
+    hit = [done for done in calls if "(INJECTED)" in done.text]
+    is_own_call = any(is_own(done.file, case) for done in hit)
+    if finding and not is_own_call and re.fullmatch(r"WRONG SUCCESS: \S+\.pdf|ended with signal \d+", finding):
+        return "charts changed or not drawn", None
+    return result.ending(), f"{finding} {hit[:1]}" if finding else None
+
+
+def fail_every_call(cases: list[Case]) -> Iterator[Trial]:
     """Including the calls of the loader, for the time zone and for fonts. When one of these changes only the charts, or
     ends the program by a signal, it is counted separately; everything else must be right."""
-    def one(case: Case, call: str, n: int, error: str) -> Judged:
-        folder = pathlib.Path(tempfile.mkdtemp(dir=case.place.path))
-        cache = pathlib.Path(shutil.copytree(case.place.path / "cache", folder / "cache"))
-        fonts = case.place.write_fonts(folder / "fonts.conf", cache)
-        result, calls = traced(case, failing(call, error, str(n)), environment={"FONTCONFIG_FILE": fonts})
-        remove(folder)
-        hit = [arguments for _, arguments in calls if "(INJECTED)" in arguments]
-        if result.status == 127 and b"error while loading shared libraries" in result.err:
-            return "not started by the dynamic loader", None
-        finding = judge(case, result)
-        is_own_call = any(is_own(path_of(arguments), case) for arguments in hit)
-        if finding and not is_own_call and re.fullmatch(r"WRONG SUCCESS: \S+\.pdf|ended by signal \d+", finding):
-            print(f"fonts: {finding}: {call} {n} {error}: {hit[:1]}"[:200])
-            return "charts changed or not drawn", None
-        return result.ending(), f"{finding} {hit[:1]}" if finding else None
-
     # This command line reads and writes files of every kind.
     for case in [case for case in cases if case.name == "tarvel -p -d -g walk.csv run.csv"]:
-        for call, count in collections.Counter(call for call, _ in traced(case, TRACED)[1]).items():
-            for n in range(1, count + 1):
-                error = ERRORS[call][0]
-                yield Trial("every call", f"{case.name}: {call} {n}: {error}",
-                            functools.partial(one, case, call, n, error))
+        yield from (trial("every call", case, f"{call.name} {call.n}", fail_any_call, call)
+                    for call in traced(case, TRACED)[1])
 
 
 PASSES = (fail_own_calls, transfer_little, limit_sizes, fill_disks, close_streams, put_odd_things, forbid,
@@ -179,7 +152,7 @@ def prove(words: list[str]) -> Outcome:
     need_strace()
     tally = Tally()
     with Workplace() as place:
-        cases = make_cases(place)
+        cases = small_cases(place)
         for step in PASSES:
             if not words or step.__name__ in words:
                 tally.try_all(step(cases))

@@ -12,15 +12,13 @@ Needs strace and tzdata. About three minutes on two cores.
 """
 from __future__ import annotations
 
-import collections
-import functools
 import os
 import pathlib
-import re
 from collections.abc import Iterable, Iterator, Sequence
 
-from proofs.disturbed import Case, content_of, cut_courses, lost_inputs, make_cases, need_strace, own_paths, traced
-from proofs.harness import Judged, Outcome, Result, Snapshot, Tally, Trial, Workplace, changed_names, fill, remove
+from proofs.disturbed import (Case, SystemCall, content_of, cut_courses, lost_inputs, need_strace, own_paths,
+                              small_cases, traced, trial)
+from proofs.harness import Judged, Outcome, Result, Snapshot, Tally, Trial, Workplace, changed_names
 from proofs.io_faults import ERRORS
 
 # Not with --seccomp-bpf, under which strace 6.1 sends no signals.
@@ -28,16 +26,14 @@ CALLS = ",".join("?" + call for call in ERRORS)
 WHOLE = (["-p", "-d", "-g", "walk.csv", "run.csv"], ["run.txt"])
 
 
-def being_written(calls: Iterable[tuple[str, str]], folder: pathlib.Path) -> set[str]:
+def being_written(calls: Iterable[SystemCall]) -> set[str]:
     """The files that are open for writing at the end of the log. The last call in the log may have had its effect."""
     writing: set[str] = set()
-    for call, arguments in calls:
-        opened = re.search(r'"([^"]+)", O_WRONLY', arguments) if call in ("open", "openat") else None
-        if opened:
-            writing.add(os.path.basename(opened[1]))
-        closed = re.match(r"\d+<([^>]*)>\) += 0", arguments) if call == "close" else None
-        if closed and os.path.dirname(closed[1]) == str(folder):
-            writing.discard(os.path.basename(closed[1]))
+    for call in calls:
+        if "O_WRONLY" in call.text:
+            writing.add(call.file)
+        elif call.name == "close" and call.text.endswith(" = 0"):
+            writing.discard(call.file)
     return writing
 
 
@@ -67,53 +63,45 @@ def differences(case: Case, result: Result) -> list[str]:
              and not (".orig" in name and result.files.get(name) in (None, *case.before.values()))]
     if (result.status, result.out) != (reference.status, reference.out):
         found.append(f"exit status {result.status}: {result.message()}")
-    return found
+    return found + ["lost " + name for name in lost_inputs(case, result.files)]
 
 
 class Killer:
     def __init__(self) -> None:
-        self.judged: dict[tuple[int, int], str | None] = {}  # by command line and files, which are often the same
+        # What is wrong with the next call, by command line and files, which are often the same.
+        self.judged: dict[tuple[Case, frozenset[object]], str | None] = {}
 
-    def kill(self, case: Case, call: str, n: int, paths: Sequence[str]) -> Judged:
-        folder = case.place.new_folder()
-        fill(folder, case.line.files)
-        result, calls = traced(case, ["-y", "-e", f"trace={CALLS},{call}", "-e", f"inject={call}:signal=KILL:when={n}",
-                                      *paths], folder)
-        finding = self.judge(case, folder, result, being_written(calls, folder))
-        remove(folder)
-        if paths and result.status != -9:
-            finding = finding or f"was not killed: {result.status}"
-        is_over = result.status in (0, 1)
-        return "killed" if result.status == -9 else "over before" if is_over else f"status {result.status}", finding
-
-    def judge(self, case: Case, folder: pathlib.Path, result: Result, writing: set[str]) -> str | None:
-        for words, names in (("lost", lost_inputs(case, result.files)), ("cut", cut_courses(case, result.files)),
-                             ("broke", broken_files(case, result.files, writing))):
+    def judge(self, case: Case, folder: pathlib.Path, files: Snapshot, writing: set[str]) -> str | None:
+        for words, names in (("lost", lost_inputs(case, files)), ("cut", cut_courses(case, files)),
+                             ("broke", broken_files(case, files, writing))):
             if names:
                 return f"{words} {' '.join(names)}"
-        key = (id(case), hash(tuple(sorted((name, hash(entry)) for name, entry in result.files.items()))))
+        key = case, frozenset(files.items())
         if key not in self.judged:
-            self.judged[key] = self.judge_next(case, folder, result.files)
+            give_names_back(case, folder, files)
+            found = differences(case, case.place.call_in(folder, case.arguments, environment=case.environment))
+            self.judged[key] = "the next call differs: " + " ".join(found) if found else None
         return self.judged[key]
 
-    def judge_next(self, case: Case, folder: pathlib.Path, files: Snapshot) -> str | None:
-        give_names_back(case, folder, files)
-        again = case.place.call_in(folder, case.arguments, under=case.conditions())
-        found = differences(case, again) + ["lost " + name for name in lost_inputs(case, again.files)]
-        return "the next call differs: " + " ".join(found) if found else None
+    def kill(self, case: Case, call: SystemCall, paths: Sequence[str]) -> Judged:
+        options = ["-e", f"trace={CALLS},{call.name}", "-e", f"inject={call.name}:signal=KILL:when={call.n}"]
+        with case.place.folder(case.line.files) as folder:
+            result, calls = traced(case, [*options, *paths], folder)
+            finding = self.judge(case, folder, result.files, being_written(calls))
+        if paths and result.status != -9:
+            finding = finding or f"was not killed: {result.status}"
+        return result.ending(), finding
 
     def trials(self, heading: str, case: Case, options: Sequence[str], paths: Sequence[str]) -> Iterator[Trial]:
-        calls = collections.Counter(call for call, _ in traced(case, [*options, *paths])[1])
-        for call, count in calls.items():
-            for n in range(1, count + 1):
-                yield Trial(heading, f"{case.name}: {call} {n}", functools.partial(self.kill, case, call, n, paths))
+        for call in traced(case, [*options, *paths])[1]:
+            yield trial(heading, case, f"{call.name} {call.n}", self.kill, call, paths)
 
 
 def prove(_: list[str]) -> Outcome:
     need_strace()
     tally, killer = Tally(), Killer()
     with Workplace() as place:
-        cases = make_cases(place)
+        cases = small_cases(place)
         for case in cases:
             tally.try_all(killer.trials("killed on own calls", case, ["-e", "trace=" + CALLS], own_paths(case)))
         for case in cases:

@@ -18,7 +18,7 @@ from collections.abc import Iterator, Mapping, Sequence
 from typing import NamedTuple
 
 from proofs.command_lines import containers
-from proofs.harness import ROOT, WORK, Conditions, Content, Outcome, Workplace, build, execute, fill, in_parallel
+from proofs.harness import ROOT, WORK, Content, Outcome, Workplace, build, execute, fill, in_parallel
 from proofs.inputs import WRONG, example, fuzz_inputs, inputs_of_examples
 
 FINDING = 99  # an exit status that none of the programs uses
@@ -41,7 +41,7 @@ def valgrind(check: Check) -> str | None:
     with tempfile.TemporaryDirectory(prefix="tarvel_proofs_") as name:
         fill(pathlib.Path(name), check.files)
         environment = dict(os.environ, TZ="UTC", LC_ALL="C")
-        done = execute([*CHECKS, *check.words], pathlib.Path(name), Conditions(environment, timeout=1800))
+        done = execute([*CHECKS, *check.words], pathlib.Path(name), environment, 1800)
     is_sound = done.status is not None and 0 <= done.status < FINDING
     return None if is_sound else f"exit status {done.status}\n{done.err.decode(errors='replace')[-20000:]}"
 

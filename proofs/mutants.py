@@ -21,7 +21,6 @@ import json
 import os
 import pathlib
 import re
-import resource
 import shlex
 import shutil
 import subprocess
@@ -29,7 +28,7 @@ import time
 from collections.abc import Iterable, Mapping, Sequence
 from typing import NamedTuple
 
-from proofs.harness import CORES, ROOT, WORK, Conditions, Outcome, build, execute, in_parallel
+from proofs.harness import CORES, ROOT, WORK, Outcome, build, execute, in_parallel, shell
 from proofs.mutations import Entry, Mutant, all_mutants, choose, entry_of, read_entries
 
 # Without tests/faults, whose allocator identifies the program by its addresses: here the program is in shared
@@ -43,7 +42,7 @@ FLAGS = "-O1 -w -D_GLIBCXX_ASSERTIONS -fsanitize=bounds -fsanitize-undefined-tra
 OPTIONS = ("-DCMAKE_BUILD_TYPE=", f"-DCMAKE_CXX_FLAGS={FLAGS}", "-DBUILD_SHARED_LIBS=ON",
            "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON")
 # A mutant may allocate or write without end.
-LIMITS = {resource.RLIMIT_AS: 4 << 30, resource.RLIMIT_FSIZE: 1 << 28, resource.RLIMIT_CORE: 0}
+LIMITS = (f"--as={4 << 30}", f"--fsize={1 << 28}", "--core=0")
 NOT_COPIED = (".git", "build", "demo")
 
 
@@ -131,9 +130,9 @@ class Copy:
         shutil.rmtree(self.temporary, ignore_errors=True)
         self.temporary.mkdir()
         environment = {**os.environ, **dict(test.environment), "TMPDIR": str(self.temporary)}
-        return execute([*test.command, *self.options(test)], self.build_folder,
-                       Conditions(environment, subprocess.DEVNULL, subprocess.DEVNULL,
-                                  {**LIMITS, resource.RLIMIT_CPU: seconds}, timeout=LONGEST_WAIT)).status
+        launcher = [*shell('exec "$@" >/dev/null 2>&1'), "prlimit", f"--cpu={seconds}", *LIMITS]
+        return execute([*launcher, *test.command, *self.options(test)], self.build_folder, environment,
+                       LONGEST_WAIT).status
 
     def passes(self, test: Test) -> bool:
         return self.status(test, round(max(LEAST_TIMEOUT, 10 * self.durations[test]))) == 0

@@ -13,10 +13,9 @@ from unittest import mock
 
 from planted import PROGRAM, plant
 
-import proofs.comparison
 from proofs import compare_programs, scenarios
 from proofs.comparison import Call, Comparison, Scenario, show
-from proofs.harness import Conditions, Outcome, remove
+from proofs.harness import Outcome, remove
 
 # What the planted program does after a successful call of the real one, and the line in which the proof reports it.
 FAULTS = (
@@ -117,9 +116,9 @@ class ShownTest(unittest.TestCase):
         with Comparison({"old": PROGRAM, "new": PROGRAM}, [sleeping].__getitem__) as comparison:
             comparison.home = comparison.path
             for place in comparison.places.values():
+                place.timeout = 1.0
                 plant(place.program, "sleep 20")
-            with mock.patch.object(proofs.comparison, "Conditions", functools.partial(Conditions, timeout=1.0)):
-                self.assertEqual(comparison.find(0).lines[1:], ["    old hangs", "    new hangs"])
+            self.assertEqual(comparison.find(0).lines[1:], ["    old hangs", "    new hangs"])
 
 
 if __name__ == "__main__":

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import contextlib
 import io
-import pathlib
 import shutil
 import unittest
 
@@ -12,8 +11,8 @@ from planted import PROGRAM, plant
 
 from proofs import io_faults, kill_anywhere
 from proofs.command_lines import small_lines
-from proofs.disturbed import Case, judge, own_paths, traced
-from proofs.harness import Tally, Workplace, fill
+from proofs.disturbed import Case, SystemCall, judge, own_paths, read_calls, traced
+from proofs.harness import Tally, Workplace
 
 FAILS = "echo 'ERROR: failed to write file: run.kml'; status=1; "
 # What the planted program does after the real one, and the beginning of the finding.
@@ -23,9 +22,9 @@ FAULTS = (
     ("rm run.pdf", "WRONG SUCCESS: run.pdf"),
     ("touch stray.txt", "WRONG SUCCESS: stray.txt"),
     ("echo more", "WRONG SUCCESS: standard output"),
-    ("status=3", "exit status 3"),
+    ("status=3", "ended with status 3"),
     ("status=1", "exit status 1 without a message"),
-    ("kill -SEGV $$", "ended by signal 11"),
+    ("kill -SEGV $$", "ended with signal 11"),
     ("sleep 20", "hang"),
     (FAILS, None),
     (FAILS.replace("run.kml", "run.txt"), "says 'failed to write file: run.txt' instead of"),
@@ -51,11 +50,11 @@ class DisturbedTest(unittest.TestCase):
         plant(self.place.program, fault)
 
     def test_each_planted_fault_is_found(self) -> None:
-        under = self.case.conditions(timeout=5.0)
+        self.place.timeout = 5.0
         for fault, words in FAULTS:
             with self.subTest(fault):
                 self.plant(fault)
-                found = judge(self.case, self.case.call(under=under), {"failed to write file: run.kml"})
+                found = judge(self.case, self.case.call(), "failed to write file: run.kml")
                 self.assertEqual((found or "")[:len(words or "")], words or "")
                 self.assertEqual(found is None, words is None)
 
@@ -67,35 +66,35 @@ class DisturbedTest(unittest.TestCase):
                                       (": > matrix.txt", "", "lost matrix.txt")):
             with self.subTest(fault):
                 self.plant(fault)
-                folder = self.place.new_folder()
-                fill(folder, self.case.line.files)
-                result = self.place.call_in(folder, self.case.arguments, under=self.case.conditions())
-                self.plant(":")
-                killer = kill_anywhere.Killer()
-                self.assertEqual(killer.judge(self.case, folder, result, {writing}), words)
+                with self.place.folder(self.case.line.files) as folder:
+                    files = self.place.call_in(folder, self.case.arguments, environment=self.case.environment).files
+                    self.plant(":")
+                    killer = kill_anywhere.Killer()
+                    self.assertEqual(killer.judge(self.case, folder, files, {writing}), words)
 
     def test_the_call_after_a_kill_must_be_right(self) -> None:
-        folder = self.place.new_folder()
-        fill(folder, self.case.line.files)
         self.plant("echo more")
-        found = kill_anywhere.Killer().judge_next(self.case, folder, self.case.before)
+        with self.place.folder(self.case.line.files) as folder:
+            found = kill_anywhere.Killer().judge(self.case, folder, self.case.before, set())
         self.assertRegex(found or "", "^the next call differs: exit status 0")
 
     def test_a_file_is_being_written_until_it_is_closed(self) -> None:
-        opened = ("openat", 'AT_FDCWD</here>, "run.txt", O_WRONLY|O_CREAT, 0666) = 4</here/run.txt>')
-        closed = ("close", "4</here/run.txt>) = 0")
-        here = pathlib.Path("/here")
-        self.assertEqual(kill_anywhere.being_written([opened], here), {"run.txt"})
-        self.assertEqual(kill_anywhere.being_written([opened, closed], here), set())
+        calls = list(read_calls(['openat(AT_FDCWD</here>, "run.txt", O_WRONLY|O_CREAT, 0666) = 4</here/run.txt>',
+                                 "71 close(3</here/run.kml>) = 0", "71 close(4</here/run.txt>) = 0"]))
+        self.assertEqual([(call.name, call.n, call.file) for call in calls],
+                         [("openat", 1, "run.txt"), ("close", 1, "run.kml"), ("close", 2, "run.txt")])
+        self.assertEqual(kill_anywhere.being_written(calls[:2]), {"run.txt"})
+        self.assertEqual(kill_anywhere.being_written(calls), set())
 
     @unittest.skipUnless(IS_TRACEABLE, "no strace")
     def test_a_failed_call_must_be_told(self) -> None:
         _, calls = traced(self.case, [*io_faults.TRACED, *own_paths(self.case)])
-        n = next(n for call, n, name, _ in io_faults.points_of(calls) if (call, name) == ("write", "run.txt"))
-        for fault, when, finding in ((":", n, None), ("status=0", n, "WRONG SUCCESS: standard output"),
-                                     (":", 9999, "no fault was injected")):
+        call = next(call for call in calls if (call.name, call.file) == ("write", "run.txt"))
+        for fault, n, finding in ((":", call.n, None), ("status=0", call.n, "WRONG SUCCESS: run.kml "),
+                                  (":", 9999, "no fault was injected")):
             self.plant(fault)
-            self.assertEqual(io_faults.fail_one(self.case, "write", str(when), "ENOSPC", "run.txt")[1], finding)
+            found = io_faults.fail_one(self.case, call._replace(n=n), "ENOSPC")[1]
+            self.assertEqual(found and found[:len(finding or "")], finding)
 
     def test_little_is_transferred(self) -> None:
         for fault, count in ((":", 0), ("status=1", 2), ("echo 0 >> run.kml", 2)):
@@ -109,8 +108,9 @@ class DisturbedTest(unittest.TestCase):
     def test_a_kill_is_carried_out(self) -> None:
         paths = own_paths(self.case)
         killer = kill_anywhere.Killer()
-        self.assertEqual(killer.kill(self.case, "close", 1, paths), ("killed", None))
-        self.assertEqual(killer.kill(self.case, "close", 999, paths), ("over before", "was not killed: 0"))
+        call = SystemCall("close", 1, "", "")
+        self.assertEqual(killer.kill(self.case, call, paths), ("ended with signal 9", None))
+        self.assertEqual(killer.kill(self.case, call._replace(n=999), paths), ("succeeded", "was not killed: 0"))
 
 
 if __name__ == "__main__":

@@ -10,12 +10,14 @@ import signal
 import subprocess
 import tempfile
 import unittest
+from collections.abc import Callable
 from unittest import mock
 
 from planted import PROGRAM, PROJECT, plant
 
 from proofs import families, hostile_families, memcheck, memory_faults, mutants, mutations, same_bytes
 from proofs.command_lines import CommandLine
+from proofs.disturbed import Case
 from proofs.harness import Content, Entry, Judged, Result
 from proofs.hostile_families import Cost
 from proofs.inputs import Input, example, track_behind_options
@@ -23,65 +25,68 @@ from proofs.memory_faults import Counted
 
 
 class MemoryFaultsTest(unittest.TestCase):
-    files: dict[str, Content] = {"run.csv": b"track"}
-    line = CommandLine("run", ["run.csv"], files)
     left = {"run.csv": Entry("-", b"track"), "run.txt": Entry("-", b"report"),
             "run.pdf": Entry("-", b"%PDF /FontName /AAAAAA+Arial 1")}
-    sound = Result(0, b"\nReport\nEnd\n", b"", left)
     short = b"\nERROR: failed to allocate memory for charts\n"
 
-    def judged(self, judge: memory_faults.Judge, refused: int = 2, gone: str = "", status: int | None = 0,
-               out: bytes = b"\nReport\nEnd\n", err: bytes = b"", **changed: bytes) -> Judged:
+    def setUp(self) -> None:
+        self.case = object.__new__(Case)  # without calls
+        self.case.line = CommandLine("run", ["run.csv"], {"run.csv": b"track"})
+        self.case.arguments, self.case.maps, self.case.names = ["run.csv"], {}, [*self.left]
+        self.case.before = {"run.csv": self.left["run.csv"]}
+        self.case.reference = Result(0, b"\nReport\nEnd\n", b"", {**self.left})
+
+    def judged(self, judge: Callable[[Case, Counted], Judged], refused: int = 2, gone: str = "",
+               status: int | None = 0, out: bytes = b"\nReport\nEnd\n", err: bytes = b"", **changed: bytes) -> Judged:
         files = {name: entry for name, entry in self.left.items() if name != gone}
         files.update({name.replace("_", "."): Entry("-", content) for name, content in changed.items()})
-        return judge(self.line, Counted(Result(status, out, err, files), refused=refused), self.sound)
+        return judge(self.case, Counted(Result(status, out, err, files), refused=refused))
 
     def test_a_failed_allocation_is_reported_or_has_no_effect(self) -> None:
         own = memory_faults.judge_own
-        self.assertEqual(self.judged(own), ("undisturbed", None))
+        self.assertEqual(self.judged(own), ("succeeded", None))
         self.assertEqual(self.judged(own, status=1, out=b"\nReport" + self.short),
                          ("failed to allocate memory for charts", None))
-        for word, judged in {
+        for words, judged in {
             "hang": self.judged(own, status=None),
-            "sanitizer": self.judged(own, status=memory_faults.SANITIZER_REPORT),
-            "crash": self.judged(own, status=-signal.SIGSEGV),
-            "input lost": self.judged(own, gone="run.csv"),
-            "unexpected file": self.judged(own, run_tmp=b""),
-            "wrong success": self.judged(own, run_txt=b"repor"),
-            "message": self.judged(own, status=1, out=b"ERROR: could not find rollout\n"),
-            "status": self.judged(own, status=2),
+            "ended with status 97: leak": self.judged(own, status=memory_faults.SANITIZER_REPORT, err=b"leak"),
+            "ended with signal 11": self.judged(own, status=-signal.SIGSEGV),
+            "lost run.csv": self.judged(own, gone="run.csv", status=1, out=self.short),
+            "leaves unfinished run.tmp": self.judged(own, run_tmp=b"", status=1, out=self.short),
+            "leaves unfinished run.txt": self.judged(own, run_txt=b"repor", status=1, out=self.short),
+            "WRONG SUCCESS: run.txt": self.judged(own, run_txt=b"repor"),
+            "WRONG SUCCESS: standard output": self.judged(own, out=b"\nReport\n"),
+            "says 'could not find rollout'": self.judged(own, status=1, out=b"ERROR: could not find rollout\n"),
+            "exit status 1 without": self.judged(own, status=1, out=b"\nRepo" + self.short + b"more"),
+            "prints b'": self.judged(own, status=1, out=b"\nOther" + self.short),
+            "standard error says b'library'": self.judged(own, status=1, out=self.short, err=b"library"),
+            "ended with status 2": self.judged(own, status=2),
         }.items():
-            self.assertEqual(judged[0], word)
-            self.assertTrue(judged[1], word)
-        self.assertTrue(self.judged(own, status=1, out=b"\nRepo" + self.short + b"more")[1])
-        self.assertTrue(self.judged(own, status=1, out=b"\nOther" + self.short)[1])
-        self.assertTrue(self.judged(own, status=1, out=self.short, err=b"library")[1])
-        self.assertEqual(self.judged(own, out=b"\nReport\n")[0], "wrong success")
+            self.assertEqual((judged[1] or "")[:len(words)], words)
 
     def test_an_allocation_must_have_failed(self) -> None:
-        self.assertEqual(self.judged(memory_faults.judge_fault), ("undisturbed", None))
+        self.assertEqual(self.judged(memory_faults.judge_fault), ("succeeded", None))
         self.assertEqual(self.judged(memory_faults.judge_fault, 0), ("no fault", "no allocation failed"))
 
     def test_an_input_may_be_set_aside(self) -> None:
-        self.sound.files["run.csv.orig"] = Entry("-", b"track")
-        self.addCleanup(self.sound.files.pop, "run.csv.orig")
+        self.case.reference.files["run.csv.orig"] = Entry("-", b"track")
         judged = self.judged(memory_faults.judge_own, gone="run.csv", status=1, out=self.short, run_csv_orig=b"track")
         self.assertEqual(judged, ("failed to allocate memory for charts", None))
 
     def test_a_drawing_library_may_end_the_process_and_nothing_else(self) -> None:
         drawing = memory_faults.judge_drawing
-        self.assertEqual(self.judged(drawing, status=-6, gone="run.pdf"), ("status -6", None))
+        self.assertEqual(self.judged(drawing, status=-6, gone="run.pdf"), ("ended with signal 6", None))
         self.assertEqual(self.judged(drawing, run_pdf=b"%PDF /FontName /AAAAAA+Other"), ("other letters", None))
         self.assertEqual(self.judged(drawing, 1, run_pdf=b"%PDF /FontName /AAAAAA+Arial"),
                          ("letters missing after one refusal", None))
-        self.assertEqual(self.judged(drawing, run_pdf=b"%PDF /FontName /AAAAAA+Arial")[0], "wrong success")
-        self.assertEqual(self.judged(drawing, status=-6, run_txt=b"repor"), ("files", "run.txt is not whole"))
+        self.assertEqual(self.judged(drawing, run_pdf=b"%PDF /FontName /AAAAAA+Arial")[1], "WRONG SUCCESS: run.pdf")
+        self.assertEqual(self.judged(drawing, status=None)[1], "hang")
+        self.assertEqual(self.judged(drawing, status=-6, run_txt=b"repor")[1], "run.txt is not whole")
 
     def test_a_program_may_not_begin_under_a_limit(self) -> None:
-        only = {name: entry for name, entry in self.left.items() if name == "run.csv"}
-        judged = memory_faults.judge_limit(self.line, Counted(Result(127, b"", b"loader", only)), self.sound)
+        judged = memory_faults.judge_limit(self.case, Counted(Result(127, b"", b"loader", self.case.before)))
         self.assertEqual(judged, ("not begun", None))
-        self.assertEqual(self.judged(memory_faults.judge_limit, status=127)[0], "status")
+        self.assertEqual(self.judged(memory_faults.judge_limit, status=127)[1], "ended with status 127: ")
 
 
 class HostileFamiliesTest(unittest.TestCase):
