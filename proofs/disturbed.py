@@ -73,16 +73,6 @@ def content_of(entry: Entry | None) -> bytes | None:
 # The files after a call with a fault
 
 
-def cut_courses(case: Case, files: Snapshot) -> list[str]:
-    """Course files that are incomplete or empty."""
-    def is_cut(name: str) -> bool:
-        whole, part = case.reference.files.get(name), files.get(name)
-        return (whole is not None and part is not None and whole.kind == part.kind == "-" and part != whole
-                and part != case.before.get(name) and (whole.content or b"").startswith(part.content or b""))
-
-    return [name for name in COURSES if is_cut(name)]
-
-
 def is_kept(name: str, content: bytes | None, files: Snapshot) -> bool:
     """True when the content exists under this name or under one to which a call may have renamed it."""
     return any(content_of(files[other]) == content for other in files
@@ -109,13 +99,12 @@ def is_map_of_track(case: Case, name: str, content: bytes | None, message: str) 
 
 
 def is_excused(case: Case, name: str, entry: Entry, message: str) -> bool:
-    """True for an incomplete output when the message names it or implies that it is incomplete."""
-    # The survey copies its course file to matrix.txt; reading it may fail.
-    is_copied = name == "matrix.txt" and "-g" in case.arguments and message.startswith("failed to read file: ")
-    return ((entry.target or name) in message.split() or is_copied
-            or (entry.kind == "-" and is_map_of_track(case, name, entry.content, message))
-            or (name.endswith(".tvl") and message.startswith("failed to write "))
-            or (name.endswith(".pdf") and message.endswith(" for charts")))
+    """True for an incomplete output, but no course, when the message names it or implies that it is incomplete."""
+    return name not in COURSES and (
+        (entry.target or name) in message.split()
+        or (entry.kind == "-" and is_map_of_track(case, name, entry.content, message))
+        or (name.endswith(".tvl") and message.startswith("failed to write "))
+        or (name.endswith(".pdf") and message.endswith(" for charts")))
 
 
 def false_outputs(case: Case, result: Result) -> list[str]:
@@ -148,7 +137,7 @@ def judge(case: Case, result: Result, expected: str = ".+", spared: Collection[s
         return "exit status 1 without a message"
     if not re.fullmatch(expected, message):
         return f"says '{message}' instead of {expected}"
-    for words, names in (("cut", cut_courses(case, result.files)), ("lost", lost_inputs(case, result.files, message)),
+    for words, names in (("lost", lost_inputs(case, result.files, message)),
                          ("leaves unfinished", false_outputs(case, result))):
         if wrong := [name for name in names if name not in spared]:
             return f"{words} {' '.join(wrong)}"

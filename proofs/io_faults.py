@@ -96,7 +96,8 @@ def ends_of_series(calls: Iterable[SystemCall]) -> Iterator[SystemCall]:
 
 def fail_own_calls(cases: list[Case]) -> Iterator[Trial]:
     def one(heading: str, case: Case, call: SystemCall, error: str, later: str = "") -> Trial:
-        return trial(heading, case, f"{call.name} {call.n}{later} of {call.file}: {error}", fail_one, call, error, later)
+        what = f"{call.name} {call.n}{later} of {call.file}: {error}"
+        return trial(heading, case, what, fail_one, call, error, later)
 
     for case in cases:
         calls, without_streams = (traced(case, [*TRACED, *own_paths(case, streams)])[1] for streams in (("@OUT@",), ()))

@@ -16,8 +16,8 @@ import os
 import pathlib
 from collections.abc import Iterable, Iterator, Sequence
 
-from proofs.disturbed import (Case, SystemCall, content_of, cut_courses, lost_inputs, need_strace, own_paths,
-                              small_cases, traced, trial)
+from proofs.disturbed import (COURSES, Case, SystemCall, content_of, lost_inputs, need_strace, own_paths, small_cases,
+                              traced, trial)
 from proofs.harness import Judged, Outcome, Result, Snapshot, Tally, Trial, Workplace, changed_names
 from proofs.io_faults import ERRORS
 
@@ -40,8 +40,8 @@ def being_written(calls: Iterable[SystemCall]) -> set[str]:
 def broken_files(case: Case, files: Snapshot, writing: set[str]) -> list[str]:
     """Files that are neither as before nor as after a complete call, and were not being written."""
     right = [*case.before.values(), *case.reference.files.values()]
-    return [name for name, entry in files.items()
-            if entry.kind != "l" and entry not in right and name not in writing]
+    return ["broke " + name for name, entry in files.items()
+            if entry.kind != "l" and entry not in right and name not in writing.difference(COURSES)]
 
 
 def give_names_back(case: Case, folder: pathlib.Path, files: Snapshot) -> None:
@@ -72,10 +72,8 @@ class Killer:
         self.judged: dict[tuple[Case, frozenset[object]], str | None] = {}
 
     def judge(self, case: Case, folder: pathlib.Path, files: Snapshot, writing: set[str]) -> str | None:
-        for words, names in (("lost", lost_inputs(case, files)), ("cut", cut_courses(case, files)),
-                             ("broke", broken_files(case, files, writing))):
-            if names:
-                return f"{words} {' '.join(names)}"
+        if wrong := ["lost " + name for name in lost_inputs(case, files)] + broken_files(case, files, writing):
+            return " ".join(wrong)
         key = case, frozenset(files.items())
         if key not in self.judged:
             give_names_back(case, folder, files)

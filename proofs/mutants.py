@@ -17,7 +17,6 @@ from __future__ import annotations
 import argparse
 import collections
 import filecmp
-import json
 import os
 import pathlib
 import re
@@ -49,15 +48,8 @@ NOT_COPIED = (".git", "build", "demo")
 class Test(NamedTuple):
     name: str
     folder: str
-    targets: tuple[str, ...]  # what it runs, by itself or through its environment
-    command: tuple[str, ...]
-    environment: tuple[tuple[str, str], ...]
-
-
-def targets_in(build_folder: pathlib.Path, words: Iterable[str]) -> tuple[str, ...]:
-    """The targets whose files the words name: programs lie in the build folder itself."""
-    paths = map(pathlib.Path, words)
-    return tuple(sorted({path.name for path in paths if path.parent == build_folder}))
+    targets: Sequence[str]  # what it runs, by itself or through its environment
+    command: Sequence[str]  # ends at the first failure
 
 
 def find_tests(build_folder: pathlib.Path) -> list[Test]:
@@ -65,19 +57,16 @@ def find_tests(build_folder: pathlib.Path) -> list[Test]:
     they build the engine for another machine in the folders of the source."""
     # ctest does not print the command of a test that has not been built.
     written = (build_folder / "CTestTestfile.cmake").read_text()
-    added = re.findall(r"^add_test\(\[=\[(.*?)\]=\] (.*)\)$", written, re.MULTILINE)
-    commands = {name: tuple(shlex.split(words)) for name, words in added}
-    listed = subprocess.run(["ctest", "--test-dir", build_folder, "--show-only=json-v1"],
-                            stdout=subprocess.PIPE, check=True)
     tests = []
-    for test in json.loads(listed.stdout)["tests"]:
-        name, folder = test["name"], test["name"].split("/")[0]
-        settings = {p["name"]: p["value"] for p in test["properties"]}
-        pairs = (setting.partition("=") for setting in settings.get("ENVIRONMENT", []))
-        environment = tuple((variable, value) for variable, _, value in pairs)
-        if folder in JUDGES and not any(setting.startswith("FIXTURES_") for setting in settings):
-            targets = targets_in(build_folder, (*commands[name], *(value for _, value in environment)))
-            tests.append(Test(name, folder, targets, commands[name], environment))
+    for name, command, settings in re.findall(r"add_test\(\[=\[(.*?)\]=\] (.*)\)\n(set_tests.*)", written):
+        words, folder = shlex.split(command), name.split("/")[0]
+        variables = [word for text in re.findall(r' ENVIRONMENT "([^"]*)"', settings) for word in text.split(";") if word]
+        paths = (pathlib.Path(word) for word in (*words, *(setting.partition("=")[2] for setting in variables)))
+        targets = sorted({path.name for path in paths if path.parent == build_folder})  # where programs lie
+        is_python = pathlib.Path(words[0]).parent != build_folder
+        flags = [] if folder == "fuzz" else ["--failfast"] if is_python else ["--gtest_fail_fast", "--gtest_brief=1"]
+        if folder in JUDGES and " FIXTURES_" not in settings:
+            tests.append(Test(name, folder, targets, ["env", *variables, *words, *flags]))
     return tests
 
 
@@ -102,7 +91,7 @@ class Copy:
         copy_project(self.tree)
         build(self.build_folder, OPTIONS, "help", source=self.tree)  # builds nothing yet
         self.tests = find_tests(self.build_folder)
-        self.durations: dict[Test, float] = {}  # of the tests that have been built
+        self.durations: dict[str, float] = {}  # of the tests that have been built
 
     @staticmethod
     def targets(tests: Iterable[Test]) -> list[str]:
@@ -110,32 +99,25 @@ class Copy:
 
     def prepare(self, tests: Sequence[Test]) -> None:
         """Builds the tests that have not been built, and measures their time without a mutant."""
-        new = [test for test in tests if test not in self.durations]
+        new = [test for test in tests if test.name not in self.durations]
         if new:
             build(self.build_folder, OPTIONS, *self.targets(new), source=self.tree)
         for test in new:
             start = time.monotonic()
-            if self.status(test, LONGEST_WAIT) != 0:
+            if not self.passes(test, LONGEST_WAIT):
                 raise RuntimeError(f"{test.name} fails without any mutant")
-            self.durations[test] = time.monotonic() - start
+            self.durations[test.name] = time.monotonic() - start
 
-    def options(self, test: Test) -> list[str]:
-        """To end at the first failure."""
-        if pathlib.Path(test.command[0]).parent != self.build_folder:
-            return ["--failfast"]  # in Python
-        return [] if test.folder == "fuzz" else ["--gtest_fail_fast", "--gtest_brief=1"]
-
-    def status(self, test: Test, seconds: int) -> int | None:
-        """The exit status; None when the test takes too long. Its child processes are then killed, too."""
+    def passes(self, test: Test, seconds: int) -> bool:
+        """False also when it takes too long. Its child processes are then killed, too."""
         shutil.rmtree(self.temporary, ignore_errors=True)
         self.temporary.mkdir()
-        environment = {**os.environ, **dict(test.environment), "TMPDIR": str(self.temporary)}
         launcher = [*shell('exec "$@" >/dev/null 2>&1'), "prlimit", f"--cpu={seconds}", *LIMITS]
-        return execute([*launcher, *test.command, *self.options(test)], self.build_folder, environment,
-                       LONGEST_WAIT).status
+        environment = {**os.environ, "TMPDIR": str(self.temporary)}
+        return execute([*launcher, *test.command], self.build_folder, environment, LONGEST_WAIT).status == 0
 
-    def passes(self, test: Test) -> bool:
-        return self.status(test, round(max(LEAST_TIMEOUT, 10 * self.durations[test]))) == 0
+    def catches(self, test: Test) -> bool:
+        return not self.passes(test, round(max(LEAST_TIMEOUT, 10 * self.durations[test.name])))
 
     def judge(self, mutant: Mutant) -> str:
         """Returns "caught", "survived" or "not compiled"."""
@@ -151,7 +133,7 @@ class Copy:
                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
                 if built.returncode != 0:
                     return "not compiled"
-                if not all(self.passes(test) for test in self.in_order(mutant.file, tests)):
+                if any(self.catches(test) for test in self.in_order(mutant.file, tests)):
                     return "caught"
             return "survived"
         finally:
@@ -160,7 +142,7 @@ class Copy:
     def in_order(self, file: str, tests: Iterable[Test]) -> list[Test]:
         """The tests that are named after the file first; among equals, the fastest first."""
         stem = pathlib.Path(file).stem
-        return sorted(tests, key=lambda t: (not pathlib.Path(t.name).name.startswith(stem), self.durations[t]))
+        return sorted(tests, key=lambda t: (not pathlib.Path(t.name).name.startswith(stem), self.durations[t.name]))
 
 
 Verdicts = Mapping[Mutant, str]

@@ -18,8 +18,8 @@ ONE_IN = {".cpp": 1, ".h": 3}  # a third of a header's mutants, since many files
 # These have hardly any code, and almost all files include them.
 LEFT_OUT = ("src/swoop/swoop.h", "src/chart/chart.h")
 
-# What has no mutants: comments, attributes, the preprocessor, assertions, texts; the N of "char line[N]", since a larger
-# array changes nothing; template arguments.
+# What has no mutants: comments, attributes, the preprocessor, assertions, texts; the N of "char line[N]", since a
+# larger array changes nothing; template arguments.
 NO_CODE = (re.compile(r"""//[^\n]*|/\*.*?\*/|\[\[.*?\]\]|^[ ]*\#(?:\\\n|[^\n])*|\bstatic_assert\b[^;]*
                           |"(?:\\.|[^"\\])*"|(?<!\d)'(?:\\.|[^'\\])*'""", re.VERBOSE | re.MULTILINE | re.DOTALL),
            re.compile(r"\b(?!return\b)[A-Za-z_]\w*\s+\w+\[\d+"),

@@ -30,7 +30,7 @@ FAULTS = (
     (FAILS.replace("run.kml", "run.txt"), "says 'failed to write file: run.txt' instead of"),
     (FAILS + "rm run.csv", "lost run.csv"),
     (FAILS + "mv run.csv run.csv.orig", None),
-    (FAILS + ": > matrix.txt", "cut matrix.txt"),
+    (FAILS + ": > matrix.txt", "lost matrix.txt"),
     (FAILS + "truncate -s 9 run.txt", "leaves unfinished run.txt"),
     (FAILS + "truncate -s 9 run.kml", None),
 )
@@ -58,12 +58,17 @@ class DisturbedTest(unittest.TestCase):
                 self.assertEqual((found or "")[:len(words or "")], words or "")
                 self.assertEqual(found is None, words is None)
 
+    def test_no_message_excuses_an_incomplete_course(self) -> None:
+        case = next(Case(self.place, line) for line in small_lines(self.place) if line.name == "tarvel -g walk.csv")
+        self.plant(FAILS.replace("run.kml", "matrix.txt") + "truncate -s 9 matrix.txt")
+        self.assertEqual(judge(case, case.call()), "leaves unfinished matrix.txt")
+
     def test_a_kill_must_leave_the_inputs_and_files_that_were_not_being_written(self) -> None:
         for fault, writing, words in ((":", "", None), ("rm run.csv", "", "lost run.csv"),
                                       ("truncate -s 9 run.txt", "", "broke run.txt"),
                                       ("truncate -s 9 run.txt", "run.txt", None),
                                       ("truncate -s 9 run.kml", "", "broke run.kml"),
-                                      (": > matrix.txt", "", "lost matrix.txt")):
+                                      (": > matrix.txt", "matrix.txt", "lost matrix.txt broke matrix.txt")):
             with self.subTest(fault):
                 self.plant(fault)
                 with self.place.folder(self.case.line.files) as folder:
