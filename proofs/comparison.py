@@ -19,8 +19,8 @@ from proofs.harness import CORES, ORDINARY_USER, Content, Workplace, fill, listi
 SHOWN_IN_FULL = 20
 HANGS = b"hangs"
 
-# What a call leaves: "exit status", "standard output", "standard error", "names, modes and links", and the content of
-# each file.
+# What calls leave: "exit status", "standard output" and "standard error" of each, "names, modes and links", and the
+# content of each file.
 Left = dict[str, bytes]
 
 
@@ -44,26 +44,26 @@ class Scenario(NamedTuple):
 # One scenario
 
 
-def left_by(place: Workplace, folder: pathlib.Path, scenario: Scenario) -> list[Left]:
-    """What each call leaves; only the last one has files. The folder has the same name for all programs, since messages
-    may contain it."""
+def left_by(place: Workplace, folder: pathlib.Path, scenario: Scenario) -> Left:
+    """The folder has the same name for all programs, since messages may contain it."""
     remove(folder)
     folder.mkdir()
     fill(folder, scenario.files)
     for name, mode in scenario.modes.items():
         (folder / name).chmod(mode)
-    left = []
-    for call in scenario.calls:
+    left: Left = {}
+    for number, call in enumerate(scenario.calls, 1):
         # A shell is started only for redirections, since it takes as long as a short call.
         launcher = shell(f'exec "$@" {call.streams}') if call.streams else []
         arguments = [word.replace("HERE", str(folder)) for word in call.arguments]
         result = place.start_in(folder, arguments, launcher, {"TZ": call.time_zone})
-        left.append({"exit status": HANGS if result.status is None else b"%d" % result.status,
-                     "standard output": result.out, "standard error": result.err})
+        of_call = f" of call {number}" if number > 1 else ""
+        left |= {"exit status" + of_call: HANGS if result.status is None else b"%d" % result.status,
+                 "standard output" + of_call: result.out, "standard error" + of_call: result.err}
     own_mode = stat.filemode(folder.stat().st_mode)
     files = snapshot(folder)
-    left[-1] |= {name: entry.content or b"" for name, entry in files.items() if entry.kind == "-"}
-    left[-1]["names, modes and links"] = f"{own_mode} .\n{listing(files)}".encode(errors="surrogateescape")
+    left |= {name: entry.content or b"" for name, entry in files.items() if entry.kind == "-"}
+    left["names, modes and links"] = f"{own_mode} .\n{listing(files)}".encode(errors="surrogateescape")
     return left
 
 
@@ -78,23 +78,16 @@ def readable(content: bytes) -> bytes:
     return re.sub(rb"(?<=\nstream\n).*?(?=\nendstream)", inflate, content, flags=re.DOTALL) if is_document else content
 
 
-def printable(line: bytes | None, at: int) -> str:
-    if line is None:
-        return "(its end)"
-    text = line[at:].decode(errors="backslashreplace")
-    return "".join(c if c.isprintable() else f"\\x{ord(c):02x}" for c in text[:160])
-
-
 def show(what: str, contents: Mapping[str, bytes | None]) -> list[str]:
     """The first line that differs between two programs; line 0 when it is only the compression of a PDF."""
     for name, content in contents.items():
         if content is None:
             return [f"    {what}: {name} does not leave it"]
     pairs = itertools.zip_longest(*(readable(content or b"").split(b"\n") for content in contents.values()))
-    number, lines = next(((i, pair) for i, pair in enumerate(pairs, 1) if pair[0] != pair[1]), (0, (b"", b"")))
+    number, lines = next(((i, pair) for i, pair in enumerate(pairs, 1) if pair[0] != pair[1]), (0, ()))
     at = max(0, len(os.path.commonprefix([line or b"" for line in lines])) - 40)
-    return [f"    {what}, line {number}:" + (f" from byte {at} on" if at else ""),
-            *(f"      {name}: {printable(line, at)}" for name, line in zip(contents, lines))]
+    return [f"    {what}, line {number}, from byte {at} on:",
+            *(f"      {name}: {(line or b'')[at:at + 160]!r}" for name, line in zip(contents, lines))]
 
 
 # All scenarios
@@ -142,19 +135,20 @@ class Comparison:
     def find(self, number: int) -> Found:
         """Calls all programs in a scenario. Their folders remain until the next one."""
         scenario = self.scenario(number)
-        left: dict[str, list[Left]] = {}
+        left: dict[str, Left] = {}
         for name, place in self.places.items():
             left[name] = left_by(place, self.home / "here", scenario)
             remove(self.home / name)
             (self.home / "here").rename(self.home / name)
         first, *others = left
-        lines = [f"    {name} hangs" for name, calls in left.items() for call in calls if call["exit status"] == HANGS]
+        statuses = {name: [text for what, text in files.items() if what.startswith("exit status")]
+                    for name, files in left.items()}
+        lines = [f"    {name} hangs" for name, texts in statuses.items() if HANGS in texts]
         for other in others:
-            for a, b in zip(left[first], left[other]):
-                for what in sorted(a.keys() | b.keys()):
-                    if a.get(what) != b.get(what):
-                        lines += show(what, {first: a.get(what), other: b.get(what)})
-        return Found([call["exit status"].decode() for call in left[first]], sum(map(len, left[first])),
+            a, b = left[first], left[other]
+            lines += [line for what in sorted(a.keys() | b.keys()) if a.get(what) != b.get(what)
+                      for line in show(what, {first: a.get(what), other: b.get(what)})]
+        return Found([text.decode() for text in statuses[first]], len(left[first]),
                      [f"FINDING in scenario {number} {scenario}", *lines] if lines else [])
 
 

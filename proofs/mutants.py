@@ -60,7 +60,7 @@ def find_tests(build_folder: pathlib.Path) -> list[Test]:
     tests = []
     for name, command, settings in re.findall(r"add_test\(\[=\[(.*?)\]=\] (.*)\)\n(set_tests.*)", written):
         words, folder = shlex.split(command), name.split("/")[0]
-        variables = [word for text in re.findall(r' ENVIRONMENT "([^"]*)"', settings) for word in text.split(";") if word]
+        variables = re.findall(r"[^;]+", "".join(re.findall(r' ENVIRONMENT "([^"]*)"', settings)))
         paths = (pathlib.Path(word) for word in (*words, *(setting.partition("=")[2] for setting in variables)))
         targets = sorted({path.name for path in paths if path.parent == build_folder})  # where programs lie
         is_python = pathlib.Path(words[0]).parent != build_folder

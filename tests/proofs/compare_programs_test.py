@@ -19,12 +19,12 @@ from proofs.harness import Outcome, remove
 
 # What the planted program does after a successful call of the real one, and the line in which the proof reports it.
 FAULTS = (
-    ("sed -i '9s/$/0/' run.kml", "run.kml, line 9:"),
+    ("sed -i '9s/$/0/' run.kml", "run.kml, line 9,"),
     ("rm run.txt", "run.txt: new does not leave it"),
     ("touch stray.txt", "stray.txt: old does not leave it"),
-    ("status=3", "exit status, line 1:"),
+    ("status=3", "exit status, line 1,"),
     ("echo more", "standard output, line "),
-    ("echo more >&2", "standard error, line 1:"),
+    ("echo more >&2", "standard error, line 1,"),
     ("chmod 600 run.txt", "names, modes and links, line "),
     ("mv run.txt own.txt && ln -s own.txt run.txt", "names, modes and links, line "),
     ("cp run.txt copy.txt && ln -f copy.txt run.txt", "names, modes and links, line "),
@@ -108,7 +108,8 @@ class ShownTest(unittest.TestCase):
     def test_a_document_is_shown_as_it_is_drawn(self) -> None:
         drawing = b"0 0 m 10 20 l S\n" * 50
         shown = show("run.pdf", {"old": document(drawing), "new": document(drawing.replace(b"20", b"21", 1))})
-        self.assertEqual(shown, ["    run.pdf, line 7:", "      old: 0 0 m 10 20 l S", "      new: 0 0 m 10 21 l S"])
+        self.assertEqual(shown, ["    run.pdf, line 7, from byte 0 on:", "      old: b'0 0 m 10 20 l S'",
+                                 "      new: b'0 0 m 10 21 l S'"])
         self.assertIn("line 0", show("run.pdf", {"old": document(drawing), "new": document(drawing, 1)})[0])
 
     def test_a_hang_is_a_finding(self) -> None:
