@@ -58,25 +58,21 @@ class Socket(str):
 Content = bytes | Link | HardLink | Folder | Pipe | Socket
 
 
-def put(folder: pathlib.Path, name: str, content: Content) -> None:
-    path = folder / name
-    path.parent.mkdir(parents=True, exist_ok=True)
-    if isinstance(content, bytes):
-        path.write_bytes(content)
-    elif isinstance(content, Link):
-        path.symlink_to(content)
-    elif isinstance(content, HardLink):
-        path.hardlink_to(folder / content)
-    elif isinstance(content, (Pipe, Socket)):
-        os.mknod(path, 0o644 | (stat.S_IFIFO if isinstance(content, Pipe) else stat.S_IFSOCK))
-    else:
-        path.mkdir(exist_ok=True)
-
-
 def fill(folder: pathlib.Path, files: Mapping[str, Content]) -> None:
     """Hard links come last, since their files must exist."""
     for name, content in sorted(files.items(), key=lambda item: isinstance(item[1], HardLink)):
-        put(folder, name, content)
+        path = folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        if isinstance(content, bytes):
+            path.write_bytes(content)
+        elif isinstance(content, Link):
+            path.symlink_to(content)
+        elif isinstance(content, HardLink):
+            path.hardlink_to(folder / content)
+        elif isinstance(content, (Pipe, Socket)):
+            os.mknod(path, 0o644 | (stat.S_IFIFO if isinstance(content, Pipe) else stat.S_IFSOCK))
+        else:
+            path.mkdir(exist_ok=True)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -85,46 +81,40 @@ class Entry:
     kind: str  # the first letter of `ls -l`
     content: bytes | None = None  # of a regular file; of a symbolic link to a file in the same directory, that file's
     target: str = ""
-    mode: str = dataclasses.field(default="", compare=False)
-    hard_link: str = dataclasses.field(default="", compare=False)  # an earlier name of the same file
+    mode: str = dataclasses.field(default="", compare=False)  # as in `ls -l`, with the number of hard links
 
 
 Snapshot = dict[str, Entry]
-DRAWN_AT = re.compile(rb"/CreationDate \(D:[^)]*\)")
 
 
 def masked(content: bytes) -> bytes:
     """Without the creation date of a PDF, the only part of the outputs in which two calls may differ."""
-    return DRAWN_AT.sub(b"/CreationDate (D:)", content) if content.startswith(b"%PDF") else content
+    is_document = content.startswith(b"%PDF")
+    return re.sub(rb"(?<=/CreationDate \(D:)[^)]*", b"", content) if is_document else content
 
 
-def entry_of(path: pathlib.Path, names: dict[int, str], name: str) -> Entry:
+def entry_of(path: pathlib.Path) -> Entry:
     status = path.lstat()
-    mode = stat.filemode(status.st_mode)
+    mode = f"{stat.filemode(status.st_mode)} {status.st_nlink}"
     if stat.S_ISLNK(status.st_mode):
         end = pathlib.Path(os.path.realpath(path))  # resolve() fails for a link to itself
         is_beside = str(end.parent) == os.path.realpath(path.parent) and end.is_file()
-        return Entry("l", entry_of(end, {}, "").content if is_beside else None, os.readlink(path), mode)
+        return Entry("l", entry_of(end).content if is_beside else None, os.readlink(path), mode)
     if not stat.S_ISREG(status.st_mode):
         return Entry(mode[0], mode=mode)
-    first = names.setdefault(status.st_ino, name)
     if not status.st_mode & stat.S_IRUSR:
         path.chmod(0o600)
-    return Entry("-", masked(path.read_bytes()), mode=mode, hard_link="" if first == name else first)
+    return Entry("-", masked(path.read_bytes()), mode=mode)
 
 
-def snapshot(folder: pathlib.Path) -> Snapshot:
+def snapshot(folder: pathlib.Path, prefix: str = "") -> Snapshot:
     """Everything below the folder. Makes unreadable files and folders readable."""
+    folder.chmod(folder.stat().st_mode | 0o700)
     found: Snapshot = {}
-    names: dict[int, str] = {}
-    folders = [""]
-    for prefix in folders:
-        inner = folder / prefix
-        inner.chmod(inner.stat().st_mode | 0o700)
-        for name in sorted(os.listdir(inner)):
-            found[prefix + name] = entry_of(inner / name, names, prefix + name)
-            if found[prefix + name].kind == "d":
-                folders.append(f"{prefix}{name}/")
+    for name in sorted(os.listdir(folder)):
+        found[prefix + name] = entry_of(folder / name)
+        if found[prefix + name].kind == "d":
+            found |= snapshot(folder / name, f"{prefix}{name}/")
     return found
 
 
@@ -133,9 +123,9 @@ def changed_names(one: Snapshot, other: Snapshot) -> list[str]:
 
 
 def listing(files: Snapshot) -> str:
-    """Mode, name and links of each entry, one in each line."""
-    return "\n".join(f"{entry.mode} {name}" + (f" -> {entry.target}" if entry.kind == "l" else "")
-                     + (f" = {entry.hard_link}" if entry.hard_link else "") for name, entry in files.items())
+    """Mode, name and target of each entry, one in each line."""
+    return "\n".join(f"{entry.mode} {name}" + (f" -> {entry.target}" if entry.target else "")
+                     for name, entry in files.items())
 
 
 def remove(folder: pathlib.Path) -> None:
@@ -167,9 +157,10 @@ class Result:
         return ""
 
     def ending(self) -> str:
+        if self.status is not None and self.status < 0:
+            return f"ended with signal {-self.status}"
         known = {None: "hang", 0: "succeeded", 1: "failed with a message"}
-        signal_or_status = f"signal {-self.status}" if self.status and self.status < 0 else f"status {self.status}"
-        return known.get(self.status, "ended with " + signal_or_status)
+        return known.get(self.status, f"ended with status {self.status}")
 
 
 def shell(script: str) -> list[str]:

@@ -26,6 +26,11 @@ def write_failure(case: Case) -> str:
             f"failure during write to {names}|{CONTAINER_WRITE}|{STANDARD_OUTPUT}")
 
 
+def read_failure(names: Iterable[str]) -> str:
+    return (f"(failed to (open|read) file:|failed to parse|invalid line in) {any_of(names)}|"
+            "(missing|invalid) field names|line length exceeded size of buffer")
+
+
 # Full disks and size limits
 
 
@@ -86,13 +91,6 @@ ODD_THINGS: dict[str, Content] = {
     "a disk that fails": Link("/proc/self/mem"), "a link to itself": Link("%s"), "a link to nowhere": Link("no/where"),
 }
 
-# A folder, an empty file and a device have no field names; a read error occurs only for "a disk that fails".
-NO_FIELDS = "missing field names|failed to parse %s"
-ZEROS = NO_FIELDS + "|invalid field names|line length exceeded size of buffer|invalid line in %s"
-READ_FAILURES = {"a folder": NO_FIELDS, "an empty file": NO_FIELDS, "/dev/null": NO_FIELDS, "/dev/zero": ZEROS,
-                 "/dev/full": ZEROS, "a disk that fails": "failed to read file: %s"}
-
-
 def put_odd_things(cases: list[Case]) -> Iterator[Trial]:
     for case in cases:
         has_hard_links = any(isinstance(content, HardLink) for content in case.line.files.values())
@@ -108,10 +106,9 @@ def put_odd_things(cases: list[Case]) -> Iterator[Trial]:
                 elif not has_hard_links:
                     # An input with the name of an output may also fail as that output.
                     is_output = case.reference.files.get(name) != case.before[name]
-                    failure = READ_FAILURES.get(kind, "failed to open file: %s").replace("%s", any_of(names))
                     # Without the index the call does not know the course in run.kml.
                     course = {"run.kml"} if case.line.files[name] == INDEX_TO_THE_MAP else set()
-                    yield trial("odd things as inputs", case, what, attempt, ".+" if is_output else failure,
+                    yield trial("odd things as inputs", case, what, attempt, ".+" if is_output else read_failure(names),
                                 names | {n + ".orig" for n in names} | course, files=files)
 
 

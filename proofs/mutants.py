@@ -177,16 +177,15 @@ def report(verdicts: Verdicts, entries: Iterable[Entry], every: Mapping[str, lis
     listed = {mutant for mutants in named.values() for mutant in mutants}
     unmatched = [entry for entry, mutants in named.items() if not mutants]
     ends = collections.Counter(verdicts.values())
-    survivors = [mutant for mutant, verdict in verdicts.items() if verdict == "survived"]
     wrong = [mutant for mutant, verdict in verdicts.items() if mutant in listed and verdict != "survived"]
-    unlisted = [mutant for mutant in survivors if mutant not in listed]
+    unlisted = [mutant for mutant, verdict in verdicts.items() if mutant not in listed and verdict == "survived"]
     show("FINDING survives: ", unlisted)
     show("FINDING listed as equivalent, but caught: ", wrong)
     for entry in unmatched:
         print(f"FINDING names no mutant: {entry.file}: {entry.function}\n- {entry.original}\n+ {entry.mutated}")
     files = len({mutant.file for mutant in verdicts})
     return Outcome(f"{len(verdicts):,} faults put into {files} files, of which {ends['not compiled']} do not compile "
-                   f"and {len(survivors) - len(unlisted)} change nothing: {ends['caught']:,} are noticed",
+                   f"and {ends['survived'] - len(unlisted)} change nothing: {ends['caught']:,} are noticed",
                    len(unlisted) + len(wrong) + len(unmatched))
 
 
