@@ -100,11 +100,12 @@ def is_map_of_track(case: Case, name: str, content: bytes | None, message: str) 
 
 def is_excused(case: Case, name: str, entry: Entry, result: Result) -> bool:
     """True for an incomplete output when the message names it or implies that it is incomplete. A course may only be
-    empty, where there was none."""
+    empty, where there was none or an input that is set aside."""
     message = result.message()
     named = set(message.split())
     named |= {link.target for other, link in result.files.items() if link.kind == "l" and other in named}
-    is_cut_course = name in COURSES and "-g" in case.arguments and (name in case.before or entry.content)
+    was_there = name in case.before and not is_kept(name, case.before[name].content, case.reference.files)
+    is_cut_course = name in COURSES and "-g" in case.arguments and (was_there or entry.content)
     return not is_cut_course and (
         name in named or entry.target in named
         or (entry.kind == "-" and is_map_of_track(case, name, entry.content, message))
