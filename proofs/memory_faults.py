@@ -97,31 +97,26 @@ def call(case: Case, fault: Fault | None = None) -> Counted:
 
 
 def source_line(program: pathlib.Path, address: int) -> str:
-    found = subprocess.run(["addr2line", "-e", program, hex(address - 1)], capture_output=True, text=True)
+    found = subprocess.run(["addr2line", "-e", program, hex(max(address, 1) - 1)], capture_output=True, text=True)
     return found.stdout.strip().replace(str(ROOT) + "/", "")
 
 
 # The judges
 
 
-def judge_own(case: Case, counted: Counted) -> Judged:
+def judge_own(case: Case, fault: Fault, counted: Counted) -> Judged:
     result = counted.result
+    if fault.how == "limit":
+        if result.status == 127 and not result.out and result.files.keys() == case.before.keys():
+            return "not begun", None
+    elif not counted.refused:
+        return "no fault", "no allocation failed"
     finding = judge(case, result, MESSAGES)
     if not finding and result.err != case.reference.err:
         finding = f"standard error says {result.err[-200:]!r}"
     if not finding and not case.reference.out.startswith(result.out.partition(b"ERROR: ")[0].rstrip(b"\n")):
         finding = f"prints {result.out[:200]!r} before its message"
     return (result.message() if result.status == 1 else result.ending()), finding
-
-
-def judge_fault(case: Case, counted: Counted) -> Judged:
-    return judge_own(case, counted) if counted.refused else ("no fault", "no allocation failed")
-
-
-def judge_limit(case: Case, counted: Counted) -> Judged:
-    result = counted.result
-    is_loaded = result.status != 127 or result.out or result.files.keys() != case.before.keys()
-    return judge_own(case, counted) if is_loaded else ("not begun", None)
 
 
 def fonts_in(result: Result) -> set[bytes]:
@@ -152,8 +147,7 @@ def own_faults(sound: Counted) -> list[Fault]:
 
 def drawing_faults(sound: Counted, at_start: int) -> list[Fault]:
     """Without the allocations of the libraries while they are loaded, before any output."""
-    step = max(1, (sound.drawing - at_start) // DRAWING_CALLS)
-    numbers = range(at_start + 1, sound.drawing + 1, step)
+    numbers = range(at_start + 1, sound.drawing + 1, max(1, (sound.drawing - at_start) // DRAWING_CALLS))
     return [Fault("drawing", n, how) for how in ("once", "onward") for n in numbers]
 
 
@@ -161,14 +155,12 @@ def limit_faults(_: Counted) -> list[Fault]:
     return [Fault(kind, size, "limit") for kind, end in LIMITS.items() for size in range(1 << 20, end, LIMIT_STEP)]
 
 
-def run_pass(name: str, cases: Sequence[Case], faults: Callable[[Counted], list[Fault]],
-             judge_call: Callable[[Case, Counted], Judged], tally: Tally) -> str:
+def run_pass(name: str, cases: Sequence[Case], faults: Callable[[Counted], list[Fault]], tally: Tally) -> str:
     """Tries all faults of the command lines. Returns the counts as text."""
     def one(case: Case, fault: Fault) -> Judged:
         counted = call(case, fault)
-        ending, finding = judge_call(case, counted)
-        place = f" [{source_line(case.place.program, counted.place)}]" if counted.place else ""
-        return ending, finding and finding + place
+        ending, finding = judge_drawing(case, counted) if name == "drawing" else judge_own(case, fault, counted)
+        return ending, finding and f"{finding} {source_line(case.place.program, counted.place)}"
 
     planned = [(case, fault) for case, sound in zip(cases, in_parallel(call, cases)) for fault in faults(sound)]
     tally.try_all(trial(name, case, str(fault), one, fault) for case, fault in planned)
@@ -182,13 +174,10 @@ def prove(words: list[str]) -> Outcome:
         lines = full_lines(plain)
         cases = in_parallel(lambda line: Case(plain, line), lines)
         drawn = [case for case in cases if case.name in DRAWING_LINES]
-        checked = in_parallel(lambda line: Case(guarded, line),
-                              [line for line in lines if line.name in SANITIZER_LINES])
+        checked = [Case(guarded, line) for line in lines if line.name in SANITIZER_LINES]
         at_start = call(next(case for case in cases if case.name == "version")).drawing
-        passes = {"own": (cases, own_faults, judge_fault),
-                  "drawing": (drawn, lambda sound: drawing_faults(sound, at_start), judge_drawing),
-                  "limit": (drawn, limit_faults, judge_limit),
-                  "sanitizer": (checked, own_faults, judge_fault)}
+        passes = {"own": (cases, own_faults), "drawing": (drawn, lambda sound: drawing_faults(sound, at_start)),
+                  "limit": (drawn, limit_faults), "sanitizer": (checked, own_faults)}
         done = [run_pass(name, *passes[name], tally) for name in passes if not words or name in words]
     tally.show()
     letters = sum(count for ending, count in tally.counts.get("drawing", {}).items() if "letters" in ending)

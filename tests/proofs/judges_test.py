@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import contextlib
+import functools
 import io
 import pathlib
 import shutil
@@ -36,6 +37,10 @@ class MemoryFaultsTest(unittest.TestCase):
         self.case.before = {"run.csv": self.left["run.csv"]}
         self.case.reference = Result(0, b"\nReport\nEnd\n", b"", {**self.left})
 
+    @staticmethod
+    def own(case: Case, counted: Counted) -> Judged:
+        return memory_faults.judge_own(case, memory_faults.Fault("own", 1, "once"), counted)
+
     def judged(self, judge: Callable[[Case, Counted], Judged], refused: int = 2, gone: str = "",
                status: int | None = 0, out: bytes = b"\nReport\nEnd\n", err: bytes = b"", **changed: bytes) -> Judged:
         files = {name: entry for name, entry in self.left.items() if name != gone}
@@ -43,7 +48,7 @@ class MemoryFaultsTest(unittest.TestCase):
         return judge(self.case, Counted(Result(status, out, err, files), refused=refused))
 
     def test_a_failed_allocation_is_reported_or_has_no_effect(self) -> None:
-        own = memory_faults.judge_own
+        own = self.own
         self.assertEqual(self.judged(own), ("succeeded", None))
         self.assertEqual(self.judged(own, status=1, out=b"\nReport" + self.short),
                          ("failed to allocate memory for charts", None))
@@ -65,12 +70,11 @@ class MemoryFaultsTest(unittest.TestCase):
             self.assertEqual((judged[1] or "")[:len(words)], words)
 
     def test_an_allocation_must_have_failed(self) -> None:
-        self.assertEqual(self.judged(memory_faults.judge_fault), ("succeeded", None))
-        self.assertEqual(self.judged(memory_faults.judge_fault, 0), ("no fault", "no allocation failed"))
+        self.assertEqual(self.judged(self.own, 0), ("no fault", "no allocation failed"))
 
     def test_an_input_may_be_set_aside(self) -> None:
         self.case.reference.files["run.csv.orig"] = Entry("-", b"track")
-        judged = self.judged(memory_faults.judge_own, gone="run.csv", status=1, out=self.short, run_csv_orig=b"track")
+        judged = self.judged(self.own, gone="run.csv", status=1, out=self.short, run_csv_orig=b"track")
         self.assertEqual(judged, ("failed to allocate memory for charts", None))
 
     def test_a_drawing_library_may_end_the_process_and_nothing_else(self) -> None:
@@ -84,9 +88,9 @@ class MemoryFaultsTest(unittest.TestCase):
         self.assertEqual(self.judged(drawing, status=-6, run_txt=b"repor")[1], "run.txt is not whole")
 
     def test_a_program_may_not_begin_under_a_limit(self) -> None:
-        judged = memory_faults.judge_limit(self.case, Counted(Result(127, b"", b"loader", self.case.before)))
-        self.assertEqual(judged, ("not begun", None))
-        self.assertEqual(self.judged(memory_faults.judge_limit, status=127)[1], "ended with status 127: ")
+        limited = functools.partial(memory_faults.judge_own, self.case, memory_faults.Fault("as", 1 << 20, "limit"))
+        self.assertEqual(limited(Counted(Result(127, b"", b"loader", self.case.before))), ("not begun", None))
+        self.assertEqual(limited(Counted(Result(127, b"", b"", self.left)))[1], "ended with status 127: ")
 
 
 class HostileFamiliesTest(unittest.TestCase):
