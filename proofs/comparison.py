@@ -14,7 +14,7 @@ import zlib
 from collections.abc import Callable, Mapping, Sequence
 from typing import NamedTuple
 
-from proofs.harness import CORES, ORDINARY_USER, Content, Workplace, fill, listing, remove, shell, snapshot
+from proofs.harness import CORES, ORDINARY_USER, Content, Workplace, execute, fill, listing, remove, shell, snapshot
 
 SHOWN_IN_FULL = 20
 HANGS = b"hangs"
@@ -56,7 +56,8 @@ def left_by(place: Workplace, folder: pathlib.Path, scenario: Scenario) -> Left:
         # A shell is started only for redirections, since it takes as long as a short call.
         launcher = shell(f'exec "$@" {call.streams}') if call.streams else []
         arguments = [word.replace("HERE", str(folder)) for word in call.arguments]
-        result = place.start_in(folder, arguments, launcher, {"TZ": call.time_zone})
+        result = execute([*launcher, "tarvel", *arguments], folder, {**place.environment, "TZ": call.time_zone},
+                         place.timeout)
         of_call = f" of call {number}" if number > 1 else ""
         left |= {"exit status" + of_call: HANGS if result.status is None else b"%d" % result.status,
                  "standard output" + of_call: result.out, "standard error" + of_call: result.err}

@@ -200,11 +200,9 @@ def traced(case: Case, options: Sequence[str], folder: pathlib.Path | None = Non
     """A call under strace, in this folder or a new one, and the logged system calls. In the options @OUT@ is replaced
     by a file that receives standard output."""
     with (tempfile.NamedTemporaryFile("r", dir=case.place.path, errors="replace") as log,
-          tempfile.NamedTemporaryFile(dir=case.place.path) as out):
+          tempfile.NamedTemporaryFile(dir=case.place.path) as out, case.place.folder(case.line.files) as new):
         launcher = [*shell(f'exec "$@" >{out.name}'), *STRACE, "-o", log.name,
                     *(word.replace("@OUT@", out.name) for word in options)]
-        environment = {**case.environment, **environment}
-        result = (case.place.call_in(folder, case.arguments, launcher, environment) if folder
-                  else case.call(launcher, environment))
+        result = case.place.call_in(folder or new, case.arguments, launcher, {**case.environment, **environment})
         result.out = out.read()
         return result, list(read_calls(log))

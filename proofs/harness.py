@@ -226,15 +226,11 @@ class Workplace:
                 subprocess.run(["umount", "--lazy", folder], check=True)
             remove(folder)
 
-    def start_in(self, folder: pathlib.Path, arguments: Sequence[str], launcher: Sequence[str] = (),
-                 environment: Mapping[str, str] = {}) -> Result:
-        """In the launcher @FOLDER@ is replaced by the folder. Does not read the files that the call leaves."""
-        words = [*(word.replace("@FOLDER@", str(folder)) for word in launcher), "tarvel", *arguments]
-        return execute(words, folder, {**self.environment, **environment}, self.timeout)
-
     def call_in(self, folder: pathlib.Path, arguments: Sequence[str], launcher: Sequence[str] = (),
                 environment: Mapping[str, str] = {}) -> Result:
-        result = self.start_in(folder, arguments, launcher, environment)
+        """In the launcher @FOLDER@ is replaced by the folder."""
+        words = [*(word.replace("@FOLDER@", str(folder)) for word in launcher), "tarvel", *arguments]
+        result = execute(words, folder, {**self.environment, **environment}, self.timeout)
         result.files = snapshot(folder)
         return result
 
