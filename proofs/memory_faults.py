@@ -4,7 +4,8 @@ Builds the program and tests/support/failing_allocator.cpp in build/dev and buil
 
   own        For all command lines each allocation of the program's own, or of the C library on its behalf, fails: only
              this one, then this one and all later ones. The call must have the same outputs as without the fault, or
-             end with status 1 and a message that says what there was no memory for. No input may be lost.
+             end with status 1 and a message that says what there was no memory for. No input may be lost, and only
+             outputs that the message names may be incomplete.
   drawing    For three command lines a sample of the allocations of the drawing libraries fails. These libraries then
              end the process: the report and the map, which are written before, must be complete, and the exit status
              may be 0 only if all outputs are right. Two silent effects are counted separately: other letters, when the
