@@ -35,8 +35,8 @@ from proofs.mutations import Entry, Mutant, all_mutants, choose, entry_of, read_
 JUDGES = {"fuzz", *os.listdir(ROOT / "src")}
 LEAST_TIMEOUT = 20  # processor seconds for one test program; other load does not make it look as if it hangs
 LONGEST_WAIT = 600  # seconds, for a test program that sleeps
-# An index out of bounds ends the program, as with the sanitizers. Optimised, since a mutant that survives costs the time
-# of all tests.
+# An index out of bounds ends the program, as with the sanitizers. Optimised, since a mutant that survives costs the
+# time of all tests.
 FLAGS = "-O1 -w -D_GLIBCXX_ASSERTIONS -fsanitize=bounds -fsanitize-undefined-trap-on-error"
 OPTIONS = ("-DCMAKE_BUILD_TYPE=", f"-DCMAKE_CXX_FLAGS={FLAGS}", "-DBUILD_SHARED_LIBS=ON",
            "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON")
