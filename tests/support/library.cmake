@@ -26,7 +26,8 @@ target_include_directories(tarvel_test_support PUBLIC tests)
 target_link_libraries(tarvel_test_support
   PUBLIC tarvel_support tarvel_allocation_limit GTest::gtest PRIVATE tarvel_build_options)
 tarvel_is_test_code(tarvel_test_support)
-target_precompile_headers(tarvel_test_support PRIVATE <gtest/gtest.h>)
+target_precompile_headers(tarvel_test_support PRIVATE
+  <gtest/gtest.h> <algorithm> <cmath> <filesystem> <random> <string> <vector>)
 
 # Wraps functions of the C library in the tests that USE it, so that tests can make their calls fail.
 add_library(tarvel_failing_calls OBJECT tests/support/failing_calls.cpp)
