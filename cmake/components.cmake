@@ -10,7 +10,8 @@ target_compile_options(tarvel_build_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wdouble-promotion
   $<$<BOOL:${TARVEL_WARNINGS_ARE_ERRORS}>:-Werror>)
 
-# tarvel_precompile_headers(TARGET OTHER [header...]): without headers TARGET uses those of OTHER, whose flags are equal.
+# tarvel_precompile_headers(TARGET OTHER [header...]): without headers TARGET uses those of OTHER, which must be
+# compiled with equal flags.
 function(tarvel_precompile_headers target other)
   if(ARGN)
     target_precompile_headers(${target} PRIVATE ${ARGN})

@@ -91,6 +91,7 @@ ODD_THINGS: dict[str, Content] = {
     "a disk that fails": Link("/proc/self/mem"), "a link to itself": Link("%s"), "a link to nowhere": Link("no/where"),
 }
 
+
 def put_odd_things(cases: list[Case]) -> Iterator[Trial]:
     for case in cases:
         has_hard_links = any(isinstance(content, HardLink) for content in case.line.files.values())

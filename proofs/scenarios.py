@@ -22,8 +22,6 @@ from proofs.inputs import (
     WRONG, Input, inputs_of_examples, inputs_of_families, inputs_of_fuzzing, inputs_of_simulation, thinned)
 
 TIME_ZONES = ("UTC", "Europe/Vienna", "Australia/Lord_Howe")
-
-
 COMMAND_LINES = {"run": [["run.csv"]], "walk": [["-g", "walk.csv"], ["-p", "-g", "walk.csv"]]}
 
 
